@@ -1,0 +1,156 @@
+// The base64 decoder (RFC 2045 section 6.8): one state machine for both readers, fed in pieces of any size.
+//
+// It never fails. Bytes outside the alphabet are skipped, a group that the data does not complete is dropped,
+// a "-" where a group would begin ends the data (the dashes of the boundary that follows a body), and behind
+// the first "=" nothing is decoded any more.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstring>
+
+#include "bytes/ascii.h"
+#include "bytes/decode_tables.h"
+#include "bytes/sink.h"
+
+namespace eml {
+
+// What the readers' decoders do differently.
+struct Base64Rules {
+    bool byteFFEndsInput;  // a byte 0xFF counts as the end of the data
+};
+
+// KEPT: the container reader reads signed bytes and takes -1 for the end of the data.
+inline constexpr Base64Rules kContainerBase64{.byteFFEndsInput = true};
+inline constexpr Base64Rules kFilterBase64{.byteFFEndsInput = false};
+
+// The value of each digit, shifted to where it stands in a group's three bytes (first byte lowest), per place
+// in the group. Whole groups decode with four look-ups.
+inline constexpr uint32_t kInvalidGroup = 0x80000000;
+
+constexpr std::array<std::array<uint32_t, 256>, 4> makeGroupTables() {
+    std::array<std::array<uint32_t, 256>, 4> tables{};
+    for (size_t byte = 0; byte < 256; ++byte) {
+        const uint32_t value = kBase64Table[byte];
+        const bool valid = value != kInvalidDigit;
+        tables[0][byte] = valid ? value << 2 : kInvalidGroup;
+        tables[1][byte] = valid ? (value >> 4) | ((value & 0x0F) << 12) : kInvalidGroup;
+        tables[2][byte] = valid ? ((value >> 2) << 8) | ((value & 0x03) << 22) : kInvalidGroup;
+        tables[3][byte] = valid ? value << 16 : kInvalidGroup;
+    }
+    return tables;
+}
+
+inline constexpr std::array<std::array<uint32_t, 256>, 4> kGroupTables = makeGroupTables();
+
+template <Base64Rules R>
+class Base64Decoder {
+  public:
+    // With `dropCr` every decoded CR is left out.
+    explicit Base64Decoder(bool dropCr) : dropCr_(dropCr) {}
+
+    // True when nothing that follows can be decoded: the data has ended, or the sink has failed.
+    [[nodiscard]] bool ended() const { return ended_; }
+
+    template <class Sink>
+    void feed(const uint8_t* pos, const uint8_t* end, Sink& sink) {
+        if (ended_ || pos == end) return;
+        bool endByteSeen = false;
+        if constexpr (R.byteFFEndsInput) {
+            const void* endByte = std::memchr(pos, 0xFF, static_cast<size_t>(end - pos));
+            endByteSeen = endByte != nullptr;
+            if (endByteSeen) end = static_cast<const uint8_t*>(endByte);
+        }
+        while (pos < end && !ended_) {
+            if (have_ == 0 && !padded_) pos = feedWholeGroups(pos, end, sink);
+            if (pos < end && !ended_) feedByte(*pos++, sink);
+        }
+        if (endByteSeen) ended_ = true;
+    }
+
+  private:
+    // Decodes groups that stand whole, and only of digits, in [pos, end), line ends between them included.
+    // Gives the position of the first byte that the state machine has to look at.
+    template <class Sink>
+    const uint8_t* feedWholeGroups(const uint8_t* pos, const uint8_t* end, Sink& sink) {
+        const OutputSpan space = sink.space();
+        uint8_t* out = space.begin;
+        for (;;) {
+            const size_t groups =
+                std::min(static_cast<size_t>(end - pos), static_cast<size_t>(space.end - out)) / 4;
+            const uint8_t* const start = pos;
+            pos = decodeGroups(pos, groups, out);
+            if (pos < end && isLineEnd(*pos)) {
+                ++pos;
+            } else if (pos == start) {
+                break;
+            }
+        }
+        if (dropCr_) out = std::remove(space.begin, out, kCr);
+        sink.commit(out);
+        return pos;
+    }
+
+    // At most `groups` groups; `out` has room for four bytes a group.
+    static const uint8_t* decodeGroups(const uint8_t* pos, size_t groups, uint8_t*& out) {
+        for (; groups != 0; --groups) {
+            const uint32_t group = kGroupTables[0][pos[0]] | kGroupTables[1][pos[1]] |
+                                   kGroupTables[2][pos[2]] | kGroupTables[3][pos[3]];
+            if ((group & kInvalidGroup) != 0) break;
+            if constexpr (std::endian::native == std::endian::little) {
+                std::memcpy(out, &group, sizeof group);
+            } else {
+                out[0] = static_cast<uint8_t>(group);
+                out[1] = static_cast<uint8_t>(group >> 8);
+                out[2] = static_cast<uint8_t>(group >> 16);
+            }
+            out += 3;
+            pos += 4;
+        }
+        return pos;
+    }
+
+    template <class Sink>
+    void feedByte(uint8_t byte, Sink& sink) {
+        if (have_ == 0 && byte == '-') {
+            ended_ = true;
+            return;
+        }
+        if (kBase64Table[byte] == kInvalidDigit && byte != '=') return;
+        if (padded_) return;
+        group_[have_++] = byte;
+        if (have_ < 4) return;
+        have_ = 0;
+        finishGroup(sink);
+    }
+
+    template <class Sink>
+    void finishGroup(Sink& sink) {
+        const uint32_t a = kBase64Table[group_[0]];
+        const uint32_t b = kBase64Table[group_[1]];
+        const uint32_t c = kBase64Table[group_[2]];
+        const uint32_t d = kBase64Table[group_[3]];
+        padded_ = std::find(group_.begin(), group_.end(), '=') != group_.end();
+        if (group_[0] == '=' || group_[1] == '=') return;
+        put(a << 2 | b >> 4, sink);
+        if (group_[2] == '=') return;
+        put(b << 4 | c >> 2, sink);
+        if (group_[3] != '=') put(c << 6 | d, sink);
+    }
+
+    template <class Sink>
+    void put(uint32_t value, Sink& sink) {
+        const auto byte = static_cast<uint8_t>(value & 0xFF);
+        if (dropCr_ && byte == kCr) return;
+        if (!ended_ && !putByte(sink, byte)) ended_ = true;
+    }
+
+    std::array<uint8_t, 4> group_{};
+    uint32_t have_ = 0;  // characters of the group so far
+    bool padded_ = false;
+    bool ended_ = false;
+    bool dropCr_;
+};
+
+}  // namespace eml

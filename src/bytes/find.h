@@ -1,0 +1,27 @@
+// Substring search that is linear in the worst case, whatever the text and the needle.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace eml {
+
+// Prepared once for a needle, then used on any number of texts. The needle must outlive the finder.
+class SubstringFinder {
+  public:
+    SubstringFinder(const uint8_t* needle, size_t length);
+
+    // The first occurrence in [begin, end), or NULL. An empty needle occurs nowhere.
+    [[nodiscard]] const uint8_t* find(const uint8_t* begin, const uint8_t* end) const;
+
+  private:
+    const uint8_t* needle_;
+    size_t length_;
+    size_t split_;   // where the critical factorization cuts the needle
+    size_t period_;  // how far a full match of the right half may move
+    bool periodic_;  // the left half repeats in the right one: a match may keep a memory of it
+    std::array<uint32_t, 256> shift_;  // by the last byte of a window: how far the next possible match lies
+};
+
+}  // namespace eml

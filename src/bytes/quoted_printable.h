@@ -1,0 +1,180 @@
+// The quoted-printable decoder (RFC 2045 section 6.7, RFC 2047 "Q"): one state machine for all uses, fed in
+// pieces of any size.
+//
+// It never fails. A digit that is none counts as 0x7F, and so does one that the data lacks: "=G1" gives 0xF1,
+// "=1G" gives 0x7F, a last "=" gives 0xFF. "=" before a line end is a soft line break.
+#pragma once
+
+#include <algorithm>
+#include <cstring>
+
+#include "bytes/ascii.h"
+#include "bytes/decode_tables.h"
+#include "bytes/sink.h"
+
+namespace eml {
+
+// What the uses of the decoder do differently.
+struct QuotedPrintableRules {
+    bool byteFFEndsInput;        // a byte 0xFF counts as the end of the data
+    bool dropDecodedCr;          // "=0D" gives nothing
+    bool joinAfterDecodedBlank;  // "=20" before CR swallows the CR and the byte behind it
+    bool repeatDigitAtEnd;       // "=20" at the very end gives " 0"
+};
+
+// KEPT: the container reader reads signed bytes and takes -1 for the end of the data.
+inline constexpr QuotedPrintableRules kContainerStream{.byteFFEndsInput = true,
+                                                       .dropDecodedCr = false,
+                                                       .joinAfterDecodedBlank = false,
+                                                       .repeatDigitAtEnd = false};
+// KEPT: decoded CR is dropped, "=20" CR LF joins lines, and the last digit of a final "=20" is read a second
+// time.
+inline constexpr QuotedPrintableRules kContainerBuffer{
+    .byteFFEndsInput = true, .dropDecodedCr = true, .joinAfterDecodedBlank = true, .repeatDigitAtEnd = true};
+
+template <QuotedPrintableRules R>
+class QuotedPrintableDecoder {
+  public:
+    // With `underscoreIsSpace` an "_" that stands in the text is a blank.
+    explicit QuotedPrintableDecoder(bool underscoreIsSpace) : underscoreIsSpace_(underscoreIsSpace) {}
+
+    // True when nothing that follows can be decoded: the data has ended, or the sink has failed.
+    [[nodiscard]] bool ended() const { return ended_; }
+
+    template <class Sink>
+    void feed(const uint8_t* pos, const uint8_t* end, Sink& sink) {
+        if (ended_ || pos == end) return;
+        bool endByteSeen = false;
+        if constexpr (R.byteFFEndsInput) {
+            const void* endByte = std::memchr(pos, 0xFF, static_cast<size_t>(end - pos));
+            endByteSeen = endByte != nullptr;
+            if (endByteSeen) end = static_cast<const uint8_t*>(endByte);
+        }
+        while (pos < end && !ended_) pos = step(pos, end, sink);
+        if (!endByteSeen || ended_) return;
+        finishEscape(sink);
+        ended_ = true;
+    }
+
+    // The data has ended.
+    template <class Sink>
+    void finish(Sink& sink) {
+        if (ended_) return;
+        if constexpr (R.repeatDigitAtEnd) {
+            if (state_ == State::kBlank) put('0', sink);
+        }
+        finishEscape(sink);
+        ended_ = true;
+    }
+
+  private:
+    enum class State : uint8_t {
+        kText,
+        kEquals,   // behind "="
+        kDigit,    // behind "=" and one digit
+        kSoftCr,   // behind "=" CR: an LF still belongs to the soft line break
+        kBlank,    // behind "=20", where that joins lines
+        kBlankCr,  // behind "=20" CR: the next byte is swallowed
+    };
+
+    // Looks at one byte, or at a whole run of text. Gives the position behind what was used.
+    template <class Sink>
+    const uint8_t* step(const uint8_t* pos, const uint8_t* end, Sink& sink) {
+        switch (state_) {
+            case State::kText:
+                return copyText(pos, end, sink);
+            case State::kEquals:
+                digit_ = *pos;
+                state_ = digit_ == kLf ? State::kText : digit_ == kCr ? State::kSoftCr : State::kDigit;
+                return pos + 1;
+            case State::kDigit:
+                state_ = State::kText;
+                putDecoded(kHexTable[digit_], kHexTable[*pos], sink);
+                return pos + 1;
+            case State::kSoftCr:
+                state_ = State::kText;
+                return *pos == kLf ? pos + 1 : pos;
+            case State::kBlank:
+                state_ = *pos == kCr ? State::kBlankCr : State::kText;
+                return *pos == kCr ? pos + 1 : pos;
+            case State::kBlankCr:
+                state_ = State::kText;
+                return pos + 1;
+        }
+        return end;
+    }
+
+    // Copies up to the next "=", which is used as well.
+    template <class Sink>
+    const uint8_t* copyText(const uint8_t* pos, const uint8_t* end, Sink& sink) {
+        const OutputSpan space = sink.space();
+        if (space.begin == space.end) {
+            ended_ = true;
+            return end;
+        }
+        const size_t most = std::min(static_cast<size_t>(end - pos), space.size());
+        const uint8_t* const stop = pos + most;
+        uint8_t* out = space.begin;
+        while (pos < stop) {
+            while (static_cast<size_t>(stop - pos) >= kWide && copyWide(pos, out)) {
+                pos += kWide;
+                out += kWide;
+            }
+            const uint8_t* const pieceEnd = pos + std::min(static_cast<size_t>(stop - pos), kWide);
+            while (pos < pieceEnd && *pos != '=') {
+                *out++ = underscoreIsSpace_ && *pos == '_' ? uint8_t{' '} : *pos;
+                ++pos;
+            }
+            if (pos < pieceEnd) break;
+        }
+        sink.commit(out);
+        if (pos < stop) {
+            state_ = State::kEquals;
+            ++pos;
+        }
+        return pos;
+    }
+
+    static constexpr size_t kWide = 8;
+
+    // Copies eight bytes; false when a rule touches one of them.
+    bool copyWide(const uint8_t* pos, uint8_t* out) const {
+        uint64_t bytes = 0;
+        std::memcpy(&bytes, pos, kWide);
+        std::memcpy(out, &bytes, kWide);
+        return !hasByte(bytes, '=') && !(underscoreIsSpace_ && hasByte(bytes, '_'));
+    }
+
+    static bool hasByte(uint64_t bytes, uint8_t byte) {
+        constexpr uint64_t kOnes = 0x0101010101010101;
+        const uint64_t difference = bytes ^ (kOnes * byte);
+        return ((difference - kOnes) & ~difference & (kOnes << 7)) != 0;
+    }
+
+    template <class Sink>
+    void putDecoded(uint8_t high, uint8_t low, Sink& sink) {
+        const auto byte = static_cast<uint8_t>((high << 4 | low) & 0xFF);
+        if (R.dropDecodedCr && byte == kCr) return;
+        put(byte, sink);
+        if (R.joinAfterDecodedBlank && byte == ' ') state_ = State::kBlank;
+    }
+
+    // The data ends in an escape: the digits that are missing count as invalid ones.
+    template <class Sink>
+    void finishEscape(Sink& sink) {
+        if (state_ == State::kEquals) putDecoded(kInvalidDigit, kInvalidDigit, sink);
+        if (state_ == State::kDigit) putDecoded(kHexTable[digit_], kInvalidDigit, sink);
+    }
+
+    template <class Sink>
+    void put(uint8_t byte, Sink& sink) {
+        if (!putByte(sink, byte)) ended_ = true;
+    }
+
+    State state_ = State::kText;
+    uint8_t digit_ = 0;
+    bool underscoreIsSpace_;
+    bool ended_ = false;
+};
+
+}  // namespace eml

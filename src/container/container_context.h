@@ -1,0 +1,116 @@
+// The records of the container reader. All are trivial and made zeroed: zero is the initial state.
+#pragma once
+
+#include <emlreader/eml.h>
+
+#include <cstdint>
+
+#include "host/growing_buffer.h"
+
+// What a Content-Type says a section is. The multipart classes are those that take a boundary.
+enum EmlContentClass : uint32_t {
+    EML_CLASS_TEXT = 0,  // text/plain, and every type that is not listed below
+    EML_CLASS_HTML = 1,
+    EML_CLASS_RTF = 2,
+    EML_CLASS_PKCS7_MIME = 3,       // S/MIME, opaque: encrypted
+    EML_CLASS_PKCS7_SIGNATURE = 4,  // S/MIME, detached signature
+    EML_CLASS_MESSAGE = 5,
+    EML_CLASS_ALTERNATIVE = 6,
+    EML_CLASS_RELATED = 7,
+    EML_CLASS_SIGNED = 8,
+    EML_CLASS_MULTIPART = 9,  // multipart/mixed and the rest
+    EML_CLASS_BINARY = 10,    // application, audio, image, video
+};
+
+// Content-Transfer-Encoding (RFC 2045 section 6). 3 is not used.
+enum EmlTransferEncoding : uint32_t {
+    EML_ENC_NONE = 0,
+    EML_ENC_7BIT = 1,
+    EML_ENC_8BIT = 2,
+    EML_ENC_BASE64 = 4,
+    EML_ENC_QP = 5,
+};
+
+// EmlSection.flags; the values are those of EmlSubFileInfo.flags.
+inline constexpr uint32_t EML_SECTION_CONVERTED = EML_SUB_FILE_NOT_IN_FILE;
+inline constexpr uint32_t EML_SECTION_MESSAGE = EML_SUB_FILE_MESSAGE;
+
+// One MIME part. Offsets are byte positions in the message.
+struct EmlSection {
+    int64_t start;  // the first header line, just behind the boundary line
+    int64_t end;    // one past the last byte; the line end before the next boundary is not counted
+    uint32_t encoding;
+    uint32_t charset;  // 0: none given
+    uint32_t contentClass;
+    char* boundary;  // "--" and the part's own boundary, or NULL
+    uint32_t boundaryLength;
+    uint32_t isAttachment;
+    uint32_t flags;
+    int64_t bodyStart;  // both 0 when no empty line ends the header: an empty body
+    int64_t bodyEnd;
+    char* fileName;
+};
+
+struct EmlSectionNode {
+    EmlSection* section;
+    EmlSectionNode* next;
+    EmlSectionNode* previous;
+};
+
+// What emlExtractSubFileToIOobj2 tells the renderer, and the one thing that the renderer tells back.
+struct EmlExtractOptions {
+    uint32_t outputCharset;  // 0: no conversion
+    uint32_t converted;      // set when a conversion of the host produced output
+    uint32_t bodyOnly;
+    uint32_t preferRichBody;
+};
+
+inline constexpr uint32_t kBlockSize = 4096;          // the most that one read of the input asks for
+inline constexpr uint32_t kLineBufferSize = 4101;     // a block and room for a terminator
+inline constexpr uint32_t kMainNameSize = 8 + 5 + 1;  // stem, ".mail", terminator
+
+struct EmlContainerContext {
+    EmlHostServices* services;
+    EmlIOobj* input;
+    uint32_t openFlags;
+    int64_t headerStart;  // never set: the header begins at offset 0
+    int64_t bodyOffset;   // behind the empty line that ends the header, or the end of the file
+    uint32_t contentClass;
+    uint32_t encoding;
+    uint32_t charset;         // 0 while unknown; settled when the open ends
+    char* boundary;           // "--" and the value, or NULL
+    uint32_t boundaryLength;  // the two dashes included
+    int64_t lineStart;        // offset of what lineBuffer holds
+    int64_t position;         // offset of the next read
+    int64_t fileSize;
+    uint8_t* lineBuffer;  // kLineBufferSize bytes: the one read buffer
+    uint32_t lineLength;  // bytes of the line or chunk in lineBuffer, its line end included
+    EmlSectionNode* sections;
+    EmlSectionNode* alternatives;  // the parts of a nested multipart/alternative, for the bodies among them
+    EmlSectionNode* retired;       // parts of other lists that are done with; a body may be among them
+    EmlSectionNode* sectionsTail;  // of the list that is being built
+    EmlSection* currentSection;    // whose end the next boundary sets
+    int32_t attachmentCount;
+    EmlSection** attachments;  // the attachmentCount attachments of `sections`, in order
+    EmlSection* plainBody;
+    EmlSection* htmlBody;
+    EmlSection* rtfBody;
+    EmlMetaData metaData;        // the default list
+    eml::GrowingBuffer decoded;  // the work buffer of the header-text decoder
+    char mainName[kMainNameSize];
+    uint32_t mainDate[2];
+    EmlExtractOptions extract;
+    uint32_t debug;  // nothing sets it: emlDebugSections after each scan
+};
+
+namespace eml {
+
+[[nodiscard]] inline EmlAllocator& allocatorOf(EmlContainerContext& context) {
+    return context.services->allocator;
+}
+
+[[nodiscard]] inline bool isMultipart(uint32_t contentClass) {
+    return contentClass >= EML_CLASS_ALTERNATIVE && contentClass <= EML_CLASS_MULTIPART;
+}
+
+}  // namespace eml

@@ -1,0 +1,11 @@
+// Opening a message: one function per step, in the order in which they run.
+#pragma once
+
+#include "container/container_context.h"
+
+namespace eml {
+
+// Reads the header, scans the parts, chooses the bodies and numbers the attachments.
+[[nodiscard]] EmlResult readMessage(EmlContainerContext& context);
+
+}  // namespace eml

@@ -1,0 +1,35 @@
+// Decoded bytes on their way to an output object: written in blocks of 4096 bytes, the rest when the body
+// ends.
+#pragma once
+
+#include "bytes/sink.h"
+#include "host/host_file.h"
+
+namespace eml {
+
+inline constexpr uint32_t kOutputBlockSize = 4096;
+
+class BlockWriter {
+  public:
+    // `block` is kOutputBlockSize bytes of the caller.
+    BlockWriter(EmlIOobj& output, uint8_t* block) : output_(output), block_(block) {}
+
+    [[nodiscard]] OutputSpan space() const { return {block_ + fill_, block_ + kOutputBlockSize}; }
+
+    void commit(const uint8_t* end) {
+        fill_ = static_cast<uint32_t>(end - block_);
+        if (fill_ == kOutputBlockSize) flush();
+    }
+
+    void flush() {
+        if (fill_ != 0) writeFile(output_, block_, fill_);
+        fill_ = 0;
+    }
+
+  private:
+    EmlIOobj& output_;
+    uint8_t* block_;
+    uint32_t fill_ = 0;
+};
+
+}  // namespace eml

@@ -1,0 +1,8 @@
+// The tables in which a host finds the entry points (eml.h gives the order of the slots).
+#pragma once
+
+namespace eml {
+
+void fillContainerTable(void* table[6]);
+
+}  // namespace eml
