@@ -84,8 +84,9 @@ typedef struct EmlContainerContext EmlContainerContext;
  *   EML_OK                 the message is open
  *   EML_INPUT_NOT_OPENED   no context: `input` has no open entry or it failed
  *   EML_INPUT_UNUSABLE     no context: `input` has no close entry (it was opened, and stays so)
- *   EML_NO_MEMORY          memory ran out; no context when that happened before the scan
- *   EML_OBJECT_FAILED      with context: a multipart/related part holds no part
+ *   EML_NO_MEMORY          memory ran out; no context when that happened before the scan, and an incomplete
+ * one afterwards: what was found so far can be listed and extracted EML_OBJECT_FAILED      with context: a
+ * multipart/related part holds no part
  *
  * An empty input is a message without attachments. Text that is no message at all opens as well: whatever
  * stands before the first empty line is its header.
@@ -123,7 +124,40 @@ EML_API EmlResult emlGetSubFileInfo2(EmlContainerContext* context, int32_t numbe
                                      EmlHostRecord* hostRecord);
 
 /*
+ * Gives header values of the message.
+ *
+ *   index          the number of the message: 0, or 1 with EML_OPEN_ROOT_FOLDER. Any other: EML_OK, nothing
+ * filled. requests, requestCount   NULL and 0 for the default list, which is From, Sent (the Date field), To,
+ * Cc, Bcc, Subject and Priority, in this order. Otherwise the fields that the requests name, looked up
+ *                  afresh, one entry each in the order of the requests; a request of another kind than
+ *                  EML_REQUEST_BY_NAME gives an entry without name or value.
+ *   metaData       `count` and `entries` are written. The host frees every value, name and entry, and the
+ * array, also after a failure; slots may be NULL then. hostRecord     its allocator allocates all of that;
+ * its first field is not looked at
+ *
+ * A value is 8-bit text in the charset of the message (emlGetContainerInfo2), with encoded words (RFC 2047)
+ * decoded but not converted, and continuation lines joined by one blank. The values of a field that occurs
+ * more than once are joined by "#####". At least one zero byte stands behind a value; zero bytes inside it
+ * are possible.
+ *
+ *   EML_INVALID_ARGUMENT   context, record, its allocator or `metaData` is NULL, the count is negative, or it
+ * is positive without requests EML_NO_MEMORY          the list is filled as far as memory went
+ */
+EML_API EmlResult emlGetSubFileMetadata2(EmlContainerContext* context, int32_t index, int32_t requestCount,
+                                         EmlMetaDataRequest** requests, EmlMetaData* metaData,
+                                         EmlHostRecord* hostRecord);
+
+/*
  * Writes one sub-file into `output`.
+ *
+ * The message itself is rendered as one document: a header block, then the best body that it has. A
+ * plain-text body gives text, otherwise an HTML body gives HTML, an RTF body RTF; EML_EXTRACT_PREFER_RICH
+ * asks for HTML or RTF first. Text is converted into `outputCharset` when that is set and differs from the
+ * charset of the message.
+ *
+ *     THE HTML FORM IS UNTRUSTED. The sender's HTML is copied as it is, scripts included, and header values
+ * stand in it unescaped. Never show it in a browser without a sandbox that forbids scripts and network
+ * access.
  *
  * An attachment is decoded from base64 or quoted-printable (RFC 2045); any other is copied as it stands. In
  * a base64 attachment of a text type every carriage return is dropped. Decoding never fails: what is no
@@ -139,7 +173,8 @@ EML_API EmlResult emlGetSubFileInfo2(EmlContainerContext* context, int32_t numbe
  *   EML_OUTPUT_UNUSABLE   `output` lacks open, close, seek or write, or its open failed; it is left as it is
  *   EML_NO_SUB_FILE       there is no such sub-file; `output` is empty and closed
  *   EML_ENCRYPTED         the message itself of an encrypted message; `output` stays open
- *   EML_INPUT_UNUSABLE    the input could not be positioned on the attachment
+ *   EML_INPUT_UNUSABLE    the input could not be positioned on a body, or gave nothing of the message's body
+ *   EML_NO_MEMORY         a text or RTF body, which is read whole, did not fit in memory
  */
 EML_API EmlResult emlExtractSubFileToIOobj2(EmlContainerContext* context, int32_t number, EmlIOobj* output,
                                             EmlExtractInfo* extractInfo, uint32_t reserved, uint32_t options);

@@ -13,6 +13,9 @@ void closeContainer(EmlContainerContext* context);
                                       const EmlHostRecord* hostRecord);
 [[nodiscard]] EmlResult describeSubFile(EmlContainerContext* context, int32_t number, EmlSubFileInfo* info,
                                         const EmlHostRecord* hostRecord);
+[[nodiscard]] EmlResult subFileMetadata(EmlContainerContext* context, int32_t index, int32_t requestCount,
+                                        EmlMetaDataRequest** requests, EmlMetaData* metaData,
+                                        const EmlHostRecord* hostRecord);
 [[nodiscard]] EmlResult extractSubFile(EmlContainerContext* context, int32_t number, EmlIOobj* output,
                                        EmlExtractInfo* extractInfo, uint32_t options);
 

@@ -8,6 +8,8 @@
 #include "container/embedded_names.h"
 #include "container/header_values.h"
 #include "container/line_reader.h"
+#include "container/main_name_date.h"
+#include "container/metadata.h"
 #include "container/section_header.h"
 #include "container/section_list.h"
 #include "host/host_file.h"
@@ -169,7 +171,8 @@ EmlResult readMessage(EmlContainerContext& context) {
     if (chosen != EML_OK) return chosen;
     if (EmlResult result = numberAttachments(context); result != EML_OK) return result;
     settleCharset(context);
-    return EML_OK;
+    const EmlResult described = eml2GetDefaultMetaData(context, allocatorOf(context), context.metaData);
+    return described == EML_OK ? eml2GetMainNameDate(context) : described;
 }
 
 EmlContainerContext* openContainer(EmlIOobj* input, EmlHostServices* services, uint32_t flags,
@@ -207,6 +210,7 @@ void closeContainer(EmlContainerContext* context) {
     if (context->input->close != nullptr) (void)context->input->close(context->input);
     context->decoded.release(allocator);
     freeBlock(allocator, context->boundary);
+    eml2FreeMetaData(*context, context->metaData);
     freeBlock(allocator, context);
 }
 

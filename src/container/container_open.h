@@ -5,7 +5,8 @@
 
 namespace eml {
 
-// Reads the header, scans the parts, chooses the bodies and numbers the attachments.
+// Reads the header, scans the parts, chooses the bodies, numbers the attachments, and takes
+// metadata, name and date from the header.
 [[nodiscard]] EmlResult readMessage(EmlContainerContext& context);
 
 }  // namespace eml

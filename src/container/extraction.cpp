@@ -1,7 +1,7 @@
 // Sub-files into output objects.
-#include <algorithm>
-
 #include "container/container_calls.h"
+#include "container/render.h"
+#include "container/section_body.h"
 #include "container/sub_files.h"
 #include "container/transfer_decoders.h"
 #include "host/container_queries.h"
@@ -28,20 +28,6 @@ void takeOptions(EmlContainerContext& context, EmlExtractInfo* extractInfo, uint
 
 void report(EmlExtractInfo* extractInfo, uint32_t flag) {
     if (extractInfo != nullptr) extractInfo->resultFlags |= flag;
-}
-
-// A body that is not encoded, as it stands. A short read ends it quietly.
-void copyBody(EmlContainerContext& context, const EmlSection& section, EmlIOobj& output) {
-    (void)seekFile(*context.input, section.bodyStart);
-    auto left =
-        static_cast<int32_t>(static_cast<uint32_t>((section.bodyEnd - section.bodyStart) & 0xFFFFFFFF));
-    while (left > 0) {
-        const auto wanted = static_cast<uint32_t>(std::min<int32_t>(left, kBlockSize));
-        const uint32_t count = readFile(*context.input, context.lineBuffer, wanted);
-        if (count == 0) return;
-        left -= static_cast<int32_t>(count);
-        writeFile(output, context.lineBuffer, count);
-    }
 }
 
 EmlResult extractAttachment(EmlContainerContext& context, const EmlSection* section, EmlIOobj& output,
@@ -76,7 +62,9 @@ EmlResult extractSubFile(EmlContainerContext* context, int32_t number, EmlIOobj*
     (void)seekFile(*output, 0);
     // KEPT: the output of an encrypted message stays open, and its size is not taken.
     if (k == 0 && context->contentClass == EML_CLASS_PKCS7_MIME) return EML_ENCRYPTED;
-    const EmlResult result = extractAttachment(*context, findAttachment(*context, k), *output, extractInfo);
+    const EmlResult result =
+        k == 0 ? eml2ExtractMsgToIOobj(*context, *output)
+               : extractAttachment(*context, findAttachment(*context, k), *output, extractInfo);
     if (context->extract.converted != 0) report(extractInfo, EML_EXTRACT_CONVERTED);
     storeFinalSize(*output);
     (void)output->close(output);

@@ -1,6 +1,7 @@
 #include "container/sub_files.h"
 
 #include "container/container_calls.h"
+#include "container/section_body.h"
 #include "host/container_queries.h"
 #include "host/host_checks.h"
 #include "host/sub_file_records.h"
@@ -19,8 +20,7 @@ EmlResult describeMessage(const EmlContainerContext& context, EmlSubFileInfo& in
     info.date[0] = context.mainDate[0];
     info.date[1] = context.mainDate[1];
     if (const EmlSection* body = context.plainBody) {
-        info.size =
-            static_cast<int32_t>(static_cast<uint32_t>((body->bodyEnd - body->bodyStart) & 0xFFFFFFFF));
+        info.size = bodyLength32(*body);
     }
     const auto count = static_cast<uint32_t>(context.attachmentCount);
     if (EmlResult result = setChildren(info, allocator, shift + 1, count); result != EML_OK) return result;
@@ -38,8 +38,7 @@ EmlResult describeAttachment(const EmlContainerContext& context, const EmlSectio
     if (section == nullptr || section->fileName == nullptr) return EML_NO_SUB_FILE;
     info.kind = EML_KIND_ATTACHMENT;
     info.parent = static_cast<int32_t>(rootShift(context.openFlags));
-    info.size =
-        static_cast<int32_t>(static_cast<uint32_t>((section->bodyEnd - section->bodyStart) & 0xFFFFFFFF));
+    info.size = bodyLength32(*section);
     info.flags |= section->flags & (EML_SECTION_MESSAGE | EML_SECTION_CONVERTED);
     if ((section->flags & EML_SECTION_CONVERTED) != 0) info.size = -1;
     return setName(info, allocator, attachmentPrefix(context.openFlags), section->fileName);

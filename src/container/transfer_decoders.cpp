@@ -4,6 +4,7 @@
 
 #include "bytes/base64.h"
 #include "bytes/quoted_printable.h"
+#include "container/section_body.h"
 #include "host/block_writer.h"
 #include "host/host_file.h"
 
@@ -15,16 +16,11 @@ using StreamBase64 = eml::Base64Decoder<eml::kContainerBase64>;
 using StreamQuotedPrintable = eml::QuotedPrintableDecoder<eml::kContainerStream>;
 using BufferQuotedPrintable = eml::QuotedPrintableDecoder<eml::kContainerBuffer>;
 
-// The length of a body counts in 32 bits, signed.
-int32_t bodyLength(const EmlSection& section) {
-    return static_cast<int32_t>(static_cast<uint32_t>((section.bodyEnd - section.bodyStart) & 0xFFFFFFFF));
-}
-
 // Feeds the body of a section to a decoder, block by block.
 template <class Decoder>
 EmlResult streamBody(EmlContainerContext& context, const EmlSection& section, Decoder& decoder,
                      BlockWriter& writer) {
-    int32_t left = bodyLength(section);
+    int32_t left = eml::bodyLength32(section);
     if (left < 1) return EML_OK;
     if (!eml::seekFile(*context.input, section.bodyStart)) return EML_INPUT_UNUSABLE;
     while (left > 0 && !decoder.ended()) {

@@ -23,6 +23,12 @@ EmlResult emlGetSubFileInfo2(EmlContainerContext* context, int32_t number, EmlSu
     return eml::describeSubFile(context, number, info, hostRecord);
 }
 
+EmlResult emlGetSubFileMetadata2(EmlContainerContext* context, int32_t index, int32_t requestCount,
+                                 EmlMetaDataRequest** requests, EmlMetaData* metaData,
+                                 EmlHostRecord* hostRecord) {
+    return eml::subFileMetadata(context, index, requestCount, requests, metaData, hostRecord);
+}
+
 EmlResult emlExtractSubFileToIOobj2(EmlContainerContext* context, int32_t number, EmlIOobj* output,
                                     EmlExtractInfo* extractInfo, uint32_t /*reserved*/, uint32_t options) {
     return eml::extractSubFile(context, number, output, extractInfo, options);

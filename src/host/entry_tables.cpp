@@ -20,7 +20,7 @@ void fillContainerTable(void* table[6]) {
     table[1] = slot(&emlShutdown2);
     table[2] = slot(&emlGetContainerInfo2);
     table[3] = slot(&emlGetSubFileInfo2);
-    table[4] = nullptr;
+    table[4] = slot(&emlGetSubFileMetadata2);
     table[5] = slot(&emlExtractSubFileToIOobj2);
 }
 

@@ -1,0 +1,119 @@
+#include "container/header_scan.h"
+
+#include <string_view>
+
+#include "container/container_calls.h"
+#include "container/encoded_words.h"
+#include "container/line_reader.h"
+#include "host/metadata_records.h"
+
+namespace {
+
+using eml::Cursor;
+
+struct HeaderScan {
+    EmlContainerContext& context;
+    EmlAllocator& allocator;  // of the list
+    EmlMetaData& list;
+    bool priorityAliases;
+};
+
+// The next line of the header: 0 behind its end. Whether the end is reached is asked before the read.
+int32_t nextHeaderLine(EmlContainerContext& context) {
+    if (context.position >= context.headerStart + context.bodyOffset) return 0;
+    const int32_t read = eml::getLine(context);
+    return read != 0 && eml::isEmptyLine(context) ? 0 : read;
+}
+
+// Moves behind the field name and its colon when the line begins with them.
+bool acceptField(Cursor& line, std::string_view name) {
+    if (!line.startsWithNoCase(name) || line.peek(name.size()) != ':') return false;
+    line.skip(name.size() + 1);
+    return true;
+}
+
+// The first entry that the line feeds, or NULL. The line moves on to the value.
+EmlMetaDataEntry* matchEntry(HeaderScan& scan, Cursor& line) {
+    for (int32_t i = 0; i < scan.list.count; ++i) {
+        EmlMetaDataEntry* const entry = eml::metadataEntry(scan.list, i);
+        if (entry == nullptr || entry->name == nullptr) continue;
+        const std::string_view name = entry->name;
+        const bool isPriority = name == "Priority";
+        if (acceptField(line, name) ||
+            (isPriority && scan.priorityAliases &&
+             (acceptField(line, "X-MSMail-Priority") || acceptField(line, "Importance")))) {
+            if (isPriority) scan.priorityAliases = false;
+            return entry;
+        }
+    }
+    return nullptr;
+}
+
+EmlResult appendValueText(EmlContainerContext& context, Cursor text) {
+    const uint8_t* const begin = text.pos;
+    while (!text.atEnd() && !eml::isLineEnd(*text.pos)) text.skip(1);
+    return emlDecodeMetaText(context, begin, static_cast<uint32_t>(text.pos - begin));
+}
+
+// Gathers a value from the line in the buffer, behind its field name, and the lines that continue it. `read`
+// is what the line was; afterwards it is the next line, which stands in the buffer.
+EmlResult gatherValue(EmlContainerContext& context, Cursor line, int32_t& read) {
+    constexpr uint8_t kBlank = ' ';
+    context.decoded.length = 0;
+    line.skipBlanks();
+    EmlResult result = appendValueText(context, line);
+    while (result == EML_OK) {
+        const bool wholeLine = read == 1;
+        read = nextHeaderLine(context);
+        if (read == 0) break;
+        Cursor text = eml::lineText(context);
+        if (wholeLine) {
+            if (!eml::isBlank(text.peek())) break;
+            text.skipBlanks();
+            result = context.decoded.append(eml::allocatorOf(context), &kBlank, 1);
+            if (result != EML_OK) break;
+        }
+        result = appendValueText(context, text);
+    }
+    return result;
+}
+
+// A field whose value is empty leaves its entry alone.
+EmlResult storeGathered(HeaderScan& scan, EmlMetaDataEntry& entry) {
+    const eml::GrowingBuffer& gathered = scan.context.decoded;
+    if (gathered.length == 0) return EML_OK;
+    return eml::storeMetadataValue(entry, scan.allocator, gathered.data, gathered.length);
+}
+
+EmlResult scanFields(HeaderScan& scan) {
+    EmlContainerContext& context = scan.context;
+    context.position = context.headerStart;
+    bool lineBegins = true;
+    int32_t read = nextHeaderLine(context);
+    while (read != 0) {
+        Cursor line = eml::lineText(context);
+        EmlMetaDataEntry* const entry =
+            lineBegins && !eml::isBlank(line.peek()) ? matchEntry(scan, line) : nullptr;
+        if (entry == nullptr) {
+            lineBegins = read == 1;
+            read = nextHeaderLine(context);
+            continue;
+        }
+        if (EmlResult result = gatherValue(context, line, read); result != EML_OK) return result;
+        if (EmlResult result = storeGathered(scan, *entry); result != EML_OK) return result;
+        lineBegins = true;
+    }
+    return EML_OK;
+}
+
+}  // namespace
+
+EmlResult eml2GetMetaData(EmlContainerContext& context, EmlAllocator& allocator, EmlMetaData& list,
+                          uint32_t defaultList) {
+    HeaderScan scan{context, allocator, list, defaultList == 1};
+    context.decoded.length = 0;
+    EmlResult result = context.decoded.reserve(eml::allocatorOf(context), eml::kGrowthUnit);
+    if (result == EML_OK) result = scanFields(scan);
+    context.decoded.release(eml::allocatorOf(context));
+    return result;
+}

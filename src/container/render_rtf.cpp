@@ -1,0 +1,122 @@
+#include <array>
+
+#include "bytes/fixed_text.h"
+#include "container/header_rows.h"
+#include "container/render.h"
+#include "container/row_writer.h"
+#include "container/rtf_body.h"
+#include "container/section_body.h"
+
+namespace eml {
+
+namespace {
+
+struct CodePage {
+    uint16_t ansiCodePage;
+    uint8_t fontCharset;
+};
+
+constexpr CodePage kWestern = {1252, 0};
+
+// By charset id, from 1 on. KEPT: only the four East Asian code pages have a font charset.
+constexpr std::array<CodePage, 13> kCodePages = {{
+    {932, 128},
+    {936, 134},
+    {950, 136},
+    {949, 129},
+    {1250, 0},
+    {1251, 0},
+    kWestern,
+    {1253, 0},
+    {1254, 0},
+    {1255, 0},
+    {1256, 0},
+    {1257, 0},
+    {1258, 0},
+}};
+
+CodePage codePageOf(uint32_t charset) {
+    return charset >= 1 && charset <= kCodePages.size() ? kCodePages[charset - 1] : kWestern;
+}
+
+bool isLeadByte(EmlContainerContext& context, uint8_t byte) {
+    EmlHostServices& services = *context.services;
+    return services.isLeadByte != nullptr && services.isLeadByte(&services, byte, context.charset) != 0;
+}
+
+void writeHex(RowWriter& writer, uint8_t byte) {
+    constexpr char kDigits[] = "0123456789abcdef";
+    const char text[] = {'\\', '\'', kDigits[byte >> 4], kDigits[byte & 0x0F]};
+    writer.append({text, sizeof text});
+}
+
+// Characters of two bytes are written as such, what means something in RTF gets a backslash, and every other
+// byte, those from 0x80 on included, stands as it is.
+void writeEscaped(EmlContainerContext& context, RowWriter& writer, Cursor text) {
+    for (; !text.atEnd(); text.skip(1)) {
+        const uint8_t byte = *text.pos;
+        if (text.left() > 1 && isLeadByte(context, byte)) {
+            writeHex(writer, byte);
+            text.skip(1);
+            writeHex(writer, *text.pos);
+            continue;
+        }
+        if (byte == '\\' || byte == '{' || byte == '}') writer.append("\\");
+        writer.append(text.pos, 1);
+    }
+}
+
+void writeLabel(RowWriter& writer, std::string_view label) {
+    writer.append("\\b ");
+    writer.append(label);
+    writer.append("\\b0 ");
+}
+
+// The group that the preamble opens is closed by the body.
+void writePreamble(const EmlContainerContext& context, RowWriter& writer) {
+    const CodePage page = codePageOf(context.charset);
+    FixedText<128> text;
+    text.append("{\\rtf1\\ansi\\ansicpg").appendDecimal(page.ansiCodePage);
+    text.append("\\deff0 {\\fonttbl{\\f0\\fcharset").appendDecimal(page.fontCharset);
+    text.append(" Arial;}}\\f0\\fs20");
+    writer.append(text.view());
+}
+
+void writeHeaderBlock(EmlContainerContext& context, RowWriter& writer) {
+    writePreamble(context, writer);
+    forEachHeaderRow(context, [&](const HeaderRow& row, const Cursor& value) {
+        writeLabel(writer, row.label);
+        writeEscaped(context, writer, value);
+        writer.append("\\par ");
+    });
+    bool first = true;
+    forEachAttachmentName(context, [&](std::string_view name) {
+        if (first) {
+            writeLabel(writer, kAttachmentsLabel);
+        } else {
+            writer.append(kRichSeparator);
+        }
+        first = false;
+        const auto* bytes = reinterpret_cast<const uint8_t*>(name.data());
+        writeEscaped(context, writer, {bytes, bytes + name.size()});
+    });
+    if (!first) writer.append("\\par ");
+    writer.append("\\par ");
+    writer.flush();
+}
+
+}  // namespace
+
+EmlResult renderRtf(EmlContainerContext& context, const EmlSection& body, EmlIOobj& output) {
+    if (context.extract.bodyOnly == 0) {
+        RowWriter writer(output);
+        writeHeaderBlock(context, writer);
+    }
+    DecodedBody decoded{};
+    const EmlResult result = readDecodedBody(context, body, decoded);
+    if (result == EML_OK) writeRtfBody(allocatorOf(context), decoded.bytes, decoded.length, output);
+    releaseDecodedBody(context, decoded);
+    return result;
+}
+
+}  // namespace eml

@@ -1,0 +1,122 @@
+#include "container/header_rows.h"
+#include "container/render.h"
+#include "container/row_writer.h"
+#include "container/section_body.h"
+#include "host/host_text.h"
+
+namespace eml {
+
+namespace {
+
+constexpr std::string_view kLineEnd = "\r\n";
+
+enum class TextForm : uint8_t { kUnchanged, kConverted, kWide };
+
+struct TextWriter {
+    EmlContainerContext& context;
+    RowWriter& writer;
+    TextForm form;
+};
+
+// KEPT: a conversion needs both charsets, and two that differ.
+TextForm formOf(const EmlContainerContext& context) {
+    const uint32_t target = context.extract.outputCharset;
+    if (target == 0 || context.charset == 0 || target == context.charset) return TextForm::kUnchanged;
+    return target == EML_CHARSET_TEXT_16 ? TextForm::kWide : TextForm::kConverted;
+}
+
+ConvertedText convert(TextWriter& text, const uint8_t* bytes, uint32_t length, TextForm form) {
+    EmlContainerContext& context = text.context;
+    if (form == TextForm::kConverted) {
+        return convertBetween(*context.services, bytes, length, context.charset,
+                              context.extract.outputCharset);
+    }
+    ConvertedText result{};
+    result.bytes = eml2ConvertText(*context.services, bytes, length, context.charset, result.length);
+    return result;
+}
+
+void writeAscii(TextWriter& text, std::string_view ascii) {
+    if (text.form == TextForm::kWide) {
+        text.writer.appendWide(ascii);
+    } else {
+        text.writer.append(ascii);
+    }
+}
+
+// A label, or a separator, and the value behind it. False when a conversion gave nothing: neither is written
+// then.
+bool writePiece(TextWriter& text, std::string_view lead, Cursor value) {
+    const auto length = static_cast<uint32_t>(value.left());
+    if (text.form == TextForm::kUnchanged) {
+        text.writer.append(lead);
+        text.writer.append(value.pos, length);
+        return true;
+    }
+    const ConvertedText converted = convert(text, value.pos, length, text.form);
+    const bool written = converted.length != 0;
+    if (written) {
+        writeAscii(text, lead);
+        text.writer.append(converted.bytes, converted.length);
+        text.context.extract.converted = 1;
+    }
+    freeBlock(allocatorOf(text.context), converted.bytes);
+    return written;
+}
+
+// KEPT: the line end that closes the block is an 8-bit one when no name was written, also in 16-bit text.
+void writeAttachmentNames(TextWriter& text) {
+    bool any = false;
+    forEachAttachmentName(text.context, [&](std::string_view name) {
+        const auto* bytes = reinterpret_cast<const uint8_t*>(name.data());
+        if (writePiece(text, any ? kTextSeparator : kAttachmentsLabel, {bytes, bytes + name.size()}))
+            any = true;
+    });
+    if (!any) {
+        text.writer.append(kLineEnd);
+        return;
+    }
+    writeAscii(text, kLineEnd);
+    writeAscii(text, kLineEnd);
+}
+
+void writeHeaderBlock(TextWriter& text) {
+    forEachHeaderRow(text.context, [&](const HeaderRow& row, const Cursor& value) {
+        const char* const label = text.form == TextForm::kWide ? row.wideLabel : row.label;
+        if (writePiece(text, label, value)) writeAscii(text, kLineEnd);
+    });
+    writeAttachmentNames(text);
+    text.writer.flush();
+}
+
+// KEPT: the body goes through the conversion between charsets whatever the target, 16-bit text included.
+void writeBody(TextWriter& text, const DecodedBody& body) {
+    if (text.form == TextForm::kUnchanged) {
+        text.writer.append(body.bytes, body.length);
+        return;
+    }
+    const ConvertedText converted = convert(text, body.bytes, body.length, TextForm::kConverted);
+    if (converted.length != 0) {
+        text.writer.append(converted.bytes, converted.length);
+        text.context.extract.converted = 1;
+    }
+    text.writer.flush();
+    freeBlock(allocatorOf(text.context), converted.bytes);
+}
+
+}  // namespace
+
+EmlResult renderText(EmlContainerContext& context, const EmlSection* body, EmlIOobj& output) {
+    RowWriter writer(output);
+    TextWriter text{context, writer, formOf(context)};
+    if (context.extract.bodyOnly == 0) writeHeaderBlock(text);
+    if (body == nullptr) return EML_OK;
+    DecodedBody decoded{};
+    const EmlResult result = readDecodedBody(context, *body, decoded);
+    if (result == EML_OK) writeBody(text, decoded);
+    writer.flush();
+    releaseDecodedBody(context, decoded);
+    return result;
+}
+
+}  // namespace eml

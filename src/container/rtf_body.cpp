@@ -1,0 +1,56 @@
+#include "container/rtf_body.h"
+
+#include <algorithm>
+
+#include "bytes/cursor.h"
+#include "container/packed_rtf.h"
+#include "host/host_file.h"
+#include "host/host_memory.h"
+
+namespace eml {
+
+namespace {
+
+// The text of a body goes on in the group of the preamble when there is one: without its own opening brace.
+void writeText(EmlIOobj& output, Cursor text) {
+    if (text.atEnd()) return;
+    const bool behindHeader = output.tell != nullptr && output.tell(&output) > 0;
+    if (behindHeader && text.startsWithNoCase("{\\rtf1")) text.skip(1);
+    writeFile(output, text.pos, static_cast<uint32_t>(text.left()));
+}
+
+void writeUnpacked(EmlAllocator& allocator, const PackedRtf& packed, EmlIOobj& output) {
+    const uint64_t most = unpackedLimit(packed);
+    const ScopedBlock block(allocator, kRtfDictionarySize + most);
+    if (block.bytes() == nullptr) return;
+    const uint64_t length = unpackRtf(packed, block.bytes(), most);
+    const uint8_t* const text = block.bytes() + kRtfDictionarySize;
+    writeText(output, {text, text + length});
+}
+
+}  // namespace
+
+void writeRtfBody(EmlAllocator& allocator, const uint8_t* body, uint32_t length, EmlIOobj& output) {
+    const Cursor whole{body, body + length};
+    // KEPT: a body of 17 bytes or more is taken to carry the header of packed RTF, so that plain RTF loses 16
+    // bytes.
+    if (length <= kPackedRtfHeaderSize) {
+        writeText(output, whole);
+        return;
+    }
+    const PackedRtf packed = readPackedRtfHeader(whole);
+    switch (packed.kind) {
+        case PackedRtfKind::kCompressed:
+            writeUnpacked(allocator, packed, output);
+            return;
+        case PackedRtfKind::kStored: {
+            const uint64_t stored = std::min<uint64_t>(packed.rawSize, packed.content.left());
+            writeText(output, {packed.content.pos, packed.content.pos + stored});
+            return;
+        }
+        case PackedRtfKind::kOther:
+            writeText(output, packed.content);
+    }
+}
+
+}  // namespace eml
