@@ -1,10 +1,11 @@
 /*
  * emlreader: the entry points of the library.
  *
- * A message is one file in the format of RFC 5322 with MIME (RFC 2045 to 2049). The container reader
- * presents it as a small tree of sub-files: the message itself and its attachments. The library never holds
- * the message in memory: it reads it through the host's EmlIOobj, in blocks of at most 4096 bytes, and
- * allocates every byte through the host's EmlAllocator (eml_host.h).
+ * A message is one file in the format of RFC 5322 with MIME (RFC 2045 to 2049). The library answers in two
+ * independent ways. The message filter converts it into a stream of tagged text records, which the host pulls
+ * buffer by buffer. The container reader presents it as a small tree of sub-files: the message itself and its
+ * attachments. Both read it through the host's EmlIOobj, in blocks of at most 4096 bytes, and allocate every
+ * byte through the host's EmlAllocator (eml_host.h).
  *
  * Conventions
  *   1. Order of calls: open, then any number of queries and extractions in any order, then close.
@@ -53,16 +54,169 @@ extern "C" {
 #define EML_EXTRACT_PREFER_RICH \
     4u /* the message as HTML or RTF when it has such a body; no text conversion */
 
+/* Flag bits of emlFillBufferEx. Every other bit is ignored. */
+#define EML_FILL_RESTART 1u   /* begin the conversion anew */
+#define EML_FILL_BODY_ONLY 2u /* neither header fields nor the attachment list, in this call and later ones \
+                               */
+
 /* ------------------------------------------------------------------------------------------------------
- * Entry table
+ * Entry tables. A slot holds the address of a function, cast to void *.
  */
 
 /*
+ * Stores the entry points of the message filter into `table`, in this order: emlInit, emlShutdown,
+ * emlGetSubFileInfo, emlExtractSubFileToIOobj, emlGetFileNumber, emlFillBuffer, emlCharSet.
+ */
+EML_API void emlGetContainerReaderInterface(void* table[7]);
+
+/*
  * Stores the entry points of the container reader into `table`, in this order: emlInit2, emlShutdown2,
- * emlGetContainerInfo2, emlGetSubFileInfo2, emlGetSubFileMetadata2, emlExtractSubFileToIOobj2. Each slot is
- * the address of the function, cast to void *.
+ * emlGetContainerInfo2, emlGetSubFileInfo2, emlGetSubFileMetadata2, emlExtractSubFileToIOobj2.
  */
 EML_API void emlGetContainerReaderInterfaceEx(void* table[6]);
+
+/* ------------------------------------------------------------------------------------------------------
+ * Message filter
+ *
+ * The stream is a sequence of records. Each begins with a tag of one byte and, save for tag 11, goes on with
+ * its whole length in 32 bits, tag and length field included. Integers are stored low byte first, at any
+ * address; "s32" is signed. Measures are twips, 1440 to the inch.
+ *
+ *     tag  length      payload                               written
+ *     0    9 + n       u32 n, n bytes of text                every piece of text
+ *     1    18          s32 1440, s32 0, s32 -1440, u8 0      prologue: paragraph indents
+ *     2    9 + 5n      u32 n, n times u8 0, u32 position     prologue: tab stops
+ *     3    6           u8 0                                  a tab: twice behind a field name, and in the
+ * body 4    9           u32: 0x8001 bold on, 1 bold off       around every field name 11   1           (no
+ * length field)                     never; walkers step over it 13   5 a line break 15   13          u32 0,
+ * u32 12                         the first record of a stream 16   38          u8 2, u32 width and height,
+ * prologue: the page u32 four margins, s32 -1, s32 -1 27   9           u32 charset id prologue, body start,
+ * around encoded words
+ *
+ * Text is in the charset of the last record 27. The prologue (15, 16, 2, 1, 27) is followed by the header
+ * fields, the list of attachment names, record 27, and the body.
+ */
+typedef struct EmlFilterContext EmlFilterContext;
+
+/*
+ * Opens a message through the services' openFile, whose object the context then owns. Gives the context, or
+ * NULL: `fileSpec` gave no object, or the open failed as emlInitEx says; then the object is closed but not
+ * released, and the code is in the services' lastError.
+ */
+EML_API EmlFilterContext* emlInit(void* fileSpec, EmlHostServices* services, uint32_t flags);
+
+/*
+ * Opens a message and scans it once, from its first byte to its last; bytes behind 2^31 - 1 count as absent.
+ *
+ *   io         the message; its open must succeed. close may be missing.
+ *   flags      EML_OPEN_... bits
+ *   reserved1, reserved2   ignored
+ *   result     receives the code of a failure, and is left alone on success; may be NULL
+ *
+ * Gives the context, or NULL with one of these, which is also in the services' lastError:
+ *
+ *   EML_NO_MEMORY, EML_INPUT_NOT_OPENED
+ *   EML_EMPTY_MESSAGE      no byte, or two or more attachments but no part boundary
+ *   EML_OPEN_FAILED        the scan failed without a code (not in lastError)
+ */
+EML_API EmlFilterContext* emlInitEx(EmlIOobj* io, EmlHostServices* services, uint32_t flags,
+                                    uint32_t reserved1, uint32_t reserved2, EmlResult* result);
+
+/* Closes the input and frees all that the context owns, and the context. NULL is ignored. An object that
+ * emlInit opened is closed twice and then released. */
+EML_API void emlShutdown(EmlFilterContext* context);
+
+/* The number of attachments that the scan recorded, the message not counted; -1 for NULL. */
+EML_API int32_t emlGetFileNumber(EmlFilterContext* context);
+
+/* The charset id of the message; an unknown one becomes the default, 7, for good. `extra` receives 0. */
+EML_API uint32_t emlCharSet(EmlFilterContext* context, uint32_t* extra);
+
+/* As emlGetContainerInfo2; charsetExtra is written too. */
+EML_API EmlResult emlGetContainerInfo(EmlFilterContext* context, EmlContainerInfo* info,
+                                      EmlHostRecord* hostRecord);
+
+/*
+ * Gives the next records of the stream, whole ones.
+ *
+ *   buffer, capacity   the host's buffer. 256 bytes or more; smaller ones may never receive a long text.
+ *   size       receives the bytes written, on every return
+ *   progress   in and out: the host passes 0 before the first call of a conversion and then what it got. 0 to
+ * 100, the share of the body that has been converted; 100 is the end.
+ *
+ * The host calls until `progress` is 100 or the result is not EML_OK. Buffers are filled to nine tenths. Text
+ * is cut anywhere in the body; in the header at even lengths. A call between two fills that extracts a
+ * sub-file or gives metadata disturbs the conversion: restart it afterwards (EML_FILL_RESTART).
+ *
+ *   EML_NO_MEMORY, EML_OBJECT_FAILED   the header or the body cannot be read again
+ *   EML_INVALID_ARGUMENT               context or buffer is NULL
+ */
+EML_API EmlResult emlFillBuffer(EmlFilterContext* context, void* buffer, uint32_t* size, uint32_t* progress,
+                                uint32_t capacity);
+
+/*
+ * The same with EML_FILL_... bits. With EML_OPEN_ROOT_FOLDER the message is sub-file 1, and sub-file 0 gives
+ * EML_OK and nothing. Any other sub-file: EML_INVALID_ARGUMENT. EML_ENCRYPTED when the message is encrypted.
+ */
+EML_API EmlResult emlFillBufferEx(EmlFilterContext* context, uint32_t subFile, void* buffer, uint32_t* size,
+                                  uint32_t* progress, uint32_t capacity, uint32_t fillFlags);
+
+/*
+ * A file name for the message, made from its subject, into `name` (14 bytes: up to eight characters, ".mail",
+ * zero), and its date to the services' storeDate with `date`, which is not called without a date that can be
+ * read. The default name, "zteml.mail", is written also with EML_NO_MEMORY and EML_OBJECT_FAILED.
+ *
+ *   EML_INVALID_ARGUMENT   context or `name` is NULL, or a conversion is in progress; nothing is written
+ */
+EML_API EmlResult emlGetMainNameDate(EmlFilterContext* context, char* name, void* date);
+
+/*
+ * Describes an attachment by its index, 0 to emlGetFileNumber - 1, whatever the open flags. EML_OBJECT_FAILED
+ * when there is none. The name is as the message has it: see convention 7.
+ */
+EML_API EmlResult emlGetSubFileInfo(EmlFilterContext* context, uint32_t attachmentIndex,
+                                    EmlAttachmentInfo* info);
+
+/*
+ * Describes a sub-file, numbered as in emlGetSubFileInfo2. The size of the message is that of its file. In
+ * the middle of a conversion the message has its default name and no date.
+ *
+ *   EML_INVALID_ARGUMENT   context, info, host record or its allocator is NULL, or the number is out of range
+ *   EML_OBJECT_FAILED      the attachment or part table is missing
+ *   EML_NO_MEMORY          what was handed over before is in the record
+ */
+EML_API EmlResult emlGetSubFileInfoEx(EmlFilterContext* context, int32_t index, EmlSubFileInfo* info,
+                                      EmlHostRecord* hostRecord);
+
+/*
+ * Gives header values of the message, as emlGetSubFileMetadata2 does, with these differences: the default
+ * list is Bcc, Cc, From, Priority, Sent, Subject, To; a request of another kind than EML_REQUEST_BY_NAME ends
+ * the call with EML_OBJECT_FAILED; a request for "Sent" gives the Date field, one for "Priority" also
+ * X-MSMail-Priority; folded lines are joined without a blank; a field without text has an empty value.
+ */
+EML_API EmlResult emlGetSubFileMetadata(EmlFilterContext* context, int32_t index, int32_t requestCount,
+                                        EmlMetaDataRequest** requests, EmlMetaData* metaData,
+                                        EmlHostRecord* hostRecord);
+
+/*
+ * Extracts an attachment by its index into the object that the services' openFile gives for `target`, which
+ * is closed twice and released. EML_NO_OUTPUT when it gives none; otherwise as below.
+ */
+EML_API EmlResult emlExtractSubFileToIOobj(EmlFilterContext* context, uint32_t attachmentIndex, void* target);
+
+/*
+ * Extracts an attachment, numbered as in emlGetSubFileInfo2, decoded from base64 or quoted-printable. In a
+ * base64 attachment of a text type every carriage return is dropped. `output` is opened, rewound, written and
+ * closed; its size receives the bytes written. An attachment without content leaves it untouched. Two
+ * arguments are ignored; the bit EML_FILL_BODY_ONLY of `options` is kept for later fills.
+ *
+ *   EML_OK                 done; also for the folder "root/", which writes nothing
+ *   EML_INVALID_ARGUMENT   the number is that of the message, or below it
+ *   EML_OBJECT_FAILED      there is no such attachment, or `output` could not be opened, rewound, written or
+ * closed
+ */
+EML_API EmlResult emlExtractSubFileToIOobjEx(EmlFilterContext* context, int32_t index, EmlIOobj* output,
+                                             uint32_t reserved1, uint32_t reserved2, uint32_t options);
 
 /* ------------------------------------------------------------------------------------------------------
  * Container reader

@@ -69,6 +69,12 @@ class Base64Decoder {
         if (endByteSeen) ended_ = true;
     }
 
+    // The data has ended. A group that it does not complete is dropped.
+    template <class Sink>
+    void finish(Sink& /*sink*/) {
+        ended_ = true;
+    }
+
   private:
     // Decodes groups that stand whole, and only of digits, in [pos, end), line ends between them included.
     // Gives the position of the first byte that the state machine has to look at.

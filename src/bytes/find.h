@@ -7,9 +7,11 @@
 
 namespace eml {
 
-// Prepared once for a needle, then used on any number of texts. The needle must outlive the finder.
+// Prepared once for a needle, then used on any number of texts. The needle must outlive the finder. A zeroed
+// finder has an empty needle.
 class SubstringFinder {
   public:
+    SubstringFinder() = default;
     SubstringFinder(const uint8_t* needle, size_t length);
 
     // The first occurrence in [begin, end), or NULL. An empty needle occurs nowhere.

@@ -32,6 +32,16 @@ inline constexpr QuotedPrintableRules kContainerStream{.byteFFEndsInput = true,
 inline constexpr QuotedPrintableRules kContainerBuffer{
     .byteFFEndsInput = true, .dropDecodedCr = true, .joinAfterDecodedBlank = true, .repeatDigitAtEnd = true};
 
+// KEPT: text of the filter joins lines behind "=20" and drops decoded CR, its extraction does neither.
+inline constexpr QuotedPrintableRules kFilterText{.byteFFEndsInput = false,
+                                                  .dropDecodedCr = true,
+                                                  .joinAfterDecodedBlank = true,
+                                                  .repeatDigitAtEnd = false};
+inline constexpr QuotedPrintableRules kFilterExtract{.byteFFEndsInput = false,
+                                                     .dropDecodedCr = false,
+                                                     .joinAfterDecodedBlank = false,
+                                                     .repeatDigitAtEnd = false};
+
 template <QuotedPrintableRules R>
 class QuotedPrintableDecoder {
   public:

@@ -42,7 +42,7 @@ class RowWriter {
 
     EmlIOobj& output_;
     uint32_t fill_ = 0;
-    uint8_t buffer_[4096];
+    uint8_t buffer_[4096] = {};
 };
 
 }  // namespace eml

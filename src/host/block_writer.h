@@ -23,13 +23,18 @@ class BlockWriter {
 
     void flush() {
         if (fill_ != 0) writeFile(output_, block_, fill_);
+        written_ += fill_;
         fill_ = 0;
     }
+
+    // Bytes written so far.
+    [[nodiscard]] uint64_t written() const { return written_; }
 
   private:
     EmlIOobj& output_;
     uint8_t* block_;
     uint32_t fill_ = 0;
+    uint64_t written_ = 0;
 };
 
 }  // namespace eml

@@ -15,6 +15,16 @@ void* slot(Function* function) {
 
 }  // namespace
 
+void fillFilterTable(void* table[7]) {
+    table[0] = slot(&emlInit);
+    table[1] = slot(&emlShutdown);
+    table[2] = slot(&emlGetSubFileInfo);
+    table[3] = slot(&emlExtractSubFileToIOobj);
+    table[4] = slot(&emlGetFileNumber);
+    table[5] = slot(&emlFillBuffer);
+    table[6] = slot(&emlCharSet);
+}
+
 void fillContainerTable(void* table[6]) {
     table[0] = slot(&emlInit2);
     table[1] = slot(&emlShutdown2);

@@ -3,6 +3,7 @@
 
 namespace eml {
 
+void fillFilterTable(void* table[7]);
 void fillContainerTable(void* table[6]);
 
 }  // namespace eml

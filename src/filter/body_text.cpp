@@ -1,0 +1,159 @@
+#include "filter/body_text.h"
+
+#include <algorithm>
+
+#include "bytes/base64.h"
+#include "bytes/quoted_printable.h"
+#include "bytes/text_run.h"
+#include "filter/input_reader.h"
+#include "filter/record_stream.h"
+
+namespace {
+
+using eml::InputRun;
+using eml::Written;
+
+using TextBase64 = eml::Base64Decoder<eml::kFilterBase64>;
+using TextQuotedPrintable = eml::QuotedPrintableDecoder<eml::kFilterText>;
+
+enum class Step : uint8_t { kOn, kFull, kNoMemory };
+
+Step stepOf(Written written) {
+    if (written == Written::kYes) return Step::kOn;
+    return written == Written::kFull ? Step::kFull : Step::kNoMemory;
+}
+
+Step appendToField(EmlFilterContext& context, const uint8_t* bytes, uint32_t count) {
+    return context.fieldBuffer.append(eml::allocatorOf(context), bytes, count) == EML_OK ? Step::kOn
+                                                                                         : Step::kNoMemory;
+}
+
+// Writes the run from readPos up to `end`, in stream mode only as much as there is room for, and moves
+// readPos on.
+Step flushRun(EmlFilterContext& context, bool fieldMode, const uint8_t* end) {
+    auto length = static_cast<uint32_t>(end - context.readPos);
+    if (length == 0) return Step::kOn;
+    if (fieldMode) {
+        if (appendToField(context, context.readPos, length) != Step::kOn) return Step::kNoMemory;
+        context.readPos = end;
+        return Step::kOn;
+    }
+    const uint32_t room = eml::textRoom(context);
+    const bool cut = length > room;
+    length = std::min(length, room);
+    if (length == 0) return Step::kFull;
+    const Step step = stepOf(eml::writeText(context, context.readPos, length));
+    if (step != Step::kOn) return step;
+    context.readPos += length;
+    return cut ? Step::kFull : Step::kOn;
+}
+
+// Treats the byte that ends a run. KEPT: a zero byte is dropped, and so is a tab in field mode; CR LF is one
+// line break only when both are in the buffer.
+Step treatRunEnd(EmlFilterContext& context, bool fieldMode) {
+    const uint8_t byte = *context.readPos;
+    uint32_t length = 1;
+    Step step = Step::kOn;
+    if (eml::isLineEnd(byte)) {
+        constexpr uint8_t kBlank = ' ';
+        if (byte == eml::kCr && context.inputEnd - context.readPos > 1 && context.readPos[1] == eml::kLf)
+            length = 2;
+        step = fieldMode ? appendToField(context, &kBlank, 1) : stepOf(eml::writeLineBreak(context));
+    } else if (byte == '\t' && !fieldMode) {
+        step = stepOf(eml::writeTab(context));
+    }
+    if (step == Step::kOn) context.readPos += length;
+    return step;
+}
+
+Step convertRuns(EmlFilterContext& context, bool fieldMode) {
+    while (context.readPos < context.inputEnd) {
+        if (!fieldMode && eml::isFull(context)) return Step::kFull;
+        const uint8_t* const end = eml::findTextRunEnd(context.readPos, context.inputEnd);
+        // KEPT: a single last byte in front of a zero byte, which stands behind every buffer, is dropped.
+        if (end == context.inputEnd && end - context.readPos == 1 && *end == 0) {
+            context.readPos = end;
+            return Step::kOn;
+        }
+        if (Step step = flushRun(context, fieldMode, end); step != Step::kOn) return step;
+        if (end == context.inputEnd) return Step::kOn;
+        if (!fieldMode && eml::isFull(context)) return Step::kFull;
+        if (Step step = treatRunEnd(context, fieldMode); step != Step::kOn) return step;
+    }
+    return Step::kOn;
+}
+
+// Appends to the decode buffer. Room for the zero byte behind the text is kept.
+class DecodeSink {
+  public:
+    explicit DecodeSink(EmlFilterContext& context) : context_(context) {}
+
+    [[nodiscard]] eml::OutputSpan space() {
+        eml::GrowingBuffer& buffer = context_.decodeBuffer;
+        if (buffer.data == nullptr || buffer.reserve(eml::allocatorOf(context_), 2) != EML_OK) return {};
+        return {buffer.data + buffer.length, buffer.data + buffer.capacity - 1};
+    }
+
+    void commit(const uint8_t* end) {
+        eml::GrowingBuffer& buffer = context_.decodeBuffer;
+        if (buffer.data != nullptr) buffer.length = static_cast<uint32_t>(end - buffer.data);
+    }
+
+  private:
+    EmlFilterContext& context_;
+};
+
+// The decoded bytes become the input.
+uint32_t convertDecoded(EmlFilterContext& context, bool fieldMode) {
+    eml::GrowingBuffer& buffer = context.decodeBuffer;
+    buffer.data[buffer.length] = 0;
+    context.readPos = buffer.data;
+    context.inputEnd = buffer.data + buffer.length;
+    context.messageOffset = 0;
+    context.bodyLength = static_cast<int32_t>(buffer.length);
+    return processEMLplainbody(context, fieldMode);
+}
+
+template <class Decoder>
+EmlResult decodeBody(EmlFilterContext& context, bool fieldMode, Decoder decoder, EmlResult growthFailure) {
+    eml::GrowingBuffer& buffer = context.decodeBuffer;
+    if (context.bufferFull != 0 && buffer.data != nullptr) {
+        return processEMLplainbody(context, fieldMode) != 0 ? EML_OK : EML_OBJECT_FAILED;
+    }
+    buffer.length = 0;
+    if (buffer.reserve(eml::allocatorOf(context), eml::kGrowthUnit) != EML_OK) return EML_OBJECT_FAILED;
+    DecodeSink sink(context);
+    while (!decoder.ended()) {
+        const InputRun run = eml::takeRun(context, context.bodyLength);
+        if (run.begin == run.end) break;
+        decoder.feed(run.begin, run.end, sink);
+    }
+    decoder.finish(sink);
+    if (buffer.data == nullptr) {
+        eml::forgetInput(context);
+        return growthFailure;
+    }
+    return convertDecoded(context, fieldMode) != 0 ? EML_OK : EML_OBJECT_FAILED;
+}
+
+}  // namespace
+
+uint32_t processEMLplainbody(EmlFilterContext& context, bool fieldMode) {
+    const uint8_t* const begin = context.readPos;
+    const Step step = convertRuns(context, fieldMode);
+    context.messageOffset += static_cast<int32_t>(context.readPos - begin);
+    if (step == Step::kFull) {
+        context.bufferFull = 1;
+        context.stagingPending = 1;
+    }
+    return step != Step::kNoMemory ? 1 : 0;
+}
+
+EmlResult processEMLqpbody(EmlFilterContext& context, bool fieldMode) {
+    // KEPT: "_" is a blank in whole bodies too, not only in encoded words.
+    return decodeBody(context, fieldMode, TextQuotedPrintable(true), EML_OBJECT_FAILED);
+}
+
+EmlResult processEMLbase64body(EmlFilterContext& context, bool fieldMode) {
+    return decodeBody(context, fieldMode, TextBase64(true), EML_NO_MEMORY);
+}

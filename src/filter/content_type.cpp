@@ -1,0 +1,247 @@
+#include "filter/content_type.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "bytes/cursor.h"
+#include "filter/boundary_text.h"
+#include "filter/content_type_value.h"
+#include "filter/embedded_name.h"
+#include "filter/field_value.h"
+#include "filter/header_fields.h"
+
+namespace eml {
+
+namespace {
+
+struct MultipartType {
+    char literal[24];
+    bool inScan;  // taken for a multipart type by the open scan
+    bool mayReplaceInScan;
+    bool mayReplaceInBody;
+};
+
+// KEPT: the open scan takes multipart/related for an ordinary type.
+constexpr MultipartType kMultipartTypes[] = {
+    {"multipart/mixed", true, false, false},  // replaces in the scan of a signed message
+    {"multipart/alternative", true, false, true}, {"multipart/related", false, false, true},
+    {"multipart/report", true, false, false},     {"multipart/signed", true, false, false},
+    {"multipart/appledouble", true, true, false},
+};
+
+// What one call of decodeContentType knows. KEPT: it belongs to one input buffer: a header that goes on in
+// the next one begins anew there.
+struct HeaderBlock {
+    EmlFilterContext& context;
+    Cursor text;
+    bool scanMode;
+    bool typeSeen;
+    bool encodingSeen;
+    bool dispositionSeen;
+    bool isAttachment;
+    bool suppressed;  // a signature: no attachment
+    char fileName[kFileNameSize];
+};
+
+// A keyword counts only when it ends before the last byte of the buffer.
+bool acceptKeyword(Cursor& text, std::string_view keyword) {
+    return keyword.size() < text.left() && text.acceptNoCase(keyword);
+}
+
+void skipSemicolonsAndBlanks(Cursor& text) {
+    while (text.peek() == ';' || isBlank(text.peek())) text.skip(1);
+}
+
+// Moves to the first parameter behind a token, on the same line or on the next one. KEPT: no other parameter
+// is examined.
+void skipToFirstParameter(Cursor& text) {
+    skipSemicolonsAndBlanks(text);
+    skipLineEnd(text);
+    text.skipBlanks();
+}
+
+void copyName(HeaderBlock& block, Cursor value, bool quoted) {
+    const auto ends = [quoted](uint8_t byte) { return isLineEnd(byte) || byte == (quoted ? '"' : ';'); };
+    size_t length = 0;
+    for (; !value.atEnd() && !ends(*value.pos) && length + 1 < kFileNameSize; value.skip(1)) {
+        block.fileName[length++] = static_cast<char>(*value.pos);
+    }
+    std::memset(block.fileName + length, 0, kFileNameSize - length);
+}
+
+// "name=", when no name is held yet.
+void takeTypeName(HeaderBlock& block, Cursor text) {
+    skipToFirstParameter(text);
+    if (block.fileName[0] != '\0' || !acceptKeyword(text, "name=")) return;
+    const bool quoted = text.accept('"');
+    copyName(block, text, quoted);
+}
+
+void takeDisposition(HeaderBlock& block, Cursor value) {
+    block.dispositionSeen = true;
+    value.skipBlanks();
+    if (!acceptKeyword(value, "attachment") && !acceptKeyword(value, "inline")) return;
+    skipToFirstParameter(value);
+    if (!acceptKeyword(value, "filename=")) return;
+    const uint8_t* const begin = value.pos;
+    while (value.accept('"')) {
+    }
+    copyName(block, value, value.pos != begin);
+    block.isAttachment = true;
+}
+
+// The charset of a text: its place is looked for behind the type, and on the line behind that.
+void takeTextCharset(HeaderBlock& block, Cursor text) {
+    skipSemicolonsAndBlanks(text);
+    bool found = findCharsetPlace(text);
+    if (!found) {
+        while (!text.atEnd() && isLineEnd(*text.pos)) text.skip(1);
+        found = findCharsetPlace(text);
+    }
+    if (found) takeCharset(block.context, text, true);
+}
+
+bool replacesBoundary(const HeaderBlock& block, const MultipartType& type) {
+    if (!block.scanMode) return type.mayReplaceInBody;
+    const bool isMixed = &type == &kMultipartTypes[0];
+    return type.mayReplaceInScan || (isMixed && block.context.signedMessage != 0);
+}
+
+EmlResult takeMultipart(HeaderBlock& block, const MultipartType& type, Cursor parameters) {
+    EmlFilterContext& context = block.context;
+    std::memset(context.contentType, 0, sizeof context.contentType);
+    std::memcpy(context.contentType, type.literal, std::strlen(type.literal));
+    if (std::strcmp(type.literal, "multipart/signed") == 0) context.signedMessage = 1;
+    return takeBoundary(context, parameters, replacesBoundary(block, type));
+}
+
+bool typeBeginsWith(const EmlFilterContext& context, std::string_view prefix) {
+    return equalNoCase(reinterpret_cast<const uint8_t*>(context.contentType), prefix.data(), prefix.size());
+}
+
+bool typeIs(const EmlFilterContext& context, std::string_view type) {
+    return std::strlen(context.contentType) == type.size() && typeBeginsWith(context, type);
+}
+
+// A type that is neither multipart nor message.
+void takeOtherType(HeaderBlock& block, Cursor value) {
+    EmlFilterContext& context = block.context;
+    takeTypeToken(value, context.contentType);
+    if (typeIs(context, "application/pkcs7-mime") && context.headerLength == 0) {
+        context.encrypted = 1;
+    } else if (typeIs(context, "application/pkcs7-signature") ||
+               typeIs(context, "application/x-pkcs7-signature")) {
+        block.suppressed = true;
+    } else if (typeBeginsWith(context, "application") || typeBeginsWith(context, "audio") ||
+               typeBeginsWith(context, "image") || typeBeginsWith(context, "video")) {
+        takeTypeName(block, value);
+        if (block.fileName[0] != '\0' || typeBeginsWith(context, "application/applefile"))
+            block.isAttachment = true;
+    } else {
+        takeTextCharset(block, value);
+    }
+}
+
+void takeEmbeddedMessage(HeaderBlock& block, Cursor parameters) {
+    constexpr std::string_view kType = "message/rfc822";
+    EmlFilterContext& context = block.context;
+    std::memset(context.contentType, 0, sizeof context.contentType);
+    std::memcpy(context.contentType, kType.data(), kType.size());
+    takeTypeName(block, parameters);
+    if (block.fileName[0] == '\0') makeSubjectName(parameters, context.attachmentCount, block.fileName);
+    block.isAttachment = true;
+}
+
+EmlResult takeContentType(HeaderBlock& block, Cursor value) {
+    block.typeSeen = true;
+    block.context.mimeIndicator += 2;
+    value.skipBlanks();
+    for (const MultipartType& type : kMultipartTypes) {
+        Cursor parameters = value;
+        if ((type.inScan || !block.scanMode) && acceptKeyword(parameters, type.literal)) {
+            return takeMultipart(block, type, parameters);
+        }
+    }
+    if (acceptKeyword(value, "message/delivery-status")) {
+        // KEPT: the content type stays what it was.
+        makeReportName(block.context.attachmentCount, block.fileName);
+        block.isAttachment = true;
+    } else if (acceptKeyword(value, "message/rfc822")) {
+        takeEmbeddedMessage(block, value);
+    } else {
+        takeOtherType(block, value);
+    }
+    return EML_OK;
+}
+
+EmlResult readLine(HeaderBlock& block) {
+    EmlFilterContext& context = block.context;
+    Cursor line = block.text;
+    if (acceptKeyword(line, "Mime-Version:")) {
+        context.mimeIndicator = 1;
+    } else if (!block.typeSeen && acceptKeyword(line, "Content-Type:")) {
+        return takeContentType(block, line);
+    } else if (!block.encodingSeen && acceptKeyword(line, "Content-Transfer-Encoding:")) {
+        block.encodingSeen = true;
+        context.transferEncoding = encodingOfValue(line);
+    } else if (!block.dispositionSeen && acceptKeyword(line, "Content-Disposition:")) {
+        takeDisposition(block, line);
+    }
+    return EML_OK;
+}
+
+void nextLine(Cursor& text) {
+    while (!text.atEnd() && !isLineEnd(*text.pos)) text.skip(1);
+    skipLineEnd(text);
+}
+
+uint32_t offsetOf(const HeaderBlock& block) {
+    const auto inBuffer = static_cast<int32_t>(block.text.pos - block.context.input);
+    return static_cast<uint32_t>(block.context.messageOffset + inBuffer);
+}
+
+// Reads lines up to the empty one and behind it, or to the end of the buffer. In a part whose three fields
+// have all been seen the other lines are passed unread.
+EmlResult readLines(HeaderBlock& block) {
+    EmlFilterContext& context = block.context;
+    do {
+        if (EmlResult result = readLine(block); result != EML_OK) return result;
+        nextLine(block.text);
+        if (block.typeSeen && block.encodingSeen && block.dispositionSeen && context.headerLength != 0) {
+            while (!block.text.atEnd() && *block.text.pos != context.lineEnd[0]) nextLine(block.text);
+        }
+    } while (!block.text.atEnd() && !isLineEnd(*block.text.pos));
+    if (block.text.atEnd()) return EML_OK;
+    if (context.headerLength == 0) context.headerLength = static_cast<int32_t>(offsetOf(block));
+    skipLineEnd(block.text);
+    return EML_OK;
+}
+
+EmlResult recordAttachment(const HeaderBlock& block) {
+    EmlFilterContext& context = block.context;
+    if (!block.scanMode || !block.isAttachment || block.suppressed) return EML_OK;
+    if (checkAttachments(context) == 0) return EML_NO_MEMORY;
+    EmlAttachment& attachment = context.attachments[context.attachmentCount++];
+    attachment.offset = offsetOf(block);
+    attachment.size = -1;
+    attachment.encoding = context.transferEncoding;
+    std::memcpy(attachment.contentType, context.contentType, sizeof attachment.contentType);
+    std::memcpy(attachment.fileName, block.fileName, sizeof attachment.fileName);
+    attachment.partIndex = static_cast<uint32_t>(context.partCount);
+    return EML_OK;
+}
+
+}  // namespace
+
+}  // namespace eml
+
+uint32_t decodeContentType(EmlFilterContext& context, const uint8_t*& position, bool scanMode) {
+    eml::HeaderBlock block{context, {position, context.inputEnd}, scanMode, false, false, false, false, false,
+                           {}};
+    context.transferEncoding = eml::kEncodingNone;
+    EmlResult result = eml::readLines(block);
+    position = block.text.pos;
+    if (result == EML_OK) result = eml::recordAttachment(block);
+    if (result != EML_OK) context.services->lastError = result;
+    return result == EML_OK ? 1 : 0;
+}
