@@ -7,10 +7,10 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstring>
 
 #include "bytes/ascii.h"
+#include "bytes/decode_kernels.h"
 #include "bytes/decode_tables.h"
 #include "bytes/sink.h"
 
@@ -25,30 +25,12 @@ struct Base64Rules {
 inline constexpr Base64Rules kContainerBase64{.byteFFEndsInput = true};
 inline constexpr Base64Rules kFilterBase64{.byteFFEndsInput = false};
 
-// The value of each digit, shifted to where it stands in a group's three bytes (first byte lowest), per place
-// in the group. Whole groups decode with four look-ups.
-inline constexpr uint32_t kInvalidGroup = 0x80000000;
-
-constexpr std::array<std::array<uint32_t, 256>, 4> makeGroupTables() {
-    std::array<std::array<uint32_t, 256>, 4> tables{};
-    for (size_t byte = 0; byte < 256; ++byte) {
-        const uint32_t value = kBase64Table[byte];
-        const bool valid = value != kInvalidDigit;
-        tables[0][byte] = valid ? value << 2 : kInvalidGroup;
-        tables[1][byte] = valid ? (value >> 4) | ((value & 0x0F) << 12) : kInvalidGroup;
-        tables[2][byte] = valid ? ((value >> 2) << 8) | ((value & 0x03) << 22) : kInvalidGroup;
-        tables[3][byte] = valid ? value << 16 : kInvalidGroup;
-    }
-    return tables;
-}
-
-inline constexpr std::array<std::array<uint32_t, 256>, 4> kGroupTables = makeGroupTables();
-
 template <Base64Rules R>
 class Base64Decoder {
   public:
     // With `dropCr` every decoded CR is left out.
-    explicit Base64Decoder(bool dropCr) : dropCr_(dropCr) {}
+    explicit Base64Decoder(bool dropCr, const DecodeKernels& kernels = kPlainKernels)
+        : kernels_(kernels), dropCr_(dropCr) {}
 
     // True when nothing that follows can be decoded: the data has ended, or the sink has failed.
     [[nodiscard]] bool ended() const { return ended_; }
@@ -86,34 +68,12 @@ class Base64Decoder {
             const size_t groups =
                 std::min(static_cast<size_t>(end - pos), static_cast<size_t>(space.end - out)) / 4;
             const uint8_t* const start = pos;
-            pos = decodeGroups(pos, groups, out);
-            if (pos < end && isLineEnd(*pos)) {
-                ++pos;
-            } else if (pos == start) {
-                break;
-            }
+            pos = kernels_.base64Groups(pos, groups, out);
+            while (pos < end && isLineEnd(*pos)) ++pos;
+            if (pos == start) break;
         }
         if (dropCr_) out = std::remove(space.begin, out, kCr);
         sink.commit(out);
-        return pos;
-    }
-
-    // At most `groups` groups; `out` has room for four bytes a group.
-    static const uint8_t* decodeGroups(const uint8_t* pos, size_t groups, uint8_t*& out) {
-        for (; groups != 0; --groups) {
-            const uint32_t group = kGroupTables[0][pos[0]] | kGroupTables[1][pos[1]] |
-                                   kGroupTables[2][pos[2]] | kGroupTables[3][pos[3]];
-            if ((group & kInvalidGroup) != 0) break;
-            if constexpr (std::endian::native == std::endian::little) {
-                std::memcpy(out, &group, sizeof group);
-            } else {
-                out[0] = static_cast<uint8_t>(group);
-                out[1] = static_cast<uint8_t>(group >> 8);
-                out[2] = static_cast<uint8_t>(group >> 16);
-            }
-            out += 3;
-            pos += 4;
-        }
         return pos;
     }
 
@@ -152,6 +112,7 @@ class Base64Decoder {
         if (!ended_ && !putByte(sink, byte)) ended_ = true;
     }
 
+    const DecodeKernels& kernels_;
     std::array<uint8_t, 4> group_{};
     uint32_t have_ = 0;  // characters of the group so far
     bool padded_ = false;

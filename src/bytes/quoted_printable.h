@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "bytes/ascii.h"
+#include "bytes/decode_kernels.h"
 #include "bytes/decode_tables.h"
 #include "bytes/sink.h"
 
@@ -46,7 +47,8 @@ template <QuotedPrintableRules R>
 class QuotedPrintableDecoder {
   public:
     // With `underscoreIsSpace` an "_" that stands in the text is a blank.
-    explicit QuotedPrintableDecoder(bool underscoreIsSpace) : underscoreIsSpace_(underscoreIsSpace) {}
+    explicit QuotedPrintableDecoder(bool underscoreIsSpace, const DecodeKernels& kernels = kPlainKernels)
+        : kernels_(kernels), underscoreIsSpace_(underscoreIsSpace) {}
 
     // True when nothing that follows can be decoded: the data has ended, or the sink has failed.
     [[nodiscard]] bool ended() const { return ended_; }
@@ -114,7 +116,7 @@ class QuotedPrintableDecoder {
         return end;
     }
 
-    // Copies up to the next "=", which is used as well.
+    // Copies up to the next "=" that is not a plain escape or a soft line break; it is used as well.
     template <class Sink>
     const uint8_t* copyText(const uint8_t* pos, const uint8_t* end, Sink& sink) {
         const OutputSpan space = sink.space();
@@ -122,48 +124,49 @@ class QuotedPrintableDecoder {
             ended_ = true;
             return end;
         }
-        const size_t most = std::min(static_cast<size_t>(end - pos), space.size());
-        const uint8_t* const stop = pos + most;
+        const uint8_t* const stop = pos + std::min(static_cast<size_t>(end - pos), space.size());
         uint8_t* out = space.begin;
-        while (pos < stop) {
-            while (static_cast<size_t>(stop - pos) >= kWide && copyWide(pos, out)) {
-                pos += kWide;
-                out += kWide;
+        bool passed = true;
+        while (passed && pos < stop) {
+            if (*pos != '=') {
+                pos = kernels_.copyUntil(pos, stop, '=', underscoreIsSpace_ ? '_' : '=', out);
+                if (pos == stop) break;
             }
-            const uint8_t* const pieceEnd = pos + std::min(static_cast<size_t>(stop - pos), kWide);
-            while (pos < pieceEnd && *pos != '=') {
-                *out++ = underscoreIsSpace_ && *pos == '_' ? uint8_t{' '} : *pos;
-                ++pos;
-            }
-            if (pos < pieceEnd) break;
+            passed = passStop(pos, stop, out);
         }
         sink.commit(out);
-        if (pos < stop) {
-            state_ = State::kEquals;
+        if (pos == stop) return pos;
+        state_ = State::kEquals;
+        return pos + 1;
+    }
+
+    // Passes an underscore, a soft line break, or an escape whose byte no rule touches. False when the state
+    // machine has to look at it.
+    bool passStop(const uint8_t*& pos, const uint8_t* stop, uint8_t*& out) const {
+        if (*pos == '_') {
+            *out++ = ' ';
             ++pos;
+            return true;
         }
-        return pos;
+        if (stop - pos < 3) return false;
+        if (isLineEnd(pos[1])) {
+            pos += pos[1] == kCr && pos[2] == kLf ? 3 : 2;
+            return true;
+        }
+        const uint8_t byte = decoded(kHexTable[pos[1]], kHexTable[pos[2]]);
+        if ((R.dropDecodedCr && byte == kCr) || (R.joinAfterDecodedBlank && byte == ' ')) return false;
+        *out++ = byte;
+        pos += 3;
+        return true;
     }
 
-    static constexpr size_t kWide = 8;
-
-    // Copies eight bytes; false when a rule touches one of them.
-    bool copyWide(const uint8_t* pos, uint8_t* out) const {
-        uint64_t bytes = 0;
-        std::memcpy(&bytes, pos, kWide);
-        std::memcpy(out, &bytes, kWide);
-        return !hasByte(bytes, '=') && !(underscoreIsSpace_ && hasByte(bytes, '_'));
-    }
-
-    static bool hasByte(uint64_t bytes, uint8_t byte) {
-        constexpr uint64_t kOnes = 0x0101010101010101;
-        const uint64_t difference = bytes ^ (kOnes * byte);
-        return ((difference - kOnes) & ~difference & (kOnes << 7)) != 0;
+    static uint8_t decoded(uint8_t high, uint8_t low) {
+        return static_cast<uint8_t>((high << 4 | low) & 0xFF);
     }
 
     template <class Sink>
     void putDecoded(uint8_t high, uint8_t low, Sink& sink) {
-        const auto byte = static_cast<uint8_t>((high << 4 | low) & 0xFF);
+        const uint8_t byte = decoded(high, low);
         if (R.dropDecodedCr && byte == kCr) return;
         put(byte, sink);
         if (R.joinAfterDecodedBlank && byte == ' ') state_ = State::kBlank;
@@ -181,6 +184,7 @@ class QuotedPrintableDecoder {
         if (!putByte(sink, byte)) ended_ = true;
     }
 
+    const DecodeKernels& kernels_;
     State state_ = State::kText;
     uint8_t digit_ = 0;
     bool underscoreIsSpace_;

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "bytes/decode_kernels.h"
 #include "host/growing_buffer.h"
 
 // What a Content-Type says a section is. The multipart classes are those that take a boundary.
@@ -100,6 +101,7 @@ struct EmlContainerContext {
     char mainName[kMainNameSize];
     uint32_t mainDate[2];
     EmlExtractOptions extract;
+    const eml::DecodeKernels* kernels;
     uint32_t debug;  // nothing sets it: emlDebugSections after each scan
 };
 

@@ -62,7 +62,7 @@ EmlResult eml2DecodeBASE64(EmlContainerContext& context, const EmlSection& secti
                            EmlIOobj& output) {
     uint8_t block[eml::kOutputBlockSize];
     BlockWriter writer(output, block);
-    StreamBase64 decoder(textMode != 0);
+    StreamBase64 decoder(textMode != 0, *context.kernels);
     const EmlResult result = streamBody(context, section, decoder, writer);
     writer.flush();
     return result;
@@ -71,7 +71,7 @@ EmlResult eml2DecodeBASE64(EmlContainerContext& context, const EmlSection& secti
 EmlResult eml2DecodeQP(EmlContainerContext& context, const EmlSection& section, EmlIOobj& output) {
     uint8_t block[eml::kOutputBlockSize];
     BlockWriter writer(output, block);
-    StreamQuotedPrintable decoder(false);
+    StreamQuotedPrintable decoder(false, *context.kernels);
     const EmlResult result = streamBody(context, section, decoder, writer);
     decoder.finish(writer);
     writer.flush();
@@ -80,7 +80,7 @@ EmlResult eml2DecodeQP(EmlContainerContext& context, const EmlSection& section, 
 
 EmlResult eml2DecodeBASE64Buffer(EmlContainerContext& context, const uint8_t* begin, const uint8_t* end) {
     DecodedTextSink sink(context);
-    StreamBase64 decoder(true);
+    StreamBase64 decoder(true, *context.kernels);
     decoder.feed(begin, end, sink);
     return sink.result();
 }
@@ -88,7 +88,7 @@ EmlResult eml2DecodeBASE64Buffer(EmlContainerContext& context, const uint8_t* be
 EmlResult eml2DecodeQPBuffer(EmlContainerContext& context, const uint8_t* begin, const uint8_t* end,
                              uint32_t underscoreIsSpace) {
     DecodedTextSink sink(context);
-    BufferQuotedPrintable decoder(underscoreIsSpace != 0);
+    BufferQuotedPrintable decoder(underscoreIsSpace != 0, *context.kernels);
     decoder.feed(begin, end, sink);
     decoder.finish(sink);
     return sink.result();

@@ -4,7 +4,6 @@
 
 #include "bytes/base64.h"
 #include "bytes/quoted_printable.h"
-#include "bytes/text_run.h"
 #include "filter/input_reader.h"
 #include "filter/record_stream.h"
 
@@ -69,7 +68,7 @@ Step treatRunEnd(EmlFilterContext& context, bool fieldMode) {
 Step convertRuns(EmlFilterContext& context, bool fieldMode) {
     while (context.readPos < context.inputEnd) {
         if (!fieldMode && eml::isFull(context)) return Step::kFull;
-        const uint8_t* const end = eml::findTextRunEnd(context.readPos, context.inputEnd);
+        const uint8_t* const end = context.kernels->findTextRunEnd(context.readPos, context.inputEnd);
         // KEPT: a single last byte in front of a zero byte, which stands behind every buffer, is dropped.
         if (end == context.inputEnd && end - context.readPos == 1 && *end == 0) {
             context.readPos = end;
@@ -151,9 +150,9 @@ uint32_t processEMLplainbody(EmlFilterContext& context, bool fieldMode) {
 
 EmlResult processEMLqpbody(EmlFilterContext& context, bool fieldMode) {
     // KEPT: "_" is a blank in whole bodies too, not only in encoded words.
-    return decodeBody(context, fieldMode, TextQuotedPrintable(true), EML_OBJECT_FAILED);
+    return decodeBody(context, fieldMode, TextQuotedPrintable(true, *context.kernels), EML_OBJECT_FAILED);
 }
 
 EmlResult processEMLbase64body(EmlFilterContext& context, bool fieldMode) {
-    return decodeBody(context, fieldMode, TextBase64(true), EML_NO_MEMORY);
+    return decodeBody(context, fieldMode, TextBase64(true, *context.kernels), EML_NO_MEMORY);
 }

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "bytes/decode_kernels.h"
 #include "bytes/find.h"
 #include "host/growing_buffer.h"
 
@@ -81,6 +82,7 @@ struct EmlFilterContext {
     char* boundary;          // "--" and the value
     int32_t boundaryLength;  // the two dashes included
     eml::SubstringFinder boundaryFinder;
+    const eml::DecodeKernels* kernels;
     EmlBodyPart* parts;
     int32_t partCount;
     int32_t partCapacity;

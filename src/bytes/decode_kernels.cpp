@@ -1,0 +1,134 @@
+#include "bytes/decode_kernels.h"
+
+#include <array>
+#include <bit>
+#include <cstring>
+
+#include "bytes/decode_tables.h"
+#include "bytes/text_run.h"
+
+#if defined(__x86_64__) || defined(__i386__)
+#include <cpuid.h>
+#endif
+
+namespace eml {
+
+namespace {
+
+constexpr uint64_t kOnes = 0x0101010101010101;
+constexpr uint64_t kHighBits = kOnes << 7;
+constexpr size_t kWide = sizeof(uint64_t);
+
+// The value of each digit, shifted to where it stands in a group's three bytes (first byte lowest), per place
+// in the group. Whole groups decode with four look-ups.
+constexpr uint32_t kInvalidGroup = 0x80000000;
+
+using GroupTables = std::array<std::array<uint32_t, 256>, 4>;
+
+constexpr GroupTables makeGroupTables() {
+    GroupTables tables{};
+    for (size_t byte = 0; byte < 256; ++byte) {
+        const uint32_t value = kBase64Table[byte];
+        const bool valid = value != kInvalidDigit;
+        tables[0][byte] = valid ? value << 2 : kInvalidGroup;
+        tables[1][byte] = valid ? (value >> 4) | ((value & 0x0F) << 12) : kInvalidGroup;
+        tables[2][byte] = valid ? ((value >> 2) << 8) | ((value & 0x03) << 22) : kInvalidGroup;
+        tables[3][byte] = valid ? value << 16 : kInvalidGroup;
+    }
+    return tables;
+}
+
+constexpr GroupTables kGroupTables = makeGroupTables();
+
+const uint8_t* base64Groups(const uint8_t* pos, size_t groups, uint8_t*& out) {
+    for (; groups != 0; --groups) {
+        const uint32_t group = kGroupTables[0][pos[0]] | kGroupTables[1][pos[1]] | kGroupTables[2][pos[2]] |
+                               kGroupTables[3][pos[3]];
+        if ((group & kInvalidGroup) != 0) break;
+        if constexpr (std::endian::native == std::endian::little) {
+            std::memcpy(out, &group, sizeof group);
+        } else {
+            for (int i = 0; i < 3; ++i) out[i] = static_cast<uint8_t>(group >> (8 * i));
+        }
+        out += 3;
+        pos += 4;
+    }
+    return pos;
+}
+
+uint64_t loadWide(const uint8_t* pos) {
+    uint64_t bytes = 0;
+    std::memcpy(&bytes, pos, kWide);
+    return bytes;
+}
+
+bool hasByte(uint64_t bytes, uint8_t byte) {
+    const uint64_t difference = bytes ^ (kOnes * byte);
+    return ((difference - kOnes) & ~difference & kHighBits) != 0;
+}
+
+const uint8_t* copyUntil(const uint8_t* pos, const uint8_t* end, uint8_t stop1, uint8_t stop2,
+                         uint8_t*& out) {
+    while (static_cast<size_t>(end - pos) >= kWide) {
+        const uint64_t bytes = loadWide(pos);
+        std::memcpy(out, &bytes, kWide);
+        if (hasByte(bytes, stop1) || hasByte(bytes, stop2)) break;
+        pos += kWide;
+        out += kWide;
+    }
+    while (pos < end && *pos != stop1 && *pos != stop2) *out++ = *pos++;
+    return pos;
+}
+
+#if defined(__x86_64__) || defined(__i386__)
+
+constexpr uint32_t kYmmState = 0x06;  // what the system must save for 256-bit registers, and for 512-bit ones
+constexpr uint32_t kZmmState = 0xE6;
+
+// The register state that the system saves; 0 when it does not say.
+uint32_t savedState() {
+    uint32_t a = 0;
+    uint32_t b = 0;
+    uint32_t c = 0;
+    uint32_t d = 0;
+    if (__get_cpuid(1, &a, &b, &c, &d) == 0 || (c & bit_OSXSAVE) == 0) return 0;
+    uint32_t low = 0;
+    uint32_t high = 0;
+    __asm__("xgetbv" : "=a"(low), "=d"(high) : "c"(0));
+    return low;
+}
+
+KernelLevel levelOfProcessor() {
+    uint32_t a = 0;
+    uint32_t b = 0;
+    uint32_t c = 0;
+    uint32_t d = 0;
+    const uint32_t state = savedState();
+    if ((state & kYmmState) != kYmmState || __get_cpuid_count(7, 0, &a, &b, &c, &d) == 0 ||
+        (b & bit_AVX2) == 0) {
+        return KernelLevel::kPlain;
+    }
+    constexpr uint32_t kWords = bit_AVX512F | bit_AVX512BW;
+    const bool avx512 =
+        (state & kZmmState) == kZmmState && (b & kWords) == kWords && (c & bit_AVX512VBMI) != 0;
+    return avx512 ? KernelLevel::kAvx512 : KernelLevel::kAvx2;
+}
+
+#endif
+
+}  // namespace
+
+const DecodeKernels kPlainKernels = {base64Groups, copyUntil, findTextRunEnd};
+
+const DecodeKernels& chooseKernels(KernelLevel most) {
+#if defined(__x86_64__) || defined(__i386__)
+    const KernelLevel processor = levelOfProcessor();
+    const KernelLevel level = most < processor ? most : processor;
+    if (level == KernelLevel::kAvx512) return kAvx512Kernels;
+    if (level == KernelLevel::kAvx2) return kAvx2Kernels;
+#endif
+    (void)most;
+    return kPlainKernels;
+}
+
+}  // namespace eml
