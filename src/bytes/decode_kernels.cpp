@@ -62,9 +62,11 @@ uint64_t loadWide(const uint8_t* pos) {
     return bytes;
 }
 
-bool hasByte(uint64_t bytes, uint8_t byte) {
+// The high bit of every byte that equals `byte`; the lowest that is set is right, those above it may be too
+// many.
+uint64_t matches(uint64_t bytes, uint8_t byte) {
     const uint64_t difference = bytes ^ (kOnes * byte);
-    return ((difference - kOnes) & ~difference & kHighBits) != 0;
+    return (difference - kOnes) & ~difference & kHighBits;
 }
 
 const uint8_t* copyUntil(const uint8_t* pos, const uint8_t* end, uint8_t stop1, uint8_t stop2,
@@ -72,7 +74,13 @@ const uint8_t* copyUntil(const uint8_t* pos, const uint8_t* end, uint8_t stop1, 
     while (static_cast<size_t>(end - pos) >= kWide) {
         const uint64_t bytes = loadWide(pos);
         std::memcpy(out, &bytes, kWide);
-        if (hasByte(bytes, stop1) || hasByte(bytes, stop2)) break;
+        const uint64_t stops = matches(bytes, stop1) | matches(bytes, stop2);
+        if (stops != 0) {
+            if constexpr (std::endian::native != std::endian::little) break;
+            const auto count = static_cast<size_t>(std::countr_zero(stops)) / 8;
+            out += count;
+            return pos + count;
+        }
         pos += kWide;
         out += kWide;
     }
