@@ -90,36 +90,17 @@ const uint8_t* copyUntil(const uint8_t* pos, const uint8_t* end, uint8_t stop1, 
 
 #if defined(__x86_64__) || defined(__i386__)
 
-constexpr uint32_t kYmmState = 0x06;  // what the system must save for 256-bit registers, and for 512-bit ones
-constexpr uint32_t kZmmState = 0xE6;
-
-// The register state that the system saves; 0 when it does not say.
-uint32_t savedState() {
+// Whether the processor has 256-bit integer instructions, and the system saves their registers.
+bool hasAvx2() {
+    constexpr uint32_t kYmmState = 6;
     uint32_t a = 0;
     uint32_t b = 0;
     uint32_t c = 0;
     uint32_t d = 0;
-    if (__get_cpuid(1, &a, &b, &c, &d) == 0 || (c & bit_OSXSAVE) == 0) return 0;
-    uint32_t low = 0;
-    uint32_t high = 0;
-    __asm__("xgetbv" : "=a"(low), "=d"(high) : "c"(0));
-    return low;
-}
-
-KernelLevel levelOfProcessor() {
-    uint32_t a = 0;
-    uint32_t b = 0;
-    uint32_t c = 0;
-    uint32_t d = 0;
-    const uint32_t state = savedState();
-    if ((state & kYmmState) != kYmmState || __get_cpuid_count(7, 0, &a, &b, &c, &d) == 0 ||
-        (b & bit_AVX2) == 0) {
-        return KernelLevel::kPlain;
-    }
-    constexpr uint32_t kWords = bit_AVX512F | bit_AVX512BW;
-    const bool avx512 =
-        (state & kZmmState) == kZmmState && (b & kWords) == kWords && (c & bit_AVX512VBMI) != 0;
-    return avx512 ? KernelLevel::kAvx512 : KernelLevel::kAvx2;
+    if (__get_cpuid(1, &a, &b, &c, &d) == 0 || (c & bit_OSXSAVE) == 0) return false;
+    __asm__("xgetbv" : "=a"(a), "=d"(d) : "c"(0));
+    if ((a & kYmmState) != kYmmState) return false;
+    return __get_cpuid_count(7, 0, &a, &b, &c, &d) != 0 && (b & bit_AVX2) != 0;
 }
 
 #endif
@@ -130,10 +111,7 @@ const DecodeKernels kPlainKernels = {base64Groups, copyUntil, findTextRunEnd};
 
 const DecodeKernels& chooseKernels(KernelLevel most) {
 #if defined(__x86_64__) || defined(__i386__)
-    const KernelLevel processor = levelOfProcessor();
-    const KernelLevel level = most < processor ? most : processor;
-    if (level == KernelLevel::kAvx512) return kAvx512Kernels;
-    if (level == KernelLevel::kAvx2) return kAvx2Kernels;
+    if (most == KernelLevel::kAvx2 && hasAvx2()) return kAvx2Kernels;
 #endif
     (void)most;
     return kPlainKernels;

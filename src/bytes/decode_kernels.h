@@ -23,16 +23,15 @@ struct DecodeKernels {
     const uint8_t* (*findTextRunEnd)(const uint8_t* pos, const uint8_t* end);
 };
 
-enum class KernelLevel : uint8_t { kPlain, kAvx2, kAvx512 };
+enum class KernelLevel : uint8_t { kPlain, kAvx2 };
 
 // The best kernels of at most `most` that this processor can run.
-[[nodiscard]] const DecodeKernels& chooseKernels(KernelLevel most = KernelLevel::kAvx512);
+[[nodiscard]] const DecodeKernels& chooseKernels(KernelLevel most = KernelLevel::kAvx2);
 
 // The kernels of each level, for the choice and for tests that compare them.
 extern const DecodeKernels kPlainKernels;
 #if defined(__x86_64__) || defined(__i386__)
 extern const DecodeKernels kAvx2Kernels;
-extern const DecodeKernels kAvx512Kernels;
 #endif
 
 }  // namespace eml
