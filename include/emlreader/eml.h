@@ -24,8 +24,9 @@
  *      separators, ".." or control characters ("../x", "C:\\x"). They come from strangers. Never use one as
  *      a path before making it safe.
  *   8. Content is untrusted too: an extracted attachment may be anything that a sender chose.
- *   9. Sizes and counts that do not fit in 32 bits make a call fail with EML_NO_MEMORY. Messages may be
- *      larger than 4 GiB; a single body counts with the low 32 bits of its length.
+ *   9. Sizes and counts that do not fit in 32 bits make a call fail with EML_NO_MEMORY. The container
+ *      reader takes messages larger than 4 GiB, and counts a single body with the low 32 bits of its length;
+ *      for the message filter the bytes behind 2^31 - 1 are absent.
  */
 #ifndef EMLREADER_EML_H
 #define EMLREADER_EML_H
@@ -55,9 +56,10 @@ extern "C" {
     4u /* the message as HTML or RTF when it has such a body; no text conversion */
 
 /* Flag bits of emlFillBufferEx. Every other bit is ignored. */
-#define EML_FILL_RESTART 1u   /* begin the conversion anew */
-#define EML_FILL_BODY_ONLY 2u /* neither header fields nor the attachment list, in this call and later ones \
-                               */
+#define EML_FILL_RESTART 1u /* begin the conversion anew */
+#define EML_FILL_BODY_ONLY                                                           \
+    2u /* neither header fields nor the attachment list, in this call and later ones \
+        */
 
 /* ------------------------------------------------------------------------------------------------------
  * Entry tables. A slot holds the address of a function, cast to void *.

@@ -58,7 +58,8 @@ uint32_t classifyContentType(Cursor text) {
     text.skipBlanks();
     const uint8_t first = toLower(text.peek());
     for (const TypePrefix& row : kTypePrefixes) {
-        if (row.prefix[0] == first && text.startsWithNoCase(row.prefix)) return row.contentClass;
+        if (static_cast<uint8_t>(row.prefix[0]) == first && text.startsWithNoCase(row.prefix))
+            return row.contentClass;
     }
     return EML_CLASS_TEXT;
 }

@@ -61,7 +61,8 @@ void skipToFirstParameter(Cursor& text) {
 }
 
 void copyName(HeaderBlock& block, Cursor value, bool quoted) {
-    const auto ends = [quoted](uint8_t byte) { return isLineEnd(byte) || byte == (quoted ? '"' : ';'); };
+    const uint8_t stop = quoted ? uint8_t{'"'} : uint8_t{';'};
+    const auto ends = [stop](uint8_t byte) { return isLineEnd(byte) || byte == stop; };
     size_t length = 0;
     for (; !value.atEnd() && !ends(*value.pos) && length + 1 < kFileNameSize; value.skip(1)) {
         block.fileName[length++] = static_cast<char>(*value.pos);

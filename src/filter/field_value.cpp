@@ -152,11 +152,8 @@ void skipLine(Cursor& text) {
 }
 
 void skipLineEnd(Cursor& text) {
-    if (text.accept(kCr)) {
-        text.accept(kLf);
-    } else {
-        text.accept(kLf);
-    }
+    text.accept(kCr);
+    text.accept(kLf);
 }
 
 }  // namespace eml

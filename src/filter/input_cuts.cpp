@@ -74,18 +74,13 @@ LineEnd detectLineEnd(const uint8_t* bytes, int32_t count) {
     for (int32_t at = 0; at < count;) {
         const uint8_t byte = bytes[at];
         const bool lfFollows = at + 1 < count && bytes[at + 1] == kLf;
-        if (!isLineEnd(byte)) {
-            ++at;
-        } else if (found.width == 0) {
+        if (isLineEnd(byte) && found.width == 0) {
             found = {{byte, lfFollows ? kLf : uint8_t{0}}, lfFollows ? 2U : 1U};
-            at += static_cast<int32_t>(found.width);
-        } else if (found.width == 1 && byte == kCr && lfFollows) {
+        } else if (byte == kCr && lfFollows) {
             found = {{kCr, kLf}, 2};
-            at += 2;
-        } else {
-            ++at;
         }
         if (found.width == 2) break;  // settled: nothing later changes it
+        ++at;
     }
     return found;
 }
