@@ -258,7 +258,7 @@ typedef struct EmlExtractInfo {
 #define EML_TYPE_TEXT 7u /* 8-bit text; the only type that the library creates */
 
 typedef struct EmlMetaDataEntry {
-    uint32_t hasValue; /* 1 when a value is present */
+    uint32_t hasValue; /* 1 when the message has a value; `value` is still NULL when it could not be copied */
     uint32_t reserved; /* 0 */
     uint32_t type;     /* EML_TYPE_TEXT */
     char* name;        /* zero-terminated field name; the host frees it */

@@ -20,13 +20,13 @@ const char* handedOutName(int32_t index) { return index == kDate ? "Sent" : kNam
 // The copy of a value has two zero bytes behind it. Without memory for it the entry stays without a value.
 void copyValue(const EmlMetaDataEntry& from, EmlMetaDataEntry& to, EmlAllocator& allocator) {
     to.type = from.type;
+    to.hasValue = from.hasValue;
     if (from.value == nullptr || from.valueLength == 0) return;
     to.value = static_cast<char*>(allocateBlock(allocator, uint64_t{from.valueLength} + 2));
     if (to.value == nullptr) return;
     std::memcpy(to.value, from.value, from.valueLength);
     std::memset(to.value + from.valueLength, 0, 2);
     to.valueLength = from.valueLength;
-    to.hasValue = from.hasValue;
 }
 
 EmlResult copyDefaultList(const EmlMetaData& defaults, EmlMetaData& list, EmlAllocator& allocator) {

@@ -13,7 +13,7 @@ namespace {
 
 constexpr uint32_t kBoldOn = 0x8001;
 constexpr uint32_t kBoldOff = 1;
-constexpr uint32_t kLongPiece = 4081;
+constexpr ptrdiff_t kLongPiece = 4081;
 constexpr uint32_t kLostOfLongPiece = 16;
 constexpr size_t kCharsetNameLength = kTypeSize - 1;
 
