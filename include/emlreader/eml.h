@@ -44,22 +44,19 @@ extern "C" {
 #endif
 
 /* Open flags. Every other bit is ignored. */
-#define EML_OPEN_CONVERTED_ATTACHMENTS                                                                  \
-    0x20u                             /* multipart message without boundary lines: list its "Attachment \
-                                         Converted:" lines as attachments that are not in the file */
+/* In a multipart message without boundary lines its "Attachment Converted:" lines are listed as attachments
+ * that are not in the file. */
+#define EML_OPEN_CONVERTED_ATTACHMENTS 0x20u
 #define EML_OPEN_ROOT_FOLDER 0x40000u /* sub-file 0 is a folder "root/", every other number is one higher */
 #define EML_OPEN_ATTACHMENTS_FOLDER 0x80000u /* attachment names begin with "Attachments/" */
 
 /* Option bits of emlExtractSubFileToIOobj2. Every other bit is ignored. */
-#define EML_EXTRACT_BODY_ONLY 2u /* the message without its header block */
-#define EML_EXTRACT_PREFER_RICH \
-    4u /* the message as HTML or RTF when it has such a body; no text conversion */
+#define EML_EXTRACT_BODY_ONLY 2u   /* the message without its header block */
+#define EML_EXTRACT_PREFER_RICH 4u /* the message as HTML or RTF when it has such a body, unconverted */
 
 /* Flag bits of emlFillBufferEx. Every other bit is ignored. */
-#define EML_FILL_RESTART 1u /* begin the conversion anew */
-#define EML_FILL_BODY_ONLY                                                           \
-    2u /* neither header fields nor the attachment list, in this call and later ones \
-        */
+#define EML_FILL_RESTART 1u   /* begin the conversion anew */
+#define EML_FILL_BODY_ONLY 2u /* no header fields, no attachment list, in this call and later ones */
 
 /* ------------------------------------------------------------------------------------------------------
  * Entry tables. A slot holds the address of a function, cast to void *.
@@ -84,16 +81,18 @@ EML_API void emlGetContainerReaderInterfaceEx(void* table[6]);
  * its whole length in 32 bits, tag and length field included. Integers are stored low byte first, at any
  * address; "s32" is signed. Measures are twips, 1440 to the inch.
  *
- *     tag  length      payload                               written
- *     0    9 + n       u32 n, n bytes of text                every piece of text
- *     1    18          s32 1440, s32 0, s32 -1440, u8 0      prologue: paragraph indents
- *     2    9 + 5n      u32 n, n times u8 0, u32 position     prologue: tab stops
- *     3    6           u8 0                                  a tab: twice behind a field name, and in the
- * body 4    9           u32: 0x8001 bold on, 1 bold off       around every field name 11   1           (no
- * length field)                     never; walkers step over it 13   5 a line break 15   13          u32 0,
- * u32 12                         the first record of a stream 16   38          u8 2, u32 width and height,
- * prologue: the page u32 four margins, s32 -1, s32 -1 27   9           u32 charset id prologue, body start,
- * around encoded words
+ *     tag  length    payload                            written
+ *     0    9 + n     u32 n, n bytes of text             every piece of text
+ *     1    18        s32 1440, s32 0, s32 -1440, u8 0   prologue: paragraph indents
+ *     2    9 + 5n    u32 n, n times u8 0, u32 position  prologue: tab stops
+ *     3    6         u8 0                               a tab: twice behind a field name, and in the body
+ *     4    9         u32: 0x8001 bold on, 1 bold off    around every field name
+ *     11   1         (no length field)                  never; walkers step over it
+ *     13   5                                            a line break
+ *     15   13        u32 0, u32 12                      the first record of a stream
+ *     16   38        u8 2, u32 width and height,        prologue: the page
+ *                    u32 four margins, s32 -1, s32 -1
+ *     27   9         u32 charset id                     prologue, body start, around encoded words
  *
  * Text is in the charset of the last record 27. The prologue (15, 16, 2, 1, 27) is followed by the header
  * fields, the list of attachment names, record 27, and the body.
@@ -142,9 +141,9 @@ EML_API EmlResult emlGetContainerInfo(EmlFilterContext* context, EmlContainerInf
  * Gives the next records of the stream, whole ones.
  *
  *   buffer, capacity   the host's buffer. 256 bytes or more; smaller ones may never receive a long text.
- *   size       receives the bytes written, on every return
- *   progress   in and out: the host passes 0 before the first call of a conversion and then what it got. 0 to
- * 100, the share of the body that has been converted; 100 is the end.
+ *   size               receives the bytes written, on every return
+ *   progress           in and out: the host passes 0 before the first call of a conversion and then what it
+ *                      got. 0 to 100, the share of the body that has been converted; 100 is the end.
  *
  * The host calls until `progress` is 100 or the result is not EML_OK. Buffers are filled to nine tenths. Text
  * is cut anywhere in the body; in the header at even lengths. A call between two fills that extracts a
@@ -240,9 +239,10 @@ typedef struct EmlContainerContext EmlContainerContext;
  *   EML_OK                 the message is open
  *   EML_INPUT_NOT_OPENED   no context: `input` has no open entry or it failed
  *   EML_INPUT_UNUSABLE     no context: `input` has no close entry (it was opened, and stays so)
- *   EML_NO_MEMORY          memory ran out; no context when that happened before the scan, and an incomplete
- * one afterwards: what was found so far can be listed and extracted EML_OBJECT_FAILED      with context: a
- * multipart/related part holds no part
+ *   EML_NO_MEMORY          memory ran out. Before the scan there is no context then, and the input stays open
+ *                          when not even that could be allocated; afterwards there is an incomplete one:
+ *                          what was found so far can be listed and extracted
+ *   EML_OBJECT_FAILED      with context: a multipart/related part holds no part
  *
  * An empty input is a message without attachments. Text that is no message at all opens as well: whatever
  * stands before the first empty line is its header.
@@ -282,14 +282,16 @@ EML_API EmlResult emlGetSubFileInfo2(EmlContainerContext* context, int32_t numbe
 /*
  * Gives header values of the message.
  *
- *   index          the number of the message: 0, or 1 with EML_OPEN_ROOT_FOLDER. Any other: EML_OK, nothing
- * filled. requests, requestCount   NULL and 0 for the default list, which is From, Sent (the Date field), To,
- * Cc, Bcc, Subject and Priority, in this order. Otherwise the fields that the requests name, looked up
- *                  afresh, one entry each in the order of the requests; a request of another kind than
- *                  EML_REQUEST_BY_NAME gives an entry without name or value.
- *   metaData       `count` and `entries` are written. The host frees every value, name and entry, and the
- * array, also after a failure; slots may be NULL then. hostRecord     its allocator allocates all of that;
- * its first field is not looked at
+ *   index        the number of the message: 0, or 1 with EML_OPEN_ROOT_FOLDER. Any other: EML_OK, nothing
+ *                filled.
+ *   requests, requestCount
+ *                NULL and 0 for the default list, which is From, Sent (the Date field), To, Cc, Bcc, Subject
+ *                and Priority, in this order. Otherwise the fields that the requests name, looked up afresh,
+ *                one entry each in the order of the requests; a request of another kind than
+ *                EML_REQUEST_BY_NAME gives an entry without name or value.
+ *   metaData     `count` and `entries` are written. The host frees every value, name and entry, and the
+ *                array, also after a failure; slots may be NULL then.
+ *   hostRecord   its allocator allocates all of that; its first field is not looked at
  *
  * A value is 8-bit text in the charset of the message (emlGetContainerInfo2), with encoded words (RFC 2047)
  * decoded but not converted, and continuation lines joined by one blank. The values of a field that occurs
@@ -297,7 +299,8 @@ EML_API EmlResult emlGetSubFileInfo2(EmlContainerContext* context, int32_t numbe
  * are possible.
  *
  *   EML_INVALID_ARGUMENT   context, record, its allocator or `metaData` is NULL, the count is negative, or it
- * is positive without requests EML_NO_MEMORY          the list is filled as far as memory went
+ *                          is positive without requests
+ *   EML_NO_MEMORY          the list is filled as far as memory went
  */
 EML_API EmlResult emlGetSubFileMetadata2(EmlContainerContext* context, int32_t index, int32_t requestCount,
                                          EmlMetaDataRequest** requests, EmlMetaData* metaData,
@@ -312,8 +315,8 @@ EML_API EmlResult emlGetSubFileMetadata2(EmlContainerContext* context, int32_t i
  * charset of the message.
  *
  *     THE HTML FORM IS UNTRUSTED. The sender's HTML is copied as it is, scripts included, and header values
- * stand in it unescaped. Never show it in a browser without a sandbox that forbids scripts and network
- * access.
+ *     stand in it unescaped. Never show it in a browser without a sandbox that forbids scripts and network
+ *     access.
  *
  * An attachment is decoded from base64 or quoted-printable (RFC 2045); any other is copied as it stands. In
  * a base64 attachment of a text type every carriage return is dropped. Decoding never fails: what is no

@@ -72,7 +72,7 @@ EmlResult findSpan(EmlFilterContext& context, BodySpan& span) {
 
 EmlResult startBody(EmlFilterContext& context, const FillTarget& target, Next& next) {
     next = Next::kReturn;
-    if (context.outEnd - context.out < kTextHeaderSize) {
+    if (context.outEnd - context.out < ptrdiff_t{kTextHeaderSize}) {
         setSize(context, target);
         return EML_OK;  // no room for the charset record: the next call starts the body
     }
