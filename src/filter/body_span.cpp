@@ -105,11 +105,15 @@ EmlResult getBody(EmlFilterContext& context, eml::BodySpan& span) {
     context.transferEncoding = eml::kEncodingNone;
     eml::resetReader(context);
     if (!eml::seekFile(*context.io, part.start)) return EML_OBJECT_FAILED;
+    // A nested level's boundary serves this search alone: the next one begins as this one does.
+    eml::SavedBoundary savedBoundary{};
+    if (EmlResult result = eml::saveBoundary(context, savedBoundary); result != EML_OK) return result;
     char savedType[eml::kTypeSize];
     std::memcpy(savedType, context.contentType, sizeof savedType);
     std::memset(context.contentType, 0, sizeof context.contentType);
     eml::BodySearch search{context, span, part.start, false, false};
     const EmlResult result = eml::searchPart(search);
+    eml::restoreBoundary(context, savedBoundary);
     span = search.span;
     if (span.start > span.end) span.end = span.start;
     if (!search.startKnown) context.transferEncoding = eml::kEncodingNone;

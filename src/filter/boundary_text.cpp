@@ -54,6 +54,13 @@ EmlResult makeBoundaryRoom(EmlFilterContext& context, size_t valueLength) {
     return EML_NO_MEMORY;
 }
 
+void setBoundary(EmlFilterContext& context, char* text, int32_t length) {
+    context.boundary = text;
+    context.boundaryLength = length;
+    context.boundaryFinder =
+        SubstringFinder(reinterpret_cast<const uint8_t*>(text), static_cast<size_t>(length));
+}
+
 }  // namespace
 
 EmlResult takeBoundary(EmlFilterContext& context, Cursor parameters, bool replaces) {
@@ -64,10 +71,25 @@ EmlResult takeBoundary(EmlFilterContext& context, Cursor parameters, bool replac
     std::memcpy(context.boundary, "--", 2);
     if (!value->empty()) std::memcpy(context.boundary + 2, value->data(), value->size());
     context.boundary[value->size() + 2] = '\0';
-    context.boundaryLength = static_cast<int32_t>(value->size() + 2);
-    context.boundaryFinder =
-        SubstringFinder(reinterpret_cast<const uint8_t*>(context.boundary), value->size() + 2);
+    setBoundary(context, context.boundary, static_cast<int32_t>(value->size() + 2));
     return EML_OK;
+}
+
+EmlResult saveBoundary(EmlFilterContext& context, SavedBoundary& saved) {
+    saved = {context.boundary, context.boundaryLength};
+    if (saved.text == nullptr) return EML_OK;
+    // As much room as makeBoundaryRoom counts on.
+    const auto length = static_cast<size_t>(saved.length);
+    auto* copy = static_cast<char*>(allocateBlock(allocatorOf(context), length + 2));
+    if (copy == nullptr) return EML_NO_MEMORY;
+    std::memcpy(copy, saved.text, length + 1);
+    setBoundary(context, copy, saved.length);
+    return EML_OK;
+}
+
+void restoreBoundary(EmlFilterContext& context, const SavedBoundary& saved) {
+    freeBlock(allocatorOf(context), context.boundary);
+    setBoundary(context, saved.text, saved.length);
 }
 
 const uint8_t* findBoundary(const EmlFilterContext& context, const uint8_t* begin, const uint8_t* end) {

@@ -91,15 +91,17 @@ void takeDisposition(HeaderBlock& block, Cursor value) {
     block.isAttachment = true;
 }
 
-// The charset of a text: its place is looked for behind the type, and on the line behind that.
+// The charset of a text: its place is looked for on the line of the type, and on the line behind that. KEPT: from the type
+// itself on, so that a type with "ch" in it hides it.
 void takeTextCharset(HeaderBlock& block, Cursor text) {
+    constexpr std::string_view kKeyword = "charset=";
     skipSemicolonsAndBlanks(text);
     bool found = findCharsetPlace(text);
     if (!found) {
         while (!text.atEnd() && isLineEnd(*text.pos)) text.skip(1);
         found = findCharsetPlace(text);
     }
-    if (found) takeCharset(block.context, text, true);
+    if (found && text.left() > kKeyword.size()) takeCharset(block.context, text, true);
 }
 
 bool replacesBoundary(const HeaderBlock& block, const MultipartType& type) {
@@ -127,6 +129,7 @@ bool typeIs(const EmlFilterContext& context, std::string_view type) {
 // A type that is neither multipart nor message.
 void takeOtherType(HeaderBlock& block, Cursor value) {
     EmlFilterContext& context = block.context;
+    const Cursor type = value;
     takeTypeToken(value, context.contentType);
     if (typeIs(context, "application/pkcs7-mime") && context.headerLength == 0) {
         context.encrypted = 1;
@@ -139,7 +142,7 @@ void takeOtherType(HeaderBlock& block, Cursor value) {
         if (block.fileName[0] != '\0' || typeBeginsWith(context, "application/applefile"))
             block.isAttachment = true;
     } else {
-        takeTextCharset(block, value);
+        takeTextCharset(block, type);
     }
 }
 
@@ -184,7 +187,8 @@ EmlResult readLine(HeaderBlock& block) {
         return takeContentType(block, line);
     } else if (!block.encodingSeen && acceptKeyword(line, "Content-Transfer-Encoding:")) {
         block.encodingSeen = true;
-        context.transferEncoding = encodingOfValue(line);
+        context.transferEncoding =
+            encodingOfValue({line.pos, line.end - 1});  // the last byte ends no keyword
     } else if (!block.dispositionSeen && acceptKeyword(line, "Content-Disposition:")) {
         takeDisposition(block, line);
     }

@@ -91,7 +91,8 @@ struct EmlFilterContext {
     uint32_t charsetTaken;  // the message's first "charset=" has been met
     char charsetName[eml::kTypeSize];
     uint32_t charset;
-    uint32_t charsetExtra;  // never set
+    uint32_t prologueCharset;  // what the open scan found: a restarted stream begins like the first
+    uint32_t charsetExtra;     // never set
     uint8_t lineEnd[2];
     uint32_t lineEndWidth;   // 0: not known yet
     uint32_t mimeIndicator;  // 1 behind "Mime-Version:", 2 more for each block's "Content-Type:"

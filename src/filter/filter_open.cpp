@@ -50,6 +50,7 @@ EmlFilterContext* openFilter(EmlIOobj* io, EmlHostServices* services, uint32_t f
     }
     forgetInput(*context);
     context->prologuePending = 1;
+    context->prologueCharset = context->charset;
     return context;
 }
 

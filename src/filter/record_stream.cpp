@@ -165,7 +165,7 @@ Written writePrologue(EmlFilterContext& context) {
     if (written == Written::kYes) {
         written = RecordBuilder(kTagIndents).word(1440).word(0).word(-1440).byte(0).write(context);
     }
-    const uint32_t charset = context.charset != 0 ? context.charset : EML_CHARSET_WESTERN;
+    const uint32_t charset = context.prologueCharset != 0 ? context.prologueCharset : EML_CHARSET_WESTERN;
     return written == Written::kYes ? writeCharset(context, charset) : written;
 }
 

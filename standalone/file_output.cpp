@@ -1,0 +1,108 @@
+#include "standalone/file_output.h"
+
+#include <fcntl.h>
+#include <sys/random.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <utility>
+
+#include "standalone/write_all.h"
+
+namespace emlhost {
+
+namespace {
+
+/* A name that nobody else uses. Uniqueness is not left to chance: the file is created exclusively. */
+std::string randomName() {
+    uint64_t number = 0;
+    if (::getrandom(&number, sizeof number, GRND_NONBLOCK) != sizeof number) {
+        number = static_cast<uint64_t>(::getpid());
+    }
+    char name[32];
+    std::snprintf(name, sizeof name, ".eml-%016llx.part", static_cast<unsigned long long>(number));
+    return name;
+}
+
+bool isPlainName(const std::string& name) {
+    if (name.empty() || name == "." || name == "..") return false;
+    return name.find_first_of(std::string_view("/\0", 2)) == std::string::npos;
+}
+
+/* Renames within `directory` unless `to` exists. Gives 0 or an errno. */
+int renameToFreeName(int directory, const char* from, const char* to) {
+    if (::renameat2(directory, from, directory, to, RENAME_NOREPLACE) == 0) return 0;
+    if (errno != EINVAL && errno != ENOSYS) return errno;
+    /* The file system cannot do it in one step: a second name that must be new, then without the first. */
+    if (::linkat(directory, from, directory, to, 0) != 0) return errno;
+    ::unlinkat(directory, from, 0);
+    return 0;
+}
+
+}  // namespace
+
+std::unique_ptr<FileOutput> FileOutput::create(const std::string& directory, std::error_code& error,
+                                               mode_t mode) {
+    error.clear();
+    std::string folder = directory.empty() ? "." : directory;
+    UniqueDescriptor folderDescriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    int failure = folderDescriptor.valid() ? EEXIST : errno;
+    constexpr int kAttempts = 100;
+    for (int i = 0; failure == EEXIST && i < kAttempts; ++i) {
+        std::string name = randomName();
+        UniqueDescriptor file(::openat(folderDescriptor.get(), name.c_str(),
+                                       O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
+        failure = file.valid() ? 0 : errno;
+        if (failure != 0) continue;
+        std::string path = folder + "/" + name;
+        return std::unique_ptr<FileOutput>(
+            new FileOutput(std::move(folderDescriptor), std::move(file), std::move(name), std::move(path)));
+    }
+    error.assign(failure, std::system_category());
+    return nullptr;
+}
+
+FileOutput::FileOutput(UniqueDescriptor directory, UniqueDescriptor file, std::string temporaryName,
+                       std::string temporaryPath)
+    : BufferedOutput(Seeking::Anywhere),
+      directory_(std::move(directory)),
+      file_(std::move(file)),
+      temporaryName_(std::move(temporaryName)),
+      temporaryPath_(std::move(temporaryPath)) {}
+
+FileOutput::~FileOutput() {
+    if (!temporaryName_.empty()) ::unlinkat(directory_.get(), temporaryName_.c_str(), 0);
+}
+
+std::error_code FileOutput::commit(const std::string& finalName, CommitPolicy policy) {
+    if (temporaryName_.empty() || !isPlainName(finalName)) {
+        return std::make_error_code(std::errc::invalid_argument);
+    }
+    if (!error()) fail(finish());
+    fail(file_.close());
+    if (error()) return error();
+
+    const char* from = temporaryName_.c_str();
+    int failure = 0;
+    if (policy == CommitPolicy::KeepExisting) {
+        failure = renameToFreeName(directory_.get(), from, finalName.c_str());
+    } else if (::renameat(directory_.get(), from, directory_.get(), finalName.c_str()) != 0) {
+        failure = errno;
+    }
+    if (failure != 0) return {failure, std::system_category()};
+    temporaryName_.clear();
+    temporaryPath_.clear();
+    return {};
+}
+
+int FileOutput::drain(uint64_t position, std::span<const uint8_t> bytes) noexcept {
+    return writeAllAt(file_.get(), position, bytes);
+}
+
+int FileOutput::restart() noexcept {
+    BufferedOutput::restart();
+    return ::ftruncate(file_.get(), 0) == 0 ? 0 : errno;
+}
+
+}  // namespace emlhost

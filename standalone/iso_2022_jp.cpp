@@ -1,0 +1,80 @@
+#include "standalone/iso_2022_jp.h"
+
+#include <array>
+
+namespace emlhost {
+
+namespace {
+
+constexpr char kInvalid = '\xFF';
+
+/* The character sets that an escape sequence selects, by what stands before a character in EUC-JP. */
+enum class Set { Ascii, Kana, Kanji, SupplementaryKanji };
+
+struct Escape {
+    std::string_view bytes;
+    Set set;
+};
+
+/* JIS X 0201 Roman is taken for ASCII: it differs in two signs, and mail means the ASCII ones. */
+constexpr std::array<Escape, 7> kEscapes = {{
+    {"\x1B(B", Set::Ascii},
+    {"\x1B(J", Set::Ascii},
+    {"\x1B(I", Set::Kana},
+    {"\x1B$@", Set::Kanji},
+    {"\x1B$B", Set::Kanji},
+    {"\x1B$(B", Set::Kanji},
+    {"\x1B$(D", Set::SupplementaryKanji},
+}};
+
+const Escape* escapeAt(std::string_view rest) {
+    for (const Escape& escape : kEscapes) {
+        if (rest.starts_with(escape.bytes)) return &escape;
+    }
+    return nullptr;
+}
+
+bool isGraphic(char byte) { return byte > 0x20 && byte < 0x7F; }
+
+char withHighBit(char byte) { return static_cast<char>(static_cast<unsigned char>(byte) | 0x80u); }
+
+/* Appends the character at the start of `rest` and gives its length. `rest` is not empty. */
+size_t appendCharacter(std::string& euc, Set set, std::string_view rest) {
+    char first = rest.front();
+    bool inRange = set == Set::Kana ? first > 0x20 && first < 0x60 : isGraphic(first);
+    if (set == Set::Ascii || !isGraphic(first)) {
+        bool isAscii = static_cast<unsigned char>(first) < 0x80 && first != '\x1B';
+        euc += isAscii ? first : kInvalid;
+        return 1;
+    }
+    bool isPair = set != Set::Kana;
+    if (!inRange || (isPair && (rest.size() < 2 || !isGraphic(rest[1])))) {
+        euc += kInvalid;
+        return 1;
+    }
+    if (set == Set::Kana) euc += '\x8E';
+    if (set == Set::SupplementaryKanji) euc += '\x8F';
+    euc += withHighBit(first);
+    if (isPair) euc += withHighBit(rest[1]);
+    return isPair ? 2 : 1;
+}
+
+}  // namespace
+
+std::string eucFromIso2022Jp(std::string_view text) {
+    std::string euc;
+    euc.reserve(text.size());
+    Set set = Set::Ascii;
+    while (!text.empty()) {
+        if (const Escape* escape = escapeAt(text)) {
+            set = escape->set;
+            text.remove_prefix(escape->bytes.size());
+            continue;
+        }
+        if (text.front() == '\n') set = Set::Ascii; /* each line starts in ASCII, also after a damaged one */
+        text.remove_prefix(appendCharacter(euc, set, text));
+    }
+    return euc;
+}
+
+}  // namespace emlhost

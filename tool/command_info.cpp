@@ -1,0 +1,124 @@
+/* eml info: who, when and what of a message. */
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+
+#include "standalone/charsets.h"
+#include "tool/command.h"
+#include "tool/json_text.h"
+#include "tool/message_tree.h"
+#include "tool/safe_name.h"
+#include "tool/visible_text.h"
+
+namespace emltool {
+
+namespace {
+
+constexpr size_t kLabelWidth = 14;
+
+/* Learns the decoded sizes; nothing is opened. */
+class SizeVisitor final : public AttachmentVisitor {
+  public:
+    void visit(emlhost::OpenMessage& message, SubFileEntry& entry) override {
+        entry.size = decodedSize(message, entry.path.back());
+        entry.safeName = names_.take(safeName(entry.name, dotted(entry.path)));
+    }
+    bool opens(const SubFileEntry&) const override { return false; }
+
+  private:
+    NameSet names_;
+};
+
+void printRow(Console& console, std::string_view label, std::string_view value) {
+    std::string name = fmt::format("{}:", label);
+    std::string gap(name.size() < kLabelWidth ? kLabelWidth - name.size() : 1, ' ');
+    console.print(console.style().label(name) + gap + visible(value) + "\n");
+}
+
+std::string charsetText(uint32_t id) {
+    const emlhost::Charset* charset = emlhost::findCharset(id);
+    return fmt::format("{} (id {})", charset == nullptr ? "unknown" : charset->label, id);
+}
+
+std::string subFileText(const SubFileEntry& entry) {
+    std::string size = entry.size ? humanSize(*entry.size) : "not in the file";
+    while (size.ends_with(' ')) size.pop_back();
+    return fmt::format("{}  {} ({})", dotted(entry.path), entry.name, size);
+}
+
+/* A message without a name of its own: its fields by the names that people know. */
+void printTree(Console& console, const MessageTree& tree) {
+    for (const MetadataField& field : tree.metadata) {
+        if (field.text) printRow(console, field.name, *field.text);
+    }
+    printRow(console, "Date", tree.date.empty() ? "none that can be read" : tree.date);
+    printRow(console, "Name", tree.name);
+    printRow(console, "Charset", charsetText(tree.charset));
+    printRow(console, "Size", fmt::format("{} B", tree.bytes));
+    if (tree.encrypted) printRow(console, "Encrypted", "yes (S/MIME)");
+    for (const SubFileEntry& entry : tree.subFiles) {
+        if (entry.info.kind != EML_KIND_MESSAGE) printRow(console, "Attachment", subFileText(entry));
+    }
+}
+
+class InfoRun final : public CommandRun {
+  public:
+    explicit InfoRun(CLI::App& app) {
+        app.add_option("FILE", files_, "messages; - is standard input")->type_name("");
+        app.add_flag("--force", force_, "read the file even if it does not look like a message");
+    }
+
+    ExitCode run(Console& console, const GlobalOptions& options) override {
+        if (files_.empty()) throw usageProblem("info: no FILE given; see \"eml info --help\"");
+        Tally tally;
+        bool first = true;
+        for (const std::string& path : files_) {
+            try {
+                show(console, options, path, first);
+                tally.succeeded();
+            } catch (const StandardOutputProblem&) {
+                throw;
+            } catch (const Problem& problem) {
+                if (options.json) console.print(jsonLine(path, nullptr, &problem));
+                console.report(problem);
+                tally.failed(problem.exit);
+            }
+            first = false;
+        }
+        return tally.exitCode();
+    }
+
+  private:
+    void show(Console& console, const GlobalOptions& options, const std::string& path, bool first) const {
+        MessageFile file(path, force_);
+        SizeVisitor visitor;
+        MessageTree tree = readTree(file, visitor);
+        for (const std::string& warning : tree.warnings) console.warn(file.name(), warning);
+        if (options.json) {
+            console.print(jsonLine(path, &tree, nullptr));
+            return;
+        }
+        if (files_.size() > 1) {
+            console.print((first ? "" : "\n") + console.style().label(visible(file.name()) + ":") + "\n");
+        }
+        printTree(console, tree);
+    }
+
+    std::vector<std::string> files_;
+    bool force_ = false;
+};
+
+std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<InfoRun>(app); }
+
+}  // namespace
+
+const Command kInfoCommand = {
+    "info", "who, when and what: metadata, charset, date, attachments", "FILE...",
+    "Fields are decoded to UTF-8. The date is the one that the message was sent on, by its own clock: the\n"
+    "zone is not looked at. --json gives one line for each message.\n\n"
+    "Examples:\n"
+    "  eml info message.eml\n"
+    "  eml --json info *.eml | jq -r .message.metadata.subject\n",
+    declare};
+
+}  // namespace emltool

@@ -1,0 +1,211 @@
+#include "tool/command_line.h"
+
+#include <fmt/format.h>
+#include <sys/stat.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <csignal>
+#include <new>
+
+#include "tool/command.h"
+#include "tool/help.h"
+#include "tool/suggestion.h"
+#include "tool/version.h"
+#include "tool/visible_text.h"
+
+namespace emltool {
+
+namespace {
+
+struct Parsed {
+    GlobalOptions options;
+    std::string color = "auto";
+    bool quiet = false;
+    bool verbose = false;
+    bool help = false;
+    bool version = false;
+    const Command* command = nullptr;
+    CLI::App* commandApp = nullptr;
+    std::unique_ptr<CommandRun> run;
+};
+
+void declareGlobalOptions(CLI::App& app, Parsed& parsed) {
+    app.set_help_flag(); /* help is asked for before anything else is looked at, see runParsed */
+    app.add_flag("--json", parsed.options.json, "answer in JSON, one line for each message");
+    app.add_option("--color", parsed.color, "auto (the default), always or never; NO_COLOR is honoured")
+        ->type_name("WHEN");
+    app.add_flag("-q,--quiet", parsed.quiet, "only data and errors");
+    app.add_flag("-v,--verbose", parsed.verbose, "more details");
+    app.add_flag("-h,--help", parsed.help, "show help, for a command where one is given");
+    app.add_flag("--version", parsed.version, "print the version");
+}
+
+/* Names of the options that can stand where `option` stood: "--json", "-r". */
+std::vector<std::string> optionNames(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::Option* option : app.get_options()) {
+        for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+        for (const std::string& name : option->get_snames()) names.push_back("-" + name);
+    }
+    return names;
+}
+
+std::string didYouMean(const std::string& word, const std::vector<std::string>& candidates) {
+    std::string near = closest(word, candidates);
+    return near.empty() ? "" : fmt::format("; did you mean {}?", near);
+}
+
+Problem unknownOption(const std::string& argument, const CLI::App& app, const Parsed& parsed) {
+    std::string option = argument.substr(0, argument.find('='));
+    std::vector<std::string> names = optionNames(app);
+    if (parsed.commandApp != nullptr) {
+        std::vector<std::string> more = optionNames(*parsed.commandApp);
+        names.insert(names.end(), more.begin(), more.end());
+    }
+    /* One letter is like every other. */
+    std::string hint = option.size() > 2 ? didYouMean(option, names) : "";
+    if (hint.empty()) {
+        std::string command = parsed.command == nullptr ? "" : std::string(parsed.command->name) + " ";
+        hint = fmt::format("; see \"eml {}--help\"", command);
+    }
+    return usageProblem(fmt::format("unknown option {}{}", option, hint));
+}
+
+Problem unknownCommand(const std::string& word) {
+    std::vector<std::string> names;
+    for (const Command* command : commands()) names.emplace_back(command->name);
+    std::string hint = didYouMean(word, names);
+    return usageProblem(
+        fmt::format("unknown command {}{}", word, hint.empty() ? "; see \"eml --help\"" : hint));
+}
+
+bool isCommand(const std::string& word) {
+    return std::any_of(commands().begin(), commands().end(),
+                       [&](const Command* command) { return word == command->name; });
+}
+
+/* "eml FILE" shows the file: where the first word is no command but a file, or standard input, "show" is put before
+ * it. */
+std::vector<std::string> withDefaultCommand(std::vector<std::string> arguments) {
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        const std::string& word = arguments[i];
+        bool isOption = word.size() > 1 && word[0] == '-';
+        if (isOption && word != "--") {
+            if (word == "--color") ++i;
+            continue;
+        }
+        size_t at = word == "--" ? i + 1 : i;
+        if (at >= arguments.size()) break;
+        struct stat found {};
+        bool isFile = arguments[at] == "-" || ::stat(arguments[at].c_str(), &found) == 0;
+        if (isFile && (at != i || !isCommand(word)))
+            arguments.insert(arguments.begin() + static_cast<ptrdiff_t>(i), "show");
+        break;
+    }
+    return arguments;
+}
+
+/* What nobody has taken: an unknown option, else a word where no command stood before it. */
+void refuseExtras(const CLI::App& app, const Parsed& parsed) {
+    std::vector<std::string> extras = app.remaining(true);
+    std::erase(extras, "--");
+    auto isOption = [](const std::string& word) { return word.size() > 1 && word[0] == '-'; };
+    auto option = std::find_if(extras.begin(), extras.end(), isOption);
+    if (option != extras.end()) throw unknownOption(*option, app, parsed);
+    if (extras.empty()) return;
+    if (parsed.command == nullptr) throw unknownCommand(extras.front());
+    throw usageProblem(fmt::format("{}: unexpected argument {}", parsed.command->name, extras.front()));
+}
+
+ColorChoice parseColor(const std::string& text) {
+    if (text == "auto") return ColorChoice::Auto;
+    if (text == "always") return ColorChoice::Always;
+    if (text == "never") return ColorChoice::Never;
+    throw usageProblem(fmt::format("--color={}: no such choice; it is auto, always or never", text));
+}
+
+/* Each command declares its options in an application of its own; the global ones stand anywhere. */
+void parse(CLI::App& app, const std::vector<std::string>& arguments, Parsed& parsed) {
+    declareGlobalOptions(app, parsed);
+    app.allow_extras();
+    app.require_subcommand(0, 1); /* a file may be called like a command */
+    std::vector<std::pair<CLI::App*, std::unique_ptr<CommandRun>>> runs;
+    for (const Command* command : commands()) {
+        CLI::App* commandApp = app.add_subcommand(command->name, command->summary);
+        commandApp->set_help_flag();
+        commandApp->allow_extras();
+        commandApp->fallthrough();
+        runs.emplace_back(commandApp, command->declare(*commandApp));
+    }
+    try {
+        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+    } catch (const CLI::ParseError& error) {
+        throw usageProblem(error.what());
+    }
+    for (size_t i = 0; i < runs.size(); ++i) {
+        if (!*runs[i].first) continue;
+        parsed.command = commands()[i];
+        parsed.commandApp = runs[i].first;
+        parsed.run = std::move(runs[i].second);
+    }
+}
+
+ExitCode runParsed(CLI::App& app, Parsed& parsed, Console& console) {
+    refuseExtras(app, parsed);
+    Verbosity verbosity = parsed.quiet     ? Verbosity::Quiet
+                          : parsed.verbose ? Verbosity::Verbose
+                                           : Verbosity::Normal;
+    console = Console(parseColor(parsed.color), verbosity);
+    if (parsed.help) {
+        console.print(parsed.command == nullptr
+                          ? mainHelp(app, console.style())
+                          : commandHelp(*parsed.command, *parsed.commandApp, console.style()));
+        return ExitCode::Done;
+    }
+    if (parsed.version) return kVersionCommand.declare(app)->run(console, parsed.options);
+    if (parsed.run == nullptr) throw usageProblem("no command given; see \"eml --help\"");
+    return parsed.run->run(console, parsed.options);
+}
+
+int endByBrokenPipe() {
+    /* As the signal does where it is not ignored. */
+    std::signal(SIGPIPE, SIG_DFL);
+    std::raise(SIGPIPE);
+    return 128 + SIGPIPE;
+}
+
+}  // namespace
+
+int runTool(const std::vector<std::string>& arguments) {
+    Console console;
+    ExitCode code = ExitCode::Done;
+    try {
+        CLI::App app;
+        Parsed parsed;
+        try {
+            parse(app, withDefaultCommand(arguments), parsed);
+            code = runParsed(app, parsed, console);
+        } catch (const StandardOutputProblem&) {
+            throw;
+        } catch (const Problem& problem) {
+            console.report(problem);
+            code = problem.exit;
+        } catch (const std::bad_alloc&) {
+            console.report(outOfMemory(""));
+            code = ExitCode::Internal;
+        }
+        console.flush();
+    } catch (const BrokenPipe&) {
+        return endByBrokenPipe();
+    } catch (const Problem& problem) {
+        console.report(problem);
+        code = problem.exit;
+    } catch (const std::exception& error) {
+        console.report({ExitCode::Internal, "internal", "", fmt::format("internal error: {}", error.what())});
+        code = ExitCode::Internal;
+    }
+    return static_cast<int>(code);
+}
+
+}  // namespace emltool

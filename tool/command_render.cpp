@@ -1,0 +1,198 @@
+/* eml render: the message as one document. */
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <filesystem>
+
+#include "standalone/charsets.h"
+#include "standalone/file_output.h"
+#include "tool/command.h"
+#include "tool/message_file.h"
+#include "tool/visible_text.h"
+
+namespace emltool {
+
+namespace {
+
+enum class Form { Html, Rtf, Text };
+
+constexpr std::array<const char*, 3> kFormNames = {"html", "rtf", "text"};
+
+const char* nameOf(Form form) { return kFormNames[static_cast<size_t>(form)]; }
+
+Form parseForm(const std::string& text) {
+    auto found = std::find(kFormNames.begin(), kFormNames.end(), text);
+    if (found == kFormNames.end())
+        throw usageProblem(fmt::format("--to={}: no such form; it is html, rtf or text", text));
+    return static_cast<Form>(found - kFormNames.begin());
+}
+
+/* Keeps the beginning of a document. */
+class BeginningOutput final : public emlhost::Output {
+  public:
+    BeginningOutput() : Output(Seeking::Anywhere) {}
+
+    std::string_view text() const { return text_; }
+
+  private:
+    int put(uint64_t, std::span<const uint8_t> bytes) noexcept override {
+        constexpr size_t kKept = 32;
+        for (uint8_t byte : bytes) {
+            if (length_ == kKept) break;
+            buffer_[length_++] = static_cast<char>(byte);
+        }
+        text_ = {buffer_.data(), length_};
+        return 0;
+    }
+
+    std::array<char, 32> buffer_{};
+    size_t length_ = 0;
+    std::string_view text_;
+};
+
+/* The form that the library gives with these options. Its header block tells: text begins with the name of a field. */
+Form formOf(MessageFile& file, uint32_t options) {
+    BeginningOutput output;
+    file.message().extract(0, output, options);
+    if (output.text().starts_with("<html>\r\n<head>")) return Form::Html;
+    if (output.text().starts_with("{\\rtf1\\ansi\\ansicpg")) return Form::Rtf;
+    return Form::Text;
+}
+
+struct Rendering {
+    uint32_t options;
+    uint32_t charset;
+};
+
+class RenderRun final : public CommandRun {
+  public:
+    explicit RenderRun(CLI::App& app) {
+        app.add_option("FILE", files_, "the message; - is standard input")->type_name("");
+        app.add_option("--to", to_, "html, rtf or text (the default)")->type_name("FORM");
+        app.add_option("--charset", charset_,
+                       "charset id of text: 53, UTF-8, is the default; 0 leaves it as it is")
+            ->type_name("ID");
+        app.add_flag("--body-only", bodyOnly_, "no header block");
+        app.add_option("-o,--output", outputPath_, "file to write; standard output is the default")
+            ->type_name("OUT");
+        app.add_flag("--overwrite", overwrite_, "replace the file if it exists");
+        app.add_flag("--force", force_, "read the file even if it does not look like a message");
+    }
+
+    ExitCode run(Console& console, const GlobalOptions& options) override {
+        if (files_.empty()) throw usageProblem("render: no FILE given; see \"eml render --help\"");
+        if (files_.size() > 1)
+            throw usageProblem(fmt::format("render takes one FILE; {} is one too many", files_[1]));
+        if (options.json) throw usageProblem("render has no JSON form; see \"eml --json info\"");
+        Form form = parseForm(to_);
+        if (charset_ != 0 && emlhost::findCharset(charset_) == nullptr) {
+            throw usageProblem(
+                fmt::format("--charset={}: no such charset id; 53 is UTF-8, 7 Western, 51 UTF-16", charset_));
+        }
+        MessageFile file(files_[0], force_);
+        if ((file.message().describe(0).flags & EML_SUB_FILE_ENCRYPTED) != 0) {
+            throw Problem(ExitCode::Encrypted, "encrypted", file.name(),
+                          "encrypted (S/MIME); only the header can be shown");
+        }
+        Rendering rendering = choose(file, form);
+        bool toTerminal = outputPath_.empty() && ::isatty(STDOUT_FILENO) != 0;
+        if (form == Form::Html && (toTerminal || !outputPath_.empty())) {
+            console.warn(
+                file.name(),
+                "the sender's HTML, scripts and all; open it only in a sandbox, as \"eml view\" does");
+        }
+        if (toTerminal) {
+            printVisibly(console, file, rendering);
+        } else if (outputPath_.empty()) {
+            emlhost::DescriptorOutput output(STDOUT_FILENO);
+            extract(file, rendering, output);
+        } else {
+            writeFile(file, rendering);
+        }
+        return ExitCode::Done;
+    }
+
+  private:
+    /* The library chooses the form by the bodies that the message has: rich asks for HTML, then RTF, first. */
+    Rendering choose(MessageFile& file, Form form) const {
+        uint32_t options = form == Form::Text ? 0 : EML_EXTRACT_PREFER_RICH;
+        Form given = formOf(file, options);
+        if (given != form) {
+            throw Problem(
+                ExitCode::NoSubFile, "no-such-form", file.name(),
+                fmt::format("has no {} body; --to={} gives what it has", nameOf(form), nameOf(given)));
+        }
+        if (bodyOnly_) options |= EML_EXTRACT_BODY_ONLY;
+        return {options, form == Form::Text ? charset_ : 0};
+    }
+
+    static void extract(MessageFile& file, const Rendering& rendering, emlhost::Output& output) {
+        emlhost::Extraction extraction =
+            file.message().extract(0, output, rendering.options, rendering.charset);
+        file.checkReads();
+        if (output.error() == std::errc::broken_pipe) throw BrokenPipe{};
+        if (output.error())
+            throw Problem(ExitCode::Output, "write-failed", "output", describe(output.error()));
+        if (extraction.status == EML_NO_MEMORY) throw outOfMemory(file.name());
+        if (extraction.status != EML_OK && extraction.status != EML_INPUT_UNUSABLE) {
+            throw Problem(
+                ExitCode::Input, "cannot-read", file.name(),
+                fmt::format("the body cannot be read (result {} of the reader)", extraction.status));
+        }
+    }
+
+    /* On a terminal no byte of the sender may drive it. */
+    static void printVisibly(Console& console, MessageFile& file, const Rendering& rendering) {
+        emlhost::MemoryOutput output;
+        extract(file, rendering, output);
+        std::string_view text(reinterpret_cast<const char*>(output.bytes().data()), output.bytes().size());
+        while (!text.empty()) {
+            size_t end = std::min(text.find('\n'), text.size());
+            std::string_view line = text.substr(0, end);
+            if (line.ends_with('\r')) line.remove_suffix(1);
+            console.print(visible(line) + "\n");
+            text.remove_prefix(std::min(end + 1, text.size()));
+        }
+    }
+
+    void writeFile(MessageFile& file, const Rendering& rendering) const {
+        std::filesystem::path path(outputPath_);
+        std::error_code error;
+        auto output = emlhost::FileOutput::create(path.parent_path().string(), error);
+        if (output == nullptr) throw Problem(ExitCode::Output, "cannot-write", outputPath_, describe(error));
+        extract(file, rendering, *output);
+        error = output->commit(path.filename().string(), overwrite_ ? emlhost::CommitPolicy::Replace
+                                                                    : emlhost::CommitPolicy::KeepExisting);
+        if (error == std::errc::file_exists) {
+            throw Problem(ExitCode::Output, "exists", outputPath_,
+                          "already exists, not overwritten; choose --overwrite");
+        }
+        if (error) throw Problem(ExitCode::Output, "cannot-write", outputPath_, describe(error));
+    }
+
+    std::vector<std::string> files_;
+    std::string to_ = "text";
+    std::string outputPath_;
+    uint32_t charset_ = EML_CHARSET_UTF_8;
+    bool bodyOnly_ = false;
+    bool overwrite_ = false;
+    bool force_ = false;
+};
+
+std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<RenderRun>(app); }
+
+}  // namespace
+
+const Command kRenderCommand = {
+    "render", "the message as one document: HTML, RTF or text", "FILE",
+    "A header block and the body, in a form that the message has. The HTML is the sender's, scripts and\n"
+    "all, with header values unescaped: never open it outside a sandbox.\n\n"
+    "Examples:\n"
+    "  eml render message.eml\n"
+    "  eml render --to=html -o message.html message.eml\n",
+    declare};
+
+}  // namespace emltool

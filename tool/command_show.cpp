@@ -1,0 +1,158 @@
+/* eml show: header and text, as a person reads them. */
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <vector>
+
+#include "standalone/filter.h"
+#include "tool/command.h"
+#include "tool/filter_file.h"
+#include "tool/html_text.h"
+#include "tool/json_text.h"
+#include "tool/message_file.h"
+#include "tool/shown_message.h"
+#include "tool/visible_text.h"
+
+namespace emltool {
+
+namespace {
+
+constexpr size_t kLabelWidth = 14;
+
+/* A line with its tabs as they are, everything else visible. */
+std::string visibleLine(std::string_view line) {
+    std::string shown;
+    for (;;) {
+        size_t tab = line.find('\t');
+        shown += visible(line.substr(0, tab));
+        if (tab == std::string_view::npos) return shown;
+        shown += '\t';
+        line.remove_prefix(tab + 1);
+    }
+}
+
+/* Prints as it reads. HTML is gathered first, since its lines say nothing. */
+class Printer final : public MessageReader {
+  public:
+    Printer(Console& console, bool withFields, bool source)
+        : console_(console), withFields_(withFields), source_(source) {}
+
+    void field(std::string_view name, std::string_view value) override {
+        std::string label = visible(name) + ":";
+        if (label == "Attachment:") label = "Attachments:";
+        size_t width = displayWidth(label);
+        std::string gap(width < kLabelWidth ? kLabelWidth - width : 1, ' ');
+        std::string line = console_.style().label(label);
+        if (!value.empty()) line += gap + visible(value);
+        console_.print(line + "\n");
+    }
+
+    void bodyBegins() override {}
+
+    void line(std::string_view text) override {
+        bool isEmpty = text.find_first_not_of(" \t\r") == std::string_view::npos;
+        if (isEmpty && !anyLine_) return; /* the empty line between header and body is printed anyway */
+        if (!anyLine_) begin(text);
+        if (html_) {
+            (htmlText_ += text) += '\n';
+        } else if (isEmpty) {
+            ++emptyLines_;
+        } else {
+            console_.print(std::string(emptyLines_, '\n') + visibleLine(text) + "\n");
+            emptyLines_ = 0;
+        }
+    }
+
+    void finish() {
+        for (const std::string& text : htmlToLines(htmlText_)) console_.print(visibleLine(text) + "\n");
+    }
+
+    bool isHtml() const { return html_; }
+
+  private:
+    void begin(std::string_view firstLine) {
+        if (withFields_) console_.print("\n");
+        html_ = !source_ && looksLikeHtml(firstLine);
+        anyLine_ = true;
+    }
+
+    Console& console_;
+    bool withFields_;
+    bool source_;
+    bool anyLine_ = false;
+    bool html_ = false;
+    size_t emptyLines_ = 0; /* held back, so that none stands at the end */
+    std::string htmlText_;
+};
+
+class ShowRun final : public CommandRun {
+  public:
+    explicit ShowRun(CLI::App& app) {
+        app.add_option("FILE", files_, "messages; - is standard input")->type_name("");
+        app.add_flag("--body-only", bodyOnly_, "no header fields");
+        app.add_flag("--source", source_, "HTML as it is, not its text");
+        app.add_flag("--force", force_, "read the file even if it does not look like a message");
+    }
+
+    ExitCode run(Console& console, const GlobalOptions& options) override {
+        if (files_.empty()) throw usageProblem("show: no FILE given; see \"eml show --help\"");
+        if (options.json) throw usageProblem("show has no JSON form; see \"eml --json info\" or \"records\"");
+        Tally tally;
+        bool first = true;
+        for (const std::string& path : files_) {
+            try {
+                if (files_.size() > 1) {
+                    console.print((first ? "" : "\n") + console.style().label(visible(path) + ":") + "\n\n");
+                }
+                first = false;
+                show(console, path);
+                tally.succeeded();
+            } catch (const StandardOutputProblem&) {
+                throw;
+            } catch (const Problem& problem) {
+                console.report(problem);
+                tally.failed(problem.exit);
+            }
+        }
+        return tally.exitCode();
+    }
+
+  private:
+    void show(Console& console, const std::string& path) const {
+        FilterFile file(path, force_, !bodyOnly_);
+        Printer printer(console, !bodyOnly_, source_);
+        RecordReader reader(printer);
+        file.read([&](const emlhost::TextRecord& record) {
+            reader.take(record);
+            return !file.isEncrypted() || !reader.inBody();
+        });
+        if (file.isEncrypted()) {
+            throw Problem(ExitCode::Encrypted, "encrypted", file.name(),
+                          "encrypted (S/MIME); only the header can be shown");
+        }
+        reader.finish();
+        printer.finish();
+        if (printer.isHtml() && console.verbose()) {
+            console.warn(file.name(), "the text of an HTML message; --source shows it as it is");
+        }
+    }
+
+    std::vector<std::string> files_;
+    bool bodyOnly_ = false;
+    bool source_ = false;
+    bool force_ = false;
+};
+
+std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<ShowRun>(app); }
+
+}  // namespace
+
+const Command kShowCommand = {
+    "show", "show header and text, as a person reads them", "FILE...",
+    "Without a command this is what eml does: \"eml FILE\". Of an HTML message the text is shown.\n\n"
+    "Examples:\n"
+    "  eml message.eml\n"
+    "  eml show --body-only message.eml | less\n",
+    declare};
+
+}  // namespace emltool

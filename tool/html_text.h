@@ -1,0 +1,22 @@
+/*
+ * The text in HTML, for reading on a terminal. It is no browser: tags are left out, blocks become lines.
+ */
+#ifndef EMLREADER_TOOL_HTML_TEXT_H
+#define EMLREADER_TOOL_HTML_TEXT_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace emltool {
+
+/* Whether a text that begins with this line is HTML. */
+bool looksLikeHtml(std::string_view firstLine);
+
+/* The lines of text in `html`, UTF-8: white space folded, scripts and styles left out, at most one empty line
+ * between two others. */
+std::vector<std::string> htmlToLines(std::string_view html);
+
+}  // namespace emltool
+
+#endif

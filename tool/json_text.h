@@ -1,0 +1,23 @@
+/*
+ * Answers for programs, one line of JSON each.
+ */
+#ifndef EMLREADER_TOOL_JSON_TEXT_H
+#define EMLREADER_TOOL_JSON_TEXT_H
+
+#include <string>
+#include <string_view>
+
+#include "tool/message_tree.h"
+
+namespace emltool {
+
+/* The line for the message `source`, with its line end. `tree` is NULL when it could not be read, which
+ * `problem` then explains. Fields are only ever added. */
+std::string jsonLine(std::string_view source, const MessageTree* tree, const Problem* problem);
+
+/* Characters that JSON lets stand but a terminal may obey, as escapes. They occur in strings only. */
+std::string withVisibleControls(std::string_view json);
+
+}  // namespace emltool
+
+#endif

@@ -1,0 +1,61 @@
+/*
+ * A message as a person reads it, drawn from the text records of the message filter.
+ */
+#ifndef EMLREADER_TOOL_SHOWN_MESSAGE_H
+#define EMLREADER_TOOL_SHOWN_MESSAGE_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "standalone/text_records.h"
+
+namespace emltool {
+
+/* Takes what is read. Texts are UTF-8, and not safe for a terminal. */
+class MessageReader {
+  public:
+    virtual ~MessageReader() = default;
+
+    /* A field: "From" and its value. */
+    virtual void field(std::string_view name, std::string_view value) = 0;
+
+    /* The fields have ended. */
+    virtual void bodyBegins() = 0;
+
+    /* A line of the body, without its line end. */
+    virtual void line(std::string_view text) = 0;
+};
+
+/* Turns the records of one conversion into fields and lines. */
+class RecordReader {
+  public:
+    explicit RecordReader(MessageReader& reader) : reader_(reader) {}
+
+    void take(const emlhost::TextRecord& record);
+
+    /* No record follows. */
+    void finish();
+
+    bool inBody() const { return where_ == Where::Body; }
+
+  private:
+    enum class Where { Prologue, Fields, Name, Value, Body };
+
+    void takeCharset(uint32_t charset);
+    void takeAttribute(uint32_t attribute);
+    void takeLineBreak();
+    void convertPending();
+
+    MessageReader& reader_;
+    Where where_ = Where::Prologue;
+    uint32_t charset_ = 0;
+    std::string name_;
+    std::string pending_; /* bytes in charset_ that are not converted yet */
+    std::string text_;    /* the value or the line so far, in UTF-8 */
+    bool lineBegun_ = false;
+};
+
+}  // namespace emltool
+
+#endif

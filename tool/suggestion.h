@@ -1,0 +1,27 @@
+/*
+ * "did you mean ...?"
+ */
+#ifndef EMLREADER_TOOL_SUGGESTION_H
+#define EMLREADER_TOOL_SUGGESTION_H
+
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace emltool {
+
+/* Letters to insert, delete, replace or swap with their neighbour until `a` is `b`; upper and lower case
+ * count as the same. */
+size_t typingErrors(std::string_view a, std::string_view b);
+
+/* The candidate that `word` most likely stands for; empty when none is near. */
+std::string closest(std::string_view word, std::span<const std::string> candidates);
+
+/* The path of an existing file that `path`, which does not exist, most likely stands for; empty when there is
+ * none. */
+std::string closestFile(const std::string& path);
+
+}  // namespace emltool
+
+#endif
