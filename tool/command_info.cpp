@@ -114,8 +114,8 @@ std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<Inf
 
 const Command kInfoCommand = {
     "info", "who, when and what: metadata, charset, date, attachments", "FILE...",
-    "Fields are decoded to UTF-8. The date is the one that the message was sent on, by its own clock: the\n"
-    "zone is not looked at. --json gives one line for each message.\n\n"
+    "Fields are decoded to UTF-8. The date is the one that the message was sent on, by its own clock, with\n"
+    "the zone that it names, or -00:00. --json gives one line for each message.\n\n"
     "Examples:\n"
     "  eml info message.eml\n"
     "  eml --json info *.eml | jq -r .message.metadata.subject\n",

@@ -76,7 +76,7 @@ class RenderRun final : public CommandRun {
                        "charset id of text: 53, UTF-8, is the default; 0 leaves it as it is")
             ->type_name("ID");
         app.add_flag("--body-only", bodyOnly_, "no header block");
-        app.add_option("-o,--output", outputPath_, "file to write; standard output is the default")
+        app.add_option("-o,--output", outputPath_, "file to write; standard output, also -, is the default")
             ->type_name("OUT");
         app.add_flag("--overwrite", overwrite_, "replace the file if it exists");
         app.add_flag("--force", force_, "read the file even if it does not look like a message");
@@ -87,6 +87,7 @@ class RenderRun final : public CommandRun {
         if (files_.size() > 1)
             throw usageProblem(fmt::format("render takes one FILE; {} is one too many", files_[1]));
         if (options.json) throw usageProblem("render has no JSON form; see \"eml --json info\"");
+        if (outputPath_ == "-") outputPath_.clear();
         Form form = parseForm(to_);
         if (charset_ != 0 && emlhost::findCharset(charset_) == nullptr) {
             throw usageProblem(
@@ -129,13 +130,16 @@ class RenderRun final : public CommandRun {
         return {options, form == Form::Text ? charset_ : 0};
     }
 
-    static void extract(MessageFile& file, const Rendering& rendering, emlhost::Output& output) {
+    void extract(MessageFile& file, const Rendering& rendering, emlhost::Output& output) const {
         emlhost::Extraction extraction =
             file.message().extract(0, output, rendering.options, rendering.charset);
         file.checkReads();
         if (output.error() == std::errc::broken_pipe) throw BrokenPipe{};
-        if (output.error())
-            throw Problem(ExitCode::Output, "write-failed", "output", describe(output.error()));
+        if (output.error()) {
+            bool toFile = !outputPath_.empty();
+            throw Problem(ExitCode::Output, "write-failed", toFile ? outputPath_ : "standard output",
+                          describe(output.error()) + (toFile ? "; partial file removed" : ""));
+        }
         if (extraction.status == EML_NO_MEMORY) throw outOfMemory(file.name());
         if (extraction.status != EML_OK && extraction.status != EML_INPUT_UNUSABLE) {
             throw Problem(
@@ -145,7 +149,7 @@ class RenderRun final : public CommandRun {
     }
 
     /* On a terminal no byte of the sender may drive it. */
-    static void printVisibly(Console& console, MessageFile& file, const Rendering& rendering) {
+    void printVisibly(Console& console, MessageFile& file, const Rendering& rendering) const {
         emlhost::MemoryOutput output;
         extract(file, rendering, output);
         std::string_view text(reinterpret_cast<const char*>(output.bytes().data()), output.bytes().size());

@@ -10,6 +10,7 @@
 #include "tool/html_text.h"
 #include "tool/json_text.h"
 #include "tool/message_file.h"
+#include "tool/name_decoding.h"
 #include "tool/shown_message.h"
 #include "tool/visible_text.h"
 
@@ -39,11 +40,13 @@ class Printer final : public MessageReader {
 
     void field(std::string_view name, std::string_view value) override {
         std::string label = visible(name) + ":";
-        if (label == "Attachment:") label = "Attachments:";
+        bool isList = label == "Attachment:";
+        if (isList) label = "Attachments:";
         size_t width = displayWidth(label);
         std::string gap(width < kLabelWidth ? kLabelWidth - width : 1, ' ');
         std::string line = console_.style().label(label);
-        if (!value.empty()) line += gap + visible(value);
+        /* The names of attachments are as the message writes them. */
+        if (!value.empty()) line += gap + visible(isList ? decodeName(value, EML_CHARSET_UNKNOWN) : value);
         console_.print(line + "\n");
     }
 

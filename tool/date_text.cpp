@@ -16,7 +16,9 @@ std::string zoneOf(std::string_view sent) {
         std::string_view zone = sent.substr(at, 5);
         bool isSign = zone[0] == '+' || zone[0] == '-';
         if (!isSign || zone.size() < 5) continue;
-        if (isDigit(zone[1]) && isDigit(zone[2]) && isDigit(zone[3]) && isDigit(zone[4])) {
+        bool areDigits = isDigit(zone[1]) && isDigit(zone[2]) && isDigit(zone[3]) && isDigit(zone[4]);
+        /* RFC 3339 has no "+99:99". */
+        if (areDigits && zone.substr(1, 2) <= "23" && zone[3] <= '5') {
             return fmt::format("{}:{}", zone.substr(0, 3), zone.substr(3));
         }
     }

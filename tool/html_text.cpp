@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <charconv>
 #include <cstdint>
 #include <optional>
@@ -89,7 +90,7 @@ class HtmlText {
   private:
     void put(char c) {
         if (kSpaces.find(c) != std::string_view::npos) {
-            blank_ = !line_.empty();
+            blank_ = !line_.empty() && line_.back() != ' ';
             return;
         }
         if (blank_) line_ += ' ';
@@ -99,6 +100,7 @@ class HtmlText {
 
     void endLine() {
         blank_ = false;
+        if (line_.ends_with(' ')) line_.pop_back(); /* behind the mark of a list item */
         if (!line_.empty()) lines_.push_back(std::move(line_));
         line_.clear();
     }
@@ -110,17 +112,16 @@ class HtmlText {
 
     void readEntity() {
         constexpr size_t kLongest = 10;
-        size_t end = html_.find(';', at_);
+        std::string_view name = html_.substr(at_ + 1, kLongest + 1);
+        size_t length = name.find(';');
         std::optional<char32_t> character;
-        if (end != std::string_view::npos && end - at_ - 1 <= kLongest) {
-            character = entity(html_.substr(at_ + 1, end - at_ - 1));
-        }
+        if (length != std::string_view::npos) character = entity(name.substr(0, length));
         if (!character) {
             put('&');
             ++at_;
             return;
         }
-        at_ = end + 1;
+        at_ += length + 2;
         std::string text;
         appendUtf8(text, *character);
         for (char c : text) put(c);
@@ -158,15 +159,19 @@ class HtmlText {
         if (name == "li" && !closing) line_ = "* ";
     }
 
-    /* Moves behind the closing tag. One that is missing hides nothing. */
+    /* Moves behind the closing tag. One that is missing hides nothing, and is not looked for again. */
     void skipElement(const std::string& name) {
+        if (contains(unclosed_, name)) return;
         std::string wanted = "</" + name;
         for (size_t at = html_.find("</", at_); at != std::string_view::npos; at = html_.find("</", at + 2)) {
+            size_t end = at + wanted.size();
             if (lowerCase(html_.substr(at, wanted.size())) != wanted) continue;
+            if (end < html_.size() && std::isalnum(static_cast<unsigned char>(html_[end])) != 0) continue;
             at_ = at;
             skipBehind(">");
             return;
         }
+        unclosed_.push_back(name);
     }
 
     std::string_view html_;
@@ -174,6 +179,7 @@ class HtmlText {
     std::string line_;
     bool blank_ = false;
     std::vector<std::string> lines_;
+    std::vector<std::string> unclosed_; /* hidden elements without a closing tag from here on */
 };
 
 }  // namespace

@@ -1,0 +1,93 @@
+#!/usr/bin/env bash
+# Installs what this machine lacks, with apt-get, and says what.
+#
+#     scripts/install-needed.sh run     what ./run needs: to build the library and the tool
+#     scripts/install-needed.sh test    what ./test needs: the same, the 32-bit compiler and the lints
+#
+# Silent when nothing is missing; apt-get is not even called then. As another user than root it calls sudo.
+set -u
+
+# Each line: a Debian package, and the command that succeeds where its content is there.
+run_needs='
+cmake                command -v cmake
+ninja-build          command -v ninja
+g++                  command -v g++
+libcli11-dev         has_header CLI/CLI.hpp
+libfmt-dev           has_header fmt/format.h
+rapidjson-dev        has_header rapidjson/writer.h
+'
+test_needs='
+g++-multilib         links_32_bit
+googletest           test -e /usr/src/googletest/CMakeLists.txt
+nlohmann-json3-dev   has_header nlohmann/json.hpp
+clang-format         command -v clang-format
+clang-tidy           command -v clang-tidy
+python3              command -v python3
+binutils             command -v readelf
+git                  command -v git
+'
+
+has_header() { echo "#include <$1>" | g++ -std=c++20 -E -x c++ - -o /dev/null; }
+
+links_32_bit() { echo 'int main() { return 0; }' | g++ -m32 -x c++ - -o /dev/null; }
+
+case "${1-}" in
+    run) needs=$run_needs ;;
+    test) needs=$run_needs$test_needs ;;
+    *)
+        echo "usage: $0 run|test" >&2
+        exit 2
+        ;;
+esac
+
+list_missing() {
+    local package probe
+    while read -r package probe; do
+        if [ -n "$package" ] && ! (eval "$probe") >/dev/null 2>&1 </dev/null; then echo "$package"; fi
+    done <<<"$needs"
+}
+
+as_root() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi; }
+
+apt() { as_root env DEBIAN_FRONTEND=noninteractive apt-get -q "$@" </dev/null; }
+
+# True when apt-get knows every package. On a fresh machine it knows none before its first update.
+all_known() {
+    local package
+    for package in "$@"; do apt-cache show "$package" >/dev/null 2>&1 || return 1; done
+}
+
+missing=$(list_missing)
+[ -n "$missing" ] || exit 0
+# One name for each word from here on.
+# shellcheck disable=SC2086
+set -- $missing
+
+by_hand="install by hand what provides: $*"
+if ! command -v apt-get >/dev/null; then
+    echo "This machine has no apt-get; $by_hand" >&2
+    exit 1
+fi
+if [ "$(id -u)" -ne 0 ] && ! command -v sudo >/dev/null; then
+    echo "Not root, and no sudo; as root: apt-get install $*" >&2
+    exit 1
+fi
+
+echo "Installing with apt-get: $*"
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+{ all_known "$@" || apt update; } >"$log" 2>&1
+# A list of packages that is too old names versions that are gone: once more with a new list.
+if ! apt install -y --no-install-recommends "$@" >>"$log" 2>&1; then
+    if ! { apt update && apt install -y --no-install-recommends "$@"; } >>"$log" 2>&1; then
+        cat "$log" >&2
+        echo "apt-get could not install: $*" >&2
+        exit 1
+    fi
+fi
+
+missing=$(list_missing)
+if [ -n "$missing" ]; then
+    echo "Still missing after apt-get: ${missing//$'\n'/ }" >&2
+    exit 1
+fi

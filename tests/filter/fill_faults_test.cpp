@@ -1,0 +1,396 @@
+// Hosts that fail while a message is opened, converted and closed: nothing breaks, nothing is left behind but
+// what a failed reallocate loses by rule, and the code is the stated one.
+#include <gtest/gtest.h>
+
+#include "filter/stream_walk.h"
+#include "reference/filter_text.h"
+
+namespace eml::test {
+namespace {
+
+using namespace std::string_literals;
+
+struct Life {
+    bool opened = false;
+    EmlResult openResult = EML_OK;
+    Conversion conversion;
+};
+
+// Open, one conversion to its end, close.
+Life live(RecordingHost& host, uint32_t capacity = 300) {
+    Life life;
+    EmlFilterContext* const context = emlInitEx(&host.input(), &host.services(), 0, 0, 0, &life.openResult);
+    life.opened = context != nullptr;
+    if (context != nullptr) life.conversion = convertAll(context, capacity);
+    emlShutdown(context);
+    return life;
+}
+
+struct FaultCase {
+    const char* name;
+    std::string message;
+};
+
+// Between them they allocate all that a conversion may allocate, and grow all of it.
+std::vector<FaultCase> faultCases() {
+    std::string manyFields = "Content-Type: text/plain\r\n";
+    for (int i = 0; i < 150; ++i) manyFields += "To:\r\n";
+    const std::string encodedHeader = "Subject: =?utf-8?Q?Caf=C3=A9?= =?utf-8?B?Q2Fmw6k=?=\r\nTo: a\r\n";
+    std::string parts = "Content-Type: multipart/mixed; boundary=b\r\nSubject: s\r\n\r\n";
+    parts += "--b\r\nContent-Type: multipart/alternative; boundary=\"a longer one\"\r\n\r\n";
+    parts += "--a longer one\r\nContent-Type: text/plain\r\n\r\nthe text\r\n--a longer one--\r\n";
+    for (int i = 0; i < 12; ++i) {
+        parts += "--b\r\nContent-Type: image/png; name=" + std::to_string(i) + ".png\r\n\r\nxx\r\n";
+    }
+    return {
+        {"plain", "From: a\r\nTo: b\r\n\r\n" + std::string(9000, 'x')},
+        {"many fields", manyFields + "\r\ntext\r\n"},
+        {"encoded words", encodedHeader + "\r\ntext\r\n"},
+        {"quoted-printable", "Content-Transfer-Encoding: quoted-printable\r\n\r\n" + std::string(9000, 'x')},
+        {"base64", encodedHeader + "Content-Transfer-Encoding: base64\r\n\r\n" + std::string(12000, 'A')},
+        {"parts", parts + "--b--\r\n"},
+        {"an attachment", "Subject: s\r\nContent-Type: application/pdf; name=a.pdf\r\n\r\nPDF\r\n"},
+        {"no empty line", "From: a\r\nTo: b\r\n"},
+    };
+}
+
+constexpr Entry kEntries[] = {Entry::kAllocate,   Entry::kReallocate, Entry::kAllocateZeroed,
+                              Entry::kInputRead,  Entry::kInputSeek,  Entry::kInputTell,
+                              Entry::kInputClose, Entry::kStoreDate};
+
+bool isMemory(Entry entry) {
+    return entry == Entry::kAllocate || entry == Entry::kReallocate || entry == Entry::kAllocateZeroed;
+}
+
+bool isOneOf(EmlResult result, std::initializer_list<EmlResult> codes) {
+    return std::find(codes.begin(), codes.end(), result) != codes.end();
+}
+
+void expectStatedCodes(Entry entry, const Life& life, EmlResult stored) {
+    if (!life.opened) {
+        EXPECT_EQ(life.openResult, stored) << "the code is in the services too";
+        if (isMemory(entry)) {
+            EXPECT_EQ(life.openResult, EML_NO_MEMORY);
+        } else if (entry == Entry::kInputRead) {
+            EXPECT_EQ(life.openResult, EML_EMPTY_MESSAGE);
+        } else {
+            EXPECT_EQ(life.openResult, EML_INPUT_NOT_OPENED);
+        }
+        return;
+    }
+    EXPECT_EQ(life.openResult, EML_OK);
+    const EmlResult result = life.conversion.result;
+    // Memory: the record writer says one thing, a decoder that finds no room the other.
+    if (isMemory(entry)) {
+        EXPECT_TRUE(isOneOf(result, {EML_OK, EML_NO_MEMORY, EML_OBJECT_FAILED})) << result;
+    } else if (entry == Entry::kInputRead) {
+        EXPECT_TRUE(isOneOf(result, {EML_OK, EML_OBJECT_FAILED})) << result;
+    } else if (entry == Entry::kInputSeek) {
+        EXPECT_EQ(result, EML_OBJECT_FAILED);
+    } else {
+        EXPECT_EQ(result, EML_OK);
+    }
+    (void)walkStream(life.conversion.bytes());
+    if (result == EML_OK) {
+        EXPECT_TRUE(life.conversion.finished);
+    }
+}
+
+TEST(FillFaults, EveryCallOfEveryEntryFailsOnceAndFromThenOn) {
+    for (const FaultCase& test : faultCases()) {
+        RecordingHost counted(test.message);
+        const Life undisturbed = live(counted);
+        ASSERT_TRUE(undisturbed.conversion.finished) << test.name;
+        for (const Entry entry : kEntries) {
+            for (uint64_t nth = 1; nth <= counted.journal().calls(entry); ++nth) {
+                for (const bool onwards : {false, true}) {
+                    SCOPED_TRACE(std::string(test.name) + ": " + entryName(entry) + " " +
+                                 std::to_string(nth) + (onwards ? " onwards" : ""));
+                    RecordingHost host(test.message, {.heapMode = HeapMode::kGuarded});
+                    host.journal().fail(entry, {nth, onwards});
+                    const Life life = live(host);
+                    expectStatedCodes(entry, life, host.services().lastError);
+                    if (entry != Entry::kReallocate) {
+                        EXPECT_EQ(host.heap().lostBlocks(), 0U);
+                    }
+                    // Without a context there is nothing that could close the input.
+                    EXPECT_FALSE(host.inputOpen());
+                }
+            }
+        }
+    }
+}
+
+// A conversion that failed can be begun anew, and gives the whole stream when the host works again.
+TEST(FillFaults, RestartAfterAFailureGivesTheWholeStream) {
+    for (const FaultCase& test : faultCases()) {
+        RecordingHost counted(test.message);
+        const std::string expected = live(counted).conversion.bytes();
+        for (const Entry entry :
+             {Entry::kAllocate, Entry::kReallocate, Entry::kInputRead, Entry::kInputSeek}) {
+            RecordingHost host(test.message);
+            EmlFilterContext* const context = emlInitEx(&host.input(), &host.services(), 0, 0, 0, nullptr);
+            ASSERT_NE(context, nullptr) << test.name;
+            const uint64_t before = host.journal().calls(entry);
+            (void)convertAll(context, 300);
+            const uint64_t calls = host.journal().calls(entry) - before;
+            for (uint64_t nth = 1; nth <= calls; ++nth) {
+                SCOPED_TRACE(std::string(test.name) + ": " + entryName(entry) + " " + std::to_string(nth));
+                host.journal().fail(entry, {host.journal().calls(entry) + nth, true});
+                (void)convertAll(context, 300);
+                host.journal().fail(entry, {});
+                EXPECT_EQ(convertAll(context, 300).bytes(), expected);
+            }
+            emlShutdown(context);
+        }
+    }
+}
+
+// ---- single failures and their codes
+
+struct OpenedFilter {
+    explicit OpenedFilter(const std::string& message)
+        : host(message), context(emlInitEx(&host.input(), &host.services(), 0, 0, 0, nullptr)) {
+        EXPECT_NE(context, nullptr);
+    }
+    ~OpenedFilter() { emlShutdown(context); }
+    OpenedFilter(const OpenedFilter&) = delete;
+    OpenedFilter& operator=(const OpenedFilter&) = delete;
+
+    // The result of a conversion in which the nth call of `entry` from now on fails.
+    Conversion convertWithFault(Entry entry, uint64_t nth, bool onwards = false, uint32_t capacity = 4096) {
+        host.journal().fail(entry, {host.journal().calls(entry) + nth, onwards});
+        return convertAll(context, capacity);
+    }
+
+    RecordingHost host;
+    EmlFilterContext* context;
+};
+
+constexpr char kPlain[] = "From: a\r\nTo: b\r\n\r\nsome text\r\n";
+
+TEST(FillFaults, CodesOfTheHeader) {
+    struct {
+        const char* what;
+        Entry entry;
+        uint64_t nth;
+        EmlResult result;
+    } const cases[] = {
+        {"the staging buffer", Entry::kAllocate, 1, EML_NO_MEMORY},
+        {"the header block", Entry::kAllocate, 2, EML_NO_MEMORY},
+        {"the rewind for the header", Entry::kInputSeek, 1, EML_OBJECT_FAILED},
+        {"the read of the header", Entry::kInputRead, 1, EML_OBJECT_FAILED},
+    };
+    for (const auto& test : cases) {
+        OpenedFilter filter(kPlain);
+        const Conversion conversion = filter.convertWithFault(test.entry, test.nth);
+        EXPECT_EQ(conversion.result, test.result) << test.what;
+        ASSERT_EQ(conversion.calls.size(), 1U) << test.what;
+        EXPECT_EQ(conversion.calls[0], "") << test.what << ": nothing was given";
+        // The output is let go: nothing is in progress.
+        char name[14] = {};
+        EXPECT_EQ(emlGetMainNameDate(filter.context, name, nullptr), EML_OK) << test.what;
+    }
+}
+
+TEST(FillFaults, CodesOfTheBody) {
+    OpenedFilter seek(kPlain);
+    const Conversion conversion = seek.convertWithFault(Entry::kInputSeek, 2);
+    EXPECT_EQ(conversion.result, EML_OBJECT_FAILED) << "the seek to the body";
+    EXPECT_EQ(textOfStream(conversion.bytes().substr(132)), "{b}From:{/b}\t\t a\n{b}To:{/b}\t\t b\n{27:7}")
+        << "what was written before counts";
+
+    OpenedFilter read(kPlain);
+    const Conversion ended = read.convertWithFault(Entry::kInputRead, 2);
+    EXPECT_EQ(ended.result, EML_OK) << "a body that cannot be read is at its end";
+    EXPECT_TRUE(ended.finished);
+
+    OpenedFilter parts(
+        "Content-Type: multipart/alternative; boundary=b\r\nTo: b\r\n\r\n"
+        "--b\r\nContent-Type: text/plain\r\n\r\ntext\r\n--b--\r\n");
+    EXPECT_EQ(parts.convertWithFault(Entry::kInputSeek, 2).result, EML_OBJECT_FAILED)
+        << "the seek to the part";
+    EXPECT_EQ(parts.convertWithFault(Entry::kInputSeek, 3).result, EML_OBJECT_FAILED)
+        << "the seek to its text";
+}
+
+// KEPT rules: which of the two codes a decoder gives, and that behind the base64 step the result of the
+// quoted-printable step is the one that counts.
+TEST(FillFaults, CodesOfTheDecoders) {
+    const std::string header = "To: b\r\nContent-Transfer-Encoding: ";
+    {
+        OpenedFilter filter(header + "quoted-printable\r\n\r\n" + std::string(9000, 'x'));
+        const Conversion conversion = filter.convertWithFault(Entry::kAllocate, 3);
+        EXPECT_EQ(conversion.result, EML_OBJECT_FAILED) << "the decode buffer";
+        EXPECT_EQ(textOfStream(conversion.bytes().substr(132)), "{b}To:{/b}\t\t b\n{27:7}") << "size is set";
+    }
+    {
+        OpenedFilter filter(header + "quoted-printable\r\n\r\n" + std::string(9000, 'x'));
+        EXPECT_EQ(filter.convertWithFault(Entry::kReallocate, 1).result, EML_OBJECT_FAILED) << "its growth";
+    }
+    {
+        // The base64 step fails, and the quoted-printable step then reads the whole body.
+        OpenedFilter filter(header + "base64\r\n\r\nPTQx_abc=41\r\n");
+        const Conversion conversion = filter.convertWithFault(Entry::kAllocate, 3);
+        EXPECT_EQ(conversion.result, EML_OK) << "the base64 step's own code is not kept";
+        EXPECT_EQ(textOfStream(conversion.bytes().substr(132)), "{b}To:{/b}\t\t b\n{27:7}\nPTQx abcA\n");
+    }
+    {
+        OpenedFilter filter(header + "base64\r\n\r\nPTQxX2FiYw==\r\n");
+        EXPECT_EQ(filter.convertWithFault(Entry::kAllocate, 3, true).result, EML_OBJECT_FAILED)
+            << "both steps fail";
+    }
+    {
+        // Behind a growth that failed nothing is left to read: the text is lost, and the result is that of
+        // the quoted-printable step.
+        OpenedFilter filter(header + "base64\r\n\r\n" + std::string(12000, 'A'));
+        const Conversion conversion = filter.convertWithFault(Entry::kReallocate, 1);
+        EXPECT_EQ(conversion.result, EML_OK);
+        EXPECT_TRUE(conversion.finished);
+    }
+    {
+        OpenedFilter filter("Subject: =?utf-8?Q?abc?=\r\nTo: b\r\n\r\nx\r\n");
+        EXPECT_EQ(filter.convertWithFault(Entry::kAllocate, 3).result, EML_OBJECT_FAILED)
+            << "in an encoded word";
+    }
+}
+
+TEST(FillFaults, StagingBufferThatCannotGrow) {
+    std::string message;
+    for (int i = 0; i < 150; ++i) message += "To:\r\n";
+    OpenedFilter filter(message + "\r\ntext\r\n");
+    const Conversion conversion = filter.convertWithFault(Entry::kReallocate, 1);
+    EXPECT_EQ(conversion.result, EML_NO_MEMORY);
+    EXPECT_EQ(conversion.calls[0], "");
+    EXPECT_EQ(filter.host.heap().lostBlocks(), 1U);
+}
+
+TEST(FillFaults, StagingBufferThatIsPendingIsFreed) {
+    std::string message = "To: " + std::string(2000, 'x') + "\r\n\r\ntext\r\n";
+    {
+        OpenedFilter filter(message);
+        Conversion conversion;
+        EXPECT_EQ(fillOnce(filter.context, 256, conversion), EML_OK);
+        EXPECT_FALSE(conversion.finished);
+        const size_t live = filter.host.heap().liveBlocks();
+        for (int i = 0; i < 5; ++i)
+            EXPECT_EQ(fillOnce(filter.context, 256, conversion, EML_FILL_RESTART), EML_OK);
+        EXPECT_EQ(filter.host.heap().liveBlocks(), live) << "a new first fill frees it";
+    }
+    // The close frees it too: the host complains otherwise.
+    OpenedFilter closed(message);
+    Conversion conversion;
+    EXPECT_EQ(fillOnce(closed.context, 256, conversion), EML_OK);
+}
+
+TEST(FillFaults, CodesOfTheOpen) {
+    const std::string attachment = "Subject: s\r\nContent-Type: application/pdf; name=a.pdf\r\n\r\nPDF\r\n";
+    struct {
+        const char* what;
+        std::string message;
+        Entry entry;
+        uint64_t nth;
+        EmlResult result;
+    } const cases[] = {
+        {"the context", kPlain, Entry::kAllocate, 1, EML_NO_MEMORY},
+        {"the rewind", kPlain, Entry::kInputSeek, 1, EML_INPUT_NOT_OPENED},
+        {"the first read", kPlain, Entry::kInputRead, 1, EML_EMPTY_MESSAGE},
+        {"the attachment table", attachment, Entry::kAllocate, 2, EML_NO_MEMORY},
+        {"the two parts of a message that is an attachment", attachment, Entry::kAllocateZeroed, 1,
+         EML_NO_MEMORY},
+        {"the boundary", "Content-Type: multipart/mixed; boundary=b\r\nTo: b\r\n\r\n--b\r\n",
+         Entry::kAllocate, 2, EML_NO_MEMORY},
+    };
+    for (const auto& test : cases) {
+        RecordingHost host(test.message);
+        host.journal().fail(test.entry, {test.nth, false});
+        EmlResult result = 77;
+        EXPECT_EQ(emlInitEx(&host.input(), &host.services(), 0, 0, 0, &result), nullptr) << test.what;
+        EXPECT_EQ(result, test.result) << test.what;
+        EXPECT_EQ(host.services().lastError, test.result) << test.what;
+        EXPECT_EQ(host.heap().liveBlocks(), 0U) << test.what;
+        EXPECT_FALSE(host.inputOpen()) << test.what;
+    }
+}
+
+TEST(FillFaults, InputThatCannotBeOpenedIsClosedAllTheSame) {
+    static int closed;
+    closed = 0;
+    for (const bool missing : {false, true}) {
+        RecordingHost host;
+        EmlIOobj input{};
+        if (!missing) input.open = [](EmlIOobj*) { return 0; };
+        input.close = [](EmlIOobj*) { return ++closed; };
+        EmlResult result = 77;
+        EXPECT_EQ(emlInitEx(&input, &host.services(), 0, 0, 0, &result), nullptr);
+        EXPECT_EQ(result, EML_INPUT_NOT_OPENED);
+        EXPECT_EQ(host.services().lastError, EML_INPUT_NOT_OPENED);
+    }
+    EXPECT_EQ(closed, 2);
+}
+
+// What a read delivers must not show in the records, save where a single byte is all it gives: then that byte
+// is the last of its chunk and is dropped.
+TEST(FillFaults, ShortReads) {
+    const std::string message = "To: b\r\n\r\n" + std::string(3000, 'x') + "\r\nabc\r\n";
+    for (const ReadStyle style : {ReadStyle::kHalf, ReadStyle::kOneByte, ReadStyle::kMoreThanAsked}) {
+        OpenedFilter filter(message);
+        const std::string whole = textOfStream(convertAll(filter.context, 65536).bytes());
+        const std::string body = message.substr(message.find("\r\n\r\n") + 2);
+        filter.host.setReadStyle(style);
+        Conversion conversion;
+        filter.host.setReadStyle(ReadStyle::kFull);
+        (void)fillOnce(filter.context, 160, conversion, EML_FILL_RESTART);  // the header alone
+        ASSERT_EQ(conversion.progress.back(), 0U);
+        filter.host.setReadStyle(style);
+        std::deque<std::string> chunks;
+        for (size_t at = 0; at < body.size();) {
+            const size_t left = std::min<size_t>(body.size() - at, 4096);
+            const size_t size = style == ReadStyle::kHalf      ? (left + 1) / 2
+                                : style == ReadStyle::kOneByte ? 1
+                                                               : left;
+            chunks.push_back(body.substr(at, size));
+            at += size;
+        }
+        reference::StreamModel model("", 7, chunks);
+        std::string expected;
+        while (model.progress() < 100) expected += model.fill(65536);
+        while (!conversion.finished) (void)fillOnce(filter.context, 65536, conversion);
+        const std::string text = textOfStream(conversion.bytes());
+        EXPECT_EQ(text.substr(text.size() - std::min(text.size(), textOfStream(expected).size())),
+                  textOfStream(expected))
+            << static_cast<int>(style);
+        if (style == ReadStyle::kOneByte) {
+            EXPECT_EQ(textOfStream(expected), "{27:7}\n\n\n\n\n\n") << "KEPT: only the line ends are left";
+        }
+        if (style == ReadStyle::kMoreThanAsked) {
+            EXPECT_EQ(text, whole);
+        }
+    }
+}
+
+TEST(FillFaults, EntriesThatAreMissing) {
+    for (const FaultCase& test : faultCases()) {
+        for (const Entry entry : {Entry::kAllocate, Entry::kReallocate, Entry::kAllocateZeroed, Entry::kFree,
+                                  Entry::kInputRead, Entry::kInputSeek, Entry::kInputTell, Entry::kInputClose,
+                                  Entry::kStoreDate, Entry::kDuplicateString, Entry::kConvertText}) {
+            SCOPED_TRACE(std::string(test.name) + ": " + entryName(entry));
+            {
+                RecordingHost host(test.message);
+                if (entry == Entry::kFree || entry == Entry::kReallocate) host.allowLiveBlocks();
+                host.remove(entry);
+                (void)live(host);
+            }
+            RecordingHost host(test.message);
+            if (entry == Entry::kFree || entry == Entry::kReallocate) host.allowLiveBlocks();
+            EmlFilterContext* const context = emlInitEx(&host.input(), &host.services(), 0, 0, 0, nullptr);
+            ASSERT_NE(context, nullptr);
+            host.remove(entry);
+            (void)convertAll(context, 300);
+            emlShutdown(context);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace eml::test

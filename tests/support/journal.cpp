@@ -1,0 +1,40 @@
+#include "support/journal.h"
+
+namespace eml::test {
+
+const char* entryName(Entry entry) {
+    static constexpr std::array<const char*, kEntryCount> kNames = {
+        "allocate",          "reallocate",
+        "allocateZeroed",    "free",
+        "duplicateString",   "convertText",
+        "convertTextFrom",   "openFile",
+        "isLeadByte",        "resetCharset",
+        "storeDate",         "record.allocate",
+        "record.reallocate", "record.allocateZeroed",
+        "record.free",       "input.open",
+        "input.read",        "input.seek",
+        "input.tell",        "input.close",
+        "output.open",       "output.write",
+        "output.seek",       "output.tell",
+        "output.close",      "output.release",
+    };
+    return kNames[static_cast<size_t>(entry)];
+}
+
+bool Journal::note(Entry entry) {
+    const uint64_t number = ++calls_[index(entry)];
+    if (recording_) sequence_.push_back(entry);
+    const Fault fault = faults_[index(entry)];
+    return fault.nth != 0 && (number == fault.nth || (fault.onwards && number > fault.nth));
+}
+
+std::string Journal::sequenceText() const {
+    std::string text;
+    for (Entry entry : sequence_) {
+        if (!text.empty()) text += ' ';
+        text += entryName(entry);
+    }
+    return text;
+}
+
+}  // namespace eml::test

@@ -1,0 +1,55 @@
+// Output objects over memory.
+#pragma once
+
+#include <emlreader/eml_host.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "support/recording_host.h"
+
+namespace eml::test {
+
+// An output object over memory. It belongs to a host, whose journal counts its calls.
+class MemoryOutput {
+  public:
+    explicit MemoryOutput(RecordingHost& host);
+    MemoryOutput(const MemoryOutput&) = delete;
+    MemoryOutput& operator=(const MemoryOutput&) = delete;
+
+    [[nodiscard]] EmlIOobj& object() { return bound_.record; }
+    void remove(Entry entry);
+
+    [[nodiscard]] const std::string& bytes() const { return bytes_; }
+    [[nodiscard]] const std::vector<uint32_t>& writes() const { return writes_; }
+    [[nodiscard]] uint64_t sizeField() const;
+    [[nodiscard]] bool opened() const { return opened_; }
+    [[nodiscard]] bool closed() const { return closed_; }
+
+  private:
+    struct Bound {
+        EmlIOobj record;
+        MemoryOutput* output;
+    };
+
+    static MemoryOutput& of(EmlIOobj* self) { return *reinterpret_cast<Bound*>(self)->output; }
+    static int32_t openEntry(EmlIOobj* self);
+    static int32_t readEntry(EmlIOobj* self, void* buffer, uint32_t count);
+    static uint32_t writeEntry(EmlIOobj* self, const void* buffer, uint32_t count);
+    static int32_t seekEntry(EmlIOobj* self, uint32_t low, int32_t high, uint32_t origin);
+    static int64_t tellEntry(EmlIOobj* self);
+    static int32_t closeEntry(EmlIOobj* self);
+
+    void checkUse(const char* entry);
+
+    RecordingHost& host_;
+    Bound bound_{};
+    std::string bytes_;
+    std::vector<uint32_t> writes_;
+    size_t position_ = 0;
+    bool opened_ = false;
+    bool closed_ = false;
+};
+
+}  // namespace eml::test
