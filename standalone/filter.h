@@ -38,14 +38,15 @@ class MessageFilter {
     /* Begins the conversion anew. Without fields neither header fields nor attachment names are written. */
     void restart(bool withFields = true) noexcept;
 
-    /* The next records, in `buffer`; 256 bytes or more. Also of an encrypted message, whose fields can be shown. */
+    /* The next records, in `buffer`; 256 bytes or more. Also of an encrypted message, whose fields can be
+     * shown. */
     std::span<const uint8_t> fill(std::span<uint8_t> buffer) noexcept;
 
     /* The share of the body that has been converted, 0 to 100. */
     uint32_t progress() const noexcept { return progress_; }
 
-    /* Nothing more comes: the conversion is complete, or it has failed. A buffer that is too small for the next
-     * record ends it as well. */
+    /* Nothing more comes: the conversion is complete, or it has failed. A buffer that is too small for the
+     * next record ends it as well. */
     bool finished() const noexcept { return finished_; }
 
   private:

@@ -77,7 +77,8 @@ class OpenMessage {
     /* Describes sub-file `number`. */
     SubFile describe(int32_t number);
 
-    /* The default list of header values: From, Sent, To, Cc, Bcc, Subject, Priority. Shorter when memory ran out. */
+    /* The default list of header values: From, Sent, To, Cc, Bcc, Subject, Priority. Shorter when memory ran
+     * out. */
     std::vector<HeaderValue> metadata();
 
     /* Writes sub-file `number` into `output`. `options` are EML_EXTRACT_... option bits; `outputCharset` is

@@ -85,8 +85,8 @@ bool isCommand(const std::string& word) {
                        [&](const Command* command) { return word == command->name; });
 }
 
-/* "eml FILE" shows the file: where the first word is no command but a file, or standard input, "show" is put before
- * it. */
+/* "eml FILE" shows the file: where the first word is no command but a file, or standard input, "show" is put
+ * before it. */
 std::vector<std::string> withDefaultCommand(std::vector<std::string> arguments) {
     for (size_t i = 0; i < arguments.size(); ++i) {
         const std::string& word = arguments[i];
@@ -98,7 +98,9 @@ std::vector<std::string> withDefaultCommand(std::vector<std::string> arguments) 
         size_t at = word == "--" ? i + 1 : i;
         if (at >= arguments.size()) break;
         struct stat found {};
-        bool isFile = arguments[at] == "-" || ::stat(arguments[at].c_str(), &found) == 0;
+        /* Commands have neither dots nor slashes: a file that is missing is reported as one. */
+        bool isFile = arguments[at].find_first_of("./") != std::string::npos || arguments[at] == "-" ||
+                      ::stat(arguments[at].c_str(), &found) == 0;
         if (isFile && (at != i || !isCommand(word)))
             arguments.insert(arguments.begin() + static_cast<ptrdiff_t>(i), "show");
         break;

@@ -21,8 +21,8 @@ class FilterFile {
     const std::string& name() const { return file_.name(); }
     bool isEncrypted() const { return encrypted_; }
 
-    /* Calls take(record) for each record, in buffers of `capacity` bytes, until it gives false. Throws Problem
-     * where the stream breaks off. */
+    /* Calls take(record) for each record, in buffers of `capacity` bytes, until it gives false. Throws
+     * Problem where the stream breaks off. */
     void read(const std::function<bool(const emlhost::TextRecord&)>& take, size_t capacity = 65536);
 
   private:

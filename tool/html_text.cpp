@@ -143,8 +143,8 @@ class HtmlText {
         if (closing) ++begin;
         size_t end = begin;
         while (end < html_.size() && (std::isalnum(static_cast<unsigned char>(html_[end])) != 0)) ++end;
-        bool isTag =
-            end > begin || html_.substr(begin).starts_with('!') || html_.substr(begin).starts_with('?');
+        bool isName = end > begin && std::isalpha(static_cast<unsigned char>(html_[begin])) != 0;
+        bool isTag = isName || html_.substr(begin).starts_with('!') || html_.substr(begin).starts_with('?');
         if (!isTag) {
             put('<');
             ++at_;

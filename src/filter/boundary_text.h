@@ -16,7 +16,8 @@ struct SavedBoundary {
     int32_t length;
 };
 
-// Sets the boundary aside; a copy of it takes its place. EML_NO_MEMORY when there is no room for that: the boundary stays.
+// Sets the boundary aside; a copy of it takes its place. EML_NO_MEMORY when there is no room for that: the
+// boundary stays.
 [[nodiscard]] EmlResult saveBoundary(EmlFilterContext& context, SavedBoundary& saved);
 
 // Puts the boundary back.

@@ -91,8 +91,8 @@ void takeDisposition(HeaderBlock& block, Cursor value) {
     block.isAttachment = true;
 }
 
-// The charset of a text: its place is looked for on the line of the type, and on the line behind that. KEPT: from the type
-// itself on, so that a type with "ch" in it hides it.
+// The charset of a text: its place is looked for on the line of the type, and on the line behind that. KEPT:
+// from the type itself on, so that a type with "ch" in it hides it.
 void takeTextCharset(HeaderBlock& block, Cursor text) {
     constexpr std::string_view kKeyword = "charset=";
     skipSemicolonsAndBlanks(text);

@@ -43,8 +43,8 @@ TEST(TextRun, FourBytesEndOne) {
     }
 }
 
-// Every byte at every place, among letters, among bytes that are small but end nothing, and among bytes with the
-// highest bit set.
+// Every byte at every place, among letters, among bytes that are small but end nothing, and among bytes with
+// the highest bit set.
 TEST(TextRun, EndsAtItsFirstEndingByte) {
     for (const KernelLevel level : kLevels) {
         for (const int filler : {int{'a'}, 1, 8, 11, 12, 14, 0x80, 0x8D, 0xFF}) {

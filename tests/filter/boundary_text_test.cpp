@@ -128,7 +128,8 @@ TEST(FilterBoundary, FirstOneStaysSaveForTheseTypes) {
         EXPECT_EQ(getBody(context, span), EML_OK);
         EXPECT_EQ(boundaryOf(context), row.afterScan) << "a search keeps what it finds to itself";
 
-        const std::string header = "Content-Type: " + std::string(row.inner) + "; boundary=inner\r\n\r\n text";
+        const std::string header =
+            "Content-Type: " + std::string(row.inner) + "; boundary=inner\r\n\r\n text";
         std::memcpy(context.input, header.c_str(), header.size() + 1);
         context.inputEnd = context.input + header.size();
         const uint8_t* position = context.input;

@@ -89,8 +89,8 @@ TEST(FilterCorpus, StreamsAddUpAndGiveOneText) {
             if (capacity == 65536U) whole = text;
             if (text == whole) continue;
             ++differing;
-            // A cut can leave one byte alone at the end of what is converted at once, and that byte falls off:
-            // the last one of the text, or one for each input buffer of a long text that is not encoded.
+            // A cut can leave one byte alone at the end of what is converted at once, and that byte falls
+            // off: the last one of the text, or one for each input buffer of a long text that is not encoded.
             if (whole.substr(0, whole.size() - 1) == text || text.substr(0, text.size() - 1) == whole)
                 continue;
             const int32_t missing = std::max(missingBytes(whole, text), missingBytes(text, whole));

@@ -232,8 +232,8 @@ TEST(FillSteps, RestartAfterANestedBoundaryGivesTheSameStream) {
     }
 }
 
-// The charset of a nested part is met only when its text is looked for: the prologue of a second conversion must
-// not know more than that of the first.
+// The charset of a nested part is met only when its text is looked for: the prologue of a second conversion
+// must not know more than that of the first.
 TEST(FillSteps, RestartAfterANestedCharsetGivesTheSameStream) {
     StreamHost host(
         "Subject: s\r\nContent-Type: multipart/mixed; boundary=outer\r\n\r\n"
@@ -313,8 +313,8 @@ TEST(FillBody, AttachmentInFrontOfTheTextEmptiesIt) {
     EXPECT_EQ(shownText(message), "{b}Subject:{/b}\t\t s\n{b}Attachment:{/b}\t\ta.pdf\n{27:7}");
 }
 
-// KEPT rule: likewise where it begins within the text. Here the text has no end of its own before the part that
-// holds it ends, and the report in that part is an attachment whose own part is not recorded.
+// KEPT rule: likewise where it begins within the text. Here the text has no end of its own before the part
+// that holds it ends, and the report in that part is an attachment whose own part is not recorded.
 TEST(FillBody, AttachmentWithinTheTextEmptiesIt) {
     const std::string head =
         "Subject: s\r\nContent-Type: multipart/mixed; boundary=outer\r\n\r\n"

@@ -1,5 +1,5 @@
-// Hosts that fail while the filter describes, gives metadata, names and extracts: nothing breaks, everything is
-// freed, and the code is a stated one.
+// Hosts that fail while the filter describes, gives metadata, names and extracts: nothing breaks, everything
+// is freed, and the code is a stated one.
 #include <gtest/gtest.h>
 
 #include "filter/random_filter_messages.h"
@@ -149,7 +149,8 @@ TEST(FilterFaults, RandomMessagesCanBeVisited) {
     }
 }
 
-// Calls between two fills: whatever the conversion gives then, nothing breaks, and a restart gives the stream.
+// Calls between two fills: whatever the conversion gives then, nothing breaks, and a restart gives the
+// stream.
 TEST(FilterFaults, CallsBetweenTwoFillsDoNoHarm) {
     for (const std::string& message : scenes()) {
         OpenFilter undisturbed(message);
