@@ -53,8 +53,7 @@ class BeginningOutput final : public emlhost::Output {
     std::string_view text_;
 };
 
-/* The form that the library gives with these options. Its header block tells: text begins with the name of a
- * field. */
+/* The form that the library gives with these options. Its header block tells. */
 Form formOf(MessageFile& file, uint32_t options) {
     BeginningOutput output;
     file.message().extract(0, output, options);
@@ -118,8 +117,7 @@ class RenderRun final : public CommandRun {
     }
 
   private:
-    /* The library chooses the form by the bodies that the message has: rich asks for HTML, then RTF, first.
-     */
+    /* The library chooses among the bodies that the message has: rich asks for HTML, then RTF, first. */
     Rendering choose(MessageFile& file, Form form) const {
         uint32_t options = form == Form::Text ? 0 : EML_EXTRACT_PREFER_RICH;
         Form given = formOf(file, options);

@@ -115,8 +115,7 @@ void putEntry(Writer& json, const SubFileEntry& entry) {
     json.EndObject();
 }
 
-/* The keys are the names in lower case. Bytes that belong to no character are given raw, in base64, as well.
- */
+/* The keys are the names in lower case. Bytes that belong to no character are also given raw, in base64. */
 void putMetadata(Writer& json, const std::vector<MetadataField>& fields) {
     auto key = [](std::string name) {
         for (char& c : name) c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
