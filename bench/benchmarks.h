@@ -26,4 +26,12 @@ void addOpenBenchmarks(const Add& add, const std::string& work, const std::vecto
 // Extraction of the one attachment of `file`.
 void addExtractionBenchmarks(const Add& add, const std::string& work, const MessageFile& file);
 
+// The filter over a message whose text is the one attachment of `file`, and over typical messages.
+void addFilterBenchmarks(const Add& add, const std::string& work, const MessageFile& file);
+void addTypicalFilterBenchmarks(const Add& add, const std::string& work,
+                                const std::vector<MessageFile>& files);
+
+// Open and render.
+void addRenderBenchmarks(const Add& add, const std::string& work, const std::vector<MessageFile>& files);
+
 }  // namespace emlbench

@@ -24,7 +24,7 @@ constexpr std::array<const char*, 3> kFormNames = {"html", "rtf", "text"};
 const char* nameOf(Form form) { return kFormNames[static_cast<size_t>(form)]; }
 
 Form parseForm(const std::string& text) {
-    auto found = std::find(kFormNames.begin(), kFormNames.end(), text);
+    const auto* found = std::find(kFormNames.begin(), kFormNames.end(), text);
     if (found == kFormNames.end())
         throw usageProblem(fmt::format("--to={}: no such form; it is html, rtf or text", text));
     return static_cast<Form>(found - kFormNames.begin());

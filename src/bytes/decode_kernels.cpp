@@ -107,7 +107,7 @@ bool hasAvx2() {
 
 }  // namespace
 
-const DecodeKernels kPlainKernels = {base64Groups, copyUntil, findTextRunEnd};
+constinit const DecodeKernels kPlainKernels = {base64Groups, copyUntil, findTextRunEnd};
 
 const DecodeKernels& chooseKernels(KernelLevel most) {
 #if defined(__x86_64__) || defined(__i386__)

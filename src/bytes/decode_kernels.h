@@ -29,9 +29,9 @@ enum class KernelLevel : uint8_t { kPlain, kAvx2 };
 [[nodiscard]] const DecodeKernels& chooseKernels(KernelLevel most = KernelLevel::kAvx2);
 
 // The kernels of each level, for the choice and for tests that compare them.
-extern const DecodeKernels kPlainKernels;
+extern constinit const DecodeKernels kPlainKernels;
 #if defined(__x86_64__) || defined(__i386__)
-extern const DecodeKernels kAvx2Kernels;
+extern constinit const DecodeKernels kAvx2Kernels;
 #endif
 
 }  // namespace eml

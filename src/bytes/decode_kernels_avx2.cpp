@@ -105,7 +105,7 @@ EML_AVX2 const uint8_t* findTextRunEnd(const uint8_t* pos, const uint8_t* end) {
 
 }  // namespace
 
-const DecodeKernels kAvx2Kernels = {base64Groups, copyUntil, findTextRunEnd};
+constinit const DecodeKernels kAvx2Kernels = {base64Groups, copyUntil, findTextRunEnd};
 
 }  // namespace eml
 
