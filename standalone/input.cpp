@@ -36,7 +36,7 @@ void Input::fail(int errorNumber) noexcept {
 
 int32_t Input::read(void* buffer, uint32_t count) noexcept {
     if (position_ >= size_) return 0;
-    uint64_t wanted = std::min<uint64_t>({count, size_ - position_, INT32_MAX});
+    auto wanted = std::min<uint64_t>({count, size_ - position_, INT32_MAX});
     size_t got = readAt(position_, static_cast<uint8_t*>(buffer), static_cast<size_t>(wanted));
     position_ += got;
     return static_cast<int32_t>(got);

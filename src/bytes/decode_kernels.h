@@ -1,5 +1,5 @@
 // The inner loops of the decoders, in a plain form and in forms for wider registers. All of them give the
-// same bytes; one set is chosen when a message is opened, and held in its context.
+// same bytes; one set is chosen for each long text.
 #pragma once
 
 #include <cstddef>
@@ -33,5 +33,12 @@ extern constinit const DecodeKernels kPlainKernels;
 #if defined(__x86_64__) || defined(__i386__)
 extern constinit const DecodeKernels kAvx2Kernels;
 #endif
+
+// The kernels for a text of `length` bytes. Asking the processor costs some 20 microseconds on a virtual
+// machine, which only a long text gives back.
+[[nodiscard]] inline const DecodeKernels& kernelsForLength(int64_t length) {
+    constexpr int64_t kLongText = 256 * 1024;
+    return length >= kLongText ? chooseKernels() : kPlainKernels;
+}
 
 }  // namespace eml
