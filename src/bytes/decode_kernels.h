@@ -37,7 +37,7 @@ extern constinit const DecodeKernels kAvx2Kernels;
 // The kernels for a text of `length` bytes. Asking the processor costs some 20 microseconds on a virtual
 // machine, which only a long text gives back.
 [[nodiscard]] inline const DecodeKernels& kernelsForLength(int64_t length) {
-    constexpr int64_t kLongText = 256 * 1024;
+    constexpr int64_t kLongText = int64_t{256} << 10;
     return length >= kLongText ? chooseKernels() : kPlainKernels;
 }
 
