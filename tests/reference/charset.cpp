@@ -59,10 +59,11 @@ char lower(char character) {
     return character >= 'A' && character <= 'Z' ? static_cast<char>(character + 32) : character;
 }
 
-// A name matches the entries that it is a leading part of.
+// A name matches the entries that it is a leading part of. Behind a zero byte, which meets the one that ends
+// the entry, nothing is looked at.
 bool isLeadingPart(std::string_view name, std::string_view entry) {
-    if (name.size() > entry.size()) return false;
     for (size_t i = 0; i < name.size(); ++i) {
+        if (i == entry.size()) return name[i] == '\0';
         if (lower(name[i]) != lower(entry[i])) return false;
     }
     return true;
