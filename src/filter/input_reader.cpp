@@ -49,12 +49,14 @@ int32_t serveCarried(EmlFilterContext& context, int32_t size) {
 }  // namespace
 
 int32_t readBuf(EmlFilterContext& context, int32_t size) {
-    size = std::min({size, kInputSize, INT32_MAX - context.readCount});
+    size = std::min(size, kInputSize);
     if (size < 1) return 0;
     const int32_t carried = context.carryCount;
     if (carried > 0 && size <= carried) return serveCarried(context, size);
     std::memcpy(context.input, context.carryPos, static_cast<size_t>(carried));
-    const auto wanted = static_cast<uint32_t>(size - carried);
+    // What is carried over counts already: the file ends where the count does.
+    const int32_t countable = INT32_MAX - context.readCount - carried;
+    const auto wanted = static_cast<uint32_t>(std::clamp(size - carried, 0, std::max(countable, 0)));
     const auto delivered = static_cast<int32_t>(eml::readFile(*context.io, context.input + carried, wanted));
     const int32_t count = carried + delivered;
     context.carryCount = 0;
