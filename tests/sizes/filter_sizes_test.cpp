@@ -89,8 +89,8 @@ TEST(SizesOfTheFilter, TheCountOfReadsEndsAt31Bits) {
     }
 }
 
-// A message of `size` bytes with an attachment that begins in front of the last byte that counts and ends behind
-// it, and one behind it.
+// A message of `size` bytes with an attachment that begins in front of the last byte that counts and ends
+// behind it, and one behind it.
 LargeMessage farMessage(int64_t size, int64_t before) {
     LargeMessage message(size);
     message.put(INT32_MAX - before, attachment("first", "the first content"));
