@@ -143,7 +143,7 @@ TEST(EveryShortBody, Base64) {
     Compared compared;
     Runs runs(compared);
     // "DQ" begins a decoded CR, "Cg" a decoded LF.
-    forEveryText(bytesAsPieces("DQ/=-\n\xFF "), longest(4, 7), [&](const std::string& input) {
+    forEveryText(bytesAsPieces("DQ/=-\n\xFF "), longest(4, 6), [&](const std::string& input) {
         compared.input();
         return base64Agrees(runs, input);
     });
@@ -152,7 +152,7 @@ TEST(EveryShortBody, Base64) {
 TEST(EveryShortBody, Base64OfDigitsPaddingAndDashes) {
     Compared compared;
     Runs runs(compared);
-    forEveryText(bytesAsPieces("D=-"), longest(7, 11), [&](const std::string& input) {
+    forEveryText(bytesAsPieces("D=-"), longest(7, 10), [&](const std::string& input) {
         compared.input();
         return base64Agrees(runs, input);
     });

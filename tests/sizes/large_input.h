@@ -41,7 +41,7 @@ class LargeMessage {
   private:
     // Lines of 62 bytes and an empty one.
     static constexpr size_t kLine = 64;
-    static constexpr size_t kMost = 1 << 16;
+    static constexpr size_t kMost = 1 << 12;
 
     void read(int64_t offset, uint8_t* to, uint32_t count) const {
         for (uint32_t done = 0; done < count;) {
