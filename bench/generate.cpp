@@ -12,15 +12,21 @@ namespace emlbench {
 
 namespace {
 
-constexpr std::array<std::pair<std::string_view, Kind>, 7> kKinds{{{"typical", Kind::kTypical},
-                                                                   {"base64", Kind::kBase64},
-                                                                   {"qp", Kind::kQuotedPrintable},
-                                                                   {"qp-heavy", Kind::kQuotedHeavy},
-                                                                   {"8bit", Kind::kPlain},
-                                                                   {"mixture", Kind::kMixture},
-                                                                   {"parts", Kind::kParts}}};
+constexpr std::array<std::pair<std::string_view, Kind>, 12> kKinds{{{"typical", Kind::kTypical},
+                                                                    {"base64", Kind::kBase64},
+                                                                    {"qp", Kind::kQuotedPrintable},
+                                                                    {"qp-heavy", Kind::kQuotedHeavy},
+                                                                    {"8bit", Kind::kPlain},
+                                                                    {"mixture", Kind::kMixture},
+                                                                    {"parts", Kind::kParts},
+                                                                    {"headers", Kind::kHeaders},
+                                                                    {"text-base64", Kind::kTextBase64},
+                                                                    {"text-qp", Kind::kTextQuoted},
+                                                                    {"text-8bit", Kind::kTextPlain},
+                                                                    {"mail", Kind::kMail}}};
 
 constexpr uint64_t kMixturePart = 10'000'000;
+constexpr uint64_t kSmallMail = 5'000;
 
 // Writes one message; knows the boundary that the parts of a level have.
 class MessageWriter {
@@ -45,8 +51,10 @@ class MessageWriter {
     void closeDelimiter(const std::string& boundary) { put("\r\n--" + boundary + "--\r\n"); }
 
     void messageHeader(const std::string& contentType);
+    void headerLines(uint64_t count);
     void paragraphs(Kind kind, uint64_t size);
     void base64(uint64_t size);
+    void base64Text(uint64_t size);
     void attachment(Kind kind, uint64_t size, unsigned number);
     void alternatives(uint64_t size);
 
@@ -109,6 +117,24 @@ void MessageWriter::base64(uint64_t size) {
     }
 }
 
+void MessageWriter::base64Text(uint64_t size) {
+    const uint64_t end = written_ + size;
+    std::string text;
+    while (written_ < end) {
+        while (text.size() < size_t{57} * 64) text += paragraph(Language::kGerman, random_) + "\r\n";
+        const size_t whole = written_ + 78 * 64 < end ? text.size() / 57 * 57 : text.size();
+        put(base64Lines({reinterpret_cast<const uint8_t*>(text.data()), whole}));
+        text.erase(0, whole);
+    }
+}
+
+// Stands in front of the other header lines.
+void MessageWriter::headerLines(uint64_t count) {
+    for (uint64_t i = 0; i < count; ++i) {
+        put("X-Trace-" + std::to_string(i % 100) + ": " + asciiWords(4, random_) + "\r\n");
+    }
+}
+
 // The header and the body of one attachment.
 void MessageWriter::attachment(Kind kind, uint64_t size, unsigned number) {
     const bool isBase64 = kind == Kind::kBase64;
@@ -161,17 +187,19 @@ void writeMixture(MessageWriter& writer, const std::string& boundary, uint64_t s
     }
 }
 
-}  // namespace
-
-std::optional<Kind> kindNamed(std::string_view name) {
-    for (const auto& [kindName, kind] : kKinds) {
-        if (kindName == name) return kind;
+void writeText(MessageWriter& writer, Kind kind, uint64_t size) {
+    const char* const encoding = kind == Kind::kTextBase64  ? "base64"
+                                 : kind == Kind::kTextPlain ? "8bit"
+                                                            : "quoted-printable";
+    writer.messageHeader(std::string("text/plain; charset=utf-8\r\nContent-Transfer-Encoding: ") + encoding);
+    if (kind == Kind::kTextBase64) {
+        writer.base64Text(size);
+    } else {
+        writer.paragraphs(kind == Kind::kTextPlain ? Kind::kPlain : Kind::kQuotedPrintable, size);
     }
-    return std::nullopt;
 }
 
-void generate(Kind kind, uint64_t size, uint64_t seed, const TextSink& sink) {
-    MessageWriter writer(seed, sink);
+void writeMultipart(MessageWriter& writer, Kind kind, uint64_t size) {
     const std::string boundary = "----=_Part_" + writer.hex(20);
     writer.messageHeader("multipart/mixed;\r\n\tboundary=\"" + boundary + "\"");
     writer.put("This is a multi-part message in MIME format.\r\n");
@@ -193,6 +221,44 @@ void generate(Kind kind, uint64_t size, uint64_t seed, const TextSink& sink) {
             writer.attachment(kind, size, 1);
     }
     writer.closeDelimiter(boundary);
+}
+
+}  // namespace
+
+std::optional<Kind> kindNamed(std::string_view name) {
+    for (const auto& [kindName, kind] : kKinds) {
+        if (kindName == name) return kind;
+    }
+    return std::nullopt;
+}
+
+void generate(Kind kind, uint64_t size, uint64_t seed, const TextSink& sink) {
+    MessageWriter writer(seed, sink);
+    switch (kind) {
+        case Kind::kTextBase64:
+        case Kind::kTextQuoted:
+        case Kind::kTextPlain:
+            return writeText(writer, kind, size);
+        case Kind::kHeaders:
+            writer.headerLines(size);
+            return writeText(writer, Kind::kTextPlain, 500);
+        case Kind::kMail:
+            // The header takes about 2 KB.
+            if (size >= kSmallMail) return writeMultipart(writer, Kind::kTypical, size);
+            return writeText(writer, seed % 2 == 0 ? Kind::kTextPlain : Kind::kTextQuoted,
+                             size - std::min<uint64_t>(size, 1'900));
+        default:
+            return writeMultipart(writer, kind, size);
+    }
+}
+
+uint64_t mailSize(uint64_t number) {
+    // Each step is as frequent as any other.
+    constexpr std::array<uint64_t, 13> kSteps{2'000,  3'000,  4'000,  5'000,  6'000,  7'500, 9'500,
+                                              12'000, 15'000, 19'000, 26'000, 38'000, 60'000};
+    Random random(number);
+    const uint64_t step = random.below(kSteps.size() - 1);
+    return kSteps[step] + random.below(kSteps[step + 1] - kSteps[step]);
 }
 
 }  // namespace emlbench

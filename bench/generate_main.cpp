@@ -1,10 +1,12 @@
-// Writes one generated message into a file:
+// Writes one generated message into a file, or a mailbox into a folder:
 //     emlreader_generate KIND SIZE FILE [SEED]
+//     emlreader_generate mailbox COUNT FOLDER [SEED]
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
 #include <cstring>
-#include <memory>
+#include <filesystem>
+#include <string>
 #include <string_view>
 
 #include "bench/generate.h"
@@ -27,10 +29,36 @@ std::optional<uint64_t> numberFrom(std::string_view text) {
 int usage() {
     std::fputs(
         "usage: emlreader_generate KIND SIZE FILE [SEED]\n"
-        "  KIND  typical, base64, qp, qp-heavy, 8bit, mixture: SIZE in bytes, with K, M or G\n"
-        "        parts: SIZE is the number of attachments\n",
+        "       emlreader_generate mailbox COUNT FOLDER [SEED]\n"
+        "  KIND  typical, base64, qp, qp-heavy, 8bit, mixture, text-base64, text-qp, text-8bit, mail:\n"
+        "        SIZE in bytes, with K, M or G\n"
+        "        parts: SIZE is the number of attachments; headers: of header lines\n",
         stderr);
     return 2;
+}
+
+bool writeMessage(emlbench::Kind kind, uint64_t size, const std::string& path, uint64_t seed) {
+    std::FILE* const file = std::fopen(path.c_str(), "wb");
+    bool written = file != nullptr;
+    if (written) {
+        emlbench::generate(kind, size, seed, [&](std::string_view text) {
+            written = written && std::fwrite(text.data(), 1, text.size(), file) == text.size();
+        });
+        written = std::fclose(file) == 0 && written;
+    }
+    if (!written) std::fprintf(stderr, "%s: %s\n", path.c_str(), std::strerror(errno));
+    return written;
+}
+
+// COUNT files, named by their number; the folder is made.
+bool writeMailbox(uint64_t count, const std::string& folder, uint64_t seed) {
+    std::filesystem::create_directories(folder);
+    for (uint64_t i = 0; i < count; ++i) {
+        const uint64_t number = seed + i;
+        const std::string path = folder + "/" + std::to_string(1'000'000 + i).substr(1) + ".eml";
+        if (!writeMessage(emlbench::Kind::kMail, emlbench::mailSize(number), path, number)) return false;
+    }
+    return true;
 }
 
 }  // namespace
@@ -40,17 +68,8 @@ int main(int count, char** arguments) {
     const std::optional<emlbench::Kind> kind = emlbench::kindNamed(arguments[1]);
     const std::optional<uint64_t> size = numberFrom(arguments[2]);
     const std::optional<uint64_t> seed = count == 5 ? numberFrom(arguments[4]) : 1;
-    if (!kind || !size || !seed) return usage();
-
-    std::FILE* const file = std::fopen(arguments[3], "wb");
-    bool written = file != nullptr;
-    if (written) {
-        emlbench::generate(*kind, *size, *seed, [&](std::string_view text) {
-            written = written && std::fwrite(text.data(), 1, text.size(), file) == text.size();
-        });
-        written = std::fclose(file) == 0 && written;
-    }
-    if (written) return 0;
-    std::fprintf(stderr, "%s: %s\n", arguments[3], std::strerror(errno));
-    return 1;
+    const bool mailbox = std::string_view(arguments[1]) == "mailbox";
+    if ((!kind && !mailbox) || !size || !seed) return usage();
+    if (mailbox) return writeMailbox(*size, arguments[3], *seed) ? 0 : 1;
+    return writeMessage(*kind, *size, arguments[3], *seed) ? 0 : 1;
 }
