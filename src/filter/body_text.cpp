@@ -65,10 +65,18 @@ Step treatRunEnd(EmlFilterContext& context, bool fieldMode) {
     return step;
 }
 
+// The end of the run at readPos, in stream mode at most one byte behind what there is room for: a decoded body
+// can be one run, and the rest of it is looked at by the fill that writes it, not by each one.
+const uint8_t* findRunEnd(const EmlFilterContext& context, bool fieldMode) {
+    auto length = static_cast<size_t>(context.inputEnd - context.readPos);
+    if (!fieldMode) length = std::min(length, size_t{eml::textRoom(context)} + 1);
+    return context.kernels->findTextRunEnd(context.readPos, context.readPos + length);
+}
+
 Step convertRuns(EmlFilterContext& context, bool fieldMode) {
     while (context.readPos < context.inputEnd) {
         if (!fieldMode && eml::isFull(context)) return Step::kFull;
-        const uint8_t* const end = context.kernels->findTextRunEnd(context.readPos, context.inputEnd);
+        const uint8_t* const end = findRunEnd(context, fieldMode);
         // KEPT: a single last byte in front of a zero byte, which stands behind every buffer, is dropped.
         if (end == context.inputEnd && end - context.readPos == 1 && *end == 0) {
             context.readPos = end;
