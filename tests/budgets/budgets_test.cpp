@@ -40,6 +40,7 @@ constexpr auto kBudgets = std::to_array<Budget>({
     {"boundaries that replace each other", {62, 170, 2.2, 2.2, 0.1}, {0.3, 1.2, 0.2, 0.1, 0.2}},
     {"attachments", {88, 240, 3.7, 3.4, 0.5}, {0.3, 1.2, 120, 79, 57}},
     {"embedded messages", {160, 510, 5.8, 4, 2.4}, {0.3, 1.2, 130, 85, 62}},
+    {"reports that overlap", {130, 410, 4.6, 3.2, 1.9}, {9.3, 37, 91, 67, 82}},
     {"converted attachments", {49, 200, 16, 8.6, 8.5}, {0.6, 2.3, 0.1, 0.1, 1.8}},
     {"one header line", {0.9, 3.4, 17, 5.6, 11}, {0.6, 5.5, 11, 4.1, 1.2}},
     {"equal fields", {570, 2250, 14, 4.9, 11}, {0.6, 5.5, 47, 30, 33}},
@@ -161,6 +162,7 @@ TEST(HostileMessage, MakesTheReadersDoWhatItIsNamedFor) {
     const Row rows[] = {
         {hostile::attachments(kCount), kCount + 1, kCount, 0},
         {hostile::embeddedMessages(kCount), kCount + 1, kCount, 0},
+        {hostile::overlappingReports(kCount), kCount + 1, kCount, 0},
         {hostile::relatedAroundAttachments(kCount), kCount + 1, 1, 0},
         {hostile::converted(kCount), kCount + 1, 1, EML_OPEN_CONVERTED_ATTACHMENTS},
     };

@@ -122,6 +122,12 @@ inline std::string relatedInOneBlock(uint32_t n) {
 inline std::string newBoundaries(uint32_t n) { return parts("multipart/appledouble; boundary=b", n); }
 inline std::string attachments(uint32_t n) { return parts("image/gif; name=a", n); }
 inline std::string embeddedMessages(uint32_t n) { return parts("message/rfc822", n); }
+// The filter records each report as an attachment and none as a part, so that all of them run to the end of
+// the one part: an attachment has half the message on average.
+inline std::string overlappingReports(uint32_t n) {
+    return multipart("b", repeat("--b\nContent-Type: message/delivery-status\n\nx\n", n) +
+                              "--b\nContent-Type: text/plain\n\nlast\n--b--\n");
+}
 inline std::string converted(uint32_t n) { return multipart("b", repeat("Attachment Converted: a\n", n)); }
 inline std::string oneLine(uint32_t n) { return header("Subject: " + repeat("a", n)); }
 inline std::string equalFields(uint32_t n) { return header(repeat("To: a\n", n)); }
@@ -168,6 +174,7 @@ inline constexpr auto kHostileMessages = std::to_array<HostileMessage>({
     {"boundaries that replace each other", 100000, 20000, hostile::newBoundaries},
     {"attachments", 100000, 20000, hostile::attachments},
     {"embedded messages", 100000, 20000, hostile::embeddedMessages},
+    {"reports that overlap", 100000, 20000, hostile::overlappingReports},
     {"converted attachments", 100000, 20000, hostile::converted, EML_OPEN_CONVERTED_ATTACHMENTS},
     {"one header line", 10000000, 1000000, hostile::oneLine},
     {"equal fields", 200000, 40000, hostile::equalFields},
