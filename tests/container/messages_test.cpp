@@ -76,17 +76,4 @@ TEST(Messages, EveryExpectedDumpHasItsMessage) {
     }
 }
 
-// Every block of the library ends at an unreadable page here.
-TEST(Messages, NeverTouchABlockBehindItsEnd) {
-    for (const fs::path& path : filesOf(".eml")) {
-        SCOPED_TRACE(path.filename());
-        const std::string message = readFile(path);
-        for (const uint32_t flags : {0u, EML_OPEN_CONVERTED_ATTACHMENTS, EML_OPEN_ROOT_FOLDER}) {
-            eml::test::RecordingHost host(message, {.heapMode = eml::test::HeapMode::kGuarded});
-            eml::test::OpenedMessage opened(host, flags);
-            opened.visitAll();
-        }
-    }
-}
-
 }  // namespace

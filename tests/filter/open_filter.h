@@ -4,6 +4,7 @@
 #include <emlreader/eml.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -24,18 +25,18 @@ class MemoryInput {
     MemoryInput(const MemoryInput&) = delete;
     MemoryInput& operator=(const MemoryInput&) = delete;
 
-    [[nodiscard]] EmlIOobj& object() { return bound_.record; }
+    [[nodiscard]] EmlIOobj& object() { return bound_->record; }
     [[nodiscard]] uint32_t closes() const { return closes_; }
     [[nodiscard]] uint32_t releases() const { return releases_; }
     [[nodiscard]] uint32_t largestRead() const { return largestRead_; }
 
   private:
     struct Bound {
-        EmlIOobj record;
         MemoryInput* input;
+        EmlIOobj record;  // last, so that it is what the unreadable page is behind
     };
 
-    static MemoryInput& of(EmlIOobj* self) { return *reinterpret_cast<Bound*>(self)->input; }
+    static MemoryInput& of(EmlIOobj* self);
     static int32_t openEntry(EmlIOobj* self);
     static int32_t readEntry(EmlIOobj* self, void* buffer, uint32_t count);
     static int32_t seekEntry(EmlIOobj* self, uint32_t low, int32_t high, uint32_t origin);
@@ -43,7 +44,7 @@ class MemoryInput {
     static void releaseEntry(EmlIOobj* self);
 
     RecordingHost& host_;
-    Bound bound_{};
+    HostValue<Bound> bound_;
     std::string message_;
     size_t position_ = 0;
     uint32_t closes_ = 0;
@@ -91,7 +92,7 @@ inline constexpr uint64_t kNoSize = UINT64_MAX;
 
 class OpenFilter {
   public:
-    explicit OpenFilter(std::string_view message, uint32_t flags = 0, HeapMode mode = HeapMode::kPlain);
+    explicit OpenFilter(std::string_view message, uint32_t flags = 0, HeapMode mode = defaultHeapMode());
     ~OpenFilter() { close(); }
     OpenFilter(const OpenFilter&) = delete;
     OpenFilter& operator=(const OpenFilter&) = delete;
@@ -131,15 +132,15 @@ class OpenFilter {
 // The same, for a test that wants to disturb the host before it opens the message.
 class UnopenedFilter : public OpenFilter {
   public:
-    explicit UnopenedFilter(std::string_view message, HeapMode mode = HeapMode::kPlain)
+    explicit UnopenedFilter(std::string_view message, HeapMode mode = defaultHeapMode())
         : OpenFilter(NotOpened{}, message, mode) {}
 };
 
 inline MemoryInput::MemoryInput(RecordingHost& host, std::string_view message)
-    : host_(host), message_(message) {
-    std::memset(&bound_.record, kHostOwnedFill, sizeof bound_.record);
-    bound_.input = this;
-    EmlIOobj& io = bound_.record;
+    : host_(host), bound_(host.ownHeap()), message_(message) {
+    EmlIOobj& io = object();
+    std::memset(&io, kHostOwnedFill, sizeof io);
+    bound_->input = this;
     io.open = &MemoryInput::openEntry;
     io.read = &MemoryInput::readEntry;
     io.write = nullptr;
@@ -147,6 +148,12 @@ inline MemoryInput::MemoryInput(RecordingHost& host, std::string_view message)
     io.tell = nullptr;
     io.close = &MemoryInput::closeEntry;
     io.release = &MemoryInput::releaseEntry;
+}
+
+inline MemoryInput& MemoryInput::of(EmlIOobj* self) {
+    void* const record = self;
+    void* const bound = static_cast<uint8_t*>(record) - offsetof(Bound, record);
+    return *static_cast<Bound*>(bound)->input;
 }
 
 inline int32_t MemoryInput::openEntry(EmlIOobj* self) {
@@ -218,7 +225,7 @@ inline void OpenFilter::close() {
 
 inline std::string OpenFilter::stream(uint32_t capacity, uint32_t fillFlags) {
     std::string stream;
-    std::string buffer(capacity, '\0');
+    const HostBlock buffer(host_.ownHeap(), capacity);
     uint32_t progress = 0;
     uint32_t number = (context_->flags & EML_OPEN_ROOT_FOLDER) != 0 ? 1 : 0;
     for (uint32_t calls = 0; progress < 100 && calls < 100000; ++calls) {
@@ -226,7 +233,7 @@ inline std::string OpenFilter::stream(uint32_t capacity, uint32_t fillFlags) {
         const uint32_t flags = fillFlags | (calls == 0 ? EML_FILL_RESTART : 0);
         fillResult_ = emlFillBufferEx(context_, number, buffer.data(), &size, &progress, capacity, flags);
         if (size > capacity) host_.journal().violation("a fill says that it wrote more than its capacity");
-        stream += buffer.substr(0, size);
+        stream.append(buffer.chars(), std::min(size, capacity));
         if (fillResult_ != EML_OK) break;
     }
     return stream;
@@ -234,10 +241,12 @@ inline std::string OpenFilter::stream(uint32_t capacity, uint32_t fillFlags) {
 
 inline FilterSubFile OpenFilter::describe(int32_t index, uint32_t flagsBefore) {
     FilterSubFile file{};
-    std::memset(&file.info, 0xA5, sizeof file.info);
-    void* const untouched = file.info.children;
-    file.info.flags = flagsBefore;
-    file.result = emlGetSubFileInfoEx(context_, index, &file.info, &host_.record());
+    const HostValue<EmlSubFileInfo> info(host_.ownHeap());
+    std::memset(&*info, 0xA5, sizeof *info);
+    void* const untouched = info->children;
+    info->flags = flagsBefore;
+    file.result = emlGetSubFileInfoEx(context_, index, &*info, &host_.record());
+    file.info = *info;
     if (file.info.name != untouched && file.info.name != nullptr) {
         file.hasName = true;
         file.name = file.info.name;

@@ -104,11 +104,9 @@ class StreamHost {
         };
         services_.allocator.free = [](EmlAllocator* self, void* block) {
             --hostOf(self).live_;
-            std::free(block);
+            giveBlock(block);
         };
-        services_.allocator.reallocate = [](EmlAllocator*, void* block, uint32_t size) {
-            return std::realloc(block, size != 0 ? size : 1);
-        };
+        services_.allocator.reallocate = &StreamHost::reallocate;
         services_.allocator.allocateZeroed = [](EmlAllocator* self, uint32_t count, uint32_t size) {
             void* block = hostOf(self).take(count * size);
             return block != nullptr ? std::memset(block, 0, size_t{count} * size) : nullptr;
@@ -145,7 +143,17 @@ class StreamHost {
 
     void* take(uint32_t size) {
         ++live_;
-        return std::malloc(size != 0 ? size : 1);
+        return takeBlock(size);
+    }
+
+    static void* reallocate(EmlAllocator*, void* block, uint32_t size) {
+        if (defaultHeapMode() == HeapMode::kPlain) return std::realloc(block, size != 0 ? size : 1);
+        const size_t room = GuardPool::instance().sizeOf(block);
+        void* const grown = takeBlock(size);
+        if (grown == nullptr) return nullptr;
+        std::memcpy(grown, block, std::min<size_t>(room, size));
+        giveBlock(block);
+        return grown;
     }
 
     std::string message_;
@@ -169,12 +177,32 @@ struct Conversion {
     }
 };
 
+// The host's buffer of one fill.
+class FillRoom {
+  public:
+    explicit FillRoom(size_t size) : size_(size), bytes_(takeBlock(size)) {
+        if (size != 0) std::memset(bytes_, kFreshByte, size);
+    }
+    ~FillRoom() { giveBlock(bytes_); }
+    FillRoom(const FillRoom&) = delete;
+    FillRoom& operator=(const FillRoom&) = delete;
+
+    [[nodiscard]] uint8_t* data() const { return static_cast<uint8_t*>(bytes_); }
+    [[nodiscard]] size_t size() const { return size_; }
+
+  private:
+    size_t size_;
+    void* bytes_;
+};
+
 // One call. Checks what holds for every call: `size` is set, no byte at or behind the capacity is written,
 // progress never goes back and stays within 100, the records are whole.
 inline EmlResult fillOnce(EmlFilterContext* context, uint32_t capacity, Conversion& conversion,
                           uint32_t fillFlags = 0, uint32_t subFile = 0) {
     constexpr size_t kBehind = 64;
-    std::vector<uint8_t> buffer(capacity + kBehind, uint8_t{0xA5});
+    // In guarded mode the buffer ends where it ends; else what stands behind it must not change.
+    const bool guarded = defaultHeapMode() == HeapMode::kGuarded;
+    const FillRoom buffer(capacity + (guarded ? 0 : kBehind));
     uint32_t size = 0xA5A5A5A5;
     const bool restarts = (fillFlags & EML_FILL_RESTART) != 0;
     uint32_t progress = conversion.progress.empty() || restarts ? 0 : conversion.progress.back();
@@ -184,8 +212,8 @@ inline EmlResult fillOnce(EmlFilterContext* context, uint32_t capacity, Conversi
     EXPECT_LE(size, capacity);
     EXPECT_GE(progress, before);
     EXPECT_LE(progress, 100U);
-    for (size_t i = size <= capacity ? size : 0; i < buffer.size(); ++i) {
-        if (i >= capacity && buffer[i] != 0xA5)
+    for (size_t i = capacity; i < buffer.size(); ++i) {
+        if (buffer.data()[i] != kFreshByte)
             ADD_FAILURE() << "a byte was written at " << i << " of " << capacity;
     }
     conversion.calls.emplace_back(reinterpret_cast<const char*>(buffer.data()), std::min(size, capacity));

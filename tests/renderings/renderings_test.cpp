@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -11,6 +12,8 @@
 #include <vector>
 
 #include "standalone/message.h"
+#include "support/guarded_services.h"
+#include "support/host_value.h"
 #include "support/opened_message.h"
 
 namespace {
@@ -57,10 +60,12 @@ std::string renderOnce(emlhost::OpenMessage& message, uint32_t options, uint32_t
 }
 
 std::string renderAll(const std::string& bytes) {
-    emlhost::MemoryInput input({reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()});
-    emlhost::Services services;
+    eml::test::GuardedServices guarded;
+    const eml::test::HostBlock block(guarded.heap(), bytes.size());
+    if (!bytes.empty()) std::memcpy(block.data(), bytes.data(), bytes.size());
+    emlhost::MemoryInput input({static_cast<const uint8_t*>(block.data()), bytes.size()});
     std::vector<Rendering> renderings;
-    emlhost::OpenMessage message(input, services);
+    emlhost::OpenMessage message(input, guarded.services());
     for (const uint32_t options : {0u, 2u, 4u, 6u}) {
         for (const uint32_t charset : {0u, 51u, 53u, 7u, 1u}) {
             const std::string result = renderOnce(message, options, charset);

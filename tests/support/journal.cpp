@@ -21,11 +21,18 @@ const char* entryName(Entry entry) {
     return kNames[static_cast<size_t>(entry)];
 }
 
+const char* wayName(Way way) {
+    static constexpr std::array<const char*, 5> kNames = {"fails", "says -1", "one byte", "half", "too much"};
+    return kNames[static_cast<size_t>(way)];
+}
+
 bool Journal::note(Entry entry) {
     const uint64_t number = ++calls_[index(entry)];
     if (recording_) sequence_.push_back(entry);
     const Fault fault = faults_[index(entry)];
-    return fault.nth != 0 && (number == fault.nth || (fault.onwards && number > fault.nth));
+    const bool fails = fault.nth != 0 && (number == fault.nth || (fault.onwards && number > fault.nth));
+    if (fails) ++failed_;
+    return fails;
 }
 
 std::string Journal::sequenceText() const {

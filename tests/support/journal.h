@@ -47,14 +47,30 @@ inline constexpr size_t kEntryCount = static_cast<size_t>(Entry::kCount);
 
 [[nodiscard]] const char* entryName(Entry entry);
 
+// How a call fails. An entry that does not know a way fails in the plain one.
+enum class Way : uint8_t {
+    kPlain,     // NULL, 0, no bytes; tell: -1
+    kMinusOne,  // read: no bytes, and says -1; write: likewise; tell: the lowest number
+    kOneByte,   // read: a single byte
+    kHalf,      // read, write, conversions: half of it
+    kTooMuch,   // read, conversions: all of it, and says that it was more; tell: the highest number
+};
+
+[[nodiscard]] const char* wayName(Way way);
+
 struct Fault {
     uint64_t nth = 0;  // counted from 1; 0: no fault
     bool onwards = false;
+    Way way = Way::kPlain;
 };
 
 class Journal {
   public:
     void fail(Entry entry, Fault fault) { faults_[index(entry)] = fault; }
+
+    // How the calls of `entry` fail that fail, and how many have.
+    [[nodiscard]] Way way(Entry entry) const { return faults_[index(entry)].way; }
+    [[nodiscard]] uint64_t failed() const { return failed_; }
 
     // Notes a call; true when this call must fail.
     [[nodiscard]] bool note(Entry entry);
@@ -75,6 +91,7 @@ class Journal {
 
     std::array<uint64_t, kEntryCount> calls_{};
     std::array<Fault, kEntryCount> faults_{};
+    uint64_t failed_ = 0;
     std::vector<Entry> sequence_;
     std::vector<std::string> violations_;
     bool recording_ = false;

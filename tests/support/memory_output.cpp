@@ -2,14 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstring>
 
 namespace eml::test {
 
-MemoryOutput::MemoryOutput(RecordingHost& host) : host_(host) {
-    std::memset(&bound_.record, kHostOwnedFill, sizeof bound_.record);
-    bound_.output = this;
-    EmlIOobj& io = bound_.record;
+MemoryOutput::MemoryOutput(RecordingHost& host) : host_(host), bound_(host.ownHeap()) {
+    EmlIOobj& io = object();
+    std::memset(&io, kHostOwnedFill, sizeof io);
+    bound_->output = this;
     io.size[0] = io.size[1] = UINT32_MAX;
     io.open = &MemoryOutput::openEntry;
     io.read = &MemoryOutput::readEntry;
@@ -20,8 +21,19 @@ MemoryOutput::MemoryOutput(RecordingHost& host) : host_(host) {
     io.release = nullptr;
 }
 
+MemoryOutput& MemoryOutput::of(EmlIOobj* self) {
+    void* const record = self;
+    void* const bound = static_cast<uint8_t*>(record) - offsetof(Bound, record);
+    return *static_cast<Bound*>(bound)->output;
+}
+
+void MemoryOutput::give() {
+    given_ = true;
+    object().release = &MemoryOutput::releaseEntry;
+}
+
 void MemoryOutput::remove(Entry entry) {
-    EmlIOobj& io = bound_.record;
+    EmlIOobj& io = object();
     switch (entry) {
         case Entry::kOutputOpen:
             io.open = nullptr;
@@ -44,7 +56,7 @@ void MemoryOutput::remove(Entry entry) {
 }
 
 uint64_t MemoryOutput::sizeField() const {
-    return uint64_t{bound_.record.size[1]} << 32 | bound_.record.size[0];
+    return uint64_t{bound_->record.size[1]} << 32 | bound_->record.size[0];
 }
 
 void MemoryOutput::checkUse(const char* entry) {
@@ -68,7 +80,11 @@ uint32_t MemoryOutput::writeEntry(EmlIOobj* self, const void* buffer, uint32_t c
     MemoryOutput& output = of(self);
     output.checkUse("write");
     output.writes_.push_back(count);
-    if (output.host_.journal().note(Entry::kOutputWrite)) return 0;
+    if (output.host_.journal().note(Entry::kOutputWrite)) {
+        const Way way = output.host_.journal().way(Entry::kOutputWrite);
+        if (way != Way::kHalf) return way == Way::kMinusOne ? UINT32_MAX : 0;
+        count /= 2;
+    }
     if (output.bytes_.size() < output.position_ + count) output.bytes_.resize(output.position_ + count);
     if (count != 0) std::memcpy(output.bytes_.data() + output.position_, buffer, count);
     output.position_ += count;
@@ -87,14 +103,22 @@ int32_t MemoryOutput::seekEntry(EmlIOobj* self, uint32_t low, int32_t high, uint
 int64_t MemoryOutput::tellEntry(EmlIOobj* self) {
     MemoryOutput& output = of(self);
     output.checkUse("tell");
-    return output.host_.journal().note(Entry::kOutputTell) ? -1 : static_cast<int64_t>(output.position_);
+    Journal& journal = output.host_.journal();
+    if (journal.note(Entry::kOutputTell)) return tellBadly(journal.way(Entry::kOutputTell));
+    return static_cast<int64_t>(output.position_);
 }
 
 int32_t MemoryOutput::closeEntry(EmlIOobj* self) {
     MemoryOutput& output = of(self);
-    output.checkUse("close");
+    if (!output.given_) output.checkUse("close");
     output.closed_ = true;
     return output.host_.journal().note(Entry::kOutputClose) ? 0 : 1;
+}
+
+void MemoryOutput::releaseEntry(EmlIOobj* self) {
+    MemoryOutput& output = of(self);
+    (void)output.host_.journal().note(Entry::kOutputRelease);
+    if (++output.releases_ != 1) output.host_.journal().violation("an output was released twice");
 }
 
 }  // namespace eml::test

@@ -18,7 +18,7 @@ class MemoryOutput {
     MemoryOutput(const MemoryOutput&) = delete;
     MemoryOutput& operator=(const MemoryOutput&) = delete;
 
-    [[nodiscard]] EmlIOobj& object() { return bound_.record; }
+    [[nodiscard]] EmlIOobj& object() { return bound_->record; }
     void remove(Entry entry);
 
     [[nodiscard]] const std::string& bytes() const { return bytes_; }
@@ -27,13 +27,18 @@ class MemoryOutput {
     [[nodiscard]] bool opened() const { return opened_; }
     [[nodiscard]] bool closed() const { return closed_; }
 
+    // Gives the object to the library, which then releases it and may close it twice.
+    void give();
+    [[nodiscard]] uint32_t releases() const { return releases_; }
+
   private:
     struct Bound {
-        EmlIOobj record;
         MemoryOutput* output;
+        EmlIOobj record;  // last, so that it is what the unreadable page is behind
     };
 
-    static MemoryOutput& of(EmlIOobj* self) { return *reinterpret_cast<Bound*>(self)->output; }
+    static MemoryOutput& of(EmlIOobj* self);
+    static void releaseEntry(EmlIOobj* self);
     static int32_t openEntry(EmlIOobj* self);
     static int32_t readEntry(EmlIOobj* self, void* buffer, uint32_t count);
     static uint32_t writeEntry(EmlIOobj* self, const void* buffer, uint32_t count);
@@ -44,12 +49,14 @@ class MemoryOutput {
     void checkUse(const char* entry);
 
     RecordingHost& host_;
-    Bound bound_{};
+    HostValue<Bound> bound_;
     std::string bytes_;
     std::vector<uint32_t> writes_;
     size_t position_ = 0;
     bool opened_ = false;
     bool closed_ = false;
+    bool given_ = false;
+    uint32_t releases_ = 0;
 };
 
 }  // namespace eml::test

@@ -124,10 +124,12 @@ uint32_t OpenedMessage::charset() {
 
 SubFile OpenedMessage::describe(int32_t number, uint32_t flagsBefore) {
     SubFile file{};
-    std::memset(&file.info, 0xA5, sizeof file.info);
-    void* const untouched = file.info.children;
-    file.info.flags = flagsBefore;
-    file.result = emlGetSubFileInfo2(context_, number, &file.info, &host_.record());
+    const HostValue<EmlSubFileInfo> info(host_.ownHeap());
+    std::memset(&*info, 0xA5, sizeof *info);
+    void* const untouched = info->children;
+    info->flags = flagsBefore;
+    file.result = emlGetSubFileInfo2(context_, number, &*info, &host_.record());
+    file.info = *info;
     // What was handed over is the host's, also when the call failed.
     if (file.info.name != untouched && file.info.name != nullptr) {
         file.hasName = true;

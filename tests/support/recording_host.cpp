@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 
 namespace eml::test {
@@ -12,6 +13,22 @@ constexpr HeapEntries kServicesEntries = {Entry::kAllocate, Entry::kReallocate, 
                                           Entry::kFree};
 constexpr HeapEntries kRecordEntries = {Entry::kRecordAllocate, Entry::kRecordReallocate,
                                         Entry::kRecordAllocateZeroed, Entry::kRecordFree};
+
+// The host's own heap is no entry of the library's, so no call of it is counted.
+constexpr HeapEntries kOwnEntries = kServicesEntries;
+
+ReadStyle styleOf(Way way) {
+    switch (way) {
+        case Way::kOneByte:
+            return ReadStyle::kOneByte;
+        case Way::kHalf:
+            return ReadStyle::kHalf;
+        case Way::kTooMuch:
+            return ReadStyle::kMoreThanAsked;
+        default:
+            return ReadStyle::kMinusOne;
+    }
+}
 
 // The conversion of this host: every byte becomes one 16-bit unit, low byte first.
 uint32_t widen(const EmlTextSpan& source, EmlTextSpan& destination) {
@@ -28,16 +45,30 @@ uint32_t widen(const EmlTextSpan& source, EmlTextSpan& destination) {
     return 1;
 }
 
+// A conversion that fails: it gives nothing, half of what it should, or claims more than there is room for.
+uint32_t convertBadly(const EmlTextSpan& source, EmlTextSpan& destination, Way way) {
+    if (way == Way::kHalf || way == Way::kTooMuch) (void)widen(source, destination);
+    destination.length = way == Way::kHalf      ? destination.length / 2
+                         : way == Way::kTooMuch ? destination.length * 2 + 7
+                                                : 0;
+    return 0;
+}
+
 }  // namespace
 
 RecordingHost::RecordingHost(std::string_view message, HostOptions options)
     : options_(options),
-      heap_(journal_, kServicesEntries, options.heapMode),
-      recordHeap_(journal_, kRecordEntries, options.heapMode),
+      heap_(journal_, kServicesEntries, options.heapMode, options.freshByte),
+      recordHeap_(journal_, kRecordEntries, options.heapMode, options.freshByte),
+      ownHeap_(journal_, kOwnEntries, options.heapMode, options.freshByte),
+      recordAllocator_(ownHeap_),
+      record_(ownHeap_),
+      input_(ownHeap_),
+      services_(ownHeap_),
       message_(message),
       size_(message.size()) {
-    recordHeap_.bind(recordAllocator_);
-    record_ = {1, &recordAllocator_};
+    recordHeap_.bind(*recordAllocator_);
+    *record_ = {1, &*recordAllocator_};
     bindInput();
     bindServices();
 }
@@ -48,9 +79,9 @@ RecordingHost::~RecordingHost() {
 }
 
 void RecordingHost::bindInput() {
-    std::memset(&input_.record, kHostOwnedFill, sizeof input_.record);
-    input_.host = this;
-    EmlIOobj& io = input_.record;
+    EmlIOobj& io = input();
+    std::memset(&io, kHostOwnedFill, sizeof io);
+    input_->host = this;
     io.open = &RecordingHost::inputOpenEntry;
     io.read = &RecordingHost::inputReadEntry;
     io.write = &RecordingHost::inputWriteEntry;
@@ -62,9 +93,9 @@ void RecordingHost::bindInput() {
 }
 
 void RecordingHost::bindServices() {
-    std::memset(&services_.record, kHostOwnedFill, sizeof services_.record);
-    services_.host = this;
-    EmlHostServices& services = services_.record;
+    EmlHostServices& services = this->services();
+    std::memset(&services, kHostOwnedFill, sizeof services);
+    services_->host = this;
     heap_.bind(services.allocator);
     services.openFile = &RecordingHost::openFileEntry;
     services.duplicateString = &RecordingHost::duplicateEntry;
@@ -79,8 +110,8 @@ void RecordingHost::bindServices() {
 }
 
 void RecordingHost::remove(Entry entry) {
-    EmlIOobj& io = input_.record;
-    EmlHostServices& services = services_.record;
+    EmlIOobj& io = input();
+    EmlHostServices& services = this->services();
     switch (entry) {
         case Entry::kAllocate:
             services.allocator.allocate = nullptr;
@@ -116,16 +147,16 @@ void RecordingHost::remove(Entry entry) {
             services.storeDate = nullptr;
             break;
         case Entry::kRecordAllocate:
-            recordAllocator_.allocate = nullptr;
+            recordAllocator_->allocate = nullptr;
             break;
         case Entry::kRecordReallocate:
-            recordAllocator_.reallocate = nullptr;
+            recordAllocator_->reallocate = nullptr;
             break;
         case Entry::kRecordAllocateZeroed:
-            recordAllocator_.allocateZeroed = nullptr;
+            recordAllocator_->allocateZeroed = nullptr;
             break;
         case Entry::kRecordFree:
-            recordAllocator_.free = nullptr;
+            recordAllocator_->free = nullptr;
             break;
         case Entry::kInputOpen:
             io.open = nullptr;
@@ -170,21 +201,27 @@ std::string RecordingHost::complaints() const {
             std::to_string(recordHeap_.liveBlocks()) + " blocks of the record's allocator are still live\n";
     }
     EmlHostServices services;
-    std::memcpy(&services, &services_.record, sizeof services);
+    std::memcpy(&services, &services_->record, sizeof services);
     services.currentCharset = servicesImage_.currentCharset;
     services.lastError = servicesImage_.lastError;
     if (std::memcmp(&services, &servicesImage_, sizeof services) != 0) {
         text += "a field of the services record that is the host's own was changed\n";
     }
-    if (std::memcmp(&input_.record, &inputImage_, sizeof inputImage_) != 0)
+    if (std::memcmp(&input_->record, &inputImage_, sizeof inputImage_) != 0)
         text += "the input record was changed\n";
     return text;
 }
 
-RecordingHost& RecordingHost::of(EmlIOobj* self) { return *reinterpret_cast<BoundInput*>(self)->host; }
+RecordingHost& RecordingHost::of(EmlIOobj* self) {
+    void* const record = self;
+    void* const bound = static_cast<uint8_t*>(record) - offsetof(BoundInput, record);
+    return *static_cast<BoundInput*>(bound)->host;
+}
 
 RecordingHost& RecordingHost::of(EmlHostServices* self) {
-    return *reinterpret_cast<BoundServices*>(self)->host;
+    void* const record = self;
+    void* const bound = static_cast<uint8_t*>(record) - offsetof(BoundServices, record);
+    return *static_cast<BoundServices*>(bound)->host;
 }
 
 void RecordingHost::checkInputUse(const char* entry) {
@@ -218,23 +255,23 @@ void RecordingHost::deliver(uint8_t* buffer, uint32_t count) {
         buffer[static_cast<size_t>(lineEnd - offset)] = '\n';
 }
 
-int32_t RecordingHost::readInput(void* buffer, uint32_t count) {
+int32_t RecordingHost::readInput(void* buffer, uint32_t count, ReadStyle style) {
     const size_t room = heap_.roomAt(buffer);
     if (room < count) {
         journal_.violation("a read asks for more than its block has room for");
         return 0;
     }
     auto* bytes = static_cast<uint8_t*>(buffer);
-    if (options_.scribble) std::memset(bytes, kFreshByte, count);
+    if (options_.scribble) std::memset(bytes, options_.freshByte, count);
     uint64_t wanted = count;
-    if (options_.readStyle == ReadStyle::kMinusOne) return -1;
-    if (options_.readStyle == ReadStyle::kOneByte) wanted = 1;
-    if (options_.readStyle == ReadStyle::kHalf) wanted = (wanted + 1) / 2;
+    if (style == ReadStyle::kMinusOne) return -1;
+    if (style == ReadStyle::kOneByte) wanted = 1;
+    if (style == ReadStyle::kHalf) wanted = (wanted + 1) / 2;
     const uint64_t left =
         static_cast<uint64_t>(position_) < size_ ? size_ - static_cast<uint64_t>(position_) : 0;
     const auto delivered = static_cast<uint32_t>(std::min(wanted, left));
     if (delivered != 0) deliver(bytes, delivered);
-    if (options_.readStyle == ReadStyle::kMoreThanAsked && delivered == count) return INT32_MAX;
+    if (style == ReadStyle::kMoreThanAsked && delivered == count) return INT32_MAX;
     return static_cast<int32_t>(delivered);
 }
 
@@ -242,9 +279,13 @@ int32_t RecordingHost::inputReadEntry(EmlIOobj* self, void* buffer, uint32_t cou
     RecordingHost& host = of(self);
     host.checkInputUse("read");
     if (buffer == nullptr || count == 0) host.journal_.violation("a read of nothing");
-    if (count > 4096) host.journal_.violation("a read of more than 4096 bytes");
-    if (host.journal_.note(Entry::kInputRead)) return 0;
-    return buffer == nullptr ? 0 : host.readInput(buffer, count);
+    if (count > host.options_.largestRead)
+        host.journal_.violation("a read of more than " + std::to_string(host.options_.largestRead) +
+                                " bytes");
+    const bool fails = host.journal_.note(Entry::kInputRead);
+    const Way way = host.journal_.way(Entry::kInputRead);
+    if (buffer == nullptr || (fails && way == Way::kPlain)) return 0;
+    return host.readInput(buffer, count, fails ? styleOf(way) : host.options_.readStyle);
 }
 
 uint32_t RecordingHost::inputWriteEntry(EmlIOobj* self, const void* /*buffer*/, uint32_t /*count*/) {
@@ -271,20 +312,24 @@ int32_t RecordingHost::inputSeekEntry(EmlIOobj* self, uint32_t low, int32_t high
 int64_t RecordingHost::inputTellEntry(EmlIOobj* self) {
     RecordingHost& host = of(self);
     host.checkInputUse("tell");
-    if (host.journal_.note(Entry::kInputTell)) return -1;
+    if (host.journal_.note(Entry::kInputTell)) return tellBadly(host.journal_.way(Entry::kInputTell));
     return host.reportedSize_ >= 0 ? host.reportedSize_ : host.position_;
 }
 
 int32_t RecordingHost::inputCloseEntry(EmlIOobj* self) {
     RecordingHost& host = of(self);
-    host.checkInputUse("close");
+    if (!host.options_.closesAnyInput) host.checkInputUse("close");
+    if (host.inputClosed_ && !host.options_.inputIsGiven)
+        host.journal_.violation("the input was closed twice");
     host.inputOpen_ = false;
     host.inputClosed_ = true;
     return host.journal_.note(Entry::kInputClose) ? 0 : 1;
 }
 
 void RecordingHost::inputReleaseEntry(EmlIOobj* self) {
-    of(self).journal_.violation("an input that the host gave was released");
+    RecordingHost& host = of(self);
+    if (!host.options_.inputIsGiven) host.journal_.violation("an input that the host gave was released");
+    if (++host.inputReleases_ != 1) host.journal_.violation("the input was released twice");
 }
 
 EmlIOobj* RecordingHost::openFileEntry(EmlHostServices* self, void* fileSpec) {
@@ -306,8 +351,7 @@ uint32_t RecordingHost::convertEntry(EmlHostServices* self, EmlTextSpan* source,
     RecordingHost& host = of(self);
     if (form != EML_CONVERT_FORM) host.journal_.violation("convertText with another form");
     if (host.journal_.note(Entry::kConvertText)) {
-        destination->length = 0;
-        return 0;
+        return convertBadly(*source, *destination, host.journal_.way(Entry::kConvertText));
     }
     return widen(*source, *destination);
 }
@@ -318,8 +362,7 @@ uint32_t RecordingHost::convertFromEntry(EmlHostServices* self, uint32_t /*chars
     if (substitute != EML_CONVERT_SUBSTITUTE)
         host.journal_.violation("convertTextFrom with another substitute");
     if (host.journal_.note(Entry::kConvertTextFrom)) {
-        destination->length = 0;
-        return 0;
+        return convertBadly(*source, *destination, host.journal_.way(Entry::kConvertTextFrom));
     }
     return widen(*source, *destination);
 }

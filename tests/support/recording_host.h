@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+#include "support/host_value.h"
 #include "support/journal.h"
 #include "support/tracked_heap.h"
 
@@ -22,6 +23,11 @@ inline constexpr int kHostOwnedFill = 0x5C;  // in fields of the host that the l
     return static_cast<int64_t>((uint64_t{static_cast<uint32_t>(high)} << 32) | low);
 }
 
+// What a tell says that fails.
+[[nodiscard]] inline int64_t tellBadly(Way way) {
+    return way == Way::kTooMuch ? INT64_MAX : way == Way::kMinusOne ? INT64_MIN : -1;
+}
+
 enum class ReadStyle : uint8_t {
     kFull,           // all that is asked for
     kOneByte,        // a single byte a call
@@ -31,9 +37,13 @@ enum class ReadStyle : uint8_t {
 };
 
 struct HostOptions {
-    HeapMode heapMode = HeapMode::kPlain;
+    HeapMode heapMode = defaultHeapMode();  // of all blocks, and of the host's own records and buffers
     ReadStyle readStyle = ReadStyle::kFull;
-    bool scribble = true;  // the room behind what a read delivers gets a pattern
+    bool scribble = true;  // the room behind what a read delivers gets the fresh byte
+    uint8_t freshByte = kFreshByte;
+    uint32_t largestRead = 4096;
+    bool inputIsGiven = false;    // to the library, which releases it, and may close it twice
+    bool closesAnyInput = false;  // an input whose open has failed is closed all the same
 };
 
 // Gives the bytes [offset, offset + count) of an input that is not in memory.
@@ -46,12 +56,14 @@ class RecordingHost {
     RecordingHost(const RecordingHost&) = delete;
     RecordingHost& operator=(const RecordingHost&) = delete;
 
-    [[nodiscard]] EmlIOobj& input() { return input_.record; }
-    [[nodiscard]] EmlHostServices& services() { return services_.record; }
-    [[nodiscard]] EmlHostRecord& record() { return record_; }
+    [[nodiscard]] EmlIOobj& input() { return input_->record; }
+    [[nodiscard]] EmlHostServices& services() { return services_->record; }
+    [[nodiscard]] EmlHostRecord& record() { return *record_; }
     [[nodiscard]] Journal& journal() { return journal_; }
     [[nodiscard]] TrackedHeap& heap() { return heap_; }
     [[nodiscard]] TrackedHeap& recordHeap() { return recordHeap_; }
+    // For records and buffers of the host itself.
+    [[nodiscard]] TrackedHeap& ownHeap() { return ownHeap_; }
     [[nodiscard]] const HostOptions& options() const { return options_; }
 
     // Takes an entry out of its record: it is NULL from now on. Entries of outputs are taken out there.
@@ -72,6 +84,7 @@ class RecordingHost {
     [[nodiscard]] uint64_t bytesRead() const { return bytesRead_; }
     [[nodiscard]] bool inputOpen() const { return inputOpen_; }
     [[nodiscard]] bool inputClosed() const { return inputClosed_; }
+    [[nodiscard]] uint32_t inputReleases() const { return inputReleases_; }
 
     // For tests that make the library lose blocks by rule in a way that no call shows (reallocate missing,
     // free missing).
@@ -82,13 +95,14 @@ class RecordingHost {
     [[nodiscard]] std::string complaints() const;
 
   private:
+    // The record is last, so that it is what the unreadable page is behind.
     struct BoundInput {
-        EmlIOobj record;  // first: the library hands its address back
         RecordingHost* host;
+        EmlIOobj record;
     };
     struct BoundServices {
-        EmlHostServices record;
         RecordingHost* host;
+        EmlHostServices record;
     };
 
     static RecordingHost& of(EmlIOobj* self);
@@ -114,16 +128,17 @@ class RecordingHost {
     void bindServices();
     void checkInputUse(const char* entry);
     void deliver(uint8_t* buffer, uint32_t count);
-    [[nodiscard]] int32_t readInput(void* buffer, uint32_t count);
+    [[nodiscard]] int32_t readInput(void* buffer, uint32_t count, ReadStyle style);
 
     Journal journal_;
     HostOptions options_;
     TrackedHeap heap_;
     TrackedHeap recordHeap_;
-    EmlAllocator recordAllocator_{};
-    EmlHostRecord record_{};
-    BoundInput input_{};
-    BoundServices services_{};
+    TrackedHeap ownHeap_;
+    HostValue<EmlAllocator> recordAllocator_;
+    HostValue<EmlHostRecord> record_;
+    HostValue<BoundInput> input_;
+    HostValue<BoundServices> services_;
     EmlIOobj inputImage_{};            // as handed over, to see what was changed
     EmlHostServices servicesImage_{};  // likewise
     std::string message_;
@@ -135,6 +150,7 @@ class RecordingHost {
     uint64_t bytesRead_ = 0;
     bool inputOpen_ = false;
     bool inputClosed_ = false;
+    uint32_t inputReleases_ = 0;
     bool liveBlocksAllowed_ = false;
 };
 

@@ -1,8 +1,5 @@
 #include "support/tracked_heap.h"
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -10,22 +7,16 @@
 namespace eml::test {
 namespace {
 
-// How many freed mappings stay unreadable before the oldest are given back.
-constexpr size_t kClosedLimit = 4000;
-
 uintptr_t key(const void* block) { return reinterpret_cast<uintptr_t>(block); }
-
-size_t pageSize() { return static_cast<size_t>(sysconf(_SC_PAGESIZE)); }
 
 }  // namespace
 
-TrackedHeap::TrackedHeap(Journal& journal, HeapEntries entries, HeapMode mode)
-    : journal_(journal), entries_(entries), mode_(mode) {}
+TrackedHeap::TrackedHeap(Journal& journal, HeapEntries entries, HeapMode mode, uint8_t freshByte)
+    : journal_(journal), entries_(entries), mode_(mode), freshByte_(freshByte) {}
 
 TrackedHeap::~TrackedHeap() {
-    for (const auto& [at, placement] : live_) discard(reinterpret_cast<void*>(at), placement);
-    for (const auto& [at, placement] : lost_) discard(reinterpret_cast<void*>(at), placement);
-    for (const Placement& placement : closed_) munmap(placement.base, placement.mapped);
+    for (const auto& [at, size] : live_) discard(reinterpret_cast<void*>(at));
+    for (const auto& [at, size] : lost_) discard(reinterpret_cast<void*>(at));
 }
 
 void TrackedHeap::bind(EmlAllocator& record) {
@@ -37,26 +28,12 @@ void TrackedHeap::bind(EmlAllocator& record) {
     record_ = &record;
 }
 
-void* TrackedHeap::place(size_t size, Placement& placement) const {
-    placement = {size, nullptr, 0};
-    if (mode_ == HeapMode::kPlain) return std::malloc(size != 0 ? size : 1);
-    const size_t page = pageSize();
-    const size_t room = (size + page - 1) / page * page;
-    void* base = mmap(nullptr, room + page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (base == MAP_FAILED) return nullptr;
-    placement.base = static_cast<uint8_t*>(base);
-    placement.mapped = room + page;
-    mprotect(placement.base + room, page, PROT_NONE);
-    // The block ends where the page ends, so its alignment is what its size allows: records keep theirs.
-    return placement.base + room - size;
-}
-
 void* TrackedHeap::take(size_t size) {
-    Placement placement{};
-    void* block = place(size, placement);
+    void* block =
+        mode_ == HeapMode::kPlain ? std::malloc(size != 0 ? size : 1) : GuardPool::instance().take(size);
     if (block == nullptr) return nullptr;
-    std::memset(block, kFreshByte, size);
-    live_[key(block)] = placement;
+    std::memset(block, freshByte_, size);
+    live_[key(block)] = size;
     liveBytes_ += size;
     if (liveBytes_ > peakBytes_) peakBytes_ = liveBytes_;
     if (size > largestBlock_) largestBlock_ = size;
@@ -69,25 +46,18 @@ void TrackedHeap::give(void* block) {
         journal_.violation("free of a block that is not live");
         return;
     }
-    const Placement placement = found->second;
+    const size_t size = found->second;
     live_.erase(found);
-    liveBytes_ -= placement.size;
-    if (placement.base == nullptr) {
-        std::memset(block, 0xDD, placement.size);
-        std::free(block);
-    } else if (closed_.size() < kClosedLimit) {
-        mprotect(placement.base, placement.mapped, PROT_NONE);
-        closed_.push_back(placement);
-    } else {
-        munmap(placement.base, placement.mapped);
-    }
+    liveBytes_ -= size;
+    if (mode_ == HeapMode::kPlain) std::memset(block, 0xDD, size);
+    discard(block);
 }
 
-void TrackedHeap::discard(void* block, const Placement& placement) {
-    if (placement.base == nullptr) {
+void TrackedHeap::discard(void* block) const {
+    if (mode_ == HeapMode::kPlain) {
         std::free(block);
     } else {
-        munmap(placement.base, placement.mapped);
+        GuardPool::instance().give(block);
     }
 }
 
@@ -96,7 +66,7 @@ size_t TrackedHeap::roomAt(const void* at) const {
     if (next == live_.begin()) return SIZE_MAX;
     --next;
     const uintptr_t offset = key(at) - next->first;
-    return offset < next->second.size ? next->second.size - offset : SIZE_MAX;
+    return offset < next->second ? next->second - offset : SIZE_MAX;
 }
 
 TrackedHeap& TrackedHeap::of(EmlAllocator* self) {
@@ -132,7 +102,7 @@ void* TrackedHeap::entryReallocate(EmlAllocator* self, void* block, uint32_t siz
         heap.journal_.violation("reallocate of a block that is not live");
         return nullptr;
     }
-    const size_t oldSize = found->second.size;
+    const size_t oldSize = found->second;
     void* grown = fails ? nullptr : heap.take(size);
     if (grown == nullptr) {
         heap.lost_.insert(heap.live_.extract(found));

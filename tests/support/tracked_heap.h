@@ -7,18 +7,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
-#include <vector>
 
+#include "support/guard_pool.h"
 #include "support/journal.h"
 
 namespace eml::test {
 
 inline constexpr uint8_t kFreshByte = 0xA5;  // what fresh memory and unused room hold
-
-enum class HeapMode : uint8_t {
-    kPlain,
-    kGuarded,  // each block ends at an unreadable page; a freed block becomes unreadable
-};
 
 // The entries of the journal that count the calls of this heap.
 struct HeapEntries {
@@ -30,7 +25,7 @@ struct HeapEntries {
 
 class TrackedHeap {
   public:
-    TrackedHeap(Journal& journal, HeapEntries entries, HeapMode mode);
+    TrackedHeap(Journal& journal, HeapEntries entries, HeapMode mode, uint8_t freshByte = kFreshByte);
     ~TrackedHeap();
     TrackedHeap(const TrackedHeap&) = delete;
     TrackedHeap& operator=(const TrackedHeap&) = delete;
@@ -54,12 +49,6 @@ class TrackedHeap {
     [[nodiscard]] size_t roomAt(const void* at) const;
 
   private:
-    struct Placement {
-        size_t size;
-        uint8_t* base;  // of the mapping, NULL for a plain block
-        size_t mapped;
-    };
-
     static void* entryAllocate(EmlAllocator* self, uint32_t size);
     static void* entryReallocate(EmlAllocator* self, void* block, uint32_t size);
     static void* entryAllocateZeroed(EmlAllocator* self, uint32_t count, uint32_t size);
@@ -67,16 +56,15 @@ class TrackedHeap {
     static TrackedHeap& of(EmlAllocator* self);
 
     void checkSelf(const EmlAllocator* self);
-    void* place(size_t size, Placement& placement) const;
-    void discard(void* block, const Placement& placement);
+    void discard(void* block) const;
 
     Journal& journal_;
     HeapEntries entries_;
     HeapMode mode_;
+    uint8_t freshByte_;
     const EmlAllocator* record_ = nullptr;
-    std::map<uintptr_t, Placement> live_;
-    std::map<uintptr_t, Placement> lost_;
-    std::vector<Placement> closed_;  // freed mappings that are kept unreadable
+    std::map<uintptr_t, size_t> live_;  // sizes by address
+    std::map<uintptr_t, size_t> lost_;
     uint64_t liveBytes_ = 0;
     uint64_t peakBytes_ = 0;
     uint64_t largestBlock_ = 0;
