@@ -45,6 +45,8 @@ extern const Command kInfoCommand;
 extern const Command kExtractCommand;
 extern const Command kRenderCommand;
 extern const Command kRecordsCommand;
+extern const Command kBatchCommand;
+extern const Command kSchemaCommand;
 extern const Command kVersionCommand;
 
 /* All of them, in the order of the help. */

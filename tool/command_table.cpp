@@ -5,9 +5,9 @@
 namespace emltool {
 
 std::span<const Command* const> commands() {
-    static constexpr std::array<const Command*, 7> kCommands = {
-        &kShowCommand,   &kListCommand,    &kInfoCommand,   &kExtractCommand,
-        &kRenderCommand, &kRecordsCommand, &kVersionCommand};
+    static constexpr std::array kCommands = {&kShowCommand,    &kListCommand,   &kInfoCommand,
+                                             &kExtractCommand, &kRenderCommand, &kRecordsCommand,
+                                             &kBatchCommand,   &kSchemaCommand, &kVersionCommand};
     return kCommands;
 }
 

@@ -66,6 +66,10 @@ void Console::report(const Problem& problem) {
              fmt::format("{} {}{}\n", errorStyle_.error("eml:"), subject, visible(problem.text)));
 }
 
+void Console::note(std::string_view text) {
+    if (!quiet()) writeAll(STDERR_FILENO, fmt::format("eml: {}\n", visible(text)));
+}
+
 void Console::warn(std::string_view subject, std::string_view text) {
     if (quiet()) return;
     writeAll(STDERR_FILENO, fmt::format("{} {}: {} {}\n", "eml:", visible(subject),

@@ -9,7 +9,13 @@
 namespace emltool {
 
 FilterFile::FilterFile(const std::string& path, bool force, bool withFields)
-    : file_(path, force),
+    : FilterFile(std::make_unique<MessageFile>(path, force), nullptr, withFields) {}
+
+FilterFile::FilterFile(MessageFile& file, bool withFields) : FilterFile(nullptr, &file, withFields) {}
+
+FilterFile::FilterFile(std::unique_ptr<MessageFile> owned, MessageFile* other, bool withFields)
+    : owned_(std::move(owned)),
+      file_(owned_ != nullptr ? *owned_ : *other),
       filter_(file_.input(), file_.services()),
       encrypted_((file_.message().describe(0).flags & EML_SUB_FILE_ENCRYPTED) != 0) {
     file_.checkReads();

@@ -5,6 +5,7 @@
 #define EMLREADER_TOOL_FILTER_FILE_H
 
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "standalone/filter.h"
@@ -18,6 +19,9 @@ class FilterFile {
     /* Opens `path` as MessageFile does. Without fields only the body is converted. Throws Problem. */
     FilterFile(const std::string& path, bool force, bool withFields);
 
+    /* The same for a message that is open already; it must outlive this. */
+    FilterFile(MessageFile& file, bool withFields);
+
     const std::string& name() const { return file_.name(); }
     bool isEncrypted() const { return encrypted_; }
 
@@ -26,7 +30,10 @@ class FilterFile {
     void read(const std::function<bool(const emlhost::TextRecord&)>& take, size_t capacity = 65536);
 
   private:
-    MessageFile file_;
+    FilterFile(std::unique_ptr<MessageFile> owned, MessageFile* other, bool withFields);
+
+    std::unique_ptr<MessageFile> owned_; /* where the path was given */
+    MessageFile& file_;
     emlhost::MessageFilter filter_;
     bool encrypted_;
 };

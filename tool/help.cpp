@@ -75,7 +75,7 @@ std::string commandHelp(const Command& command, const CLI::App& app, const Style
     std::string text = fmt::format("eml {}: {}\n\n{} eml {}{}\n\n", command.name, command.summary,
                                    style.label("Usage:"), command.name, arguments);
     std::string rows = optionRows(app, style);
-    if (argument != nullptr) rows = row("FILE", argument->get_description(), style) + rows;
+    if (argument != nullptr) rows = row(argument->get_name(), argument->get_description(), style) + rows;
     if (!rows.empty()) text += rows + "\n";
     if (*command.footer != '\0') text += std::string(command.footer) + "\n";
     return text + "\"eml --help\" shows the options of all commands.\n";

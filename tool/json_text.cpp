@@ -103,6 +103,7 @@ void putEntry(Writer& json, const SubFileEntry& entry) {
         putSize(json, "stored_size", static_cast<uint64_t>(entry.info.size));
     }
     putFlags(json, entry.info.flags);
+    if (!entry.sha256.empty()) putField(json, "sha256", entry.sha256);
     if (entry.outcome != Outcome::None) {
         putField(json, "outcome", outcomeName(entry.outcome));
         if (!entry.filePath.empty()) putField(json, "path", entry.filePath);
@@ -163,11 +164,13 @@ void putMessage(Writer& json, const MessageTree& tree) {
     json.Bool(tree.encrypted);
     json.Key("size");
     json.Uint64(tree.bytes);
+    if (!tree.sha256.empty()) putField(json, "sha256", tree.sha256);
     putMetadata(json, tree.metadata);
     json.Key("sub_files");
     json.StartArray();
     for (const SubFileEntry& entry : tree.subFiles) putEntry(json, entry);
     json.EndArray();
+    if (tree.text) putField(json, "text", *tree.text);
     json.EndObject();
 }
 
@@ -196,7 +199,8 @@ std::string withVisibleControls(std::string_view json) {
     return result;
 }
 
-std::string jsonLine(std::string_view source, const MessageTree* tree, const Problem* problem) {
+std::string jsonLine(std::string_view source, const MessageTree* tree, const Problem* problem,
+                     std::optional<uint64_t> index) {
     std::vector<std::string> warnings;
     if (tree != nullptr) gather(*tree, warnings, problem);
 
@@ -208,6 +212,10 @@ std::string jsonLine(std::string_view source, const MessageTree* tree, const Pro
     json.StartObject();
     putField(json, "path", source);
     if (!isUtf8(source)) putField(json, "path_b64", base64(source));
+    if (index) {
+        json.Key("index");
+        json.Uint64(*index);
+    }
     json.EndObject();
     putField(json, "status", problem != nullptr ? "error" : warnings.empty() ? "ok" : "warning");
     if (problem != nullptr) putProblem(json, *problem);

@@ -15,19 +15,19 @@ namespace {
 
 Problem inputProblem(const std::string& path, const std::error_code& error) {
     if (error == std::errc::no_such_file_or_directory) {
-        std::string near = closestFile(path);
-        std::string hint = near.empty() ? "" : fmt::format("; did you mean {}?", near);
-        return {ExitCode::Input, "no-such-file", path, "no such file" + hint};
+        return {ExitCode::Input, "no-such-file", path, "no such file"};
     }
     if (error == std::errc::is_a_directory) {
         std::string_view folder = path;
         if (folder.ends_with('/')) folder.remove_suffix(1);
         return {ExitCode::Input, "is-a-directory", path,
-                fmt::format("is a directory; name the messages in it, as in {}/*.eml", shellWord(folder))};
+                fmt::format("is a directory; to read a folder use \"eml batch {}\"", shellWord(folder))};
     }
     if (error == std::errc::not_enough_memory) return outOfMemory(path);
     return {ExitCode::Input, "cannot-read", path, describe(error)};
 }
+
+std::string nameOf(const std::string& path) { return path == "-" ? "standard input" : path; }
 
 std::unique_ptr<emlhost::Input> open(const std::string& path, const std::string& name) {
     std::error_code error;
@@ -37,8 +37,11 @@ std::unique_ptr<emlhost::Input> open(const std::string& path, const std::string&
     } else {
         input = emlhost::openInput(path, error);
     }
-    if (input == nullptr) throw inputProblem(path == "-" ? name : path, error);
-    return input;
+    if (input != nullptr) return input;
+    Problem problem = inputProblem(path == "-" ? name : path, error);
+    std::string near = problem.code == "no-such-file" ? closestFile(path) : "";
+    if (!near.empty()) problem.text += fmt::format("; did you mean {}?", near);
+    throw problem;
 }
 
 /* "Name:", the name being printable ASCII; blanks before the colon are tolerated. */
@@ -79,8 +82,18 @@ bool looksLikeMessage(emlhost::Input& input) {
     return hasHeaderField(beginning);
 }
 
-MessageFile::MessageFile(const std::string& path, bool force) : name_(path == "-" ? "standard input" : path) {
-    input_ = open(path, name_);
+std::unique_ptr<emlhost::Input> openMessageInput(const std::string& path) {
+    std::error_code error;
+    std::unique_ptr<emlhost::Input> input = emlhost::openInput(path, error);
+    if (input == nullptr) throw inputProblem(path, error);
+    return input;
+}
+
+MessageFile::MessageFile(const std::string& path, bool force)
+    : MessageFile(open(path, nameOf(path)), nameOf(path), force) {}
+
+MessageFile::MessageFile(std::unique_ptr<emlhost::Input> input, std::string name, bool force)
+    : name_(std::move(name)), input_(std::move(input)) {
     if (input_->size() == 0) throw Problem(ExitCode::NoMessage, "empty", name_, "the file is empty");
     if (!force && !looksLikeMessage(*input_)) {
         checkReads();

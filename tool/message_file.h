@@ -19,6 +19,9 @@ class MessageFile {
      * Problem. */
     MessageFile(const std::string& path, bool force);
 
+    /* The same for an input that is open already; `name` is what problems call it. */
+    MessageFile(std::unique_ptr<emlhost::Input> input, std::string name, bool force);
+
     /* The path, or words for standard input. */
     const std::string& name() const { return name_; }
 
@@ -35,6 +38,10 @@ class MessageFile {
     std::unique_ptr<emlhost::Input> input_;
     std::unique_ptr<emlhost::OpenMessage> message_;
 };
+
+/* The file `path`, which may be called "-", as an input. Throws Problem; for a folder its code is
+ * "is-a-directory". Looks for no other file that may be meant. */
+std::unique_ptr<emlhost::Input> openMessageInput(const std::string& path);
 
 /* Open flags that the tool uses for every message. */
 inline constexpr uint32_t kOpenFlags = EML_OPEN_CONVERTED_ATTACHMENTS;

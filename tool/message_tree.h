@@ -49,6 +49,7 @@ struct SubFileEntry {
     std::string name;                     /* as a person reads it, UTF-8; not safe as a path */
     std::string safeName;                 /* attachments: the name for its file */
     std::optional<uint64_t> size;         /* decoded; none when it is not known */
+    std::string sha256;                   /* of the decoded bytes, in hexadecimal; empty unless asked for */
     std::unique_ptr<MessageTree> message; /* embedded messages that were opened */
 
     Outcome outcome = Outcome::None;
@@ -67,6 +68,8 @@ struct MessageTree {
     std::string date;   /* as dateText gives it; empty without a date that can be read */
     std::vector<MetadataField> metadata;
     std::vector<SubFileEntry> subFiles;
+    std::string sha256;              /* of the message as it is stored; empty unless asked for */
+    std::optional<std::string> text; /* what a person reads, UTF-8; nothing unless asked for */
     std::vector<std::string> warnings;
 };
 

@@ -1,0 +1,100 @@
+#include "tool/batch_worker.h"
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <new>
+
+#include "standalone/write_all.h"
+#include "tool/worker_frames.h"
+
+namespace emltool {
+
+namespace {
+
+bool readAll(int descriptor, char* bytes, size_t count) {
+    while (count > 0) {
+        ssize_t got = ::read(descriptor, bytes, count);
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) return false;
+        bytes += got;
+        count -= static_cast<size_t>(got);
+    }
+    return true;
+}
+
+bool readTask(int descriptor, BatchItem& item) {
+    std::string bytes(sizeof(TaskHeader), '\0');
+    if (!readAll(descriptor, bytes.data(), bytes.size())) return false;
+    auto header = headerAt<TaskHeader>(bytes);
+    item = BatchItem{std::string(static_cast<size_t>(header.pathLength), '\0'), std::nullopt, header.offset,
+                     header.length};
+    if (header.hasIndex != 0) item.index = header.index;
+    return readAll(descriptor, item.path.data(), item.path.size());
+}
+
+bool writeReply(int descriptor, const BatchRow& row) {
+    std::string bytes;
+    appendHeader(bytes, ReplyHeader{row.line.size(), static_cast<uint64_t>(row.kind), row.outOfMemory});
+    bytes += row.line;
+    return emlhost::writeAll(descriptor, {reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()}) == 0;
+}
+
+/* The address space in use; 0 where the system does not say. */
+uint64_t addressSpace() {
+    uint64_t pages = 0;
+    if (std::FILE* file = std::fopen("/proc/self/statm", "re")) {
+        unsigned long long first = 0;
+        char line[64];
+        if (std::fgets(line, sizeof line, file) != nullptr) first = std::strtoull(line, nullptr, 10);
+        pages = first;
+        std::fclose(file);
+    }
+    return pages * static_cast<uint64_t>(::sysconf(_SC_PAGESIZE));
+}
+
+void setSoftLimit(int resource, rlim_t value) {
+    struct rlimit limit {};
+    if (::getrlimit(static_cast<__rlimit_resource_t>(resource), &limit) != 0) return;
+    limit.rlim_cur = limit.rlim_max < value ? limit.rlim_max : value;
+    ::setrlimit(static_cast<__rlimit_resource_t>(resource), &limit);
+}
+
+/* Memory above what the program itself takes. The hard limit stays, so that liftMemoryLimit can. */
+void limitMemory(uint64_t most) {
+    if (most != 0) setSoftLimit(RLIMIT_AS, static_cast<rlim_t>(addressSpace() + most));
+}
+
+/* A row that says that memory ran out must itself find some. */
+void liftMemoryLimit() { setSoftLimit(RLIMIT_AS, RLIM_INFINITY); }
+
+BatchRow readWithinLimits(const BatchItem& item, const RowOptions& options) {
+    try {
+        return readItem(item, options);
+    } catch (const std::bad_alloc&) {
+        liftMemoryLimit();
+        return {RowKind::Error, problemRow(item, outOfMemory(item.path)), true};
+    }
+}
+
+}  // namespace
+
+int workThrough(int tasks, int replies, const WorkerOptions& options) noexcept {
+    setSoftLimit(RLIMIT_CORE, 0); /* thousands of bad messages should not leave thousands of core files */
+    limitMemory(options.maxMemory);
+    try {
+        BatchItem item;
+        while (readTask(tasks, item)) {
+            BatchRow row = readWithinLimits(item, options.row);
+            if (row.outOfMemory) liftMemoryLimit();
+            if (!writeReply(replies, row) || row.outOfMemory) break;
+        }
+        return 0;
+    } catch (const std::exception&) {
+        return static_cast<int>(ExitCode::Internal);
+    }
+}
+
+}  // namespace emltool

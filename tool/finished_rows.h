@@ -1,0 +1,44 @@
+/*
+ * What an earlier run of a batch has already written.
+ */
+#ifndef EMLREADER_TOOL_FINISHED_ROWS_H
+#define EMLREADER_TOOL_FINISHED_ROWS_H
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace emltool {
+
+/* The sources of rows, 16 bytes for each: the beginning of a digest. */
+class FinishedRows {
+  public:
+    void add(std::string_view path, std::optional<uint64_t> index);
+
+    /* Nothing more is added. */
+    void seal();
+
+    /* Whether this source has a row that no earlier call asked about. A path that is named twice has two. */
+    bool take(std::string_view path, std::optional<uint64_t> index);
+
+    size_t size() const { return keys_.size(); }
+
+  private:
+    using Key = std::array<uint8_t, 16>;
+
+    static Key keyOf(std::string_view path, std::optional<uint64_t> index);
+
+    std::vector<Key> keys_;
+    std::vector<bool> taken_;
+};
+
+/* Reads the rows in the open file `descriptor`, called `name`, and gives the length of the whole lines:
+ * behind them there may be the beginning of one more. Throws Problem where the file holds something else. */
+uint64_t readFinishedRows(int descriptor, const std::string& name, FinishedRows& finished);
+
+}  // namespace emltool
+
+#endif

@@ -1,0 +1,11 @@
+#ifndef EMLREADER_TOOL_SCHEMA_TEXT_H
+#define EMLREADER_TOOL_SCHEMA_TEXT_H
+
+namespace emltool {
+
+/* The file eml-1.schema.json, which the build puts in here. */
+extern const char* const kSchemaText;
+
+}  // namespace emltool
+
+#endif
