@@ -1,0 +1,463 @@
+/*
+ * emlreader for C++20: a message as an object. Nothing but a header, over the C interface (eml.h) and the
+ * stand-alone host; link the CMake target emlreader::cpp, or what `pkg-config emlreader-cpp` says.
+ *
+ *     emlreader::Message message("letter.eml");
+ *     for (const emlreader::SubFile& file : message.subFiles()) {
+ *         std::cout << file.number() << ' ' << file.name() << '\n';
+ *     }
+ *
+ * Names, values and content come from whoever sent the message. Names are as the message has them: never use
+ * one as a path.
+ *
+ * A call that fails throws emlreader::Error, a file that cannot be read std::system_error; std::bad_alloc
+ * passes through. A Message and what it gave belong to one thread at a time; messages share nothing.
+ */
+#ifndef EMLREADER_EMLREADER_HPP
+#define EMLREADER_EMLREADER_HPP
+
+#include <emlreader/eml.h>
+#include <standalone/charsets.h>
+#include <standalone/filter.h>
+#include <standalone/input.h>
+#include <standalone/output.h>
+#include <standalone/services.h>
+#include <standalone/text_records.h>
+
+#include <cerrno>
+#include <chrono>
+#include <concepts>
+#include <cstdint>
+#include <exception>
+#include <filesystem>
+#include <initializer_list>
+#include <memory>
+#include <optional>
+#include <ranges>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace emlreader {
+
+/* What a result code (EML_...) means, for people. */
+constexpr const char* describe(EmlResult code) noexcept {
+    switch (code) {
+        case EML_OK:
+            return "success";
+        case EML_NO_MEMORY:
+            return "out of memory";
+        case EML_INPUT_UNUSABLE:
+            return "the input cannot be used";
+        case EML_OBJECT_FAILED:
+            return "an input or output failed";
+        case EML_EMPTY_MESSAGE:
+            return "the message is empty";
+        case EML_ENCRYPTED:
+            return "the message is encrypted";
+        case EML_OPEN_FAILED:
+            return "the message cannot be opened";
+        case EML_OUTPUT_UNUSABLE:
+            return "the output cannot be used";
+        case EML_NO_SUB_FILE:
+            return "no such sub-file";
+        case EML_INPUT_NOT_OPENED:
+            return "the input cannot be opened";
+        case EML_NO_OUTPUT:
+            return "no output for this destination";
+        case EML_INVALID_ARGUMENT:
+            return "invalid argument";
+        default:
+            return "unknown result";
+    }
+}
+
+/* A call that failed, with its result code. */
+class Error : public std::runtime_error {
+  public:
+    explicit Error(EmlResult code) : std::runtime_error(describe(code)), code_(code) {}
+    EmlResult code() const noexcept { return code_; }
+
+  private:
+    EmlResult code_;
+};
+
+/* Whatever takes bytes piece by piece, in order; a piece is valid during the call only. A sink may throw: the
+ * extraction stops writing, and the exception leaves the call that extracts. */
+template <typename T>
+concept Sink = std::invocable<T&, std::string_view>;
+
+namespace detail {
+
+/* Frees blocks that the library handed over. */
+struct Release {
+    EmlAllocator* allocator = nullptr;
+    void operator()(void* block) const noexcept { allocator->free(allocator, block); }
+};
+
+template <typename T>
+using Block = std::unique_ptr<T, Release>;
+
+/* An output that passes what is written on to a sink. */
+template <Sink S>
+class SinkOutput final : public emlhost::Output {
+  public:
+    explicit SinkOutput(S& sink) noexcept : Output(Seeking::NotAtAll), sink_(sink) {}
+
+    /* Throws what the sink has thrown. */
+    void rethrow() const {
+        if (thrown_) std::rethrow_exception(thrown_);
+    }
+
+  private:
+    int put(uint64_t, std::span<const uint8_t> bytes) noexcept override {
+        try {
+            sink_(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
+            return 0;
+        } catch (...) {
+            thrown_ = std::current_exception();
+            return ECANCELED;
+        }
+    }
+
+    S& sink_;
+    std::exception_ptr thrown_;
+};
+
+/* An open message, at an address that does not change. */
+struct State {
+    State(std::unique_ptr<emlhost::Input> source, uint32_t openFlags)
+        : input(std::move(source)), messageNumber((openFlags & EML_OPEN_ROOT_FOLDER) != 0 ? 1 : 0) {
+        context = emlInit2(input->object(), services.record(), openFlags, 0, 0, &status);
+        if (context == nullptr) throw Error(status);
+        emlGetContainerInfo2(context, &info, services.hostRecord());
+    }
+    ~State() { emlShutdown2(context); }
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
+
+    Release release() noexcept { return {services.hostRecord()->allocator}; }
+
+    emlhost::Services services;
+    std::unique_ptr<emlhost::Input> input;
+    int32_t messageNumber;
+    EmlResult status = EML_OK;
+    EmlContainerContext* context = nullptr;
+    EmlContainerInfo info{};
+};
+
+/* Extracts into a sink. The flags are EML_EXTRACT_... result flags. */
+template <Sink S>
+uint32_t extract(State& state, int32_t number, S& sink, uint32_t options, uint32_t charset) {
+    SinkOutput<S> output(sink);
+    EmlExtractInfo extractInfo{0, charset};
+    EmlResult status =
+        emlExtractSubFileToIOobj2(state.context, number, output.object(), &extractInfo, 0, options);
+    output.rethrow();
+    if (status != EML_OK) throw Error(status);
+    if (state.input->error()) throw std::system_error(state.input->error());
+    return extractInfo.resultFlags;
+}
+
+}  // namespace detail
+
+/* The message itself (number 0), one of its attachments, or the folder that open flags ask for. Must not
+ * outlive its Message. */
+class SubFile {
+  public:
+    uint32_t number() const noexcept { return number_; }
+
+    /* Of Message::subFiles: EML_OK, or why the other answers are missing (EML_NO_SUB_FILE: no name). */
+    EmlResult status() const noexcept { return status_; }
+
+    /* As the message has it: not decoded, possibly with path separators or control characters. */
+    std::string_view name() const noexcept { return name_ == nullptr ? "" : name_.get(); }
+
+    bool isMessage() const noexcept { return info_.kind == EML_KIND_MESSAGE; }
+    bool isAttachment() const noexcept { return info_.kind == EML_KIND_ATTACHMENT; }
+    bool isFolder() const noexcept { return info_.kind == EML_KIND_FOLDER; }
+
+    /* An attachment that is itself a message: extract it, and open the bytes as a Message. */
+    bool isEmbeddedMessage() const noexcept { return (info_.flags & EML_SUB_FILE_MESSAGE) != 0; }
+    bool isEncrypted() const noexcept { return (info_.flags & EML_SUB_FILE_ENCRYPTED) != 0; }
+
+    /* Bytes as stored in the message, before decoding; none when only the name is there. */
+    std::optional<uint32_t> storedSize() const noexcept {
+        if (info_.size == -1) return std::nullopt;
+        return static_cast<uint32_t>(info_.size);
+    }
+
+    /* Of the message: its date, read as local time; none when it has none that can be read. */
+    std::optional<std::chrono::sys_seconds> date() const noexcept {
+        if ((info_.date[0] | info_.date[1]) == 0) return std::nullopt;
+        return std::chrono::sys_seconds(std::chrono::seconds(emlhost::dateFrom(info_.date)));
+    }
+
+    std::optional<uint32_t> parent() const noexcept {
+        if (info_.parent < 0) return std::nullopt;
+        return static_cast<uint32_t>(info_.parent);
+    }
+
+    /* Numbers of what lies inside. */
+    std::span<const uint32_t> children() const noexcept {
+        if (children_ == nullptr) return {};
+        return {children_.get(), info_.childCount};
+    }
+
+    /* Everything that the library says of it. */
+    const EmlSubFileInfo& info() const noexcept { return info_; }
+
+    /* As Message::extract with this number. */
+    template <Sink S>
+    void extract(S&& sink) const;
+
+  private:
+    friend class Message;
+
+    SubFile(detail::State& state, uint32_t number) : state_(&state), number_(number) {
+        status_ = emlGetSubFileInfo2(state.context, static_cast<int32_t>(number), &info_,
+                                     state.services.hostRecord());
+        name_ = {info_.name, state.release()};
+        children_ = {info_.children, state.release()};
+    }
+
+    detail::State* state_;
+    uint32_t number_;
+    EmlResult status_ = EML_OK;
+    EmlSubFileInfo info_{};
+    detail::Block<char> name_;
+    detail::Block<uint32_t> children_;
+};
+
+/* One header value. The value is in the message's charset with encoded words decoded (Message::toUtf8 makes
+ * it UTF-8); none when the message lacks the field. */
+struct HeaderField {
+    std::string_view name;
+    std::optional<std::string_view> value;
+};
+
+/* Header values, a random access range of HeaderField. Must not outlive its Message. */
+class HeaderFields : public std::ranges::view_interface<HeaderFields> {
+  public:
+    HeaderFields(HeaderFields&& other) noexcept
+        : release_(other.release_),
+          list_(std::exchange(other.list_, {})),
+          view_(std::exchange(other.view_, {})) {}
+    HeaderFields& operator=(HeaderFields&& other) noexcept {
+        std::swap(release_, other.release_);
+        std::swap(list_, other.list_);
+        std::swap(view_, other.view_);
+        return *this;
+    }
+    ~HeaderFields() {
+        for (EmlMetaDataEntry* entry : entries()) {
+            if (entry == nullptr) continue;
+            free(entry->value);
+            free(entry->name);
+            free(entry);
+        }
+        free(list_.entries);
+    }
+
+    auto begin() const noexcept { return view_.begin(); }
+    auto end() const noexcept { return view_.end(); }
+
+  private:
+    friend class Message;
+    using Entries = std::span<EmlMetaDataEntry* const>;
+
+    HeaderFields(detail::State& state, std::span<const char* const> names) : release_(state.release()) {
+        std::vector<EmlMetaDataRequest> requests;
+        for (const char* name : names) requests.push_back({EML_REQUEST_BY_NAME, name});
+        std::vector<EmlMetaDataRequest*> pointers;
+        for (EmlMetaDataRequest& request : requests) pointers.push_back(&request);
+        EmlResult status = emlGetSubFileMetadata2(
+            state.context, state.messageNumber, static_cast<int32_t>(pointers.size()),
+            pointers.empty() ? nullptr : pointers.data(), &list_, state.services.hostRecord());
+        if (status != EML_OK) {
+            HeaderFields given(std::move(*this)); /* frees what was handed over all the same */
+            throw Error(status);
+        }
+        view_ = View(entries(), fieldOf);
+    }
+
+    static HeaderField fieldOf(const EmlMetaDataEntry* entry) noexcept {
+        HeaderField field{entry->name, std::nullopt};
+        if (entry->value != nullptr) field.value.emplace(entry->value, entry->valueLength);
+        return field;
+    }
+    using View = std::ranges::transform_view<Entries, HeaderField (*)(const EmlMetaDataEntry*) noexcept>;
+
+    Entries entries() const noexcept {
+        if (list_.entries == nullptr) return {};
+        return {list_.entries, static_cast<size_t>(list_.count)};
+    }
+    void free(void* block) const noexcept {
+        if (block != nullptr) release_(block);
+    }
+
+    detail::Release release_;
+    EmlMetaData list_{};
+    View view_{Entries{}, fieldOf};
+};
+
+/* The forms that a message can be rendered in. */
+enum class Form { Text, Rich };
+
+/* An open message. */
+class Message {
+  public:
+    /* Opens a file; a pipe or device is spooled first. `openFlags` are EML_OPEN_... bits. */
+    explicit Message(const std::filesystem::path& path, uint32_t openFlags = 0)
+        : Message(openedInput(path), openFlags) {}
+
+    /* Opens an input of the stand-alone host. */
+    explicit Message(std::unique_ptr<emlhost::Input> input, uint32_t openFlags = 0)
+        : state_(std::make_unique<detail::State>(std::move(input), openFlags)) {}
+
+    /* Opens bytes in memory, which must stay unchanged as long as the message is open. */
+    static Message fromBytes(std::string_view bytes, uint32_t openFlags = 0) {
+        std::span<const uint8_t> span(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
+        return Message(std::make_unique<emlhost::MemoryInput>(span), openFlags);
+    }
+
+    /* EML_OK, or what was wrong with a message that could be opened all the same. */
+    EmlResult status() const noexcept { return state_->status; }
+
+    /* EML_CHARSET_... of header values and text. */
+    uint32_t charset() const noexcept { return state_->info.charset; }
+
+    /* Bytes of the input. */
+    uint64_t size() const noexcept { return state_->input->size(); }
+
+    uint32_t subFileCount() const noexcept { return state_->info.subFileCount; }
+
+    /* Describes one sub-file. */
+    SubFile subFile(uint32_t number) const {
+        SubFile file(*state_, number);
+        if (file.status() != EML_OK) throw Error(file.status());
+        return file;
+    }
+
+    /* All sub-files in the order of their numbers, each described when it is reached. */
+    auto subFiles() const {
+        return std::views::iota(uint32_t{0}, subFileCount()) |
+               std::views::transform(
+                   [state = state_.get()](uint32_t number) { return SubFile(*state, number); });
+    }
+
+    /* From, Sent, To, Cc, Bcc, Subject and Priority. */
+    HeaderFields headers() const { return HeaderFields(*state_, {}); }
+
+    /* The named fields, in this order. */
+    HeaderFields headers(std::initializer_list<const char*> names) const {
+        return HeaderFields(*state_, {names.begin(), names.size()});
+    }
+
+    /* One header value as UTF-8; none when the message lacks it. */
+    std::optional<std::string> header(const char* name) const {
+        HeaderFields fields = headers({name});
+        if (fields.empty() || !fields[0].value) return std::nullopt;
+        return toUtf8(*fields[0].value);
+    }
+
+    /* Text of this message's charset as UTF-8. */
+    std::string toUtf8(std::string_view text) const {
+        return emlhost::convert(text, charset(), EML_CHARSET_UTF_8);
+    }
+
+    /* Passes the decoded bytes of an attachment, or the message as one document, to `sink`. `options` are
+     * EML_EXTRACT_... option bits. */
+    template <Sink S>
+    void extract(uint32_t number, S&& sink, uint32_t options = 0) const {
+        detail::extract(*state_, static_cast<int32_t>(number), sink, options, 0);
+    }
+
+    /* Passes the message as one document to `sink`: a header block and the best body, as text or, for
+     * Form::Rich, as HTML or RTF where it has such a body. `charset` is the EML_CHARSET_... that text is
+     * wanted in. THE HTML FORM IS UNTRUSTED: see emlExtractSubFileToIOobj2. */
+    template <Sink S>
+    void render(Form form, S&& sink, uint32_t charset = EML_CHARSET_UTF_8) const {
+        uint32_t options = form == Form::Rich ? EML_EXTRACT_PREFER_RICH : 0;
+        detail::extract(*state_, state_->messageNumber, sink, options, charset);
+    }
+
+    /* Passes the readable text of the message to `sink` as UTF-8, as the message filter gives it: the header
+     * fields, then the body; an HTML body with its markup. */
+    template <Sink S>
+    void text(S&& sink, bool withHeader = true) const;
+
+    /* The same as one string. */
+    std::string text(bool withHeader = true) const {
+        std::string all;
+        text([&all](std::string_view piece) { all += piece; }, withHeader);
+        return all;
+    }
+
+    /* The C context, for calls that have no method here; stays this object's. */
+    EmlContainerContext* context() const noexcept { return state_->context; }
+
+    /* The services behind it, whose heaps count what the library has allocated. */
+    emlhost::Services& services() const noexcept { return state_->services; }
+
+  private:
+    static std::unique_ptr<emlhost::Input> openedInput(const std::filesystem::path& path) {
+        std::error_code error;
+        std::unique_ptr<emlhost::Input> input = emlhost::openInput(path.string(), error);
+        if (input == nullptr) throw std::system_error(error, path.string());
+        return input;
+    }
+
+    std::unique_ptr<detail::State> state_;
+};
+
+template <Sink S>
+void SubFile::extract(S&& sink) const {
+    detail::extract(*state_, static_cast<int32_t>(number_), sink, 0, 0);
+}
+
+template <Sink S>
+void Message::text(S&& sink, bool withHeader) const {
+    emlhost::MessageFilter filter(*state_->input, state_->services);
+    if (!filter.usable()) throw Error(filter.status());
+    filter.restart(withHeader);
+
+    uint32_t charset = 0;
+    std::string pending; /* text in `charset`: a character can be cut between two records */
+    auto flush = [&] {
+        if (!pending.empty()) sink(std::string_view(emlhost::convert(pending, charset, EML_CHARSET_UTF_8)));
+        pending.clear();
+    };
+    std::vector<uint8_t> buffer(size_t{64} << 10);
+    while (!filter.finished()) {
+        emlhost::RecordWalker records(filter.fill(buffer));
+        for (emlhost::TextRecord record{}; records.next(record);) {
+            switch (record.tag) {
+                case emlhost::RecordTag::Text:
+                    pending += record.text();
+                    break;
+                case emlhost::RecordTag::Charset:
+                    if (record.word() != charset) flush();
+                    charset = record.word();
+                    break;
+                case emlhost::RecordTag::Tab:
+                case emlhost::RecordTag::LineBreak:
+                    flush();
+                    sink(std::string_view(record.tag == emlhost::RecordTag::Tab ? "\t" : "\n"));
+                    break;
+                default:
+                    break;
+            }
+        }
+    }
+    flush();
+    if (filter.status() != EML_OK && filter.status() != EML_ENCRYPTED) throw Error(filter.status());
+}
+
+}  // namespace emlreader
+
+#endif

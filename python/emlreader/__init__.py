@@ -1,0 +1,296 @@
+"""Reads Internet e-mail messages (RFC 5322 with MIME) with libemlreader.
+
+    import emlreader
+
+    with emlreader.open("letter.eml") as message:
+        print(message.header("Subject"))
+        for file in message.sub_files:
+            print(file.number, file.name, file.stored_size)
+        data = message.extract(1)
+        print(message.text())
+
+Names, values and content come from whoever sent the message: never use a name as a path, and never show the HTML
+form outside a sandbox.
+"""
+
+import builtins
+import ctypes
+import datetime
+import io
+from collections.abc import Sequence
+
+from . import _host
+from . import _library as c
+
+__all__ = ["Error", "Message", "SubFile", "open", "OPEN_CONVERTED_ATTACHMENTS", "OPEN_ROOT_FOLDER",
+           "OPEN_ATTACHMENTS_FOLDER"]
+__version__ = "0.1.0"
+
+OPEN_CONVERTED_ATTACHMENTS = 0x20
+OPEN_ROOT_FOLDER = 0x40000
+OPEN_ATTACHMENTS_FOLDER = 0x80000
+
+_lib = c.load()
+
+
+class Error(Exception):
+    """A call of the library that failed. `code` is its result code (EML_... in eml_host.h)."""
+
+    def __init__(self, code):
+        super().__init__(c.ERROR_TEXTS.get(code, f"result {code}"))
+        self.code = code
+
+
+def open(source, flags=0):
+    """Opens a message: a path, bytes, or a binary file object (one that cannot seek is read whole)."""
+    return Message(source, flags)
+
+
+class SubFile:
+    """What the library says about the message (kind "message"), an attachment or a folder."""
+
+    def __init__(self, message, number, info, name, children):
+        self._message = message
+        self.number = number
+        self.name_bytes = name
+        # A name that its charset does not explain is shown with U+FFFD; name_bytes has it as it is.
+        self.name = _host.decode(name, message.charset)
+        self.kind = {c.KIND_MESSAGE: "message", c.KIND_ATTACHMENT: "attachment",
+                     c.KIND_FOLDER: "folder"}.get(info.kind, "unknown")
+        self.stored_size = None if info.size == -1 else info.size & 0xFFFFFFFF
+        self.is_embedded_message = bool(info.flags & c.FLAG_MESSAGE)
+        self.is_encrypted = bool(info.flags & c.FLAG_ENCRYPTED)
+        self.parent = None if info.parent < 0 else info.parent
+        self.children = children
+        seconds = info.date[0] | info.date[1] << 32
+        if seconds >= 1 << 63:
+            seconds -= 1 << 64
+        epoch = datetime.datetime(1970, 1, 1, tzinfo=datetime.timezone.utc)
+        try:
+            self.date = epoch + datetime.timedelta(seconds=seconds) if seconds else None
+        except OverflowError:
+            self.date = None
+
+    def extract(self, sink=None):
+        """As Message.extract with this number."""
+        return self._message.extract(self.number, sink)
+
+    def __repr__(self):
+        return f"<{self.kind} {self.number} {self.name!r}>"
+
+
+class _SubFiles(Sequence):
+    """The sub-files of a message, each described when it is asked for."""
+
+    def __init__(self, message, count):
+        self._message = message
+        self._count = count
+
+    def __len__(self):
+        return self._count
+
+    def __getitem__(self, index):
+        if isinstance(index, slice):
+            return [self[i] for i in range(*index.indices(self._count))]
+        if index < 0:
+            index += self._count
+        if not 0 <= index < self._count:
+            raise IndexError("no such sub-file")
+        return self._message._describe(index)
+
+
+class Message:
+    """An open message. Close it, or use it in a `with` statement."""
+
+    def __init__(self, source, flags=0):
+        self._context = None
+        self._file = None
+        self._host = _host.Host()
+        self._message_number = 1 if flags & OPEN_ROOT_FOLDER else 0
+        if isinstance(source, (bytes, bytearray, memoryview)):
+            file = self._file = io.BytesIO(source)
+        elif hasattr(source, "read"):
+            file = source if source.seekable() else io.BytesIO(source.read())
+        else:
+            # The window of the input: the library goes to a new position for each line.
+            file = self._file = builtins.open(source, "rb", buffering=65536)
+            if not file.seekable():
+                with file:
+                    file = self._file = io.BytesIO(file.read())
+        try:
+            self._input = _host.Input(self._host, file)
+            status = ctypes.c_uint32()
+            self._context = _lib.emlInit2(self._input.object, self._host.services, flags, 0, 0, status)
+            self._host.raise_failure()
+            if not self._context:
+                raise Error(status.value)
+        except BaseException:
+            self.close()
+            raise
+        self.status = status.value
+        info = c.ContainerInfo()
+        self._check(_lib.emlGetContainerInfo2(self._context, info, self._host.record))
+        self.charset = info.charset
+        self.encoding = _host.codec(info.charset)
+        self.size = self._input.size
+        self.sub_files = _SubFiles(self, info.subFileCount)
+
+    def close(self):
+        """Closes the message. What it gave stays usable, the message does not."""
+        context, self._context = self._context, None
+        if context:
+            _lib.emlShutdown2(context)
+        self._host.free_all()
+        if self._file is not None:
+            self._file.close()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.close()
+
+    def __del__(self):
+        if getattr(self, "_host", None) is not None:
+            self.close()
+
+    def headers(self, *names):
+        """Header values: those named, or From, Sent, To, Cc, Bcc, Subject, Priority. None for a missing field."""
+        count = len(names)
+        requests = [c.MetaDataRequest(c.REQUEST_BY_NAME, name.encode("latin-1", "replace")) for name in names]
+        pointers = (ctypes.POINTER(c.MetaDataRequest) * max(count, 1))(*map(ctypes.pointer, requests))
+        data = c.MetaData()
+        result = _lib.emlGetSubFileMetadata2(self._opened(), self._message_number, count,
+                                             pointers if count else None, data, self._host.record)
+        values = self._take_entries(data, names)
+        self._check(result)
+        return values
+
+    def header(self, name):
+        """One header value, or None."""
+        return self.headers(name)[name]
+
+    def extract(self, number, sink=None):
+        """The decoded bytes of an attachment; of the message itself one document with its best body.
+
+        With `sink`, an object with `write` or a function, the bytes go there piece by piece instead."""
+        return self._extract(number, sink, 0, 0)
+
+    def render(self, rich=False, sink=None):
+        """The message as one document, header block and best body: text in UTF-8, or with `rich` HTML or RTF where
+        it has such a body. The HTML form is untrusted: scripts, remote content, unescaped header values."""
+        return self._extract(self._message_number, sink, c.EXTRACT_PREFER_RICH if rich else 0, c.CHARSET_UTF_8)
+
+    def text(self, with_header=True):
+        """The readable text, as the message filter gives it: header fields, then the body, an HTML body with its
+        markup. Of an encrypted message the header alone."""
+        self._opened()
+        status = ctypes.c_uint32()
+        services, record = self._host.services, self._input.object
+        context = _lib.emlInitEx(record, services, 0, 0, 0, status)
+        if not context:
+            self._host.raise_failure()
+            raise Error(status.value)
+        try:
+            return self._read_stream(context, with_header)
+        finally:
+            _lib.emlShutdown(context)
+
+    def _opened(self):
+        if not self._context:
+            raise ValueError("the message is closed")
+        return self._context
+
+    def _check(self, result):
+        self._host.raise_failure()
+        if result != c.OK:
+            raise Error(result)
+
+    def _describe(self, number):
+        info = c.SubFileInfo()
+        result = _lib.emlGetSubFileInfo2(self._opened(), number, info, self._host.record)
+        name = ctypes.string_at(info.name) if info.name else b""
+        children = []
+        if info.children:
+            children = list((ctypes.c_uint32 * info.childCount).from_address(info.children))
+        self._host.free(info.name)
+        self._host.free(info.children)
+        self._check(result)
+        return SubFile(self, number, info, name, children)
+
+    def _take_entries(self, data, names):
+        values = {}
+        for i in range(data.count if data.entries else 0):
+            if not data.entries[i]:
+                continue
+            entry = data.entries[i].contents
+            name = names[i] if names else ctypes.string_at(entry.name).decode("ascii") if entry.name else ""
+            values[name] = None
+            if entry.value:
+                values[name] = _host.decode(ctypes.string_at(entry.value, entry.valueLength), self.charset)
+            self._host.free(entry.name)
+            self._host.free(entry.value)
+            self._host.free(ctypes.cast(data.entries[i], ctypes.c_void_p).value)
+        self._host.free(ctypes.cast(data.entries, ctypes.c_void_p).value)
+        return values
+
+    def _extract(self, number, sink, options, charset):
+        pieces = []
+        write = pieces.append if sink is None else getattr(sink, "write", sink)
+        output = _host.Output(self._host, write)
+        extract_info = c.ExtractInfo(0, charset)
+        self._check(_lib.emlExtractSubFileToIOobj2(self._opened(), number, output.object, extract_info, 0, options))
+        return b"".join(pieces) if sink is None else None
+
+    def _read_stream(self, context, with_header):
+        reader = _TextReader()
+        capacity = 65536
+        buffer = ctypes.create_string_buffer(capacity)
+        size, progress = ctypes.c_uint32(), ctypes.c_uint32()
+        flags = c.FILL_RESTART if with_header else c.FILL_RESTART | c.FILL_BODY_ONLY
+        while progress.value < 100:
+            result = _lib.emlFillBufferEx(context, 0, buffer, size, progress, capacity, flags)
+            if result == c.ENCRYPTED and with_header:
+                result = _lib.emlFillBuffer(context, buffer, size, progress, capacity)
+            elif result == c.ENCRYPTED:
+                break
+            self._check(result)
+            reader.take(buffer.raw[:size.value])
+            flags &= ~c.FILL_RESTART
+        return reader.finish()
+
+
+class _TextReader:
+    """Joins the text records of the message filter (eml.h lists them)."""
+
+    def __init__(self):
+        self._charset = 0
+        self._pending = b""  # in that charset: a character can be cut between two records
+        self._pieces = []
+
+    def take(self, records):
+        at = 0
+        while at + 5 <= len(records):
+            tag = records[at]
+            length = int.from_bytes(records[at + 1:at + 5], "little")
+            if length < 5 or at + length > len(records):
+                break
+            payload = records[at + 5:at + length]
+            at += length
+            if tag == 0:
+                self._pending += payload[4:]
+            elif tag in (3, 13):
+                self._flush()
+                self._pieces.append("\t" if tag == 3 else "\n")
+            elif tag == 27:
+                self._flush()
+                self._charset = int.from_bytes(payload[:4], "little")
+
+    def _flush(self):
+        if self._pending:
+            self._pieces.append(_host.decode(self._pending, self._charset))
+            self._pending = b""
+
+    def finish(self):
+        self._flush()
+        return "".join(self._pieces)

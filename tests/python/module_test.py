@@ -1,0 +1,195 @@
+"""Tests of the Python module: EMLREADER_LIBRARY=.../libemlreader.so.1 python3 tests/python/module_test.py
+
+The last line counts them; the exit code is 0 when none failed."""
+
+import io
+import os
+import pathlib
+import sys
+import tempfile
+import traceback
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "python"))
+
+import emlreader  # noqa: E402
+
+LETTER = b"""From: =?UTF-8?Q?Zo=C3=AB?= <zoe@example.net>\r
+To: anna@example.org\r
+Subject: Report\r
+Date: Tue, 4 Mar 2025 09:15:22 +0100\r
+X-Room: 12\r
+Content-Type: multipart/mixed; boundary="b"\r
+\r
+--b\r
+Content-Type: text/plain; charset=utf-8\r
+\r
+Hello Zo\xc3\xab\r
+--b\r
+Content-Type: application/octet-stream; name="a.bin"\r
+Content-Transfer-Encoding: base64\r
+\r
+AAECAw==\r
+--b\r
+Content-Type: message/rfc822; name="inner.eml"\r
+\r
+Subject: Inner\r
+\r
+deep\r
+--b--\r
+"""
+ENCRYPTED = b"Subject: s\nContent-Type: application/pkcs7-mime; smime-type=enveloped-data\n\nMII=\n"
+
+
+def raises(kind, call, *arguments):
+    try:
+        call(*arguments)
+    except kind as error:
+        return error
+    raise AssertionError(f"{kind.__name__} was not raised")
+
+
+def equal(is_, wanted):
+    if is_ != wanted:
+        raise AssertionError(f"\n    is: {is_!r}\nwanted: {wanted!r}")
+
+
+def test_sub_files_are_a_sequence():
+    with emlreader.open(LETTER) as message:
+        equal([file.name for file in message.sub_files], ["Report.mail", "a.bin", "Inner.eml"])
+        equal(message.sub_files[-1].is_embedded_message, True)
+        equal([file.number for file in message.sub_files[1:]], [1, 2])
+        equal((message.sub_files[1].stored_size, message.sub_files[1].parent), (8, 0))
+        equal((message.sub_files[0].kind, message.sub_files[0].children), ("message", [1, 2]))
+        assert message.sub_files[0].date is not None and message.sub_files[1].date is None
+        raises(IndexError, lambda: message.sub_files[3])
+
+
+def test_headers():
+    with emlreader.open(LETTER) as message:
+        equal(message.headers(), {"From": "Zo\xeb <zoe@example.net>", "Sent": "Tue, 4 Mar 2025 09:15:22 +0100",
+                                  "To": "anna@example.org", "Cc": None, "Bcc": None, "Subject": "Report",
+                                  "Priority": None})
+        equal(message.headers("X-Room", "X-None"), {"X-Room": "12", "X-None": None})
+        equal(message.header("Subject"), "Report")
+
+
+def test_text_with_and_without_header():
+    with emlreader.open(LETTER) as message:
+        equal(message.text(with_header=False), "Hello Zo\xeb")
+        assert "Zo\xeb <zoe@example.net>" in message.text()
+        equal(message.header("Subject"), "Report")
+
+
+def test_extraction_into_bytes_and_sinks():
+    with emlreader.open(LETTER) as message:
+        equal(message.extract(1), b"\0\1\2\3")
+        sink = io.BytesIO()
+        equal(message.sub_files[1].extract(sink), None)
+        equal(sink.getvalue(), b"\0\1\2\3")
+        with emlreader.open(message.extract(2)) as inner:
+            equal(inner.header("Subject"), "Inner")
+        assert "Hello Zo\xeb".encode() in message.render()
+
+
+def test_what_a_sink_raises_comes_out():
+    def full(_):
+        raise OverflowError("full")
+
+    with emlreader.open(LETTER) as message:
+        raises(OverflowError, message.extract, 1, full)
+        equal(message.extract(1), b"\0\1\2\3")
+
+
+def test_what_an_input_raises_comes_out():
+    class Broken(io.BytesIO):
+        def read(self, *_):
+            raise OSError("broken")
+
+    raises(OSError, emlreader.open, Broken(LETTER))
+
+
+def test_failures_have_their_code():
+    with emlreader.open(LETTER) as message:
+        equal(raises(emlreader.Error, message.extract, 9).code, 20)
+    raises(FileNotFoundError, emlreader.open, "/no/such/file.eml")
+    raises(IsADirectoryError, emlreader.open, "/")
+    with emlreader.open(ENCRYPTED) as message:
+        equal(message.sub_files[0].is_encrypted, True)
+        equal(str(raises(emlreader.Error, message.render)), "the message is encrypted")
+        assert "Subject:" in message.text()
+        equal(message.text(with_header=False), "")
+    raises(ValueError, message.text)
+
+
+def test_sources():
+    with tempfile.TemporaryDirectory() as folder:
+        path = pathlib.Path(folder, "letter.eml")
+        path.write_bytes(LETTER)
+        for source in (path, str(path), bytearray(LETTER), memoryview(LETTER), io.BytesIO(LETTER)):
+            with emlreader.open(source) as message:
+                equal((message.size, message.header("Subject")), (len(LETTER), "Report"))
+        reader, writer = os.pipe()
+        os.write(writer, LETTER)
+        os.close(writer)
+        with os.fdopen(reader, "rb") as pipe, emlreader.open(pipe) as message:
+            equal(len(message.sub_files), 3)
+
+
+def test_root_folder():
+    with emlreader.open(LETTER, emlreader.OPEN_ROOT_FOLDER) as message:
+        equal([file.kind for file in message.sub_files], ["folder", "message", "attachment", "attachment"])
+        equal(message.header("Subject"), "Report")
+        assert b"Report" in message.render()
+
+
+def test_nothing_is_kept_of_what_was_handed_over():
+    with emlreader.open(LETTER) as message:
+        blocks = message._host.live_blocks()
+        for _ in range(3):
+            message.headers()
+            message.headers("X-Room")
+            message.text()
+            message.extract(0)
+            for file in message.sub_files:
+                file.extract()
+        equal(message._host.live_blocks(), blocks)
+    equal(message._host.live_blocks(), 0)
+
+
+def test_every_message_of_the_tests():
+    count = 0
+    for path in sorted((ROOT / "tests/messages").glob("*.eml")):
+        try:
+            with emlreader.open(path) as message:
+                for file in message.sub_files:
+                    if file.kind == "attachment":
+                        file.extract()
+                message.headers()
+                if message.size and not message.sub_files[0].is_encrypted:
+                    message.render(rich=True)
+                message.text()
+        except emlreader.Error as error:
+            assert error.code in (4, 6, 7, 8, 20), (path, error)
+        count += 1
+    assert count > 50
+
+
+def main():
+    passed = failed = 0
+    for name, function in sorted(globals().items()):
+        if not name.startswith("test_"):
+            continue
+        try:
+            function()
+            passed += 1
+        except Exception:  # noqa: BLE001
+            failed += 1
+            print(f"FAILED: {name}")
+            traceback.print_exc(file=sys.stdout)
+    print(f"{passed} passed, {failed} failed")
+    return int(failed != 0)
+
+
+if __name__ == "__main__":
+    sys.exit(main())
