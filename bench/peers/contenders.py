@@ -19,6 +19,7 @@ PACKAGES = [("libgmime-3.0-dev", "/usr/include/gmime-3.0/gmime/gmime.h"),
             ("maildir-utils", "/usr/bin/mu"),
             ("python3", "/usr/bin/python3")]
 
+PYTHON = "Python email"
 LIBRARIES = {  # name, command of the driver
     "emlreader": [PEERS / "driver_ours"],
     "emlreader, mapped": [PEERS / "driver_ours_mapped"],
@@ -27,7 +28,7 @@ LIBRARIES = {  # name, command of the driver
     "libetpan": [PEERS / "driver_etpan"],
     "mimetic": [PEERS / "driver_mimetic"],
     "VMime": [PEERS / "driver_vmime"],
-    "Python email": ["python3", HERE / "python_email.py"],
+    PYTHON: ["python3", HERE / "python_email.py"],
 }
 FLOOR = "floor (no library)"
 # Whole processes that write files: {file} is the message, {folder} where they write to.
@@ -47,7 +48,9 @@ class Work:
         self.key, self.title, self.task, self.kind, self.size = key, title, task, kind, size
         self.large = kind not in ("mailbox", "parts")
         self.contenders = dict(LIBRARIES)
-        if self.large and task == "attachments":
+        if key in ("typical-all", "parts-all"):
+            del self.contenders[PYTHON]  # the slowest, and as slow in the rows without decoding
+        if key in ("base64", "8bit"):
             self.contenders[FLOOR] = [PEERS / "driver_floor"]
         if whole:
             self.contenders.update(PROGRAMS)
