@@ -22,9 +22,9 @@ PACKAGES = [("libgmime-3.0-dev", "/usr/include/gmime-3.0/gmime/gmime.h"),
 PYTHON = "Python email"
 LIBRARIES = {  # name, command of the driver
     "emlreader": [PEERS / "driver_ours"],
-    "emlreader, mapped": [PEERS / "driver_ours_mapped"],
+    "emlreader (mapped)": [PEERS / "driver_ours_mapped"],
     "GMime": [PEERS / "driver_gmime"],
-    "GMime, mapped": [PEERS / "driver_gmime_mapped"],
+    "GMime (mapped)": [PEERS / "driver_gmime_mapped"],
     "libetpan": [PEERS / "driver_etpan"],
     "mimetic": [PEERS / "driver_mimetic"],
     "VMime": [PEERS / "driver_vmime"],

@@ -1,7 +1,7 @@
 // The floor of the design, not a mail library: the least that any reader must do who extracts an attachment
-// in base64 or 8-bit through the same host. It finds the body in what counts as its opening, reads it in blocks
-// of 4096 bytes through the input's entries, one seek and one read each, decodes full lines, sees whether all
-// is base64 but has no rule for what is not, and writes through the output's entry.
+// in base64 or 8-bit through the same host. It finds the body in what counts as its opening, reads it in
+// blocks of 4096 bytes through the input's entries, one seek and one read each, decodes full lines, sees
+// whether all is base64 but has no rule for what is not, and writes through the output's entry.
 #include <immintrin.h>
 
 #include <algorithm>
