@@ -45,8 +45,10 @@ extern const Command kInfoCommand;
 extern const Command kExtractCommand;
 extern const Command kRenderCommand;
 extern const Command kRecordsCommand;
+extern const Command kViewCommand;
 extern const Command kBatchCommand;
 extern const Command kSchemaCommand;
+extern const Command kCompletionsCommand;
 extern const Command kVersionCommand;
 
 /* All of them, in the order of the help. */

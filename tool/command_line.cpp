@@ -9,6 +9,7 @@
 #include <new>
 
 #include "tool/command.h"
+#include "tool/global_options.h"
 #include "tool/help.h"
 #include "tool/suggestion.h"
 #include "tool/version.h"
@@ -19,27 +20,11 @@ namespace emltool {
 namespace {
 
 struct Parsed {
-    GlobalOptions options;
-    std::string color = "auto";
-    bool quiet = false;
-    bool verbose = false;
-    bool help = false;
-    bool version = false;
+    GlobalArguments global;
     const Command* command = nullptr;
     CLI::App* commandApp = nullptr;
     std::unique_ptr<CommandRun> run;
 };
-
-void declareGlobalOptions(CLI::App& app, Parsed& parsed) {
-    app.set_help_flag(); /* help is asked for before anything else is looked at, see runParsed */
-    app.add_flag("--json", parsed.options.json, "answer in JSON, one line for each message");
-    app.add_option("--color", parsed.color, "auto (the default), always or never; NO_COLOR is honoured")
-        ->type_name("WHEN");
-    app.add_flag("-q,--quiet", parsed.quiet, "only data and errors");
-    app.add_flag("-v,--verbose", parsed.verbose, "more details");
-    app.add_flag("-h,--help", parsed.help, "show help, for a command where one is given");
-    app.add_flag("--version", parsed.version, "print the version");
-}
 
 /* Names of the options that can stand where `option` stood: "--json", "-r". */
 std::vector<std::string> optionNames(const CLI::App& app) {
@@ -129,7 +114,7 @@ ColorChoice parseColor(const std::string& text) {
 
 /* Each command declares its options in an application of its own; the global ones stand anywhere. */
 void parse(CLI::App& app, const std::vector<std::string>& arguments, Parsed& parsed) {
-    declareGlobalOptions(app, parsed);
+    declareGlobalOptions(app, parsed.global);
     app.allow_extras();
     app.require_subcommand(0, 1); /* a file may be called like a command */
     std::vector<std::pair<CLI::App*, std::unique_ptr<CommandRun>>> runs;
@@ -155,19 +140,20 @@ void parse(CLI::App& app, const std::vector<std::string>& arguments, Parsed& par
 
 ExitCode runParsed(CLI::App& app, Parsed& parsed, Console& console) {
     refuseExtras(app, parsed);
-    Verbosity verbosity = parsed.quiet     ? Verbosity::Quiet
-                          : parsed.verbose ? Verbosity::Verbose
-                                           : Verbosity::Normal;
-    console = Console(parseColor(parsed.color), verbosity);
-    if (parsed.help) {
+    GlobalOptions options{parsed.global.json};
+    Verbosity verbosity = parsed.global.quiet     ? Verbosity::Quiet
+                          : parsed.global.verbose ? Verbosity::Verbose
+                                                  : Verbosity::Normal;
+    console = Console(parseColor(parsed.global.color), verbosity);
+    if (parsed.global.help) {
         console.print(parsed.command == nullptr
                           ? mainHelp(app, console.style())
                           : commandHelp(*parsed.command, *parsed.commandApp, console.style()));
         return ExitCode::Done;
     }
-    if (parsed.version) return kVersionCommand.declare(app)->run(console, parsed.options);
+    if (parsed.global.version) return kVersionCommand.declare(app)->run(console, options);
     if (parsed.run == nullptr) throw usageProblem("no command given; see \"eml --help\"");
-    return parsed.run->run(console, parsed.options);
+    return parsed.run->run(console, options);
 }
 
 int endByBrokenPipe() {

@@ -11,13 +11,12 @@
 #include "standalone/file_output.h"
 #include "tool/command.h"
 #include "tool/message_file.h"
+#include "tool/rendering.h"
 #include "tool/visible_text.h"
 
 namespace emltool {
 
 namespace {
-
-enum class Form { Html, Rtf, Text };
 
 constexpr std::array<const char*, 3> kFormNames = {"html", "rtf", "text"};
 
@@ -28,38 +27,6 @@ Form parseForm(const std::string& text) {
     if (found == kFormNames.end())
         throw usageProblem(fmt::format("--to={}: no such form; it is html, rtf or text", text));
     return static_cast<Form>(found - kFormNames.begin());
-}
-
-/* Keeps the beginning of a document. */
-class BeginningOutput final : public emlhost::Output {
-  public:
-    BeginningOutput() : Output(Seeking::Anywhere) {}
-
-    std::string_view text() const { return text_; }
-
-  private:
-    int put(uint64_t, std::span<const uint8_t> bytes) noexcept override {
-        constexpr size_t kKept = 32;
-        for (uint8_t byte : bytes) {
-            if (length_ == kKept) break;
-            buffer_[length_++] = static_cast<char>(byte);
-        }
-        text_ = {buffer_.data(), length_};
-        return 0;
-    }
-
-    std::array<char, 32> buffer_{};
-    size_t length_ = 0;
-    std::string_view text_;
-};
-
-/* The form that the library gives with these options. Its header block tells. */
-Form formOf(MessageFile& file, uint32_t options) {
-    BeginningOutput output;
-    file.message().extract(0, output, options);
-    if (output.text().starts_with("<html>\r\n<head>")) return Form::Html;
-    if (output.text().starts_with("{\\rtf1\\ansi\\ansicpg")) return Form::Rtf;
-    return Form::Text;
 }
 
 struct Rendering {
@@ -120,7 +87,7 @@ class RenderRun final : public CommandRun {
     /* The library chooses among the bodies that the message has: rich asks for HTML, then RTF, first. */
     Rendering choose(MessageFile& file, Form form) const {
         uint32_t options = form == Form::Text ? 0 : EML_EXTRACT_PREFER_RICH;
-        Form given = formOf(file, options);
+        Form given = formOf(file.message(), options);
         if (given != form) {
             throw Problem(
                 ExitCode::NoSubFile, "no-such-form", file.name(),

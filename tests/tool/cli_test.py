@@ -1246,6 +1246,111 @@ def json_of_a_path_that_is_no_utf8():
 
 
 # ---------------------------------------------------------------------------------------------------------
+# A page, completions
+
+
+@test
+def a_page_has_header_body_and_attachments():
+    write("m.eml", LETTER)
+    expect(eml("view", "-o", "m.html", "m.eml"), 0, out="m.html\n")
+    equal(os.stat("m.html").st_mode & 0o777, 0o600)
+    with open("m.html", encoding="utf-8") as file:
+        page = file.read()
+    for text in ("Zo\u00eb M\u00fcller", "J\u00f6rg", "<title>Gr\u00fc\u00dfe \u2013 3</title>", "hello", "report.pdf",
+                 "M\u00e4rz.txt", "data:application/octet-stream;base64,ZGF0YQ==", "default-src 'none'"):
+        equal(text in page, True, text)
+    equal("<script" in page or "http://" in page or "https://" in page, False)
+    expect(eml("view", "-o", "m.html", "m.eml"), 6,
+           "eml: m.html: already exists, not overwritten; choose --overwrite\n")
+    expect(eml("view", "--overwrite", "-o", "m.html", "m.eml"), 0, out="m.html\n")
+    equal(eml("view", "-o", "-", "m.eml").out, page)
+
+
+@test
+def what_a_sender_writes_stays_text_in_a_page():
+    write("m.eml", mixed(part("<b>.txt"), subject=b"<script>1</script>"))
+    page = eml("view", "-o", "-", "m.eml").out
+    equal("<script" in page, False)
+    equal("&lt;script&gt;1&lt;/script&gt;" in page, True)
+    equal("&lt;b&gt;.txt" in page, True)
+
+
+@test
+def a_page_holds_messages_inside_the_message():
+    write("m.eml", SAMPLE)
+    page = eml("view", "-o", "-", "m.eml").out
+    equal(page.count("<article "), 2)
+    equal("deep.bin" in page and 'download="passwd"' in page, True)
+
+
+@test
+def large_attachments_stay_out_of_a_page():
+    write("m.eml", mixed(part("big.bin", bytes(2000))))
+    equal("data:application" in eml("view", "--max-embed=1K", "-o", "-", "m.eml").out, False)
+    equal("data:application" in eml("view", "--max-embed=2000", "-o", "-", "m.eml").out, True)
+    expect(eml("view", "--max-embed=x", "m.eml"), 2,
+           "eml: --max-embed=x: no size; it is bytes, or like 512K, 25M\n")
+
+
+@test
+def a_page_without_a_place_is_a_temporary_file():
+    write("m.eml", PLAIN)
+    os.mkdir("t")
+    result = eml("view", "--no-open", "m.eml", env={"TMPDIR": "t"})
+    expect(result, 0)
+    equal(re.fullmatch(r"t/eml-view-\w{6}\.html\n", result.out) is not None, True, result.out)
+    equal(os.stat(result.out.strip()).st_mode & 0o777, 0o600)
+
+
+@test
+def the_browser_gets_the_path():
+    write("m.eml", PLAIN)
+    write("browser", b"#!/bin/sh\nprintf %s \"$1\" >seen\n")
+    os.chmod("browser", 0o755)
+    result = eml("view", "m.eml", env={"BROWSER": os.path.abspath("browser"), "TMPDIR": os.getcwd()})
+    expect(result, 0)
+    with open("seen", encoding="utf-8") as file:
+        equal(file.read(), result.out.strip())
+
+
+@test
+def an_encrypted_message_has_a_page_that_says_so():
+    write("m.eml", ENCRYPTED)
+    equal("encrypted" in eml("view", "-o", "-", "m.eml").out, True)
+
+
+@test
+def completions_know_every_command_and_option():
+    commands = re.findall(r"^  (\w+) +\w", eml("--help").out.split("Options")[0], re.M)
+    equal("extract" in commands and "batch" in commands, True)
+    for shell in ("bash", "zsh", "fish"):
+        script = eml("completions", shell).out
+        for command in commands:
+            equal(command in script, True, f"{shell}: {command}")
+            for option in re.findall(r"--([a-z-]+)", eml(command, "--help").out.split("\n\n", 3)[2]):
+                equal(re.search(rf"(--|-l |\b){option}\b", script) is not None, True, f"{shell}: --{option}")
+    expect(eml("completions"), 2, "eml: completions: no SHELL given; it is bash, zsh or fish\n")
+    expect(eml("completions", "tcsh"), 2, "eml: completions: no such shell, tcsh; it is bash, zsh or fish\n")
+
+
+@test
+def bash_completes():
+    write("c", eml("completions", "bash").out.encode())
+
+    def completed(*words):
+        line = " ".join(f"'{word}'" for word in words)
+        script = f'. ./c; COMP_WORDS=({line}); COMP_CWORD={len(words) - 1}; _eml; echo "${{COMPREPLY[@]}}"'
+        return subprocess.run(["bash", "-c", script], capture_output=True, check=True, text=True).stdout.strip()
+
+    equal(completed("eml", "ext"), "extract")
+    equal(completed("eml", "extract", "--on"), "--on-conflict")
+    equal(completed("eml", "extract", "--on-conflict", "=", ""), "rename skip overwrite fail")
+    equal(completed("eml", "--color", "=", "a"), "auto always")
+    equal(completed("eml", "render", "--to", "h"), "html")
+    equal(completed("eml", "completions", ""), "bash zsh fish")
+
+
+# ---------------------------------------------------------------------------------------------------------
 
 
 def run(function):

@@ -1,0 +1,17 @@
+/*
+ * Bytes as text in base64 (RFC 4648).
+ */
+#ifndef EMLREADER_TOOL_BASE64_TEXT_H
+#define EMLREADER_TOOL_BASE64_TEXT_H
+
+#include <string>
+#include <string_view>
+
+namespace emltool {
+
+/* `bytes` in one line, padded. */
+std::string base64(std::string_view bytes);
+
+}  // namespace emltool
+
+#endif

@@ -1,0 +1,18 @@
+/*
+ * Completion of command lines, for shells.
+ */
+#ifndef EMLREADER_TOOL_COMPLETIONS_H
+#define EMLREADER_TOOL_COMPLETIONS_H
+
+#include <string>
+
+namespace emltool {
+
+/* The script that teaches a shell the commands and their options, made from the same table as the help. */
+std::string bashCompletions();
+std::string zshCompletions();
+std::string fishCompletions();
+
+}  // namespace emltool
+
+#endif
