@@ -64,17 +64,27 @@ class Base64Decoder {
     const uint8_t* feedWholeGroups(const uint8_t* pos, const uint8_t* end, Sink& sink) {
         const OutputSpan space = sink.space();
         uint8_t* out = space.begin;
-        for (;;) {
-            const size_t groups =
-                std::min(static_cast<size_t>(end - pos), static_cast<size_t>(space.end - out)) / 4;
-            const uint8_t* const start = pos;
-            pos = kernels_.base64Groups(pos, groups, out);
-            while (pos < end && isLineEnd(*pos)) ++pos;
-            if (pos == start) break;
-        }
-        if (dropCr_) out = std::remove(space.begin, out, kCr);
+        pos = kernels_.base64Lines(pos, end, out, space.end);
+        if (dropCr_) out = removeCr(space.begin, out);
         sink.commit(out);
         return pos;
+    }
+
+    // Closes the gaps that CRs leave. Gives the new end.
+    static uint8_t* removeCr(uint8_t* begin, uint8_t* end) {
+        if (begin == nullptr) return end;  // the sink has failed
+        const auto nextCr = [end](uint8_t* pos) {
+            auto* cr = static_cast<uint8_t*>(std::memchr(pos, kCr, static_cast<size_t>(end - pos)));
+            return cr != nullptr ? cr : end;
+        };
+        uint8_t* out = nextCr(begin);
+        for (uint8_t* cr = out; cr != end;) {
+            uint8_t* const run = cr + 1;
+            cr = nextCr(run);
+            std::memmove(out, run, static_cast<size_t>(cr - run));
+            out += cr - run;
+        }
+        return out;
     }
 
     template <class Sink>

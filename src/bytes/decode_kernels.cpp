@@ -5,10 +5,22 @@
 #include <cstring>
 
 #include "bytes/decode_tables.h"
+#include "bytes/quoted_stop.h"
 #include "bytes/text_run.h"
 
-#if defined(__x86_64__) || defined(__i386__)
-#include <cpuid.h>
+#if (defined(__x86_64__) || defined(__i386__)) && defined(__GLIBC__)
+#define EML_HAS_FEATURES_OF_C_LIBRARY
+
+// What <sys/platform/x86.h> has, a header that not every compiler takes for C++. Weak: the function is there
+// since glibc 2.33, and not in programs that are linked statically.
+extern "C" {
+struct EmlProcessorFeatures {
+    uint32_t present[4];
+    uint32_t usable[4];  // EAX to EDX of a leaf, less what the system does not save
+};
+// NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming): a name of the C library
+[[gnu::weak]] const EmlProcessorFeatures* __x86_get_cpuid_feature_leaf(uint32_t leaf);
+}
 #endif
 
 namespace eml {
@@ -40,8 +52,9 @@ constexpr GroupTables makeGroupTables() {
 
 constexpr GroupTables kGroupTables = makeGroupTables();
 
-const uint8_t* base64Groups(const uint8_t* pos, size_t groups, uint8_t*& out) {
-    for (; groups != 0; --groups) {
+// Decodes whole groups of digits, as far as they and their room reach.
+const uint8_t* base64Groups(const uint8_t* pos, const uint8_t* end, uint8_t*& out, const uint8_t* outEnd) {
+    for (; end - pos >= 4 && outEnd - out >= 4; pos += 4, out += 3) {
         const uint32_t group = kGroupTables[0][pos[0]] | kGroupTables[1][pos[1]] | kGroupTables[2][pos[2]] |
                                kGroupTables[3][pos[3]];
         if ((group & kInvalidGroup) != 0) break;
@@ -50,10 +63,17 @@ const uint8_t* base64Groups(const uint8_t* pos, size_t groups, uint8_t*& out) {
         } else {
             for (int i = 0; i < 3; ++i) out[i] = static_cast<uint8_t>(group >> (8 * i));
         }
-        out += 3;
-        pos += 4;
     }
     return pos;
+}
+
+const uint8_t* base64Lines(const uint8_t* pos, const uint8_t* end, uint8_t*& out, const uint8_t* outEnd) {
+    for (;;) {
+        pos = base64Groups(pos, end, out, outEnd);
+        const uint8_t* const lineEnd = pos;
+        while (pos < end && isLineEnd(*pos)) ++pos;
+        if (pos == lineEnd) return pos;
+    }
 }
 
 uint64_t loadWide(const uint8_t* pos) {
@@ -69,12 +89,12 @@ uint64_t matches(uint64_t bytes, uint8_t byte) {
     return (difference - kOnes) & ~difference & kHighBits;
 }
 
-const uint8_t* copyUntil(const uint8_t* pos, const uint8_t* end, uint8_t stop1, uint8_t stop2,
-                         uint8_t*& out) {
+// Copies up to the first "=" or `other`. `out` has room for end - pos bytes.
+const uint8_t* copyPlainRun(const uint8_t* pos, const uint8_t* end, uint8_t other, uint8_t*& out) {
     while (static_cast<size_t>(end - pos) >= kWide) {
         const uint64_t bytes = loadWide(pos);
         std::memcpy(out, &bytes, kWide);
-        const uint64_t stops = matches(bytes, stop1) | matches(bytes, stop2);
+        const uint64_t stops = matches(bytes, '=') | matches(bytes, other);
         if (stops != 0) {
             if constexpr (std::endian::native != std::endian::little) break;
             const auto count = static_cast<size_t>(std::countr_zero(stops)) / 8;
@@ -84,30 +104,58 @@ const uint8_t* copyUntil(const uint8_t* pos, const uint8_t* end, uint8_t stop1, 
         pos += kWide;
         out += kWide;
     }
-    while (pos < end && *pos != stop1 && *pos != stop2) *out++ = *pos++;
+    while (pos < end && *pos != '=' && *pos != other) *out++ = *pos++;
     return pos;
 }
 
-#if defined(__x86_64__) || defined(__i386__)
-
-// Whether the processor has 256-bit integer instructions, and the system saves their registers.
-bool hasAvx2() {
-    constexpr uint32_t kYmmState = 6;
-    uint32_t a = 0;
-    uint32_t b = 0;
-    uint32_t c = 0;
-    uint32_t d = 0;
-    if (__get_cpuid(1, &a, &b, &c, &d) == 0 || (c & bit_OSXSAVE) == 0) return false;
-    __asm__("xgetbv" : "=a"(a), "=d"(d) : "c"(0));
-    if ((a & kYmmState) != kYmmState) return false;
-    return __get_cpuid_count(7, 0, &a, &b, &c, &d) != 0 && (b & bit_AVX2) != 0;
+const uint8_t* quotedText(const uint8_t* pos, const uint8_t* end, QuotedStops stops, uint8_t*& out) {
+    const uint8_t other = stops.underscoreIsSpace ? '_' : '=';
+    for (;;) {
+        pos = copyPlainRun(pos, end, other, out);
+        if (pos == end || !passQuotedStop(pos, end, stops, out)) return pos;
+    }
 }
 
+const uint8_t* findLineEnd(const uint8_t* pos, const uint8_t* end, const uint8_t*& zero) {
+    zero = nullptr;
+    for (;; ++pos) {
+        pos = findTextRunEnd(pos, end);
+        if (pos == end || isLineEnd(*pos)) break;
+        if (*pos == 0 && zero == nullptr) zero = pos;
+    }
+    if (zero == nullptr) zero = pos;
+    return pos;
+}
+
+const uint8_t* findPair(const uint8_t* pos, const uint8_t* end, uint8_t first, uint8_t second,
+                        size_t distance) {
+    for (; pos < end; ++pos) {
+        pos = static_cast<const uint8_t*>(std::memchr(pos, first, static_cast<size_t>(end - pos)));
+        if (pos == nullptr) return end;
+        if (pos[distance] == second) return pos;
+    }
+    return end;
+}
+
+// The C library asked the processor when the program began. To ask it again takes some 20 microseconds on a
+// virtual machine, as long as a typical message; where the C library does not tell, the plain kernels serve.
+bool hasAvx2() {
+#ifdef EML_HAS_FEATURES_OF_C_LIBRARY
+    constexpr uint32_t kLeaf7 = 1;  // its place among the leaves that the C library holds
+    constexpr uint32_t kEbx = 1;
+    constexpr uint32_t kAvx2Bit = 1U << 5;
+    if (__x86_get_cpuid_feature_leaf == nullptr) return false;
+    const EmlProcessorFeatures* const features = __x86_get_cpuid_feature_leaf(kLeaf7);
+    return features != nullptr && (features->usable[kEbx] & kAvx2Bit) != 0;
+#else
+    return false;
 #endif
+}
 
 }  // namespace
 
-constinit const DecodeKernels kPlainKernels = {base64Groups, copyUntil, findTextRunEnd};
+constinit const DecodeKernels kPlainKernels = {base64Lines, quotedText, findTextRunEnd, findLineEnd,
+                                               findPair};
 
 const DecodeKernels& chooseKernels(KernelLevel most) {
 #if defined(__x86_64__) || defined(__i386__)

@@ -1,5 +1,5 @@
-// The inner loops of the decoders, in a plain form and in forms for wider registers. All of them give the
-// same bytes; one set is chosen for each long text.
+// The inner loops of the readers, in a plain form and in forms for wider registers. All of them give the same
+// bytes; one set is chosen at each open and held in the context.
 #pragma once
 
 #include <cstddef>
@@ -7,20 +7,39 @@
 
 namespace eml {
 
-struct DecodeKernels {
-    // Decodes base64 groups that consist of digits alone, at most `groups` of them, from `pos` on. `out` has
-    // room for four bytes a group and moves behind the three that each gives. Returns the position of the
-    // first group that is left.
-    const uint8_t* (*base64Groups)(const uint8_t* pos, size_t groups, uint8_t*& out);
+// What the quoted-printable kernel leaves to the state machine.
+struct QuotedStops {
+    // Stands for a decoded byte that no rule touches.
+    static constexpr uint16_t kNone = 0x100;
 
-    // Copies bytes from [pos, end) up to the first that is `stop1` or `stop2`. `out` has room for all of them
-    // and moves behind the bytes copied; what stands further on in that room may be overwritten. Returns the
-    // position of the stop, or `end`.
-    const uint8_t* (*copyUntil)(const uint8_t* pos, const uint8_t* end, uint8_t stop1, uint8_t stop2,
-                                uint8_t*& out);
+    bool underscoreIsSpace;
+    uint16_t byte1;  // a decoded byte that a rule touches, or kNone
+    uint16_t byte2;  // another
+};
+
+struct DecodeKernels {
+    // Decodes base64 groups that consist of digits alone, line ends between them included, from [pos, end).
+    // Four bytes of [out, outEnd) must be free for each group. `out` moves behind what was decoded; what
+    // stands further on in that room may be overwritten. Returns the position of the first byte that is left.
+    const uint8_t* (*base64Lines)(const uint8_t* pos, const uint8_t* end, uint8_t*& out,
+                                  const uint8_t* outEnd);
+
+    // Decodes quoted-printable text from [pos, end): plain bytes, soft line breaks that stand whole, escapes
+    // whose byte is not one of `stops`. `out` has room for end - pos bytes and moves behind what was decoded;
+    // what stands further on in that room may be overwritten. Returns the position of the "=" that is left,
+    // or `end`.
+    const uint8_t* (*quotedText)(const uint8_t* pos, const uint8_t* end, QuotedStops stops, uint8_t*& out);
 
     // The first zero byte, tab, LF or CR in [pos, end), or `end`.
     const uint8_t* (*findTextRunEnd)(const uint8_t* pos, const uint8_t* end);
+
+    // The first LF or CR in [pos, end), or `end`. `zero` becomes the first zero byte in front of that, or it.
+    const uint8_t* (*findLineEnd)(const uint8_t* pos, const uint8_t* end, const uint8_t*& zero);
+
+    // The first position in [pos, end) where `first` stands, and `second` stands `distance` bytes further on;
+    // or `end`. The text goes on for `distance` bytes behind `end`.
+    const uint8_t* (*findPair)(const uint8_t* pos, const uint8_t* end, uint8_t first, uint8_t second,
+                               size_t distance);
 };
 
 enum class KernelLevel : uint8_t { kPlain, kAvx2 };
@@ -33,12 +52,5 @@ extern constinit const DecodeKernels kPlainKernels;
 #if defined(__x86_64__) || defined(__i386__)
 extern constinit const DecodeKernels kAvx2Kernels;
 #endif
-
-// The kernels for a text of `length` bytes. Asking the processor costs some 20 microseconds on a virtual
-// machine, which only a long text gives back.
-[[nodiscard]] inline const DecodeKernels& kernelsForLength(int64_t length) {
-    constexpr int64_t kLongText = int64_t{256} << 10;
-    return length >= kLongText ? chooseKernels() : kPlainKernels;
-}
 
 }  // namespace eml

@@ -7,6 +7,8 @@
 
 #include <bit>
 
+#include "bytes/quoted_stop.h"
+
 #define EML_AVX2 __attribute__((target("avx2")))
 
 namespace eml {
@@ -50,42 +52,114 @@ EML_AVX2 inline __m256i packGroups(__m256i values) {
     return _mm256_permutevar8x32_epi32(packed, _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7));
 }
 
-EML_AVX2 const uint8_t* base64Groups(const uint8_t* pos, size_t groups, uint8_t*& out) {
+// Decodes 32 digits into 24 bytes. Gives how many of the digits, from the first on, are digits.
+EML_AVX2 inline uint32_t decodeDigits(const uint8_t* pos, uint8_t* out) {
     const __m256i nibble = everywhere(0x0F);
-    while (groups >= kWidth / 4) {
-        const __m256i digits = load(pos);
-        const __m256i high = _mm256_and_si256(_mm256_srli_epi32(digits, 4), nibble);
-        const __m256i low = _mm256_and_si256(digits, nibble);
-        const __m256i clash = _mm256_and_si256(_mm256_shuffle_epi8(row(kLowNibble), low),
-                                               _mm256_shuffle_epi8(row(kHighNibble), high));
-        const uint32_t valid = maskOf(_mm256_cmpeq_epi8(clash, _mm256_setzero_si256()));
-        const __m256i slash = _mm256_cmpeq_epi8(digits, everywhere('/'));
-        const __m256i offsets = _mm256_shuffle_epi8(row(kToValue), _mm256_add_epi8(slash, high));
-        store(out, packGroups(_mm256_add_epi8(digits, offsets)));
-        const auto whole = static_cast<size_t>(std::countr_one(valid)) / 4;
-        pos += 4 * whole;
-        out += 3 * whole;
-        groups -= whole;
-        if (whole < kWidth / 4) return pos;
-    }
-    return kPlainKernels.base64Groups(pos, groups, out);
+    const __m256i digits = load(pos);
+    const __m256i high = _mm256_and_si256(_mm256_srli_epi32(digits, 4), nibble);
+    const __m256i low = _mm256_and_si256(digits, nibble);
+    const __m256i clash = _mm256_and_si256(_mm256_shuffle_epi8(row(kLowNibble), low),
+                                           _mm256_shuffle_epi8(row(kHighNibble), high));
+    const __m256i slash = _mm256_cmpeq_epi8(digits, everywhere('/'));
+    const __m256i offsets = _mm256_shuffle_epi8(row(kToValue), _mm256_add_epi8(slash, high));
+    store(out, packGroups(_mm256_add_epi8(digits, offsets)));
+    const uint32_t valid = maskOf(_mm256_cmpeq_epi8(clash, _mm256_setzero_si256()));
+    return static_cast<uint32_t>(std::countr_one(valid));
 }
 
-EML_AVX2 const uint8_t* copyUntil(const uint8_t* pos, const uint8_t* end, uint8_t stop1, uint8_t stop2,
-                                  uint8_t*& out) {
-    const __m256i first = everywhere(stop1);
-    const __m256i second = everywhere(stop2);
-    while (static_cast<size_t>(end - pos) >= kWidth) {
-        const __m256i bytes = load(pos);
-        store(out, bytes);
-        const uint32_t stops =
-            maskOf(_mm256_or_si256(_mm256_cmpeq_epi8(bytes, first), _mm256_cmpeq_epi8(bytes, second)));
-        const auto count = static_cast<size_t>(std::countr_zero(stops));
-        pos += count;
-        out += count;
-        if (stops != 0) return pos;
+EML_AVX2 const uint8_t* base64Lines(const uint8_t* pos, const uint8_t* end, uint8_t*& outRef,
+                                    const uint8_t* outEnd) {
+    uint8_t* out = outRef;
+    while (static_cast<size_t>(end - pos) >= kWidth && static_cast<size_t>(outEnd - out) >= kWidth) {
+        const uint32_t groups = decodeDigits(pos, out) / 4;
+        pos += size_t{4} * groups;
+        out += size_t{3} * groups;
+        if (groups == kWidth / 4) continue;
+        if (!isLineEnd(*pos)) break;
+        while (pos < end && isLineEnd(*pos)) ++pos;
     }
-    return kPlainKernels.copyUntil(pos, end, stop1, stop2, out);
+    outRef = out;
+    return kPlainKernels.base64Lines(pos, end, outRef, outEnd);
+}
+
+// Quoted-printable text is decoded in blocks. Their length leaves an escape that begins in one inside 64
+// bits.
+constexpr size_t kQuotedBlock = 61;
+constexpr size_t kQuotedReach = 128;  // what is read of a block and behind it
+
+EML_AVX2 inline void copy64(uint8_t* out, const uint8_t* pos) {
+    store(out, load(pos));
+    store(out + kWidth, load(pos + kWidth));
+}
+
+// The places of "=" and `other` in a block, as bits.
+EML_AVX2 inline uint64_t findStops(const uint8_t* pos, __m256i other) {
+    const __m256i equals = everywhere('=');
+    const __m256i low = load(pos);
+    const __m256i high = load(pos + kWidth);
+    const uint64_t lowStops =
+        maskOf(_mm256_or_si256(_mm256_cmpeq_epi8(low, equals), _mm256_cmpeq_epi8(low, other)));
+    const uint64_t highStops =
+        maskOf(_mm256_or_si256(_mm256_cmpeq_epi8(high, equals), _mm256_cmpeq_epi8(high, other)));
+    return (lowStops | highStops << kWidth) & ((uint64_t{1} << kQuotedBlock) - 1);
+}
+
+// 1 for CR and LF, without a branch.
+EML_AVX2 inline uint32_t lineEndBit(uint8_t byte) {
+    constexpr uint32_t kLineEnds = 1U << kCr | 1U << kLf;
+    return kLineEnds >> (byte & 31U) & static_cast<uint32_t>(byte < 32);
+}
+
+// As passQuotedStop for "=" with two bytes behind it. Which one is a letter and which a soft line break
+// cannot be foretold, so that both go one way, without a branch.
+EML_AVX2 inline bool passEquals(const uint8_t*& pos, QuotedStops stops, uint8_t*& out) {
+    const uint8_t byte = escapedByte(kHexTable[pos[1]], kHexTable[pos[2]]);
+    if (byte == stops.byte1 || byte == stops.byte2) return false;
+    const uint32_t soft = lineEndBit(pos[1]);
+    const uint32_t pair = static_cast<uint32_t>(pos[1] == kCr) & static_cast<uint32_t>(pos[2] == kLf);
+    *out = byte;
+    out += 1 - soft;
+    pos += 3 - (soft & (pair ^ 1));
+    return true;
+}
+
+// Decodes the block at `pos`, whose stops are `found`, and moves behind it, or to the stop that is left.
+EML_AVX2 inline bool decodeQuotedBlock(const uint8_t*& pos, uint64_t found, QuotedStops stops,
+                                       uint8_t*& out) {
+    const uint8_t* const block = pos;
+    while (found != 0) {
+        const uint8_t* const stop = block + std::countr_zero(found);
+        found &= found - 1;
+        copy64(out, pos);
+        out += stop - pos;
+        pos = stop;
+        if (stops.underscoreIsSpace && *pos == '_') {
+            *out++ = ' ';
+            ++pos;
+        } else if (!passEquals(pos, stops, out)) {
+            return false;
+        }
+        const uint64_t ahead = ~uint64_t{0} << (pos - block);
+        if ((found & ~ahead) != 0) found &= ahead;  // an "=" that was a digit
+    }
+    if (const uint8_t* const end = block + kQuotedBlock; pos < end) {
+        copy64(out, pos);
+        out += end - pos;
+        pos = end;
+    }
+    return true;
+}
+
+EML_AVX2 const uint8_t* quotedText(const uint8_t* pos, const uint8_t* end, QuotedStops stops,
+                                   uint8_t*& outRef) {
+    const __m256i other = everywhere(stops.underscoreIsSpace ? '_' : '=');
+    uint8_t* out = outRef;
+    bool passed = true;
+    while (passed && static_cast<size_t>(end - pos) >= kQuotedReach) {
+        passed = decodeQuotedBlock(pos, findStops(pos, other), stops, out);
+    }
+    outRef = out;
+    return passed ? kPlainKernels.quotedText(pos, end, stops, outRef) : pos;
 }
 
 EML_AVX2 const uint8_t* findTextRunEnd(const uint8_t* pos, const uint8_t* end) {
@@ -103,9 +177,57 @@ EML_AVX2 const uint8_t* findTextRunEnd(const uint8_t* pos, const uint8_t* end) {
     return kPlainKernels.findTextRunEnd(pos, end);
 }
 
+EML_AVX2 const uint8_t* findLineEnd(const uint8_t* pos, const uint8_t* end, const uint8_t*& zero) {
+    const __m256i nothing = _mm256_setzero_si256();
+    const __m256i lf = everywhere('\n');
+    const __m256i cr = everywhere('\r');
+    const uint8_t* firstZero = nullptr;
+    for (; static_cast<size_t>(end - pos) >= kWidth; pos += kWidth) {
+        const __m256i bytes = load(pos);
+        const uint32_t lineEnds =
+            maskOf(_mm256_or_si256(_mm256_cmpeq_epi8(bytes, lf), _mm256_cmpeq_epi8(bytes, cr)));
+        const uint32_t zeros = maskOf(_mm256_cmpeq_epi8(bytes, nothing));
+        if (zeros != 0 && firstZero == nullptr) firstZero = pos + std::countr_zero(zeros);
+        if (lineEnds == 0) continue;
+        pos += std::countr_zero(lineEnds);
+        zero = firstZero != nullptr && firstZero < pos ? firstZero : pos;
+        return pos;
+    }
+    const uint8_t* const lineEnd = kPlainKernels.findLineEnd(pos, end, zero);
+    if (firstZero != nullptr) zero = firstZero;
+    return lineEnd;
+}
+
+EML_AVX2 inline __m256i pairsAt(const uint8_t* pos, size_t distance, __m256i firsts, __m256i seconds) {
+    return _mm256_and_si256(_mm256_cmpeq_epi8(load(pos), firsts),
+                            _mm256_cmpeq_epi8(load(pos + distance), seconds));
+}
+
+EML_AVX2 const uint8_t* findPair(const uint8_t* pos, const uint8_t* end, uint8_t first, uint8_t second,
+                                 size_t distance) {
+    if (static_cast<size_t>(end - pos) < kWidth)
+        return kPlainKernels.findPair(pos, end, first, second, distance);
+    const __m256i firsts = everywhere(first);
+    const __m256i seconds = everywhere(second);
+    // Two registers at a time, as long as nothing is found.
+    for (; static_cast<size_t>(end - pos) >= 2 * kWidth; pos += 2 * kWidth) {
+        const __m256i pairs = _mm256_or_si256(pairsAt(pos, distance, firsts, seconds),
+                                              pairsAt(pos + kWidth, distance, firsts, seconds));
+        if (maskOf(pairs) != 0) break;
+    }
+    // The last step ends at the end, and looks at some places again, which are none.
+    while (pos < end) {
+        if (static_cast<size_t>(end - pos) < kWidth) pos = end - kWidth;
+        const uint32_t pairs = maskOf(pairsAt(pos, distance, firsts, seconds));
+        if (pairs != 0) return pos + std::countr_zero(pairs);
+        pos += kWidth;
+    }
+    return end;
+}
+
 }  // namespace
 
-constinit const DecodeKernels kAvx2Kernels = {base64Groups, copyUntil, findTextRunEnd};
+constinit const DecodeKernels kAvx2Kernels = {base64Lines, quotedText, findTextRunEnd, findLineEnd, findPair};
 
 }  // namespace eml
 

@@ -1,5 +1,6 @@
-// The two-way algorithm (Crochemore and Perrin, "Two-way string-matching", 1991) with a shift by the last
-// byte of the window in front of it, which is what makes it fast on ordinary text.
+// Places where the needle may stand are found by its first byte and its last, many at a time. A text that has
+// too many of them, made so on purpose, is left to the two-way algorithm (Crochemore and Perrin, "Two-way
+// string-matching", 1991).
 #include "bytes/find.h"
 
 #include <algorithm>
@@ -8,6 +9,11 @@
 namespace eml {
 
 namespace {
+
+// A place that is none costs as much as to pass these bytes and those of the needle. While that is less than
+// what has been passed, and not much at the start, the search is linear.
+constexpr size_t kCostOfPlace = 16;
+constexpr size_t kFreeCost = 512;
 
 struct Suffix {
     size_t start;
@@ -43,8 +49,8 @@ Suffix largestSuffix(const uint8_t* needle, size_t length, bool reverse) {
 
 }  // namespace
 
-SubstringFinder::SubstringFinder(const uint8_t* needle, size_t length)
-    : needle_(needle), length_(length), split_(0), period_(1), periodic_(false), shift_{} {
+SubstringFinder::SubstringFinder(const uint8_t* needle, size_t length, const DecodeKernels& kernels)
+    : kernels_(&kernels), needle_(needle), length_(length), split_(0), period_(1), periodic_(false) {
     if (length == 0) return;
     const Suffix forward = largestSuffix(needle, length, false);
     const Suffix backward = largestSuffix(needle, length, true);
@@ -52,22 +58,28 @@ SubstringFinder::SubstringFinder(const uint8_t* needle, size_t length)
     split_ = cut.start;
     periodic_ = cut.period + split_ <= length && std::memcmp(needle, needle + cut.period, split_) == 0;
     period_ = periodic_ ? cut.period : std::max(split_, length - split_) + 1;
-    shift_.fill(static_cast<uint32_t>(length));
-    for (size_t i = 0; i < length; ++i) shift_[needle[i]] = static_cast<uint32_t>(length - 1 - i);
 }
 
 const uint8_t* SubstringFinder::find(const uint8_t* begin, const uint8_t* end) const {
-    if (length_ == 0) return nullptr;
+    if (length_ == 0 || static_cast<size_t>(end - begin) < length_) return nullptr;
+    const uint8_t* const stop = end - length_ + 1;  // no occurrence begins here or further on
+    size_t cost = 0;
+    for (const uint8_t* pos = begin; pos < stop; ++pos) {
+        pos = kernels_->findPair(pos, stop, needle_[0], needle_[length_ - 1], length_ - 1);
+        if (pos == stop) break;
+        if (std::memcmp(pos, needle_, length_) == 0) return pos;
+        cost += kCostOfPlace + length_;
+        if (cost > kFreeCost + static_cast<size_t>(pos - begin)) return findInTwoWays(pos + 1, end);
+    }
+    return nullptr;
+}
+
+const uint8_t* SubstringFinder::findInTwoWays(const uint8_t* begin, const uint8_t* end) const {
     const auto count = static_cast<size_t>(end - begin);
     size_t at = 0;     // where the window stands
     size_t known = 0;  // its leading bytes that are known to match, for a periodic needle
     while (at + length_ <= count) {
         const uint8_t* const window = begin + at;
-        if (const size_t shift = shift_[window[length_ - 1]]; shift != 0) {
-            at += std::max(shift, known);
-            known = 0;
-            continue;
-        }
         size_t right = std::max(split_, known);
         while (right < length_ && needle_[right] == window[right]) ++right;
         if (right < length_) {
@@ -82,6 +94,17 @@ const uint8_t* SubstringFinder::find(const uint8_t* begin, const uint8_t* end) c
         known = periodic_ ? length_ - period_ : 0;
     }
     return nullptr;
+}
+
+size_t behindLast(const uint8_t* bytes, size_t count, uint8_t byte) {
+    if (count == 0) return 0;
+#ifdef __GLIBC__
+    const void* const last = memrchr(bytes, byte, count);
+    return last != nullptr ? static_cast<size_t>(static_cast<const uint8_t*>(last) - bytes) + 1 : 0;
+#else
+    while (count != 0 && bytes[count - 1] != byte) --count;
+    return count;
+#endif
 }
 
 }  // namespace eml

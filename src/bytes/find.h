@@ -1,9 +1,10 @@
 // Substring search that is linear in the worst case, whatever the text and the needle.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
+
+#include "bytes/decode_kernels.h"
 
 namespace eml {
 
@@ -12,18 +13,23 @@ namespace eml {
 class SubstringFinder {
   public:
     SubstringFinder() = default;
-    SubstringFinder(const uint8_t* needle, size_t length);
+    SubstringFinder(const uint8_t* needle, size_t length, const DecodeKernels& kernels = kPlainKernels);
 
     // The first occurrence in [begin, end), or NULL. An empty needle occurs nowhere.
     [[nodiscard]] const uint8_t* find(const uint8_t* begin, const uint8_t* end) const;
 
   private:
+    [[nodiscard]] const uint8_t* findInTwoWays(const uint8_t* begin, const uint8_t* end) const;
+
+    const DecodeKernels* kernels_;
     const uint8_t* needle_;
     size_t length_;
     size_t split_;   // where the critical factorization cuts the needle
     size_t period_;  // how far a full match of the right half may move
     bool periodic_;  // the left half repeats in the right one: a match may keep a memory of it
-    std::array<uint32_t, 256> shift_;  // by the last byte of a window: how far the next possible match lies
 };
+
+// The index behind the last of `count` bytes that equals `byte`; 0 without one.
+[[nodiscard]] size_t behindLast(const uint8_t* bytes, size_t count, uint8_t byte);
 
 }  // namespace eml

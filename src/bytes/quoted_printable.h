@@ -11,6 +11,7 @@
 #include "bytes/ascii.h"
 #include "bytes/decode_kernels.h"
 #include "bytes/decode_tables.h"
+#include "bytes/quoted_stop.h"
 #include "bytes/sink.h"
 
 namespace eml {
@@ -126,47 +127,21 @@ class QuotedPrintableDecoder {
         }
         const uint8_t* const stop = pos + std::min(static_cast<size_t>(end - pos), space.size());
         uint8_t* out = space.begin;
-        bool passed = true;
-        while (passed && pos < stop) {
-            if (*pos != '=') {
-                pos = kernels_.copyUntil(pos, stop, '=', underscoreIsSpace_ ? '_' : '=', out);
-                if (pos == stop) break;
-            }
-            passed = passStop(pos, stop, out);
-        }
+        pos = kernels_.quotedText(pos, stop, stops(), out);
         sink.commit(out);
         if (pos == stop) return pos;
         state_ = State::kEquals;
         return pos + 1;
     }
 
-    // Passes an underscore, a soft line break, or an escape whose byte no rule touches. False when the state
-    // machine has to look at it.
-    bool passStop(const uint8_t*& pos, const uint8_t* stop, uint8_t*& out) const {
-        if (*pos == '_') {
-            *out++ = ' ';
-            ++pos;
-            return true;
-        }
-        if (stop - pos < 3) return false;
-        if (isLineEnd(pos[1])) {
-            pos += pos[1] == kCr && pos[2] == kLf ? 3 : 2;
-            return true;
-        }
-        const uint8_t byte = decoded(kHexTable[pos[1]], kHexTable[pos[2]]);
-        if ((R.dropDecodedCr && byte == kCr) || (R.joinAfterDecodedBlank && byte == ' ')) return false;
-        *out++ = byte;
-        pos += 3;
-        return true;
-    }
-
-    static uint8_t decoded(uint8_t high, uint8_t low) {
-        return static_cast<uint8_t>((high << 4 | low) & 0xFF);
+    [[nodiscard]] QuotedStops stops() const {
+        return {underscoreIsSpace_, R.dropDecodedCr ? kCr : QuotedStops::kNone,
+                R.joinAfterDecodedBlank ? uint16_t{' '} : QuotedStops::kNone};
     }
 
     template <class Sink>
     void putDecoded(uint8_t high, uint8_t low, Sink& sink) {
-        const uint8_t byte = decoded(high, low);
+        const uint8_t byte = escapedByte(high, low);
         if (R.dropDecodedCr && byte == kCr) return;
         put(byte, sink);
         if (R.joinAfterDecodedBlank && byte == ' ') state_ = State::kBlank;

@@ -36,9 +36,10 @@ ChunkCut cutAtZeros(const uint8_t* bytes, uint32_t count) {
 ChunkCut cutChunk(const uint8_t* bytes, uint32_t count) {
     ChunkCut cut = cutAtZeros(bytes, count);
     if (cut.next < kBlockSize) return cut;
-    uint32_t last = cut.next - 1;
-    while (last > 0 && !isLineEnd(bytes[last])) --last;
-    if (last == 0) return cut;
+    const size_t lf = behindLast(bytes, cut.next, kLf);
+    const size_t behind = lf + behindLast(bytes + lf, cut.next - lf, kCr);
+    if (behind <= 1) return cut;
+    const auto last = static_cast<uint32_t>(behind - 1);
     cut.next = last;
     if (cut.searchEnd > last + 1) cut.searchEnd = last + 1;
     return cut;
@@ -128,9 +129,9 @@ void trimEnd(EmlContainerContext& context, EmlSection& section) {
 
 EmlResult scanSections(EmlContainerContext& context, BoundaryText boundary, int64_t rangeStart,
                        int64_t rangeEnd) {
-    Scan scan{
-        context, boundary, SubstringFinder(reinterpret_cast<const uint8_t*>(boundary.text), boundary.length),
-        false,   false,    EML_OK};
+    const auto* const text = reinterpret_cast<const uint8_t*>(boundary.text);
+    Scan scan{context, boundary, SubstringFinder(text, boundary.length, *context.kernels),
+              false,   false,    EML_OK};
     context.position = rangeStart;
     while (readBlock(context) != 0) {
         completeDelimiterLine(scan);

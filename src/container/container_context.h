@@ -86,6 +86,7 @@ struct EmlContainerContext {
     int64_t fileSize;
     uint8_t* lineBuffer;  // kLineBufferSize bytes: the one read buffer
     uint32_t lineLength;  // bytes of the line or chunk in lineBuffer, its line end included
+    uint32_t textLength;  // of the line in lineBuffer, up to its first zero byte
     EmlSectionNode* sections;
     EmlSectionNode* alternatives;  // the parts of a nested multipart/alternative, for the bodies among them
     EmlSectionNode* retired;       // parts of other lists that are done with; a body may be among them

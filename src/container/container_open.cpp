@@ -188,7 +188,7 @@ EmlContainerContext* openContainer(EmlIOobj* input, EmlHostServices* services, u
     context->services = services;
     context->input = input;
     context->openFlags = flags;
-    context->kernels = &kPlainKernels;
+    context->kernels = &chooseKernels();
     context->lineBuffer = static_cast<uint8_t*>(allocateBlock(services->allocator, kLineBufferSize));
     if (context->lineBuffer == nullptr) {
         closeContainer(context);

@@ -1,24 +1,11 @@
 #include "container/line_reader.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "container/container_calls.h"
 #include "host/host_file.h"
 
 namespace eml {
-
-namespace {
-
-// The index of the first CR or LF, or `count`. Zero bytes are bytes like any other here.
-uint32_t findLineEnd(const uint8_t* bytes, uint32_t count) {
-    const auto* lf = static_cast<const uint8_t*>(std::memchr(bytes, kLf, count));
-    const auto limit = lf != nullptr ? static_cast<uint32_t>(lf - bytes) : count;
-    const auto* cr = static_cast<const uint8_t*>(std::memchr(bytes, kCr, limit));
-    return cr != nullptr ? static_cast<uint32_t>(cr - bytes) : limit;
-}
-
-}  // namespace
 
 uint32_t readBlock(EmlContainerContext& context) {
     context.lineStart = context.position;
@@ -37,22 +24,21 @@ uint32_t readBlock(EmlContainerContext& context) {
 int32_t getLine(EmlContainerContext& context) {
     const uint32_t count = readBlock(context);
     if (count == 0) return 0;
-    uint32_t length = findLineEnd(context.lineBuffer, count);
+    const uint8_t* const begin = context.lineBuffer;
+    const uint8_t* zero = nullptr;
+    const uint8_t* const lineEnd = context.kernels->findLineEnd(begin, begin + count, zero);
+    auto length = static_cast<uint32_t>(lineEnd - begin);
+    context.textLength = static_cast<uint32_t>(zero - begin);
     if (length == count) {
         context.position += count;
         return 2;
     }
-    length += context.lineBuffer[length] == kCr && context.lineBuffer[length + 1] == kLf ? 2 : 1;
+    length += *lineEnd == kCr && lineEnd[1] == kLf ? 2 : 1;
     context.lineBuffer[length] = 0;
     context.lineLength = length;
+    if (zero == lineEnd) context.textLength = length;
     context.position = context.lineStart + length;
     return 1;
-}
-
-Cursor lineText(const EmlContainerContext& context) {
-    const uint8_t* const begin = context.lineBuffer;
-    const void* zero = std::memchr(begin, 0, context.lineLength);
-    return {begin, zero != nullptr ? static_cast<const uint8_t*>(zero) : begin + context.lineLength};
 }
 
 }  // namespace eml

@@ -11,8 +11,10 @@ namespace eml {
 // stays. Gives the bytes read, 0 at the end of the data.
 uint32_t readBlock(EmlContainerContext& context);
 
-// The text of the line in the line buffer: up to its first zero byte, its line end included.
-[[nodiscard]] Cursor lineText(const EmlContainerContext& context);
+// The text of the line that getLine has read: up to its first zero byte, its line end included.
+[[nodiscard]] inline Cursor lineText(const EmlContainerContext& context) {
+    return {context.lineBuffer, context.lineBuffer + context.textLength};
+}
 
 // True when the line in the buffer begins with CR or LF: every such read ends a header.
 [[nodiscard]] inline bool isEmptyLine(const EmlContainerContext& context) {

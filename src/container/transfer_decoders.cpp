@@ -62,7 +62,7 @@ EmlResult eml2DecodeBASE64(EmlContainerContext& context, const EmlSection& secti
                            EmlIOobj& output) {
     uint8_t block[eml::kOutputBlockSize];
     BlockWriter writer(output, block);
-    StreamBase64 decoder(textMode != 0, eml::kernelsForLength(eml::bodyLength32(section)));
+    StreamBase64 decoder(textMode != 0, *context.kernels);
     const EmlResult result = streamBody(context, section, decoder, writer);
     writer.flush();
     return result;
@@ -71,7 +71,7 @@ EmlResult eml2DecodeBASE64(EmlContainerContext& context, const EmlSection& secti
 EmlResult eml2DecodeQP(EmlContainerContext& context, const EmlSection& section, EmlIOobj& output) {
     uint8_t block[eml::kOutputBlockSize];
     BlockWriter writer(output, block);
-    StreamQuotedPrintable decoder(false, eml::kernelsForLength(eml::bodyLength32(section)));
+    StreamQuotedPrintable decoder(false, *context.kernels);
     const EmlResult result = streamBody(context, section, decoder, writer);
     decoder.finish(writer);
     writer.flush();

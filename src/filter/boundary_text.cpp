@@ -57,8 +57,8 @@ EmlResult makeBoundaryRoom(EmlFilterContext& context, size_t valueLength) {
 void setBoundary(EmlFilterContext& context, char* text, int32_t length) {
     context.boundary = text;
     context.boundaryLength = length;
-    context.boundaryFinder =
-        SubstringFinder(reinterpret_cast<const uint8_t*>(text), static_cast<size_t>(length));
+    context.boundaryFinder = SubstringFinder(reinterpret_cast<const uint8_t*>(text),
+                                             static_cast<size_t>(length), *context.kernels);
 }
 
 }  // namespace

@@ -63,13 +63,12 @@ EmlResult emlnone(EmlFilterContext& context, EmlIOobj& output, const EmlAttachme
 }
 
 EmlResult emlqp(EmlFilterContext& context, EmlIOobj& output, const EmlAttachment& attachment) {
-    return extract(
-        context, output, attachment,
-        eml::QuotedPrintableDecoder<eml::kFilterExtract>(false, eml::kernelsForLength(attachment.size)));
+    return extract(context, output, attachment,
+                   eml::QuotedPrintableDecoder<eml::kFilterExtract>(false, *context.kernels));
 }
 
 EmlResult emlbase64(EmlFilterContext& context, EmlIOobj& output, const EmlAttachment& attachment,
                     bool textMode) {
     return extract(context, output, attachment,
-                   eml::Base64Decoder<eml::kFilterBase64>(textMode, eml::kernelsForLength(attachment.size)));
+                   eml::Base64Decoder<eml::kFilterBase64>(textMode, *context.kernels));
 }

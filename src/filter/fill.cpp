@@ -85,7 +85,6 @@ EmlResult startBody(EmlFilterContext& context, const FillTarget& target, Next& n
     resetReader(context);
     forgetInput(context);
     context.bodyLength = span.end - span.start;
-    context.kernels = &kernelsForLength(context.bodyLength);
     if (context.bodyLength <= 0) {
         *target.progress = kFinished;
         closeRecordOutput(context);

@@ -36,7 +36,7 @@ EmlFilterContext* openFilter(EmlIOobj* io, EmlHostServices* services, uint32_t f
     context->io = io;
     context->services = services;
     context->flags = flags;
-    context->kernels = &kPlainKernels;
+    context->kernels = &chooseKernels();
     context->carryPos = context->carry;
     forgetInput(*context);
     if (!openInput(io)) {

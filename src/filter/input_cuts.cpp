@@ -43,28 +43,25 @@ int32_t lastOccurrence(const uint8_t* bytes, int32_t count, const BoundaryNeedle
     return last;
 }
 
+// The offset of the last such byte at or before `from`, or -1.
+int32_t lastAt(const uint8_t* bytes, int32_t from, uint8_t byte) {
+    return static_cast<int32_t>(behindLast(bytes, static_cast<size_t>(from) + 1, byte)) - 1;
+}
+
 // The offset behind the last empty line, or 0. Offset 0 itself is never looked at.
 int32_t behindEmptyLine(const uint8_t* bytes, int32_t from, const LineEnd& lineEnd) {
     const auto width = static_cast<int32_t>(lineEnd.width);
-    int32_t hits = 0;
-    for (int32_t at = from; at >= 1;) {
-        if (bytes[at] != lineEnd.bytes[0]) {
-            hits = 0;
-            --at;
-        } else if (++hits == 2) {
-            return at + 2 * width;
-        } else {
-            at -= width;
-        }
+    for (int32_t at = lastAt(bytes, from, lineEnd.bytes[0]); at > width;) {
+        const int32_t before = at - width;
+        if (bytes[before] == lineEnd.bytes[0]) return at + width;
+        at = lastAt(bytes, before - 1, lineEnd.bytes[0]);
     }
     return 0;
 }
 
 int32_t behindLineEnd(const uint8_t* bytes, int32_t from, const LineEnd& lineEnd) {
-    for (int32_t at = from; at >= 1; --at) {
-        if (bytes[at] == lineEnd.bytes[0]) return at + static_cast<int32_t>(lineEnd.width);
-    }
-    return 0;
+    const int32_t at = lastAt(bytes, from, lineEnd.bytes[0]);
+    return at >= 1 ? at + static_cast<int32_t>(lineEnd.width) : 0;
 }
 
 }  // namespace

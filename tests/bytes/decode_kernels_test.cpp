@@ -115,33 +115,125 @@ TEST(DecodeKernels, DecodersGiveTheSameBytesWithEverySet) {
     }
 }
 
+// What a kernel made of a text: the bytes that it used, and those that it gave.
+struct Outcome {
+    ptrdiff_t used;
+    std::vector<uint8_t> bytes;
+
+    bool operator==(const Outcome&) const = default;
+};
+
+// The text and the output stand in blocks of exactly their sizes, so that a byte too far is seen.
+Outcome base64Lines(const DecodeKernels& kernels, const std::vector<uint8_t>& text, size_t room) {
+    const std::vector<uint8_t> exact(text);
+    std::vector<uint8_t> output(room);
+    uint8_t* out = output.data();
+    const uint8_t* const begin = exact.data();
+    const uint8_t* const left = kernels.base64Lines(begin, begin + exact.size(), out, output.data() + room);
+    return {left - begin, {output.data(), out}};
+}
+
+Outcome quotedText(const DecodeKernels& kernels, const std::vector<uint8_t>& text, QuotedStops stops) {
+    const std::vector<uint8_t> exact(text);
+    std::vector<uint8_t> output(text.size());
+    uint8_t* out = output.data();
+    const uint8_t* const begin = exact.data();
+    const uint8_t* const left = kernels.quotedText(begin, begin + exact.size(), stops, out);
+    return {left - begin, {output.data(), out}};
+}
+
+struct LineEndFound {
+    ptrdiff_t lineEnd;
+    ptrdiff_t zero;
+
+    bool operator==(const LineEndFound&) const = default;
+};
+
+LineEndFound findLineEnd(const DecodeKernels& kernels, const std::vector<uint8_t>& text) {
+    const std::vector<uint8_t> exact(text);
+    const uint8_t* zero = nullptr;
+    const uint8_t* const end = kernels.findLineEnd(exact.data(), exact.data() + exact.size(), zero);
+    return {end - exact.data(), zero - exact.data()};
+}
+
+ptrdiff_t findTextRunEnd(const DecodeKernels& kernels, const std::vector<uint8_t>& text) {
+    const std::vector<uint8_t> exact(text);
+    return kernels.findTextRunEnd(exact.data(), exact.data() + exact.size()) - exact.data();
+}
+
+// The positions that can be looked for in a text are those with `distance` bytes behind them.
+ptrdiff_t findPair(const DecodeKernels& kernels, const std::vector<uint8_t>& text, size_t distance) {
+    const std::vector<uint8_t> exact(text);
+    const uint8_t* const end = exact.data() + exact.size() - distance;
+    return kernels.findPair(exact.data(), end, '=', '4', distance) - exact.data();
+}
+
+constexpr uint16_t kNone = QuotedStops::kNone;
+constexpr QuotedStops kStops[] = {
+    {false, kNone, kNone}, {true, kNone, kNone}, {false, '\r', kNone}, {true, '\r', ' '}};
+
+// True when every kernel of every set does with the text what the plain one does.
+testing::AssertionResult allAgreeOn(const std::vector<uint8_t>& text) {
+    const DecodeKernels& plain = kPlainKernels;
+    for (const DecodeKernels* kernels : kernelSets()) {
+        for (const size_t room : {text.size(), text.size() / 2}) {
+            if (base64Lines(*kernels, text, room) != base64Lines(plain, text, room))
+                return testing::AssertionFailure() << "base64Lines";
+        }
+        for (const QuotedStops& stops : kStops) {
+            if (quotedText(*kernels, text, stops) != quotedText(plain, text, stops))
+                return testing::AssertionFailure() << "quotedText";
+        }
+        if (findLineEnd(*kernels, text) != findLineEnd(plain, text))
+            return testing::AssertionFailure() << "findLineEnd";
+        for (const size_t distance : {size_t{0}, size_t{1}, size_t{2}, text.size() / 2}) {
+            if (distance <= text.size() &&
+                findPair(*kernels, text, distance) != findPair(plain, text, distance))
+                return testing::AssertionFailure() << "findPair";
+        }
+        if (findTextRunEnd(*kernels, text) != findTextRunEnd(plain, text))
+            return testing::AssertionFailure() << "findTextRunEnd";
+    }
+    return testing::AssertionSuccess();
+}
+
 // Every byte at every place of a wide register and behind it.
 TEST(DecodeKernels, EveryByteStopsEverySetWhereItStopsThePlainOne) {
-    for (const DecodeKernels* kernels : kernelSets()) {
-        for (int byte = 0; byte < 256; ++byte) {
-            for (size_t at = 0; at < 80; ++at) {
-                std::vector<uint8_t> text(80, 'Q');
-                text[at] = static_cast<uint8_t>(byte);
-                const uint8_t* const begin = text.data();
-                const uint8_t* const end = begin + text.size();
-                ASSERT_EQ(kernels->findTextRunEnd(begin, end) - begin,
-                          kPlainKernels.findTextRunEnd(begin, end) - begin);
-                std::vector<uint8_t> one(80);
-                std::vector<uint8_t> other(80);
-                uint8_t* oneEnd = one.data();
-                uint8_t* otherEnd = other.data();
-                ASSERT_EQ(kernels->base64Groups(begin, 20, oneEnd) - begin,
-                          kPlainKernels.base64Groups(begin, 20, otherEnd) - begin);
-                ASSERT_EQ(std::vector<uint8_t>(one.data(), oneEnd),
-                          std::vector<uint8_t>(other.data(), otherEnd));
-                oneEnd = one.data();
-                otherEnd = other.data();
-                ASSERT_EQ(kernels->copyUntil(begin, end, '=', '_', oneEnd) - begin,
-                          kPlainKernels.copyUntil(begin, end, '=', '_', otherEnd) - begin);
-                ASSERT_EQ(std::vector<uint8_t>(one.data(), oneEnd),
-                          std::vector<uint8_t>(other.data(), otherEnd));
+    for (int byte = 0; byte < 256; ++byte) {
+        for (size_t at = 0; at < 80; at += at < 34 ? 1 : 9) {
+            std::vector<uint8_t> text(80, 'Q');
+            text[at] = static_cast<uint8_t>(byte);
+            ASSERT_TRUE(allAgreeOn(text)) << byte << " at " << at;
+        }
+    }
+}
+
+// What begins with "=" may begin at every place of a block, and the text may end at every place behind it.
+TEST(DecodeKernels, EveryStopAtEveryPlaceOfEveryLength) {
+    const std::string stops[] = {"=41",    "=",      "=\r\n",  "=\n",     "=\r", "=\rx",   "==41",
+                                 "===",    "=4=41",  "=0D",    "=20\r\n", "=G1", "_",      "=_",
+                                 "=C3=9F", "=\r=\r", "=\n=\n", "\r\n",    "-",   {"\0", 1}};
+    for (const std::string& stop : stops) {
+        for (size_t before = 0; before < 66; ++before) {
+            for (const size_t behind : {0, 1, 2, 62, 130}) {
+                const std::string text = std::string(before, 'Q') + stop + std::string(behind, 'R');
+                ASSERT_TRUE(allAgreeOn({text.begin(), text.end()})) << stop << " behind " << before;
             }
         }
+    }
+}
+
+TEST(DecodeKernels, RandomTexts) {
+    std::mt19937 random(20261121);
+    constexpr std::string_view kAlphabet = "==\r\n\n4A_ 0D2\t-Qx";
+    for (int round = 0; round < 5000; ++round) {
+        std::vector<uint8_t> text(random() % 300);
+        const bool dense = round % 2 == 0;
+        for (uint8_t& byte : text) {
+            byte = dense || random() % 16 == 0 ? static_cast<uint8_t>(kAlphabet[random() % kAlphabet.size()])
+                                               : 'Q';
+        }
+        ASSERT_TRUE(allAgreeOn(text)) << "round " << round;
     }
 }
 

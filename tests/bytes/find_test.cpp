@@ -16,21 +16,31 @@ using reference::bytesOf;
 using reference::kNotFound;
 using reference::shown;
 
-// Searches in a block of exactly the size of the text.
-size_t findIn(const eml::SubstringFinder& finder, const Bytes& text) {
+// A finder with the plain kernels, and one with the best that this processor has.
+struct Finders {
+    Finders(const uint8_t* needle, size_t length)
+        : plain(needle, length, eml::kPlainKernels), best(needle, length, eml::chooseKernels()) {}
+
+    eml::SubstringFinder plain;
+    eml::SubstringFinder best;
+};
+
+// Searches in a block of exactly the size of the text. Both finders have to agree.
+size_t findIn(const Finders& finders, const Bytes& text) {
     const std::unique_ptr<uint8_t[]> block(new uint8_t[text.size()]);
     std::copy(text.begin(), text.end(), block.get());
-    const uint8_t* found = finder.find(block.get(), block.get() + text.size());
+    const uint8_t* found = finders.plain.find(block.get(), block.get() + text.size());
+    EXPECT_EQ(found, finders.best.find(block.get(), block.get() + text.size()));
     return found == nullptr ? kNotFound : static_cast<size_t>(found - block.get());
 }
 
 size_t findOnce(const Bytes& text, const Bytes& needle) {
-    return findIn(eml::SubstringFinder(needle.data(), needle.size()), text);
+    return findIn(Finders(needle.data(), needle.size()), text);
 }
 
 // Every occurrence, one search behind the start of the last find, as overlapping ones demand.
 void expectAllOccurrences(const Bytes& text, const Bytes& needle) {
-    const eml::SubstringFinder finder(needle.data(), needle.size());
+    const Finders finder(needle.data(), needle.size());
     Bytes rest = text;
     for (;;) {
         const size_t expected = reference::find(rest, needle);
@@ -77,7 +87,7 @@ TEST(Find, LettersOfOtherCaseDiffer) { EXPECT_EQ(kNotFound, findOnce(bytesOf("--
 TEST(Find, EveryTextAndNeedleOverTwoLetters) {
     const Bytes alphabet = bytesOf("ab");
     const bool held = forEveryInput(alphabet, 5, [&](const Bytes& needle) {
-        const eml::SubstringFinder finder(needle.data(), needle.size());
+        const Finders finder(needle.data(), needle.size());
         return forEveryInput(alphabet, 10, [&](const Bytes& text) {
             const bool equal = reference::find(text, needle) == findIn(finder, text);
             EXPECT_TRUE(equal) << shown(needle) << " in " << shown(text);
@@ -90,10 +100,30 @@ TEST(Find, EveryTextAndNeedleOverTwoLetters) {
 TEST(Find, EveryTextAndNeedleOverThreeLetters) {
     const Bytes alphabet = bytesOf("abc");
     const bool held = forEveryInput(alphabet, 4, [&](const Bytes& needle) {
-        const eml::SubstringFinder finder(needle.data(), needle.size());
+        const Finders finder(needle.data(), needle.size());
         return forEveryInput(alphabet, 6, [&](const Bytes& text) {
             const bool equal = reference::find(text, needle) == findIn(finder, text);
             EXPECT_TRUE(equal) << shown(needle) << " in " << shown(text);
+            return equal;
+        });
+    });
+    EXPECT_TRUE(held);
+}
+
+// Many places that begin like the needle and are none, in front of the text: the search goes another way
+// then.
+TEST(Find, EveryTextAndNeedleBehindManyFalsePlaces) {
+    const Bytes alphabet = bytesOf("ab");
+    const bool held = forEveryInput(alphabet, 5, [&](const Bytes& needle) {
+        if (needle.size() < 2) return true;
+        const Finders finder(needle.data(), needle.size());
+        Bytes places;
+        for (int i = 0; i < 100; ++i) places.insert(places.end(), {needle.front(), 'z'});
+        return forEveryInput(alphabet, 8, [&](const Bytes& text) {
+            Bytes whole = places;
+            whole.insert(whole.end(), text.begin(), text.end());
+            const bool equal = reference::find(whole, needle) == findIn(finder, whole);
+            EXPECT_TRUE(equal) << shown(needle) << " behind false places in " << shown(text);
             return equal;
         });
     });
@@ -181,6 +211,19 @@ TEST(Find, NeedlesLongerThanABlock) {
     EXPECT_EQ(kNotFound, findOnce(text, needle));
     text.insert(text.begin() + 4321, needle.begin(), needle.end());
     EXPECT_EQ(4321u, findOnce(text, needle));
+}
+
+TEST(BehindLast, Rows) {
+    const auto place = [](const std::string& text, char byte) {
+        const Bytes bytes = bytesOf(text.c_str());
+        return eml::behindLast(bytes.data(), bytes.size(), static_cast<uint8_t>(byte));
+    };
+    EXPECT_EQ(place("", 'a'), 0u);
+    EXPECT_EQ(place("b", 'a'), 0u);
+    EXPECT_EQ(place("a", 'a'), 1u);
+    EXPECT_EQ(place("abab", 'a'), 3u);
+    EXPECT_EQ(place("abab", 'b'), 4u);
+    EXPECT_EQ(place(std::string(100, 'x') + "a" + std::string(70, 'y'), 'a'), 101u);
 }
 
 }  // namespace

@@ -49,6 +49,7 @@ std::vector<Line> linesRead(const std::string& message) {
     context.services = &host.services();
     context.input = &host.input();
     context.lineBuffer = buffer.get();
+    context.kernels = &chooseKernels();
     context.fileSize = static_cast<int64_t>(message.size());
     while (lines.size() <= message.size()) {
         const uint32_t result = eml2GetLine(&context);
