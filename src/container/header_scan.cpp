@@ -32,19 +32,28 @@ bool acceptField(Cursor& line, std::string_view name) {
     return true;
 }
 
-// The first entry that the line feeds, or NULL. The line moves on to the value.
+// Whether the line is one of an entry, by its first letter alone where that tells. The line moves on to the
+// value.
+bool acceptEntry(HeaderScan& scan, Cursor& line, const EmlMetaDataEntry& entry) {
+    const uint8_t letter = eml::toLower(line.peek());
+    const bool nameFits =
+        letter == eml::toLower(static_cast<uint8_t>(entry.name[0])) || entry.name[0] == '\0';
+    const bool aliasFits = scan.priorityAliases && (letter == 'x' || letter == 'i');
+    if (!nameFits && !aliasFits) return false;
+    const std::string_view name = entry.name;
+    const bool isPriority = name == "Priority";
+    const bool accepted = acceptField(line, name) ||
+                          (isPriority && scan.priorityAliases &&
+                           (acceptField(line, "X-MSMail-Priority") || acceptField(line, "Importance")));
+    if (accepted && isPriority) scan.priorityAliases = false;
+    return accepted;
+}
+
+// The first entry that the line feeds, or NULL.
 EmlMetaDataEntry* matchEntry(HeaderScan& scan, Cursor& line) {
     for (int32_t i = 0; i < scan.list.count; ++i) {
         EmlMetaDataEntry* const entry = eml::metadataEntry(scan.list, i);
-        if (entry == nullptr || entry->name == nullptr) continue;
-        const std::string_view name = entry->name;
-        const bool isPriority = name == "Priority";
-        if (acceptField(line, name) ||
-            (isPriority && scan.priorityAliases &&
-             (acceptField(line, "X-MSMail-Priority") || acceptField(line, "Importance")))) {
-            if (isPriority) scan.priorityAliases = false;
-            return entry;
-        }
+        if (entry != nullptr && entry->name != nullptr && acceptEntry(scan, line, *entry)) return entry;
     }
     return nullptr;
 }

@@ -28,6 +28,17 @@ void takeName(EmlAllocator& allocator, Cursor text, char*& name) {
     if (name == nullptr && acceptNameParameter(text)) name = copyQuotedValue(allocator, text);
 }
 
+// The fields that say what a section is.
+enum class Field : uint8_t { kOther, kType, kEncoding, kDisposition };
+
+// The field that a line begins with. The line moves behind its colon, or anywhere when it is another one.
+Field acceptField(Cursor& line) {
+    if (toLower(line.peek()) != 'c' || !line.acceptNoCase("Content-")) return Field::kOther;
+    if (line.acceptNoCase("Type:")) return Field::kType;
+    if (line.acceptNoCase("Transfer-Encoding:")) return Field::kEncoding;
+    return line.acceptNoCase("Disposition:") ? Field::kDisposition : Field::kOther;
+}
+
 struct TopHeader {
     EmlContainerContext& context;
     char*& fileName;
@@ -72,14 +83,20 @@ void topDisposition(TopHeader& header, Cursor value) {
 void topHeaderLine(TopHeader& header, Cursor line) {
     if (isBlank(line.peek())) {
         topContinuation(header, line);
-    } else if (toLower(line.peek()) != 'c') {
         return;
-    } else if (line.acceptNoCase("Content-Disposition:")) {
-        topDisposition(header, valueBehind(line));
-    } else if (line.acceptNoCase("Content-Transfer-Encoding:")) {
-        header.context.encoding = classifyEncoding(line);
-    } else if (line.acceptNoCase("Content-Type:")) {
-        topContentType(header.context, valueBehind(line));
+    }
+    switch (acceptField(line)) {
+        case Field::kType:
+            topContentType(header.context, valueBehind(line));
+            return;
+        case Field::kEncoding:
+            header.context.encoding = classifyEncoding(line);
+            return;
+        case Field::kDisposition:
+            topDisposition(header, valueBehind(line));
+            return;
+        case Field::kOther:
+            return;
     }
 }
 
@@ -117,20 +134,29 @@ void partContentType(EmlContainerContext& context, EmlSection& section, Cursor v
     }
 }
 
+void partDisposition(EmlContainerContext& context, EmlSection& section, Cursor value) {
+    if (!value.startsWithNoCase("attachment") && !value.startsWithNoCase("inline")) return;
+    skipToParameter(value);
+    takeName(allocatorOf(context), value, section.fileName);
+}
+
 void partHeaderLine(EmlContainerContext& context, EmlSection& section, Cursor line) {
     if (isBlank(line.peek())) {
         partContinuation(context, section, line);
-    } else if (toLower(line.peek()) != 'c') {
         return;
-    } else if (line.acceptNoCase("Content-Disposition:")) {
-        Cursor value = valueBehind(line);
-        if (!value.startsWithNoCase("attachment") && !value.startsWithNoCase("inline")) return;
-        skipToParameter(value);
-        takeName(allocatorOf(context), value, section.fileName);
-    } else if (line.acceptNoCase("Content-Transfer-Encoding:")) {
-        section.encoding = classifyEncoding(line);
-    } else if (line.acceptNoCase("Content-Type:")) {
-        partContentType(context, section, valueBehind(line));
+    }
+    switch (acceptField(line)) {
+        case Field::kType:
+            partContentType(context, section, valueBehind(line));
+            return;
+        case Field::kEncoding:
+            section.encoding = classifyEncoding(line);
+            return;
+        case Field::kDisposition:
+            partDisposition(context, section, valueBehind(line));
+            return;
+        case Field::kOther:
+            return;
     }
 }
 
