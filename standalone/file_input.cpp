@@ -70,36 +70,31 @@ size_t DescriptorInput::readAt(uint64_t position, uint8_t* buffer, size_t count)
         size_t wanted = count - done;
         /* A read that leaves the window at its end moves it, rather than to be put together from two windows:
          * the next line mostly begins before the end, and would bring the first window back. */
-        if (!inWindow(at, std::min(wanted, windowCapacity_ - kAlignment))) fetchWindow(at);
-        if (!inWindow(at, 1)) break;
-        auto offset = static_cast<size_t>(at - windowStart_);
-        size_t piece = std::min(wanted, windowLength_ - offset);
-        std::memcpy(buffer + done, window_.get() + offset, piece);
-        done += piece;
+        if (atHand(at).size() < std::min(wanted, windowCapacity_ - kAlignment)) fetchWindow(at);
+        std::span<const uint8_t> bytes = atHand(at);
+        if (bytes.empty()) break;
+        bytes = bytes.first(std::min(wanted, bytes.size()));
+        std::memcpy(buffer + done, bytes.data(), bytes.size());
+        done += bytes.size();
     }
     return done;
-}
-
-bool DescriptorInput::inWindow(uint64_t position, size_t count) const noexcept {
-    return position >= windowStart_ && position - windowStart_ <= windowLength_ &&
-           count <= windowLength_ - static_cast<size_t>(position - windowStart_);
 }
 
 /* Makes the window begin just before `position` and fills it. It stays shorter where the file ends, and empty
  * on an error. */
 void DescriptorInput::fetchWindow(uint64_t position) noexcept {
-    windowStart_ = position - position % kAlignment;
-    windowLength_ = 0;
-    while (windowLength_ < windowCapacity_) {
-        ssize_t got =
-            ::pread(descriptor_.get(), window_.get() + windowLength_, windowCapacity_ - windowLength_,
-                    static_cast<off_t>(windowStart_ + windowLength_));
+    uint64_t start = position - position % kAlignment;
+    size_t length = 0;
+    while (length < windowCapacity_) {
+        ssize_t got = ::pread(descriptor_.get(), window_.get() + length, windowCapacity_ - length,
+                              static_cast<off_t>(start + length));
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) fail(errno);
         if (got <= 0) break;
-        windowLength_ += static_cast<size_t>(got);
-        if (windowStart_ + windowLength_ >= size()) break; /* saves the call that would only say so */
+        length += static_cast<size_t>(got);
+        if (start + length >= size()) break; /* saves the call that would only say so */
     }
+    keepAtHand(start, {window_.get(), length});
 }
 
 std::unique_ptr<MappedFileInput> MappedFileInput::open(const std::string& path, std::error_code& error) {
@@ -127,17 +122,13 @@ MappedFileInput::~MappedFileInput() {
     if (!bytes_.empty()) ::munmap(const_cast<uint8_t*>(bytes_.data()), bytes_.size());
 }
 
-size_t MappedFileInput::readAt(uint64_t position, uint8_t* buffer, size_t count) noexcept {
-    std::memcpy(buffer, bytes_.data() + static_cast<size_t>(position), count);
-    return count;
-}
-
 std::unique_ptr<Input> openInput(const std::string& path, std::error_code& error) {
     UniqueDescriptor descriptor = openForReading(path, error);
     struct stat status;
     if (error || !statusOf(descriptor, status, error)) return nullptr;
     if (!S_ISREG(status.st_mode)) return spoolInput(descriptor.get(), error);
-    return DescriptorInput::fromDescriptor(std::move(descriptor), error);
+    return std::unique_ptr<Input>(
+        new DescriptorInput(std::move(descriptor), static_cast<uint64_t>(status.st_size)));
 }
 
 }  // namespace emlhost

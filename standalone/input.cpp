@@ -34,12 +34,24 @@ void Input::fail(int errorNumber) noexcept {
     if (!error_) error_.assign(errorNumber, std::system_category());
 }
 
+void Input::keepAtHand(uint64_t start, std::span<const uint8_t> bytes) noexcept {
+    atHandStart_ = start;
+    atHand_ = bytes;
+}
+
+size_t Input::readAt(uint64_t, uint8_t*, size_t) noexcept { return 0; }
+
 int32_t Input::read(void* buffer, uint32_t count) noexcept {
     if (position_ >= size_) return 0;
-    auto wanted = std::min<uint64_t>({count, size_ - position_, INT32_MAX});
-    size_t got = readAt(position_, static_cast<uint8_t*>(buffer), static_cast<size_t>(wanted));
-    position_ += got;
-    return static_cast<int32_t>(got);
+    auto wanted = static_cast<size_t>(std::min<uint64_t>({count, size_ - position_, INT32_MAX}));
+    std::span<const uint8_t> bytes = atHand(position_);
+    if (wanted <= bytes.size()) {
+        std::memcpy(buffer, bytes.data(), wanted);
+    } else {
+        wanted = readAt(position_, static_cast<uint8_t*>(buffer), wanted);
+    }
+    position_ += wanted;
+    return static_cast<int32_t>(wanted);
 }
 
 bool Input::seek(uint32_t offsetLow, int32_t offsetHigh, uint32_t origin) noexcept {
@@ -47,11 +59,6 @@ bool Input::seek(uint32_t offsetLow, int32_t offsetHigh, uint32_t origin) noexce
     if (!target) return false;
     position_ = *target;
     return true;
-}
-
-size_t MemoryInput::readAt(uint64_t position, uint8_t* buffer, size_t count) noexcept {
-    std::memcpy(buffer, bytes_.data() + static_cast<size_t>(position), count);
-    return count;
 }
 
 }  // namespace emlhost
