@@ -3,6 +3,8 @@
 #
 #     scripts/install-needed.sh run     what ./run needs: to build the library and the tool
 #     scripts/install-needed.sh test    what ./test needs: the same, the 32-bit compiler and the lints
+#     scripts/install-needed.sh full    what ./test --full needs beyond that
+#     scripts/install-needed.sh packages    what scripts/make-packages and check-packages need
 #
 # Silent when nothing is missing; apt-get is not even called then. As another user than root it calls sudo.
 set -u
@@ -25,17 +27,36 @@ clang-tidy           command -v clang-tidy
 python3              command -v python3
 binutils             command -v readelf
 git                  command -v git
+scdoc                command -v scdoc
+mandoc               command -v mandoc
+abigail-tools        command -v abidiff
+pkgconf              command -v pkg-config
+clang                command -v clang++
+'
+full_needs='
+libclang-rt-14-dev   has_sanitizer memory
+'
+package_needs='
+scdoc                command -v scdoc
+dpkg-dev             command -v dpkg-shlibdeps
+file                 command -v file
+lintian              command -v lintian
+debootstrap          command -v debootstrap
 '
 
 has_header() { echo "#include <$1>" | g++ -std=c++20 -E -x c++ - -o /dev/null; }
 
 links_32_bit() { echo 'int main() { return 0; }' | g++ -m32 -x c++ - -o /dev/null; }
 
+has_sanitizer() { echo 'int main() { return 0; }' | clang -fsanitize="$1" -x c - -o /dev/null; }
+
 case "${1-}" in
     run) needs=$run_needs ;;
     test) needs=$run_needs$test_needs ;;
+    full) needs=$run_needs$test_needs$full_needs ;;
+    packages) needs=$run_needs$package_needs ;;
     *)
-        echo "usage: $0 run|test" >&2
+        echo "usage: $0 run|test|full|packages" >&2
         exit 2
         ;;
 esac
