@@ -1,4 +1,4 @@
-// What happens to the last byte that there can be: bodies and attachments of one byte.
+// Bodies and attachments of one byte, a room that is just full, a conversion that fails in the body.
 #include <gtest/gtest.h>
 
 #include "filter/open_filter.h"
@@ -58,6 +58,34 @@ TEST(SmallestBody, OfOneByteIsConvertedAtEveryCapacity) {
             if (!conversion.finished) continue;  // too small to get through
             EXPECT_EQ(textOfStream(conversion.bytes()), whole) << capacity;
         }
+    }
+}
+
+// A conversion that fails in the body is over like one that fails in the header: the name may be asked for.
+TEST(FailedBody, LetsTheOutputGo) {
+    RecordingHost host("To: b\r\nContent-Transfer-Encoding: quoted-printable\r\n\r\n" +
+                       std::string(9000, 'x'));
+    EmlFilterContext* const context = emlInitEx(&host.input(), &host.services(), 0, 0, 0, nullptr);
+    ASSERT_NE(context, nullptr);
+    host.journal().fail(Entry::kReallocate, {host.journal().calls(Entry::kReallocate) + 1, false});
+    EXPECT_EQ(convertAll(context, 4096).result, EML_OBJECT_FAILED);
+    char name[14] = {};
+    EXPECT_EQ(emlGetMainNameDate(context, name, nullptr), EML_OK);
+    EXPECT_STREQ(name, "zteml.mail");
+    emlShutdown(context);
+}
+
+// The subject's records have 4096 bytes of room: a text that ends there counts, a longer one is left out.
+TEST(SmallestName, TheSubjectsRecordsHaveFourKilobytes) {
+    // 145 words, each of them 28 bytes: a charset, a text that no name takes, and the charset behind it.
+    std::string words;
+    for (int i = 0; i < 145; ++i) words += "=?shift_jis?z?:?=";
+    for (const bool fits : {true, false}) {
+        OpenFilter filter("Subject: " + words + std::string(fits ? 27 : 28, 'a') + "\r\n\r\nbody\r\n");
+        ASSERT_NE(filter.context(), nullptr);
+        char name[14] = {};
+        ASSERT_EQ(emlGetMainNameDate(filter.context(), name, nullptr), EML_OK);
+        EXPECT_STREQ(name, fits ? "aaaaaaaa.mail" : "zteml.mail");
     }
 }
 
