@@ -1,5 +1,7 @@
 #include "tool/shown_message.h"
 
+#include <emlreader/eml_host.h>
+
 #include "tool/name_decoding.h"
 
 namespace emltool {
@@ -43,10 +45,12 @@ void RecordReader::take(const emlhost::TextRecord& record) {
     }
 }
 
-/* A charset record stands in the prologue, around words of a value, and where the body begins. */
+/* A charset record stands in the prologue, around words of a value, and where the body begins. Behind a word
+ * it is always the default one. */
 void RecordReader::takeCharset(uint32_t charset) {
     convertPending();
     charset_ = charset;
+    inWord_ = where_ == Where::Value && charset != EML_CHARSET_WESTERN;
     if (where_ == Where::Prologue) {
         where_ = Where::Fields;
     } else if (where_ == Where::Fields) {
@@ -57,6 +61,7 @@ void RecordReader::takeCharset(uint32_t charset) {
 }
 
 void RecordReader::takeAttribute(uint32_t attribute) {
+    inWord_ = false;
     if (attribute == kBoldOn) {
         where_ = Where::Name;
         name_.clear();
@@ -67,6 +72,10 @@ void RecordReader::takeAttribute(uint32_t attribute) {
 
 void RecordReader::takeLineBreak() {
     convertPending();
+    if (inWord_) {
+        text_ += ' '; /* a line end that a word encodes: the value goes on */
+        return;
+    }
     if (where_ == Where::Value) {
         while (name_.ends_with(':')) name_.pop_back();
         reader_.field(name_, trimmed(text_));

@@ -54,6 +54,7 @@ class RecordReader {
     std::string pending_; /* bytes in charset_ that are not converted yet */
     std::string text_;    /* the value or the line so far, in UTF-8 */
     bool lineBegun_ = false;
+    bool inWord_ = false; /* of a value, in a charset of its own */
 };
 
 }  // namespace emltool

@@ -112,6 +112,14 @@ TEST(RecordReader, ReadsEachPieceInItsCharset) {
     EXPECT_EQ(read(records), "Subject=ä テ ö|\nTo=ü|\nbody\nテ|\n");
 }
 
+TEST(RecordReader, ALineEndInsideAWordEndsNoValue) {
+    Records records;
+    records.charset(EML_CHARSET_WESTERN).bold(true).text("Subject:").bold(false).tab().tab();
+    records.charset(EML_CHARSET_UTF_8).text("a").lineBreak().text("b").charset(EML_CHARSET_WESTERN);
+    records.text(" c").lineBreak().field("To:", "d").charset(EML_CHARSET_UTF_8).text("e").lineBreak();
+    EXPECT_EQ(read(records), "Subject=a b c|\nTo=d|\nbody\ne|\n");
+}
+
 TEST(RecordReader, ACharsetInsideAValueBeginsNoBody) {
     Records records;
     records.charset(EML_CHARSET_WESTERN).bold(true).text("Subject:").bold(false);
