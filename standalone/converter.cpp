@@ -45,6 +45,23 @@ std::string_view prepare(uint32_t charset, std::string_view text, std::string& s
     return text;
 }
 
+/* glibc reads UTF-8 of four bytes up to U+1FFFFF. Unicode ends at U+10FFFF: behind it each byte is invalid. */
+void replaceBehindUnicode(std::wstring& wide, wchar_t substitute) {
+    constexpr wchar_t kLast = 0x10FFFF;
+    constexpr size_t kBytes = 4;
+    auto isBehind = [](wchar_t character) { return character > kLast; };
+    if (std::none_of(wide.begin(), wide.end(), isBehind)) return;
+    std::wstring replaced;
+    for (wchar_t character : wide) {
+        if (isBehind(character)) {
+            replaced.append(kBytes, substitute);
+        } else {
+            replaced += character;
+        }
+    }
+    wide = std::move(replaced);
+}
+
 /* Bytes to go on after an invalid one: text of 16-bit units stays aligned. */
 size_t unitSize(uint32_t charset) {
     return charset == EML_CHARSET_UTF_16 || charset == EML_CHARSET_TEXT_16 ? 2 : 1;
@@ -135,6 +152,7 @@ std::wstring Converter::decode(std::string_view text, wchar_t substitute) {
         if (stop == Stage::Stop::AtTruncated) break;
         rest.remove_prefix(std::min(rest.size(), unitSize(fromId_)));
     }
+    replaceBehindUnicode(wide, substitute);
     return wide;
 }
 

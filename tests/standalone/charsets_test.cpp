@@ -163,6 +163,14 @@ TEST(Charsets, InvalidAndTruncatedTextBecomesSubstitutes) {
     }
 }
 
+TEST(Charsets, Utf8BehindTheLastCharacterIsInvalid) {
+    EXPECT_EQ(convert("a\xF4\x8F\xBF\xBF", EML_CHARSET_UTF_8, EML_CHARSET_UTF_8), "a\xF4\x8F\xBF\xBF");
+    for (const char* bytes : {"\xF4\x90\x80\x80", "\xF4\x9C\xA8\x93", "\xF7\xBF\xBF\xBF"}) {
+        EXPECT_EQ(convert(std::string("a") + bytes + "b", EML_CHARSET_UTF_8, EML_CHARSET_UTF_8), "a????b");
+        EXPECT_EQ(convert(bytes, EML_CHARSET_UTF_8, EML_CHARSET_WESTERN), "????");
+    }
+}
+
 TEST(Charsets, TheSubstituteIsTheCallersChoice) {
     EXPECT_EQ(convert("a\xFFz", EML_CHARSET_UTF_8, EML_CHARSET_UTF_8, U'\uFFFD'), "a\uFFFDz");
     EXPECT_EQ(convert("a€z", EML_CHARSET_UTF_8, EML_CHARSET_ISO_8859_9, U'_'), "a_z");
