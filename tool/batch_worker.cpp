@@ -37,7 +37,8 @@ bool readTask(int descriptor, BatchItem& item) {
 
 bool writeReply(int descriptor, const BatchRow& row) {
     std::string bytes;
-    appendHeader(bytes, ReplyHeader{row.line.size(), static_cast<uint64_t>(row.kind), row.outOfMemory ? 1u : 0u});
+    appendHeader(bytes,
+                 ReplyHeader{row.line.size(), static_cast<uint64_t>(row.kind), row.outOfMemory ? 1u : 0u});
     bytes += row.line;
     return emlhost::writeAll(descriptor, {reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()}) == 0;
 }

@@ -66,7 +66,7 @@ void Console::report(const Problem& problem) {
              fmt::format("{} {}{}\n", errorStyle_.error("eml:"), subject, visible(problem.text)));
 }
 
-void Console::note(std::string_view text) {
+void Console::note(std::string_view text) const {
     if (!quiet()) writeAll(STDERR_FILENO, fmt::format("eml: {}\n", visible(text)));
 }
 

@@ -57,7 +57,7 @@ class Console {
     /* One line each on standard error: "eml: SUBJECT: TEXT". The texts are shown as visible() has them. A
      * warning is left out where the user asked for quiet. */
     void report(const Problem& problem);
-    void note(std::string_view text); /* no warning: how something ended */
+    void note(std::string_view text) const; /* no warning: how something ended */
     void warn(std::string_view subject, std::string_view text);
 
   private:

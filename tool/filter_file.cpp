@@ -9,16 +9,16 @@
 namespace emltool {
 
 FilterFile::FilterFile(const std::string& path, bool force, bool withFields)
-    : FilterFile(std::make_unique<MessageFile>(path, force), nullptr, withFields) {}
+    : FilterFile(std::make_shared<MessageFile>(path, force), withFields) {}
 
-FilterFile::FilterFile(MessageFile& file, bool withFields) : FilterFile(nullptr, &file, withFields) {}
+FilterFile::FilterFile(MessageFile& file, bool withFields)
+    : FilterFile(std::shared_ptr<MessageFile>(std::shared_ptr<MessageFile>(), &file), withFields) {}
 
-FilterFile::FilterFile(std::unique_ptr<MessageFile> owned, MessageFile* other, bool withFields)
-    : owned_(std::move(owned)),
-      file_(owned_ != nullptr ? *owned_ : *other),
-      filter_(file_.input(), file_.services()),
-      encrypted_((file_.message().describe(0).flags & EML_SUB_FILE_ENCRYPTED) != 0) {
-    file_.checkReads();
+FilterFile::FilterFile(std::shared_ptr<MessageFile> file, bool withFields)
+    : file_(std::move(file)),
+      filter_(file_->input(), file_->services()),
+      encrypted_((file_->message().describe(0).flags & EML_SUB_FILE_ENCRYPTED) != 0) {
+    file_->checkReads();
     if (filter_.status() == EML_NO_MEMORY) throw outOfMemory(name());
     if (!filter_.usable()) {
         throw Problem(ExitCode::NoMessage, "no-text", name(),
@@ -39,7 +39,7 @@ void FilterFile::read(const std::function<bool(const emlhost::TextRecord&)>& tak
             throw Problem(ExitCode::Internal, "internal", name(), "internal error: broken record stream");
         }
     }
-    file_.checkReads();
+    file_->checkReads();
     if (filter_.status() == EML_NO_MEMORY) throw outOfMemory(name());
     if (filter_.status() != EML_OK) {
         throw Problem(ExitCode::Input, "cannot-read", name(),

@@ -22,7 +22,7 @@ class FilterFile {
     /* The same for a message that is open already; it must outlive this. */
     FilterFile(MessageFile& file, bool withFields);
 
-    const std::string& name() const { return file_.name(); }
+    const std::string& name() const { return file_->name(); }
     bool isEncrypted() const { return encrypted_; }
 
     /* Calls take(record) for each record, in buffers of `capacity` bytes, until it gives false. Throws
@@ -30,10 +30,9 @@ class FilterFile {
     void read(const std::function<bool(const emlhost::TextRecord&)>& take, size_t capacity = 65536);
 
   private:
-    FilterFile(std::unique_ptr<MessageFile> owned, MessageFile* other, bool withFields);
+    FilterFile(std::shared_ptr<MessageFile> file, bool withFields);
 
-    std::unique_ptr<MessageFile> owned_; /* where the path was given */
-    MessageFile& file_;
+    std::shared_ptr<MessageFile> file_; /* owns nothing where the message is somebody else's */
     emlhost::MessageFilter filter_;
     bool encrypted_;
 };

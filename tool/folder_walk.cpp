@@ -21,19 +21,8 @@ struct CloseFolder {
     void operator()(DIR* folder) const { ::closedir(folder); }
 };
 
-}  // namespace
-
-bool isFolder(const std::string& path) {
-    struct stat found {};
-    return ::stat(path.c_str(), &found) == 0 && S_ISDIR(found.st_mode);
-}
-
-FolderWalk::FolderWalk(const std::string& folder, std::string pattern) : pattern_(std::move(pattern)) {
-    enter(folder);
-}
-
 /* `type` is what the folder says, which may be nothing. A dangling link is a file that cannot be read. */
-char FolderWalk::kindOf(const std::string& path, unsigned char type) const {
+char kindOf(const std::string& path, unsigned char type) {
     if (type == DT_REG) return kFile;
     if (type == DT_DIR) return kFolder;
     if (type != DT_LNK && type != DT_UNKNOWN) return kOther;
@@ -43,6 +32,17 @@ char FolderWalk::kindOf(const std::string& path, unsigned char type) const {
     if (isLink && ::stat(path.c_str(), &found) != 0) return kFile;
     if (S_ISDIR(found.st_mode)) return isLink ? kFolderLink : kFolder;
     return S_ISREG(found.st_mode) ? kFile : kOther;
+}
+
+}  // namespace
+
+bool isFolder(const std::string& path) {
+    struct stat found {};
+    return ::stat(path.c_str(), &found) == 0 && S_ISDIR(found.st_mode);
+}
+
+FolderWalk::FolderWalk(const std::string& folder, std::string pattern) : pattern_(std::move(pattern)) {
+    enter(folder);
 }
 
 /* A folder that breaks off while it is read counts as one that cannot be read: part of a list would look like

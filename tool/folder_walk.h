@@ -39,7 +39,6 @@ class FolderWalk {
     };
 
     void enter(std::string folder);
-    char kindOf(const std::string& path, unsigned char type) const;
 
     std::string pattern_;
     std::vector<Level> levels_;

@@ -13,9 +13,9 @@ namespace emltool {
 
 namespace {
 
-Problem inputProblem(const std::string& path, const std::error_code& error) {
+Problem inputProblem(const std::string& path, const std::error_code& error, const std::string& hint = "") {
     if (error == std::errc::no_such_file_or_directory) {
-        return {ExitCode::Input, "no-such-file", path, "no such file"};
+        return {ExitCode::Input, "no-such-file", path, "no such file" + hint};
     }
     if (error == std::errc::is_a_directory) {
         std::string_view folder = path;
@@ -38,10 +38,9 @@ std::unique_ptr<emlhost::Input> open(const std::string& path, const std::string&
         input = emlhost::openInput(path, error);
     }
     if (input != nullptr) return input;
-    Problem problem = inputProblem(path == "-" ? name : path, error);
-    std::string near = problem.code == "no-such-file" ? closestFile(path) : "";
-    if (!near.empty()) problem.text += fmt::format("; did you mean {}?", near);
-    throw problem;
+    std::string near = error == std::errc::no_such_file_or_directory ? closestFile(path) : "";
+    throw inputProblem(path == "-" ? name : path, error,
+                       near.empty() ? "" : fmt::format("; did you mean {}?", near));
 }
 
 /* "Name:", the name being printable ASCII; blanks before the colon are tolerated. */

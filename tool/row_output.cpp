@@ -14,13 +14,13 @@ namespace emltool {
 
 namespace {
 
-Problem outputProblem(const std::string& path, int failure) {
-    return {ExitCode::Output, "write-failed", path, describe({failure, std::system_category()})};
+Problem outputProblem(const std::string& path, int failure, const char* advice = "") {
+    return {ExitCode::Output, "write-failed", path, describe({failure, std::system_category()}) + advice};
 }
 
 }  // namespace
 
-RowOutput::RowOutput(const std::string& path, bool resume, FinishedRows& finished) : path_(path) {
+RowOutput::RowOutput(std::string path, bool resume, FinishedRows& finished) : path_(std::move(path)) {
     if (path_.empty()) return;
     create(resume);
     if (!resume) return;
@@ -65,9 +65,7 @@ void RowOutput::write(std::string_view lines) {
                                         describe({failure, std::system_category()}));
         }
         cutAfterWholeLine(lines.substr(0, lines.size() - rest.size()));
-        Problem problem = outputProblem(path_, failure);
-        problem.text += "; the rows so far are whole, --resume goes on from there";
-        throw problem;
+        throw outputProblem(path_, failure, "; the rows so far are whole, --resume goes on from there");
     }
     length_ += lines.size();
 }

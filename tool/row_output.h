@@ -18,7 +18,7 @@ class RowOutput {
   public:
     /* `path` is "" for standard output. With `resume` the file is continued: what follows its last whole line
      * is cut off, and its rows are `finished`; without, it must not exist. Throws Problem. */
-    RowOutput(const std::string& path, bool resume, FinishedRows& finished);
+    RowOutput(std::string path, bool resume, FinishedRows& finished);
 
     /* Writes whole lines. Throws Problem, StandardOutputProblem or BrokenPipe. A file then ends with the last
      * whole line that fits. */

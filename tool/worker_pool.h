@@ -82,7 +82,7 @@ class WorkerPool {
     Worker& leastBusy();
     void start(Worker& worker);
     void listen(Worker& worker, Events& events);
-    void end(Worker& worker, PoolEvent::What what, int status, Events& events);
+    static void end(Worker& worker, PoolEvent::What what, int status, Events& events);
     void endLateOnes(Events& events);
     int untilDeadline(int milliseconds) const;
 

@@ -14,20 +14,9 @@ namespace emltool {
 
 namespace {
 
-struct Pipe {
-    emlhost::UniqueDescriptor reading;
-    emlhost::UniqueDescriptor writing;
-};
-
 [[noreturn]] void failToStart(int failure) {
     throw Problem(ExitCode::Internal, "no-worker", "",
                   "cannot start a worker process: " + describe({failure, std::system_category()}));
-}
-
-Pipe makePipe() {
-    int ends[2];
-    if (::pipe2(ends, O_CLOEXEC) != 0) failToStart(errno);
-    return {emlhost::UniqueDescriptor(ends[0]), emlhost::UniqueDescriptor(ends[1])};
 }
 
 /* A worker ends with its parent, however that ends, and by nothing that was meant for the parent: Ctrl-C goes
@@ -46,20 +35,29 @@ void becomeWorker(pid_t parent) {
 
 }  // namespace
 
-WorkerProcess::WorkerProcess(const Body& body) {
-    Pipe tasks = makePipe();
-    Pipe replies = makePipe();
+WorkerProcess::Pipe WorkerProcess::makePipe() {
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0) failToStart(errno);
+    return {emlhost::UniqueDescriptor(ends[0]), emlhost::UniqueDescriptor(ends[1])};
+}
+
+pid_t WorkerProcess::launch(Pipe& tasks, Pipe& replies, const Body& body) {
     pid_t parent = ::getpid();
-    id_ = ::fork();
-    if (id_ < 0) failToStart(errno);
-    if (id_ == 0) {
+    pid_t child = ::fork();
+    if (child < 0) failToStart(errno);
+    if (child == 0) {
         becomeWorker(parent);
         tasks.writing.close();
         replies.reading.close();
         ::_exit(body(tasks.reading.get(), replies.writing.get()));
     }
-    tasks_ = std::move(tasks.writing);
-    replies_ = std::move(replies.reading);
+    return child;
+}
+
+WorkerProcess::WorkerProcess(Pipe tasks, Pipe replies, const Body& body)
+    : id_(launch(tasks, replies, body)),
+      tasks_(std::move(tasks.writing)),
+      replies_(std::move(replies.reading)) {
     for (int end : {tasks_.get(), replies_.get()}) ::fcntl(end, F_SETFL, O_NONBLOCK);
 }
 

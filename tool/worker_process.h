@@ -21,7 +21,7 @@ class WorkerProcess {
     using Body = std::function<int(int tasks, int replies)>;
 
     /* Throws Problem. */
-    explicit WorkerProcess(const Body& body);
+    explicit WorkerProcess(const Body& body) : WorkerProcess(makePipe(), makePipe(), body) {}
     ~WorkerProcess() { kill(); }
     WorkerProcess(const WorkerProcess&) = delete;
     WorkerProcess& operator=(const WorkerProcess&) = delete;
@@ -51,7 +51,16 @@ class WorkerProcess {
     int wait();
 
   private:
-    pid_t id_ = -1;
+    struct Pipe {
+        emlhost::UniqueDescriptor reading;
+        emlhost::UniqueDescriptor writing;
+    };
+
+    static Pipe makePipe();
+    static pid_t launch(Pipe& tasks, Pipe& replies, const Body& body);
+    WorkerProcess(Pipe tasks, Pipe replies, const Body& body);
+
+    pid_t id_; /* -1 is none */
     emlhost::UniqueDescriptor tasks_;
     emlhost::UniqueDescriptor replies_;
     std::string outgoing_;

@@ -4,7 +4,7 @@
  *
  *     crash-me...    the process gets SIGSEGV
  *     hang-me...     the open never comes back
- *     eat-me...      takes address space until there is none left, and fails
+ *     eat-me...      takes address space until there is hardly any left, and fails
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -15,6 +15,8 @@
 #include <string.h>
 #include <sys/mman.h>
 #include <unistd.h>
+
+#define PIECE ((size_t)8 << 20)
 
 static int misbehaves(const char* path) {
     const char* slash = strrchr(path, '/');
@@ -27,12 +29,15 @@ static int misbehaves(const char* path) {
         for (;;) pause();
     }
     if (strncmp(name, "eat-me", 6) != 0) return 0;
-    for (int i = 0; i < 8192; ++i) {
-        void* piece = mmap(NULL, 1 << 20, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    void* last = MAP_FAILED;
+    for (int i = 0; i < 1024; ++i) {
+        void* piece = mmap(NULL, PIECE, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
         if (piece == MAP_FAILED) {
+            if (last != MAP_FAILED) munmap(last, PIECE);
             errno = ENOMEM;
             return 1;
         }
+        last = piece;
     }
     raise(SIGABRT); /* nobody has set a limit */
     return 1;
