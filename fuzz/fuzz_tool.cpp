@@ -222,18 +222,15 @@ void iso2022(Choices&, std::string_view text) {
             "Japanese text becomes UTF-8");
 }
 
-// Takes what a reader is given.
+// Takes what a reader is given. In the stream a line end that a word encodes looks like the end of a value, so
+// that a sender can make fields come behind the body: their order is no rule.
 class Lines final : public emltool::MessageReader {
   public:
     void field(std::string_view name, std::string_view value) override {
         require(isWellFormed(name) && isWellFormed(value), "a field is UTF-8");
-        require(!body_, "fields come before the body");
     }
-    void bodyBegins() override { body_ = true; }
+    void bodyBegins() override {}
     void line(std::string_view text) override { require(isWellFormed(text), "a line is UTF-8"); }
-
-  private:
-    bool body_ = false;
 };
 
 void readRecords(std::span<const uint8_t> bytes, emltool::RecordReader& reader) {
