@@ -3,8 +3,8 @@
 #
 #     scripts/install-needed.sh run     what ./run needs: to build the library and the tool
 #     scripts/install-needed.sh test    what ./test needs: the same, the 32-bit compiler and the lints
-#     scripts/install-needed.sh full    what ./test --full needs beyond that
 #     scripts/install-needed.sh packages    what scripts/make-packages and check-packages need
+#     scripts/install-needed.sh engines    what scale/test needs
 #
 # Silent when nothing is missing; apt-get is not even called then. As another user than root it calls sudo.
 set -u
@@ -32,9 +32,10 @@ mandoc               command -v mandoc
 abigail-tools        command -v abidiff
 pkgconf              command -v pkg-config
 clang                command -v clang++
-'
-full_needs='
 libclang-rt-14-dev   has_sanitizer memory
+locales              test -e /usr/share/i18n/locales/tr_TR
+libc-bin             command -v localedef
+tzdata               test -e /usr/share/zoneinfo/Asia/Kolkata
 '
 package_needs='
 scdoc                command -v scdoc
@@ -42,6 +43,16 @@ dpkg-dev             command -v dpkg-shlibdeps
 file                 command -v file
 lintian              command -v lintian
 debootstrap          command -v debootstrap
+'
+engines_needs='
+parallel             command -v parallel
+openssh-client       command -v ssh-keygen
+openssh-server       test -x /usr/sbin/sshd
+slurm-client         command -v sbatch
+slurmctld            test -x /usr/sbin/slurmctld
+slurmd               test -x /usr/sbin/slurmd
+munge                test -x /usr/sbin/munged
+python3-distributed  test -e /usr/lib/python3/dist-packages/distributed/__init__.py
 '
 
 has_header() { echo "#include <$1>" | g++ -std=c++20 -E -x c++ - -o /dev/null; }
@@ -53,10 +64,10 @@ has_sanitizer() { echo 'int main() { return 0; }' | clang -fsanitize="$1" -x c -
 case "${1-}" in
     run) needs=$run_needs ;;
     test) needs=$run_needs$test_needs ;;
-    full) needs=$run_needs$test_needs$full_needs ;;
     packages) needs=$run_needs$package_needs ;;
+    engines) needs=$engines_needs ;;
     *)
-        echo "usage: $0 run|test|full|packages" >&2
+        echo "usage: $0 run|test|packages|engines" >&2
         exit 2
         ;;
 esac

@@ -125,8 +125,8 @@ class BatchCommandRun final : public CommandRun {
     }
 
     static std::string summary(const BatchCounts& counts) {
-        std::string text =
-            fmt::format("{} messages read, {} of them with errors", counts.rows, counts.errors);
+        std::string text = fmt::format("{} message{} read, {} of them with errors", counts.rows,
+                                       counts.rows == 1 ? "" : "s", counts.errors);
         if (counts.finished > 0) text += fmt::format("; {} were there already", counts.finished);
         return text;
     }
