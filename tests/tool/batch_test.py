@@ -755,12 +755,12 @@ def progress_is_for_terminals():
     process.stdin.flush()
     text = read_terminal(leader, b"\r\x1b[K1 messages, 0 with errors, ")
     process.stdin.close()
-    text = read_terminal(leader, b"1 messages read, 0 of them with errors\r\n", text)
+    text = read_terminal(leader, b"1 message read, 0 of them with errors\r\n", text)
     equal(process.wait(), 0)
     process.stdout.close()
     os.close(leader)
     equal(b"\r\x1b[K1 messages, 0 with errors, " in text, True, repr(text))
-    end = b" a second\r\x1b[Keml: 1 messages read, 0 of them with errors\r\n"
+    end = b" a second\r\x1b[Keml: 1 message read, 0 of them with errors\r\n"
     equal(text.endswith(end), True, repr(text))
 
 
