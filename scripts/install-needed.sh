@@ -5,6 +5,8 @@
 #     scripts/install-needed.sh test    what ./test needs: the same, the 32-bit compiler and the lints
 #     scripts/install-needed.sh packages    what scripts/make-packages and check-packages need
 #     scripts/install-needed.sh engines    what scale/test needs
+#     scripts/install-needed.sh fuzz       what fuzz/run needs
+#     scripts/install-needed.sh coverage   what scripts/coverage needs
 #
 # Silent when nothing is missing; apt-get is not even called then. As another user than root it calls sudo.
 set -u
@@ -44,6 +46,14 @@ file                 command -v file
 lintian              command -v lintian
 debootstrap          command -v debootstrap
 '
+fuzz_needs='
+clang                command -v clang++
+libclang-rt-14-dev   links_fuzzer
+python3              command -v python3
+'
+coverage_needs='
+gcovr                command -v gcovr
+'
 engines_needs='
 parallel             command -v parallel
 openssh-client       command -v ssh-keygen
@@ -57,6 +67,11 @@ python3-distributed  test -e /usr/lib/python3/dist-packages/distributed/__init__
 
 has_header() { echo "#include <$1>" | g++ -std=c++20 -E -x c++ - -o /dev/null; }
 
+links_fuzzer() {
+    echo 'extern "C" int LLVMFuzzerTestOneInput(const unsigned char*, unsigned long) { return 0; }' |
+        clang++ -fsanitize=fuzzer,address,undefined -x c++ - -o /dev/null
+}
+
 links_32_bit() { echo 'int main() { return 0; }' | g++ -m32 -x c++ - -o /dev/null; }
 
 has_sanitizer() { echo 'int main() { return 0; }' | clang -fsanitize="$1" -x c - -o /dev/null; }
@@ -66,8 +81,10 @@ case "${1-}" in
     test) needs=$run_needs$test_needs ;;
     packages) needs=$run_needs$package_needs ;;
     engines) needs=$engines_needs ;;
+    fuzz) needs=$run_needs$fuzz_needs ;;
+    coverage) needs=$run_needs$test_needs$coverage_needs ;;
     *)
-        echo "usage: $0 run|test|packages|engines" >&2
+        echo "usage: $0 run|test|packages|engines|fuzz|coverage" >&2
         exit 2
         ;;
 esac
