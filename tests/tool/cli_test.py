@@ -1125,12 +1125,18 @@ def a_broken_pipe_ends_quietly():
 def interrupted(number):
     """Sends a signal while a file is being written; gives the exit code, or None when it came too late.
 
-    Both run on one processor, and the command yields to whoever looks: it is seen however busy the machine is."""
+    Both run on one processor, and the command yields to whoever looks: it is seen however busy the machine is.
+    What runs in the background of a shell begins with SIGINT ignored."""
+    def prepare():
+        os.nice(19)
+        for ending in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            signal.signal(ending, signal.SIG_DFL)
+
     processors = os.sched_getaffinity(0)
     os.sched_setaffinity(0, {min(processors)})
     try:
         process = subprocess.Popen([EML, "extract", "-o", "out", "big.eml"], stdout=subprocess.PIPE,
-                                   stderr=subprocess.PIPE, preexec_fn=lambda: os.nice(19))
+                                   stderr=subprocess.PIPE, preexec_fn=prepare)
         return signalled(process, number)
     finally:
         os.sched_setaffinity(0, processors)
