@@ -792,6 +792,9 @@ def progress_is_nowhere_else():
 
 
 def main():
+    # What runs in the background begins with some signals ignored, and hands that on.
+    for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+        signal.signal(number, signal.SIG_DFL)
     global SHARED_FOLDER
     cli.PATIENCE = 3600 if FULL else 300
     wanted = sys.argv[2:]
