@@ -103,10 +103,11 @@ std::string inSingleQuotes(std::string_view text) {
     return result;
 }
 
-std::string commandNames(const std::vector<CommandRow>& rows) {
-    std::vector<std::string> names;
-    for (const CommandRow& row : rows) names.push_back(row.name);
-    return fmt::format("{}", fmt::join(names, " "));
+/* The names of all commands, with `separator` between them. */
+std::string commandNames(const std::vector<CommandRow>& rows, std::string_view separator = " ") {
+    std::string names;
+    for (const CommandRow& row : rows) (names += names.empty() ? "" : separator) += row.name;
+    return names;
 }
 
 /* Words behind an option that takes one of them, for the case statement of bash. */
@@ -210,15 +211,7 @@ std::string zshCompletions() {
         "    local -a commands options\n    commands=(\n";
     for (const CommandRow& row : rows)
         text += fmt::format("        '{}:{}'\n", row.name, inSingleQuotes(row.summary));
-    text += "    )\n    local command=${words[(r)(" +
-            fmt::format("{}", fmt::join(
-                                  [&] {
-                                      std::vector<std::string> names;
-                                      for (const CommandRow& row : rows) names.push_back(row.name);
-                                      return names;
-                                  }(),
-                                  "|")) +
-            ")]}\n    options=(";
+    text += "    )\n    local command=${words[(r)(" + commandNames(rows, "|") + ")]}\n    options=(";
     for (const OptionRow& row : globalRows()) text += zshOption(row);
     text += ")\n    case $command in\n";
     for (const CommandRow& row : rows) {

@@ -9,10 +9,10 @@ namespace {
 
 char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
-/* Whether `name`, in lower case, stands at the beginning of `text`, in any case. */
-bool begins(std::string_view text, std::string_view name) {
-    return text.size() >= name.size() &&
-           std::equal(name.begin(), name.end(), text.begin(), [](char n, char t) { return n == lower(t); });
+/* Whether `word`, in lower case, stands at the beginning of `text`, in any case. */
+bool begins(std::string_view text, std::string_view word) {
+    return text.size() >= word.size() &&
+           std::equal(word.begin(), word.end(), text.begin(), [](char n, char t) { return n == lower(t); });
 }
 
 bool endsName(std::string_view text, size_t length) {
@@ -43,10 +43,10 @@ void countValue(std::string_view value, BlockedContent& blocked) {
 /* Counts what stands at the beginning of `rest`, which is behind `before`. */
 void count(std::string_view rest, char before, BlockedContent& blocked) {
     if (rest[0] == '<') {
-        std::string_view name = rest.substr(1);
-        if (begins(name, "script") && endsName(name, 6)) ++blocked.scripts;
-        if (begins(name, "form") && endsName(name, 4)) ++blocked.forms;
-        if (begins(name, "link") && endsName(name, 4)) ++blocked.remote;
+        std::string_view tag = rest.substr(1);
+        if (begins(tag, "script") && endsName(tag, 6)) ++blocked.scripts;
+        if (begins(tag, "form") && endsName(tag, 4)) ++blocked.forms;
+        if (begins(tag, "link") && endsName(tag, 4)) ++blocked.remote;
         return;
     }
     if (begins(rest, "url(")) countValue(valueOf(rest.substr(4)), blocked);
@@ -62,9 +62,9 @@ void count(std::string_view rest, char before, BlockedContent& blocked) {
 /* Where "x-" is to be put when an element to rename begins `text`; else 0. */
 size_t renamedAt(std::string_view text) {
     size_t at = text.size() > 1 && text[1] == '/' ? 2 : 1;
-    std::string_view name = text.substr(std::min(at, text.size()));
-    bool renamed = std::any_of(kRenamed.begin(), kRenamed.end(), [&](std::string_view known) {
-        return begins(name, known) && endsName(name, known.size());
+    std::string_view rest = text.substr(std::min(at, text.size()));
+    bool renamed = std::any_of(kRenamed.begin(), kRenamed.end(), [&](std::string_view word) {
+        return begins(rest, word) && endsName(rest, word.size());
     });
     return renamed ? at : 0;
 }

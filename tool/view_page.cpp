@@ -87,7 +87,6 @@ class PageBuilder {
   private:
     std::string article(MessageFile& file, const SubFilePath& path, std::string& tree);
     std::string body(MessageFile& file, const MessageTree& tree);
-    std::string htmlBody(MessageFile& file, const MessageTree& tree, std::string_view plainText);
     std::string attachment(const SubFileEntry& entry, const BytesVisitor& bytes, const SubFilePath& path,
                            std::string& tree, std::string& inner);
     void embedded(const SubFileEntry& entry, const BytesVisitor& bytes, const SubFilePath& path,
@@ -145,7 +144,7 @@ std::string frameHeight(std::string_view html, std::string_view plainText) {
     return hasMore ? "65vh" : fmt::format("min(65vh,{}rem)", 2 * lines + 5);
 }
 
-std::string PageBuilder::htmlBody(MessageFile& file, const MessageTree& tree, std::string_view plainText) {
+std::string htmlBody(MessageFile& file, const MessageTree& tree, std::string_view plainText) {
     emlhost::MemoryOutput output;
     file.message().extract(0, output, EML_EXTRACT_PREFER_RICH | EML_EXTRACT_BODY_ONLY);
     file.checkReads();
