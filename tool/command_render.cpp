@@ -5,11 +5,10 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
-#include <filesystem>
 
 #include "standalone/charsets.h"
-#include "standalone/file_output.h"
 #include "tool/command.h"
+#include "tool/document_file.h"
 #include "tool/message_file.h"
 #include "tool/rendering.h"
 #include "tool/visible_text.h"
@@ -130,18 +129,9 @@ class RenderRun final : public CommandRun {
     }
 
     void writeFile(MessageFile& file, const Rendering& rendering) const {
-        std::filesystem::path path(outputPath_);
-        std::error_code error;
-        auto output = emlhost::FileOutput::create(path.parent_path().string(), error);
-        if (output == nullptr) throw Problem(ExitCode::Output, "cannot-write", outputPath_, describe(error));
+        auto output = createDocument(outputPath_);
         extract(file, rendering, *output);
-        error = output->commit(path.filename().string(), overwrite_ ? emlhost::CommitPolicy::Replace
-                                                                    : emlhost::CommitPolicy::KeepExisting);
-        if (error == std::errc::file_exists) {
-            throw Problem(ExitCode::Output, "exists", outputPath_,
-                          "already exists, not overwritten; choose --overwrite");
-        }
-        if (error) throw Problem(ExitCode::Output, "cannot-write", outputPath_, describe(error));
+        keepDocument(*output, outputPath_, overwrite_);
     }
 
     std::vector<std::string> files_;

@@ -5,10 +5,9 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdlib>
-#include <filesystem>
 
-#include "standalone/file_output.h"
 #include "tool/command.h"
+#include "tool/document_file.h"
 #include "tool/message_file.h"
 #include "tool/size_text.h"
 #include "tool/temporary_file.h"
@@ -98,18 +97,9 @@ class ViewRun final : public CommandRun {
 
   private:
     std::string writeNamed(std::string_view html) const {
-        std::filesystem::path path(outputPath_);
-        std::error_code error;
-        auto output = emlhost::FileOutput::create(path.parent_path().string(), error, kPageMode);
-        if (output == nullptr) throw Problem(ExitCode::Output, "cannot-write", outputPath_, describe(error));
+        auto output = createDocument(outputPath_, kPageMode);
         put(*output, html, outputPath_);
-        error = output->commit(path.filename().string(), overwrite_ ? emlhost::CommitPolicy::Replace
-                                                                    : emlhost::CommitPolicy::KeepExisting);
-        if (error == std::errc::file_exists) {
-            throw Problem(ExitCode::Output, "exists", outputPath_,
-                          "already exists, not overwritten; choose --overwrite");
-        }
-        if (error) throw Problem(ExitCode::Output, "cannot-write", outputPath_, describe(error));
+        keepDocument(*output, outputPath_, overwrite_);
         return outputPath_;
     }
 

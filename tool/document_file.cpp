@@ -1,0 +1,28 @@
+#include "tool/document_file.h"
+
+#include <filesystem>
+
+#include "tool/problem.h"
+
+namespace emltool {
+
+std::unique_ptr<emlhost::FileOutput> createDocument(const std::string& path, mode_t mode) {
+    std::error_code error;
+    auto output =
+        emlhost::FileOutput::create(std::filesystem::path(path).parent_path().string(), error, mode);
+    if (output == nullptr) throw Problem(ExitCode::Output, "cannot-write", path, describe(error));
+    return output;
+}
+
+void keepDocument(emlhost::FileOutput& output, const std::string& path, bool overwrite) {
+    using emlhost::CommitPolicy;
+    std::error_code error = output.commit(std::filesystem::path(path).filename().string(),
+                                          overwrite ? CommitPolicy::Replace : CommitPolicy::KeepExisting);
+    if (error == std::errc::file_exists) {
+        throw Problem(ExitCode::Output, "exists", path,
+                      "already exists, not overwritten; choose --overwrite");
+    }
+    if (error) throw Problem(ExitCode::Output, "cannot-write", path, describe(error));
+}
+
+}  // namespace emltool
