@@ -25,6 +25,7 @@
 #include "reference/header_values.h"
 #include "reference/input_cuts.h"
 #include "reference/search.h"
+#include "support/kernel_sets.h"
 
 namespace {
 
@@ -46,7 +47,7 @@ template <class Decoder>
 void holdDecoder(const Target& target, const Bytes& expected, const char* rule) {
     Bytes cut = expected;
     if (cut.size() > target.feeding.limit) cut.resize(target.feeding.limit);
-    for (const DecodeKernels* kernels : {&eml::kPlainKernels, &eml::chooseKernels()})
+    for (const DecodeKernels* kernels : eml::test::kernelSets())
         requireSame(cut, decodeInPieces(Decoder(target.option, *kernels), target.text, target.feeding), rule);
 }
 
@@ -91,7 +92,7 @@ void kernels(const Target& target) {
         bool operator==(const Result&) const = default;
     };
     std::vector<Result> results;
-    for (const DecodeKernels* set : {&eml::kPlainKernels, &eml::chooseKernels()}) {
+    for (const DecodeKernels* set : eml::test::kernelSets()) {
         Result result{};
         const auto place = [&](const uint8_t* at) { return static_cast<size_t>(at - text.begin()); };
         const std::unique_ptr<uint8_t[]> decoded(new uint8_t[text.size()]);

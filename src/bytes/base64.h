@@ -37,18 +37,10 @@ class Base64Decoder {
 
     template <class Sink>
     void feed(const uint8_t* pos, const uint8_t* end, Sink& sink) {
-        if (ended_ || pos == end) return;
-        bool endByteSeen = false;
-        if constexpr (R.byteFFEndsInput) {
-            const void* endByte = std::memchr(pos, 0xFF, static_cast<size_t>(end - pos));
-            endByteSeen = endByte != nullptr;
-            if (endByteSeen) end = static_cast<const uint8_t*>(endByte);
-        }
         while (pos < end && !ended_) {
             if (have_ == 0 && !padded_) pos = feedWholeGroups(pos, end, sink);
             if (pos < end && !ended_) feedByte(*pos++, sink);
         }
-        if (endByteSeen) ended_ = true;
     }
 
     // The data has ended. A group that it does not complete is dropped.
@@ -89,7 +81,7 @@ class Base64Decoder {
 
     template <class Sink>
     void feedByte(uint8_t byte, Sink& sink) {
-        if (have_ == 0 && byte == '-') {
+        if ((have_ == 0 && byte == '-') || (R.byteFFEndsInput && byte == 0xFF)) {
             ended_ = true;
             return;
         }

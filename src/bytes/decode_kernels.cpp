@@ -1,5 +1,6 @@
 #include "bytes/decode_kernels.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstring>
@@ -8,7 +9,7 @@
 #include "bytes/quoted_stop.h"
 #include "bytes/text_run.h"
 
-#if (defined(__x86_64__) || defined(__i386__)) && defined(__GLIBC__)
+#if defined(EML_HAS_WIDE_KERNELS) && defined(__GLIBC__)
 #define EML_HAS_FEATURES_OF_C_LIBRARY
 
 // What <sys/platform/x86.h> has, a header that not every compiler takes for C++. Weak: the function is there
@@ -139,16 +140,22 @@ const uint8_t* findPair(const uint8_t* pos, const uint8_t* end, uint8_t first, u
 
 // The C library asked the processor when the program began. To ask it again takes some 20 microseconds on a
 // virtual machine, as long as a typical message; where the C library does not tell, the plain kernels serve.
-bool hasAvx2() {
+KernelLevel levelOfProcessor() {
 #ifdef EML_HAS_FEATURES_OF_C_LIBRARY
     constexpr uint32_t kLeaf7 = 1;  // its place among the leaves that the C library holds
-    constexpr uint32_t kEbx = 1;
-    constexpr uint32_t kAvx2Bit = 1U << 5;
-    if (__x86_get_cpuid_feature_leaf == nullptr) return false;
+    constexpr size_t kEbx = 1;
+    constexpr size_t kEcx = 2;
+    constexpr uint32_t kAvx2 = 1U << 5;
+    constexpr uint32_t kAvx512InEbx = 1U << 16 | 1U << 30;  // F, BW
+    constexpr uint32_t kAvx512InEcx = 1U << 1 | 1U << 6;    // VBMI, VBMI2
+    if (__x86_get_cpuid_feature_leaf == nullptr) return KernelLevel::kPlain;
     const EmlProcessorFeatures* const features = __x86_get_cpuid_feature_leaf(kLeaf7);
-    return features != nullptr && (features->usable[kEbx] & kAvx2Bit) != 0;
+    if (features == nullptr || (features->usable[kEbx] & kAvx2) == 0) return KernelLevel::kPlain;
+    const bool wider = (features->usable[kEbx] & kAvx512InEbx) == kAvx512InEbx &&
+                       (features->usable[kEcx] & kAvx512InEcx) == kAvx512InEcx;
+    return wider ? KernelLevel::kAvx512 : KernelLevel::kAvx2;
 #else
-    return false;
+    return KernelLevel::kPlain;
 #endif
 }
 
@@ -158,8 +165,10 @@ constinit const DecodeKernels kPlainKernels = {base64Lines, quotedText, findText
                                                findPair};
 
 const DecodeKernels& chooseKernels(KernelLevel most) {
-#if defined(__x86_64__) || defined(__i386__)
-    if (most == KernelLevel::kAvx2 && hasAvx2()) return kAvx2Kernels;
+#ifdef EML_HAS_WIDE_KERNELS
+    const KernelLevel level = std::min(most, levelOfProcessor());
+    if (level == KernelLevel::kAvx512) return kAvx512Kernels;
+    if (level == KernelLevel::kAvx2) return kAvx2Kernels;
 #endif
     (void)most;
     return kPlainKernels;

@@ -5,6 +5,10 @@
 #include <cstddef>
 #include <cstdint>
 
+#if defined(__x86_64__) || defined(__i386__)
+#define EML_HAS_WIDE_KERNELS
+#endif
+
 namespace eml {
 
 // What the quoted-printable kernel leaves to the state machine.
@@ -42,15 +46,16 @@ struct DecodeKernels {
                                size_t distance);
 };
 
-enum class KernelLevel : uint8_t { kPlain, kAvx2 };
+enum class KernelLevel : uint8_t { kPlain, kAvx2, kAvx512 };
 
 // The best kernels of at most `most` that this processor can run.
-[[nodiscard]] const DecodeKernels& chooseKernels(KernelLevel most = KernelLevel::kAvx2);
+[[nodiscard]] const DecodeKernels& chooseKernels(KernelLevel most = KernelLevel::kAvx512);
 
 // The kernels of each level, for the choice and for tests that compare them.
 extern constinit const DecodeKernels kPlainKernels;
-#if defined(__x86_64__) || defined(__i386__)
+#ifdef EML_HAS_WIDE_KERNELS
 extern constinit const DecodeKernels kAvx2Kernels;
+extern constinit const DecodeKernels kAvx512Kernels;
 #endif
 
 }  // namespace eml

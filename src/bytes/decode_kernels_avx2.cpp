@@ -1,10 +1,11 @@
 // Kernels for 256-bit registers.
-#include "bytes/decode_kernels.h"
+#include "bytes/decode_kernels_wide.h"
 
-#if defined(__x86_64__) || defined(__i386__)
+#ifdef EML_HAS_WIDE_KERNELS
 
 #include <immintrin.h>
 
+#include <array>
 #include <bit>
 
 #include "bytes/quoted_stop.h"
@@ -52,35 +53,83 @@ EML_AVX2 inline __m256i packGroups(__m256i values) {
     return _mm256_permutevar8x32_epi32(packed, _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7));
 }
 
-// Decodes 32 digits into 24 bytes. Gives how many of the digits, from the first on, are digits.
-EML_AVX2 inline uint32_t decodeDigits(const uint8_t* pos, uint8_t* out) {
+// Decodes 32 digits into 24 bytes. Gives zero for each byte that is a digit.
+EML_AVX2 inline __m256i decodeDigits(const uint8_t* pos, uint8_t* out) {
     const __m256i nibble = everywhere(0x0F);
     const __m256i digits = load(pos);
     const __m256i high = _mm256_and_si256(_mm256_srli_epi32(digits, 4), nibble);
     const __m256i low = _mm256_and_si256(digits, nibble);
-    const __m256i clash = _mm256_and_si256(_mm256_shuffle_epi8(row(kLowNibble), low),
-                                           _mm256_shuffle_epi8(row(kHighNibble), high));
     const __m256i slash = _mm256_cmpeq_epi8(digits, everywhere('/'));
     const __m256i offsets = _mm256_shuffle_epi8(row(kToValue), _mm256_add_epi8(slash, high));
     store(out, packGroups(_mm256_add_epi8(digits, offsets)));
-    const uint32_t valid = maskOf(_mm256_cmpeq_epi8(clash, _mm256_setzero_si256()));
-    return static_cast<uint32_t>(std::countr_one(valid));
+    return _mm256_and_si256(_mm256_shuffle_epi8(row(kLowNibble), low),
+                            _mm256_shuffle_epi8(row(kHighNibble), high));
 }
 
-EML_AVX2 const uint8_t* base64Lines(const uint8_t* pos, const uint8_t* end, uint8_t*& outRef,
-                                    const uint8_t* outEnd) {
+// A line of base64 text: its digits, in whole groups, and the bytes of the line end behind them.
+struct LineShape {
+    size_t digits;
+    size_t lineEnd;
+
+    [[nodiscard]] size_t size() const { return digits + lineEnd; }
+    [[nodiscard]] size_t decoded() const { return digits / 4 * 3; }
+};
+
+// Decodes `count` digits; up to a register's width behind them is read, and written behind what they give.
+// False when one is no digit.
+EML_AVX2 inline bool decodeLine(const uint8_t* pos, size_t count, uint8_t* out) {
+    alignas(kWidth) static constexpr std::array<uint8_t, 2 * kWidth> kFirstBytes = [] {
+        std::array<uint8_t, 2 * kWidth> bytes{};
+        for (size_t i = 0; i < kWidth; ++i) bytes[i] = 0xFF;
+        return bytes;
+    }();
+    __m256i clash = _mm256_setzero_si256();
+    for (; count >= kWidth; pos += kWidth, out += kWidth / 4 * 3, count -= kWidth) {
+        clash = _mm256_or_si256(clash, decodeDigits(pos, out));
+    }
+    const __m256i last = _mm256_and_si256(decodeDigits(pos, out), load(&kFirstBytes[kWidth - count]));
+    clash = _mm256_or_si256(clash, last);
+    return _mm256_testz_si256(clash, clash) != 0;
+}
+
+// Decodes lines of the shape of the one before, as all but the last of a body are.
+EML_AVX2 inline const uint8_t* decodeEqualLines(const uint8_t* pos, const uint8_t* end, LineShape line,
+                                                uint8_t*& out, const uint8_t* outEnd) {
+    const size_t read = line.size() + kWidth;
+    const size_t written = line.decoded() + kWidth;
+    while (static_cast<size_t>(end - pos) >= read && static_cast<size_t>(outEnd - out) >= written &&
+           isLineEnd(pos[line.digits]) && isLineEnd(pos[line.size() - 1]) &&
+           decodeLine(pos, line.digits, out)) {
+        pos += line.size();
+        out += line.decoded();
+    }
+    return pos;
+}
+
+}  // namespace
+
+EML_AVX2 const uint8_t* avx2::base64Lines(const uint8_t* pos, const uint8_t* end, uint8_t*& outRef,
+                                          const uint8_t* outEnd) {
     uint8_t* out = outRef;
+    const uint8_t* lineStart = pos;
     while (static_cast<size_t>(end - pos) >= kWidth && static_cast<size_t>(outEnd - out) >= kWidth) {
-        const uint32_t groups = decodeDigits(pos, out) / 4;
-        pos += size_t{4} * groups;
-        out += size_t{3} * groups;
+        const __m256i clash = decodeDigits(pos, out);
+        const uint32_t valid = maskOf(_mm256_cmpeq_epi8(clash, _mm256_setzero_si256()));
+        const auto groups = static_cast<size_t>(std::countr_one(valid) / 4);
+        pos += 4 * groups;
+        out += 3 * groups;
         if (groups == kWidth / 4) continue;
         if (!isLineEnd(*pos)) break;
-        while (pos < end && isLineEnd(*pos)) ++pos;
+        LineShape line{static_cast<size_t>(pos - lineStart), 0};
+        for (; pos < end && isLineEnd(*pos); ++pos) ++line.lineEnd;
+        if (line.lineEnd <= 2) pos = decodeEqualLines(pos, end, line, out, outEnd);
+        lineStart = pos;
     }
     outRef = out;
     return kPlainKernels.base64Lines(pos, end, outRef, outEnd);
 }
+
+namespace {
 
 // Quoted-printable text is decoded in blocks. Their length leaves an escape that begins in one inside 64
 // bits.
@@ -150,8 +199,10 @@ EML_AVX2 inline bool decodeQuotedBlock(const uint8_t*& pos, uint64_t found, Quot
     return true;
 }
 
-EML_AVX2 const uint8_t* quotedText(const uint8_t* pos, const uint8_t* end, QuotedStops stops,
-                                   uint8_t*& outRef) {
+}  // namespace
+
+EML_AVX2 const uint8_t* avx2::quotedText(const uint8_t* pos, const uint8_t* end, QuotedStops stops,
+                                         uint8_t*& outRef) {
     const __m256i other = everywhere(stops.underscoreIsSpace ? '_' : '=');
     uint8_t* out = outRef;
     bool passed = true;
@@ -162,7 +213,7 @@ EML_AVX2 const uint8_t* quotedText(const uint8_t* pos, const uint8_t* end, Quote
     return passed ? kPlainKernels.quotedText(pos, end, stops, outRef) : pos;
 }
 
-EML_AVX2 const uint8_t* findTextRunEnd(const uint8_t* pos, const uint8_t* end) {
+EML_AVX2 const uint8_t* avx2::findTextRunEnd(const uint8_t* pos, const uint8_t* end) {
     const __m256i zero = _mm256_setzero_si256();
     const __m256i tab = everywhere('\t');
     const __m256i lf = everywhere('\n');
@@ -177,7 +228,7 @@ EML_AVX2 const uint8_t* findTextRunEnd(const uint8_t* pos, const uint8_t* end) {
     return kPlainKernels.findTextRunEnd(pos, end);
 }
 
-EML_AVX2 const uint8_t* findLineEnd(const uint8_t* pos, const uint8_t* end, const uint8_t*& zero) {
+EML_AVX2 const uint8_t* avx2::findLineEnd(const uint8_t* pos, const uint8_t* end, const uint8_t*& zero) {
     const __m256i nothing = _mm256_setzero_si256();
     const __m256i lf = everywhere('\n');
     const __m256i cr = everywhere('\r');
@@ -198,13 +249,17 @@ EML_AVX2 const uint8_t* findLineEnd(const uint8_t* pos, const uint8_t* end, cons
     return lineEnd;
 }
 
+namespace {
+
 EML_AVX2 inline __m256i pairsAt(const uint8_t* pos, size_t distance, __m256i firsts, __m256i seconds) {
     return _mm256_and_si256(_mm256_cmpeq_epi8(load(pos), firsts),
                             _mm256_cmpeq_epi8(load(pos + distance), seconds));
 }
 
-EML_AVX2 const uint8_t* findPair(const uint8_t* pos, const uint8_t* end, uint8_t first, uint8_t second,
-                                 size_t distance) {
+}  // namespace
+
+EML_AVX2 const uint8_t* avx2::findPair(const uint8_t* pos, const uint8_t* end, uint8_t first, uint8_t second,
+                                       size_t distance) {
     if (static_cast<size_t>(end - pos) < kWidth)
         return kPlainKernels.findPair(pos, end, first, second, distance);
     const __m256i firsts = everywhere(first);
@@ -225,9 +280,8 @@ EML_AVX2 const uint8_t* findPair(const uint8_t* pos, const uint8_t* end, uint8_t
     return end;
 }
 
-}  // namespace
-
-constinit const DecodeKernels kAvx2Kernels = {base64Lines, quotedText, findTextRunEnd, findLineEnd, findPair};
+constinit const DecodeKernels kAvx2Kernels = {avx2::base64Lines, avx2::quotedText, avx2::findTextRunEnd,
+                                              avx2::findLineEnd, avx2::findPair};
 
 }  // namespace eml
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "bytes/decode_kernels.h"
+#include "tests/support/kernel_sets.h"
 
 namespace eml {
 namespace {
@@ -17,8 +18,6 @@ size_t slowRunEnd(const std::vector<uint8_t>& bytes, size_t from) {
         ++from;
     return from;
 }
-
-constexpr KernelLevel kLevels[] = {KernelLevel::kPlain, KernelLevel::kAvx2};
 
 size_t fastRunEnd(const DecodeKernels& kernels, const std::vector<uint8_t>& bytes, size_t from) {
     return static_cast<size_t>(kernels.findTextRunEnd(bytes.data() + from, bytes.data() + bytes.size()) -
@@ -46,13 +45,12 @@ TEST(TextRun, FourBytesEndOne) {
 // Every byte at every place, among letters, among bytes that are small but end nothing, and among bytes with
 // the highest bit set.
 TEST(TextRun, EndsAtItsFirstEndingByte) {
-    for (const KernelLevel level : kLevels) {
+    for (const DecodeKernels* const kernels : test::kernelSets()) {
         for (const int filler : {int{'a'}, 1, 8, 11, 12, 14, 0x80, 0x8D, 0xFF}) {
             for (size_t length = 0; length <= 100; length += length < 70 ? 1 : 10) {
                 std::vector<uint8_t> bytes(length, static_cast<uint8_t>(filler));
                 bytes.shrink_to_fit();
-                ASSERT_NO_FATAL_FAILURE(
-                    expectEndsEverywhere(chooseKernels(level), bytes, static_cast<uint8_t>(filler)));
+                ASSERT_NO_FATAL_FAILURE(expectEndsEverywhere(*kernels, bytes, static_cast<uint8_t>(filler)));
             }
         }
     }
@@ -65,9 +63,9 @@ TEST(TextRun, EndsTheSameFromEveryStart) {
         for (uint8_t& byte : bytes) {
             byte = static_cast<uint8_t>(random() % 8 != 0 ? 32 + random() % 224 : random() % 16);
         }
-        for (const KernelLevel level : kLevels) {
+        for (const DecodeKernels* const kernels : test::kernelSets()) {
             for (size_t from = 0; from <= bytes.size(); ++from) {
-                ASSERT_EQ(fastRunEnd(chooseKernels(level), bytes, from), slowRunEnd(bytes, from));
+                ASSERT_EQ(fastRunEnd(*kernels, bytes, from), slowRunEnd(bytes, from));
             }
         }
     }

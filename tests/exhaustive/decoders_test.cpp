@@ -8,6 +8,7 @@
 #include "reference/decoders.h"
 #include "reference/filter_extraction.h"
 #include "reference/filter_text.h"
+#include "support/kernel_sets.h"
 
 namespace eml::test {
 namespace {
@@ -43,7 +44,7 @@ class Runs {
     // `make(kernels)` makes a decoder. False when a run gave something else.
     template <class Make>
     bool agree(std::string_view input, std::string_view expected, Make make) {
-        for (const DecodeKernels* const kernels : {&kPlainKernels, &chooseKernels()}) {
+        for (const DecodeKernels* const kernels : test::kernelSets()) {
             bool held = one(make(*kernels), input, input.size(), input.size(), Sink::kRoom, expected);
             held = one(make(*kernels), input, 1, 1, Sink::kRoom, expected) && held;
             held = one(make(*kernels), input, input.size(), input.size(), 1, expected) && held;
