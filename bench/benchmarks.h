@@ -31,6 +31,10 @@ void addFilterBenchmarks(const Add& add, const std::string& work, const MessageF
 void addTypicalFilterBenchmarks(const Add& add, const std::string& work,
                                 const std::vector<MessageFile>& files);
 
+// Open, list, four fields and all attachments, through the C interface and through emlreader.hpp.
+void addWrapperBenchmarks(const Add& add, const std::string& work, const std::vector<MessageFile>& files,
+                          int64_t iterations);
+
 // Open and render.
 void addRenderBenchmarks(const Add& add, const std::string& work, const std::vector<MessageFile>& files);
 

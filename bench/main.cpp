@@ -79,6 +79,8 @@ int main(int count, char** arguments) {
     emlbench::addCharsetBenchmarks(add);
     emlbench::addOpenBenchmarks(add, "open + list, typical message", typical, 0);
     emlbench::addOpenBenchmarks(add, "open + list, 20,000 parts", parts, 1);
+    emlbench::addWrapperBenchmarks(add, "wrapper, typical message", typical, 0);
+    emlbench::addWrapperBenchmarks(add, "wrapper, 20,000 parts", parts, 1);
     emlbench::addRenderBenchmarks(add, "open + render, typical message", typical);
     emlbench::addTypicalFilterBenchmarks(add, "filter, typical message", typical);
     for (size_t i = 0; i < large.size(); ++i) {
