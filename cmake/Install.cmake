@@ -7,7 +7,20 @@ include(CMakePackageConfigHelpers)
 set(EMLREADER_HOST_INCLUDEDIR "${CMAKE_INSTALL_INCLUDEDIR}/emlreader-host")
 set(EMLREADER_CMAKEDIR "${CMAKE_INSTALL_LIBDIR}/cmake/emlreader")
 
-set(EMLREADER_PYTHONDIR "lib/python3/dist-packages" CACHE STRING "Where the Python module is installed")
+# Where Python looks for modules. Debian's has one folder for packages, which serves every version, and one for
+# each version under /usr/local.
+set(EMLREADER_DEFAULT_PYTHONDIR "lib/python3/dist-packages")
+if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    find_package(Python3 QUIET COMPONENTS Interpreter)
+    if(Python3_FOUND)
+        set(MODULES "site-packages")
+        if(EXISTS /etc/debian_version)
+            set(MODULES "dist-packages")
+        endif()
+        set(EMLREADER_DEFAULT_PYTHONDIR "lib/python${Python3_VERSION_MAJOR}.${Python3_VERSION_MINOR}/${MODULES}")
+    endif()
+endif()
+set(EMLREADER_PYTHONDIR "${EMLREADER_DEFAULT_PYTHONDIR}" CACHE STRING "Where the Python module is installed")
 
 install(TARGETS emlreader EXPORT emlreaderTargets
         LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development
