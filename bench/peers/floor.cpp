@@ -13,29 +13,17 @@
 
 #include "bench/peers/driver.h"
 #include "bench/peers/mapped_file.h"
+#include "bench/peers/sink_output.h"
 #include "standalone/input.h"
-#include "standalone/output.h"
 
 namespace {
 
 using emlbench::Found;
 using emlbench::Sink;
+using emlbench::SinkOutput;
 
 constexpr size_t kBlock = 4096;
 constexpr size_t kSlack = 64;  // vector stores may reach behind what counts
-
-class SinkOutput final : public emlhost::Output {
-  public:
-    explicit SinkOutput(Sink& sink) noexcept : Output(Seeking::Anywhere), sink_(sink) {}
-
-  private:
-    int put(uint64_t, std::span<const uint8_t> bytes) noexcept override {
-        sink_.take(bytes.data(), bytes.size());
-        return 0;
-    }
-
-    Sink& sink_;
-};
 
 #define EMLBENCH_AVX2 __attribute__((target("avx2")))
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "bench/peers/driver.h"
+#include "bench/peers/sink_output.h"
 #include "standalone/filter.h"
 #include "standalone/message.h"
 #include "standalone/text_records.h"
@@ -13,19 +14,7 @@ namespace {
 
 using emlbench::Found;
 using emlbench::Sink;
-
-class SinkOutput final : public emlhost::Output {
-  public:
-    explicit SinkOutput(Sink& sink) noexcept : Output(Seeking::Anywhere), sink_(sink) {}
-
-  private:
-    int put(uint64_t, std::span<const uint8_t> bytes) noexcept override {
-        sink_.take(bytes.data(), bytes.size());
-        return 0;
-    }
-
-    Sink& sink_;
-};
+using emlbench::SinkOutput;
 
 class Ours final : public emlbench::Contender {
   public:
