@@ -2,9 +2,11 @@
 
 The last line counts them; the exit code is 0 when none failed."""
 
+import datetime
 import io
 import os
 import pathlib
+import re
 import sys
 import tempfile
 import traceback
@@ -63,6 +65,72 @@ def test_sub_files_are_a_sequence():
         equal((message.sub_files[0].kind, message.sub_files[0].children), ("message", [1, 2]))
         assert message.sub_files[0].date is not None and message.sub_files[1].date is None
         raises(IndexError, lambda: message.sub_files[3])
+
+
+def test_names_and_places_of_sub_files():
+    with emlreader.open(LETTER) as message:
+        equal(message.sub_files[1].name_bytes, b"a.bin")
+        equal(repr(message.sub_files[1]), "<attachment 1 'a.bin'>")
+    strange = LETTER.replace(b'name="a.bin"', b'name="\xc3\xab\xff.bin"')
+    with emlreader.open(strange) as message:
+        equal(message.sub_files[1].name, "\xeb\ufffd.bin")
+        equal(message.sub_files[1].name_bytes, b"\xc3\xab\xff.bin")
+    for flags, names, parents in (
+            (emlreader.OPEN_ROOT_FOLDER, ["root/", "root/Report.mail", "root/a.bin", "root/Inner.eml"],
+             [None, 0, 1, 1]),
+            (emlreader.OPEN_ATTACHMENTS_FOLDER, ["Report.mail", "Attachments/a.bin", "Attachments/Inner.eml"],
+             [None, 0, 0])):
+        with emlreader.open(LETTER, flags) as message:
+            equal([file.name for file in message.sub_files], names)
+            equal([file.parent for file in message.sub_files], parents)
+
+
+def test_attachment_that_is_not_in_the_file():
+    converted = (b"Content-Type: multipart/mixed; boundary=b\n\n"
+                 b'Attachment Converted: "C:\\a.doc"\n')
+    with emlreader.open(converted, emlreader.OPEN_CONVERTED_ATTACHMENTS) as message:
+        equal(len(message.sub_files), 2)
+        equal(message.sub_files[1].stored_size, None)
+    with emlreader.open(converted) as message:
+        equal(len(message.sub_files), 1)
+
+
+def test_dates_of_every_size():
+    for year in (1950, 1969, 1970, 2025, 2150, 9990):
+        with emlreader.open(f"Date: Tue, 4 Mar {year} 09:15:22 +0100\n\n".encode()) as message:
+            local = datetime.datetime(year, 3, 4, 9, 15, 22).astimezone()  # zones are not read
+            equal(message.sub_files[0].date, local)
+    with emlreader.open(b"Date: Tue, 4 Mar 99999 09:15:22\n\n") as message:
+        equal(message.sub_files[0].date, None)  # Python has no such date
+
+
+def test_charset_and_status():
+    with emlreader.open(LETTER) as message:
+        equal((message.status, message.encoding), (0, "utf-8"))
+    cyrillic = b"Content-Type: text/plain; charset=windows-1251\n\n\xf2\xe5\xea\xf1\xf2\n"
+    with emlreader.open(cyrillic) as message:
+        equal(message.encoding, "cp1251")
+        assert "\u0442\u0435\u043a\u0441\u0442".encode() in message.render()
+    # An open that ends early still gives a message.
+    with emlreader.open(b"Content-Type: multipart/related; boundary=a\n\n--a\n"
+                        b"Content-Type: multipart/related; boundary=b\n\nno part\n--a--\n") as message:
+        equal(message.status, 6)
+
+
+def test_rich_rendering():
+    both = (b"Content-Type: multipart/alternative; boundary=b\n\n--b\nContent-Type: text/plain\n\nplain\n"
+            b"--b\nContent-Type: text/html\n\n<i>rich</i>\n--b--\n")
+    with emlreader.open(both) as message:
+        equal([b"<i>rich" in message.render(rich=rich) for rich in (False, True)], [False, True])
+        equal([b"plain" in message.render(rich=rich) for rich in (False, True)], [True, False])
+
+
+def test_version_and_public_names():
+    project = (ROOT / "CMakeLists.txt").read_text()
+    equal(emlreader.__version__, re.search(r"project\(emlreader VERSION (\S+)", project).group(1))
+    names = {name for name in vars(emlreader) if not name.startswith("_")}
+    equal({name for name in names if getattr(vars(emlreader)[name], "__module__", None) == "emlreader"
+           or name.startswith("OPEN_")}, set(emlreader.__all__))
 
 
 def test_headers():
