@@ -80,9 +80,10 @@ class Sweep {
     void checkInLine(Session& session, size_t index, const Kind& kind, Faults& faults);
     void takeAway(Entry entry, bool beforeOpen, Faults& faults);
     [[nodiscard]] bool mayDependOnCalls(const Step& step) const;
-    [[nodiscard]] bool isUndisturbed(size_t index, const Answer& answer) const;
+    [[nodiscard]] bool isUndisturbed(size_t index, const Kind& kind, const Answer& answer) const;
+    [[nodiscard]] bool isSameButForCharset(size_t index, const Answer& answer) const;
     void expectStated(size_t index, const Kind& kind, const Answer& answer);
-    void expectSame(Session& session, size_t index, const char* when, Faults& faults);
+    void expectSame(Session& session, size_t index, const Kind& kind, const char* when, Faults& faults);
     void expectCodeOfCall(const Step& step, const Answer& answer) const;
     static void finish(Session& session, Faults& faults);
 
