@@ -35,8 +35,8 @@ std::string visibleLine(std::string_view line) {
 /* Prints as it reads. HTML is gathered first, since its lines say nothing. */
 class Printer final : public MessageReader {
   public:
-    Printer(Console& console, bool withFields, bool source)
-        : console_(console), withFields_(withFields), source_(source) {}
+    Printer(Console& console, bool withFields, bool withBody, bool source)
+        : console_(console), withFields_(withFields), withBody_(withBody), source_(source) {}
 
     void field(std::string_view name, std::string_view value) override {
         std::string label = visible(name) + ":";
@@ -53,6 +53,7 @@ class Printer final : public MessageReader {
     void bodyBegins() override {}
 
     void line(std::string_view text) override {
+        if (!withBody_) return;
         bool isEmpty = text.find_first_not_of(" \t\r") == std::string_view::npos;
         if (isEmpty && !anyLine_) return; /* the empty line between header and body is printed anyway */
         if (!anyLine_) begin(text);
@@ -81,6 +82,7 @@ class Printer final : public MessageReader {
 
     Console& console_;
     bool withFields_;
+    bool withBody_;
     bool source_;
     bool anyLine_ = false;
     bool html_ = false;
@@ -104,11 +106,7 @@ class ShowRun final : public CommandRun {
         bool first = true;
         for (const std::string& path : files_) {
             try {
-                if (files_.size() > 1) {
-                    console.print((first ? "" : "\n") + console.style().label(visible(path) + ":") + "\n\n");
-                }
-                first = false;
-                show(console, path);
+                show(console, path, first);
                 tally.succeeded();
             } catch (const StandardOutputProblem&) {
                 throw;
@@ -121,19 +119,23 @@ class ShowRun final : public CommandRun {
     }
 
   private:
-    void show(Console& console, const std::string& path) const {
+    void show(Console& console, const std::string& path, bool& first) const {
         FilterFile file(path, force_, !bodyOnly_);
-        Printer printer(console, !bodyOnly_, source_);
+        if (files_.size() > 1) {
+            console.print((first ? "" : "\n") + console.style().label(visible(path) + ":") + "\n\n");
+        }
+        first = false;
+        Printer printer(console, !bodyOnly_, !file.isEncrypted(), source_);
         RecordReader reader(printer);
         file.read([&](const emlhost::TextRecord& record) {
             reader.take(record);
             return !file.isEncrypted() || !reader.inBody();
         });
+        reader.finish();
         if (file.isEncrypted()) {
             throw Problem(ExitCode::Encrypted, "encrypted", file.name(),
                           "encrypted (S/MIME); only the header can be shown");
         }
-        reader.finish();
         printer.finish();
         if (printer.isHtml() && console.verbose()) {
             console.warn(file.name(), "the text of an HTML message; --source shows it as it is");

@@ -40,11 +40,17 @@ class RecordReader {
     bool inBody() const { return where_ == Where::Body; }
 
   private:
-    enum class Where { Prologue, Fields, Name, Value, Body };
+    /* Ended: behind a line end that may end a value, or stand in one of its words. Doubt: behind a charset
+     * record there, which begins a word of the value or the body. */
+    enum class Where { Prologue, Fields, Name, Value, Ended, Doubt, Body };
 
+    void takeText(std::string_view text);
     void takeCharset(uint32_t charset);
     void takeAttribute(uint32_t attribute);
     void takeLineBreak();
+    void goOnWithValue();
+    void endValue();
+    void beginBody();
     void convertPending();
 
     MessageReader& reader_;

@@ -120,6 +120,28 @@ TEST(RecordReader, ALineEndInsideAWordEndsNoValue) {
     EXPECT_EQ(read(records), "Subject=a b c|\nTo=d|\nbody\ne|\n");
 }
 
+TEST(RecordReader, ALineEndInsideAWordOfTheDefaultCharsetEndsNoValue) {
+    Records
+        another; /* =?us-ascii?Q?a=0A?= =?utf-8?Q?b?= in a message in UTF-8, whose body begins with a text */
+    another.charset(EML_CHARSET_UTF_8).bold(true).text("Subject:").bold(false).tab().tab().text("a");
+    another.lineBreak().charset(EML_CHARSET_UTF_8).text("b").charset(EML_CHARSET_WESTERN).lineBreak();
+    another.field("To:", "d").charset(EML_CHARSET_UTF_8).text("e").lineBreak().text("f").lineBreak();
+    EXPECT_EQ(read(another), "Subject=a b|\nTo=d|\nbody\ne|\nf|\n");
+
+    Records plain; /* =?us-ascii?Q?a=0Ab=0A?= and no other word */
+    plain.charset(EML_CHARSET_WESTERN).bold(true).text("Subject:").bold(false).tab().tab().text("a");
+    plain.lineBreak().text("b").lineBreak().lineBreak().charset(EML_CHARSET_WESTERN).lineBreak().text("c");
+    EXPECT_EQ(read(plain), "Subject=a b|\nbody\n|\nc|\n");
+
+    Records last; /* the same word, and the body of one line without a line end */
+    last.charset(EML_CHARSET_UTF_8).field("Subject:", "a").lineBreak().charset(EML_CHARSET_UTF_8).text("c");
+    EXPECT_EQ(read(last), "Subject=a|\nbody\nc|\n");
+
+    Records empty;
+    empty.charset(EML_CHARSET_UTF_8).field("Subject:", "a").charset(EML_CHARSET_UTF_8);
+    EXPECT_EQ(read(empty), "Subject=a|\nbody\n");
+}
+
 TEST(RecordReader, ACharsetInsideAValueBeginsNoBody) {
     Records records;
     records.charset(EML_CHARSET_WESTERN).bold(true).text("Subject:").bold(false);
