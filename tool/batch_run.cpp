@@ -228,8 +228,8 @@ void BatchRun::showProgress() {
     double seconds = progress_.seconds();
     double rate = seconds > 0 ? static_cast<double>(counts_.rows) / seconds : 0;
     std::string before = counts_.finished == 0 ? "" : fmt::format(" and {} from before", counts_.finished);
-    progress_.show(fmt::format("{} messages{}, {} with errors, {:.0f} a second", counts_.rows, before,
-                               counts_.errors, rate));
+    progress_.show(fmt::format("{} message{}{}, {} with errors, {:.0f} a second", counts_.rows,
+                               counts_.rows == 1 ? "" : "s", before, counts_.errors, rate));
 }
 
 void BatchRun::endBySignal() {

@@ -5,7 +5,6 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 
 #include "tool/batch_run.h"
@@ -24,13 +23,6 @@ unsigned processors() {
     cpu_set_t set;
     int count = ::sched_getaffinity(0, sizeof set, &set) == 0 ? CPU_COUNT(&set) : 1;
     return static_cast<unsigned>(std::max(count, 1));
-}
-
-std::optional<unsigned> parseNumber(std::string_view text) {
-    unsigned value = 0;
-    auto [behind, failure] = std::from_chars(text.data(), text.data() + text.size(), value);
-    bool whole = failure == std::errc{} && behind == text.data() + text.size();
-    return whole ? std::optional(value) : std::nullopt;
 }
 
 class BatchCommandRun final : public CommandRun {
@@ -56,7 +48,8 @@ class BatchCommandRun final : public CommandRun {
         app.add_option("--max-memory", memory_,
                        "give up a message that takes more, as in 512M (default: no limit)")
             ->type_name("SIZE");
-        app.add_flag("-r,--recursive", options_.worker.row.recursive, "open embedded messages");
+        app.add_flag("-r,--recursive", options_.worker.row.recursive,
+                     "open embedded messages and winmail.dat");
         app.add_flag("--text", options_.worker.row.text, "with the text of the message");
         app.add_flag("--digest", options_.worker.row.digest, "with SHA-256 of message and attachments");
         app.add_flag("--force", options_.worker.row.force, "read also what does not look like a message");
@@ -111,10 +104,12 @@ class BatchCommandRun final : public CommandRun {
 
     void completeLimits() {
         constexpr double kLongest = 1e6;
-        if (!std::isfinite(timeout_) || timeout_ < 0 || timeout_ > kLongest) {
-            throw usageProblem(fmt::format("--timeout={:g}: not a number of seconds", timeout_));
+        std::optional<double> timeout = parseDecimal(timeout_);
+        if (!timeout || !std::isfinite(*timeout) || *timeout < 0 || *timeout > kLongest) {
+            throw usageProblem(
+                fmt::format("--timeout={}: not a number of seconds from 0 to {:.0f}", timeout_, kLongest));
         }
-        options_.timeout = std::chrono::milliseconds(static_cast<int64_t>(std::ceil(timeout_ * 1000)));
+        options_.timeout = std::chrono::milliseconds(static_cast<int64_t>(std::ceil(*timeout * 1000)));
         if (memory_.empty()) return;
         std::optional<uint64_t> memory = parseSize(memory_);
         if (!memory || *memory < kLeastMemory) {
@@ -135,7 +130,7 @@ class BatchCommandRun final : public CommandRun {
     std::string jobs_ = "1";
     std::string shard_;
     std::string memory_;
-    double timeout_ = 300;
+    std::string timeout_ = "300";
     bool null_ = false;
     bool errorsOk_ = false;
 };

@@ -105,6 +105,48 @@ void refuseExtras(const CLI::App& app, const Parsed& parsed) {
     throw usageProblem(fmt::format("{}: unexpected argument {}", parsed.command->name, extras.front()));
 }
 
+/* The option that the parser's text is about: it begins with the name. */
+const CLI::Option* optionNamed(const CLI::App& app, std::string_view name) {
+    for (const CLI::Option* option : app.get_options()) {
+        if (option->get_name() == name) return option;
+    }
+    for (const CLI::App* command : app.get_subcommands({})) {
+        if (const CLI::Option* option = optionNamed(*command, name)) return option;
+    }
+    return nullptr;
+}
+
+/* "--force=maybe", for an option that is there or not. */
+std::string flagWithValue(const CLI::App& app, const std::vector<std::string>& arguments) {
+    for (const std::string& argument : arguments) {
+        size_t equals = argument.find('=');
+        if (argument == "--") break;
+        if (!argument.starts_with("--") || equals == std::string::npos) continue;
+        const CLI::Option* option = optionNamed(app, argument.substr(0, equals));
+        if (option != nullptr && option->get_expected_max() == 0) return argument;
+    }
+    return "";
+}
+
+/* What the parser did not like, in our words. */
+Problem parserProblem(const CLI::ParseError& error, const CLI::App& app,
+                      const std::vector<std::string>& arguments) {
+    std::string flag = flagWithValue(app, arguments);
+    if (!flag.empty()) {
+        return usageProblem(
+            fmt::format("{}: takes no value; it is given as {}", flag, flag.substr(0, flag.find('='))));
+    }
+    std::string text = error.what();
+    std::string name = text.substr(0, text.find(':'));
+    const CLI::Option* option = optionNamed(app, name);
+    if (option == nullptr) return usageProblem(text);
+    if (option->count() > 1 && option->get_items_expected_max() == 1) {
+        return usageProblem(fmt::format("{}: given more than once", name));
+    }
+    return usageProblem(
+        fmt::format("{} needs a value, {}: {}", name, option->get_type_name(), option->get_description()));
+}
+
 ColorChoice parseColor(const std::string& text) {
     if (text == "auto") return ColorChoice::Auto;
     if (text == "always") return ColorChoice::Always;
@@ -128,7 +170,7 @@ void parse(CLI::App& app, const std::vector<std::string>& arguments, Parsed& par
     try {
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::ParseError& error) {
-        throw usageProblem(error.what());
+        throw parserProblem(error, app, arguments);
     }
     for (size_t i = 0; i < runs.size(); ++i) {
         if (!*runs[i].first) continue;

@@ -9,6 +9,7 @@
 #include "tool/command.h"
 #include "tool/filter_file.h"
 #include "tool/json_text.h"
+#include "tool/size_text.h"
 #include "tool/utf8.h"
 #include "tool/visible_text.h"
 
@@ -104,7 +105,8 @@ class RecordsRun final : public CommandRun {
             throw usageProblem(fmt::format("records takes one FILE; {} is one too many", files_[1]));
         }
         constexpr uint32_t kLargest = uint32_t{1} << 30;
-        if (capacity_ < 1 || capacity_ > kLargest) {
+        std::optional<uint32_t> capacity = parseNumber(capacity_);
+        if (!capacity || *capacity < 1 || *capacity > kLargest) {
             throw usageProblem(fmt::format("--capacity={}: it is 1 to {}", capacity_, kLargest));
         }
         FilterFile file(files_[0], force_, !bodyOnly_);
@@ -117,13 +119,13 @@ class RecordsRun final : public CommandRun {
                                                 record.length, nameOf(record.tag), meaning(record)));
                 return true;
             },
-            capacity_);
+            *capacity);
         return ExitCode::Done;
     }
 
   private:
     std::vector<std::string> files_;
-    uint32_t capacity_ = 65536;
+    std::string capacity_ = "65536";
     bool bodyOnly_ = false;
     bool force_ = false;
 };

@@ -11,6 +11,7 @@
 #include "tool/document_file.h"
 #include "tool/message_file.h"
 #include "tool/rendering.h"
+#include "tool/size_text.h"
 #include "tool/visible_text.h"
 
 namespace emltool {
@@ -55,16 +56,19 @@ class RenderRun final : public CommandRun {
         if (options.json) throw usageProblem("render has no JSON form; see \"eml --json info\"");
         if (outputPath_ == "-") outputPath_.clear();
         Form form = parseForm(to_);
-        if (charset_ != 0 && emlhost::findCharset(charset_) == nullptr) {
+        std::optional<uint32_t> charset = parseNumber(charset_);
+        if (!charset || (*charset != 0 && emlhost::findCharset(*charset) == nullptr)) {
             throw usageProblem(
-                fmt::format("--charset={}: no such charset id; 53 is UTF-8, 7 Western, 51 UTF-16", charset_));
+                fmt::format("--charset={}: no such charset id; 53 is UTF-8, 7 Western, 51 UTF-16, 0 leaves "
+                            "the text as it is",
+                            charset_));
         }
         MessageFile file(files_[0], force_);
         if ((file.message().describe(0).flags & EML_SUB_FILE_ENCRYPTED) != 0) {
             throw Problem(ExitCode::Encrypted, "encrypted", file.name(),
                           "encrypted (S/MIME); only the header can be shown");
         }
-        Rendering rendering = choose(file, form);
+        Rendering rendering = choose(file, form, *charset);
         bool toTerminal = outputPath_.empty() && ::isatty(STDOUT_FILENO) != 0;
         if (form == Form::Html && (toTerminal || !outputPath_.empty())) {
             console.warn(
@@ -84,7 +88,7 @@ class RenderRun final : public CommandRun {
 
   private:
     /* The library chooses among the bodies that the message has: rich asks for HTML, then RTF, first. */
-    Rendering choose(MessageFile& file, Form form) const {
+    Rendering choose(MessageFile& file, Form form, uint32_t charset) const {
         uint32_t options = form == Form::Text ? 0 : EML_EXTRACT_PREFER_RICH;
         Form given = formOf(file.message(), options);
         if (given != form) {
@@ -93,7 +97,7 @@ class RenderRun final : public CommandRun {
                 fmt::format("has no {} body; --to={} gives what it has", nameOf(form), nameOf(given)));
         }
         if (bodyOnly_) options |= EML_EXTRACT_BODY_ONLY;
-        return {options, form == Form::Text ? charset_ : 0};
+        return {options, form == Form::Text ? charset : 0};
     }
 
     void extract(MessageFile& file, const Rendering& rendering, emlhost::Output& output) const {
@@ -137,7 +141,7 @@ class RenderRun final : public CommandRun {
     std::vector<std::string> files_;
     std::string to_ = "text";
     std::string outputPath_;
-    uint32_t charset_ = EML_CHARSET_UTF_8;
+    std::string charset_ = "53";
     bool bodyOnly_ = false;
     bool overwrite_ = false;
     bool force_ = false;

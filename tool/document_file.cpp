@@ -8,6 +8,9 @@ namespace emltool {
 
 std::unique_ptr<emlhost::FileOutput> createDocument(const std::string& path, mode_t mode) {
     std::error_code error;
+    if (std::filesystem::is_directory(path, error)) {
+        throw Problem(ExitCode::Output, "is-a-directory", path, "is a directory; name a file in it");
+    }
     auto output =
         emlhost::FileOutput::create(std::filesystem::path(path).parent_path().string(), error, mode);
     if (output == nullptr) throw Problem(ExitCode::Output, "cannot-write", path, describe(error));

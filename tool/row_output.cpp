@@ -18,6 +18,11 @@ Problem outputProblem(const std::string& path, int failure, const char* advice =
     return {ExitCode::Output, "write-failed", path, describe({failure, std::system_category()}) + advice};
 }
 
+bool isDirectory(const std::string& path) {
+    struct stat found {};
+    return ::stat(path.c_str(), &found) == 0 && S_ISDIR(found.st_mode);
+}
+
 }  // namespace
 
 RowOutput::RowOutput(std::string path, bool resume, FinishedRows& finished) : path_(std::move(path)) {
@@ -31,12 +36,17 @@ RowOutput::RowOutput(std::string path, bool resume, FinishedRows& finished) : pa
 void RowOutput::create(bool resume) {
     int flags = O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY | (resume ? 0 : O_EXCL);
     file_ = emlhost::UniqueDescriptor(::open(path_.c_str(), flags, 0644));
-    if (!file_.valid() && errno == EEXIST) {
+    int failure = errno;
+    if (!file_.valid() && isDirectory(path_)) {
+        throw Problem(ExitCode::Output, "is-a-directory", path_, "is a directory; name a file in it");
+    }
+    if (!file_.valid() && failure == EEXIST) {
         throw Problem(ExitCode::Output, "exists", path_,
                       "already exists, not overwritten; --resume continues it, or choose another file");
     }
     struct stat found {};
-    if (!file_.valid() || ::fstat(file_.get(), &found) != 0) throw outputProblem(path_, errno);
+    if (!file_.valid()) throw outputProblem(path_, failure);
+    if (::fstat(file_.get(), &found) != 0) throw outputProblem(path_, errno);
     if (!S_ISREG(found.st_mode)) {
         throw Problem(ExitCode::Output, "no-file", path_,
                       "is no regular file; redirect standard output to it");

@@ -4,6 +4,18 @@
 
 namespace emltool {
 
+namespace {
+
+template <typename Number>
+std::optional<Number> parseWhole(std::string_view text) {
+    Number value{};
+    auto [behind, failure] = std::from_chars(text.data(), text.data() + text.size(), value);
+    bool whole = failure == std::errc{} && behind == text.data() + text.size();
+    return whole ? std::optional(value) : std::nullopt;
+}
+
+}  // namespace
+
 std::optional<uint64_t> parseSize(std::string_view text) {
     uint64_t value = 0;
     auto [behind, failure] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -17,5 +29,9 @@ std::optional<uint64_t> parseSize(std::string_view text) {
     if (value > UINT64_MAX >> shift) return std::nullopt;
     return value << shift;
 }
+
+std::optional<uint32_t> parseNumber(std::string_view text) { return parseWhole<uint32_t>(text); }
+
+std::optional<double> parseDecimal(std::string_view text) { return parseWhole<double>(text); }
 
 }  // namespace emltool

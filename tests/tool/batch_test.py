@@ -251,8 +251,9 @@ def wrong_usage():
         ("--shard=4/3", "m.eml"): "--shard=4/3: not K/N with K from 1 to N, as in 3/16",
         ("--shard=1", "m.eml"): "--shard=1: not K/N with K from 1 to N, as in 3/16",
         ("--shard=1/2x", "m.eml"): "--shard=1/2x: not K/N with K from 1 to N, as in 3/16",
-        ("--timeout=-1", "m.eml"): "--timeout=-1: not a number of seconds",
-        ("--timeout=nan", "m.eml"): "--timeout=nan: not a number of seconds",
+        ("--timeout=-1", "m.eml"): "--timeout=-1: not a number of seconds from 0 to 1000000",
+        ("--timeout=nan", "m.eml"): "--timeout=nan: not a number of seconds from 0 to 1000000",
+        ("--timeout=x", "m.eml"): "--timeout=x: not a number of seconds from 0 to 1000000",
         ("--max-memory=1M", "m.eml"): "--max-memory=1M: not a size of 16M or more, as in 512M or 2G",
         ("--max-memory=2GB", "m.eml"): "--max-memory=2GB: not a size of 16M or more, as in 512M or 2G",
         ("--max-memory=99999999999G", "m.eml"):
@@ -753,13 +754,13 @@ def progress_is_for_terminals():
     os.close(follower)
     process.stdin.write(b"a.eml\n")
     process.stdin.flush()
-    text = read_terminal(leader, b"\r\x1b[K1 messages, 0 with errors, ")
+    text = read_terminal(leader, b"\r\x1b[K1 message, 0 with errors, ")
     process.stdin.close()
     text = read_terminal(leader, b"1 message read, 0 of them with errors\r\n", text)
     equal(process.wait(), 0)
     process.stdout.close()
     os.close(leader)
-    equal(b"\r\x1b[K1 messages, 0 with errors, " in text, True, repr(text))
+    equal(b"\r\x1b[K1 message, 0 with errors, " in text, True, repr(text))
     end = b" a second\r\x1b[Keml: 1 message read, 0 of them with errors\r\n"
     equal(text.endswith(end), True, repr(text))
 
