@@ -1,13 +1,12 @@
 #include "tool/batch_worker.h"
 
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <new>
 
 #include "standalone/write_all.h"
+#include "tool/process_limits.h"
 #include "tool/worker_frames.h"
 
 namespace emltool {
@@ -41,26 +40,6 @@ bool writeReply(int descriptor, const BatchRow& row) {
                  ReplyHeader{row.line.size(), static_cast<uint64_t>(row.kind), row.outOfMemory ? 1u : 0u});
     bytes += row.line;
     return emlhost::writeAll(descriptor, {reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()}) == 0;
-}
-
-/* The address space in use; 0 where the system does not say. */
-uint64_t addressSpace() {
-    uint64_t pages = 0;
-    if (std::FILE* file = std::fopen("/proc/self/statm", "re")) {
-        unsigned long long first = 0;
-        char line[64];
-        if (std::fgets(line, sizeof line, file) != nullptr) first = std::strtoull(line, nullptr, 10);
-        pages = first;
-        std::fclose(file);
-    }
-    return pages * static_cast<uint64_t>(::sysconf(_SC_PAGESIZE));
-}
-
-void setSoftLimit(int resource, rlim_t value) {
-    struct rlimit limit {};
-    if (::getrlimit(static_cast<__rlimit_resource_t>(resource), &limit) != 0) return;
-    limit.rlim_cur = limit.rlim_max < value ? limit.rlim_max : value;
-    ::setrlimit(static_cast<__rlimit_resource_t>(resource), &limit);
 }
 
 /* Memory above what the program itself takes. The hard limit stays, so that liftMemoryLimit can. */

@@ -19,20 +19,6 @@ namespace {
                   "cannot start a worker process: " + describe({failure, std::system_category()}));
 }
 
-/* A worker ends with its parent, however that ends, and by nothing that was meant for the parent: Ctrl-C goes
- * to both. When memory is short it goes before its parent. */
-void becomeWorker(pid_t parent) {
-    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (::getppid() != parent) ::_exit(0);
-    for (int number : {SIGINT, SIGTERM, SIGHUP}) std::signal(number, SIG_IGN);
-    std::signal(SIGPIPE, SIG_DFL);
-    int score = ::open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC);
-    if (score >= 0) {
-        [[maybe_unused]] ssize_t written = ::write(score, "500", 3);
-        ::close(score);
-    }
-}
-
 }  // namespace
 
 WorkerProcess::Pipe WorkerProcess::makePipe() {
@@ -118,6 +104,18 @@ int WorkerProcess::wait() {
     }
     id_ = -1;
     return status;
+}
+
+void becomeWorker(pid_t parent) {
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (::getppid() != parent) ::_exit(0);
+    for (int number : {SIGINT, SIGTERM, SIGHUP}) std::signal(number, SIG_IGN);
+    std::signal(SIGPIPE, SIG_DFL);
+    int score = ::open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC);
+    if (score >= 0) {
+        [[maybe_unused]] ssize_t written = ::write(score, "500", 3);
+        ::close(score);
+    }
 }
 
 std::string describeStatus(int status) {

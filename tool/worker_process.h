@@ -69,6 +69,10 @@ class WorkerProcess {
     bool broken_ = false;
 };
 
+/* What a new process does first: from here on it ends with its parent, however that ends, and by nothing that
+ * was meant for the parent, as Ctrl-C is. When memory is short it goes before its parent. */
+void becomeWorker(pid_t parent);
+
 /* "crashed (SIGSEGV)" or "ended with exit code 3". */
 std::string describeStatus(int status);
 
