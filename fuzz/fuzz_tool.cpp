@@ -260,7 +260,7 @@ void records(Choices&, std::string_view text) {
 
 class OpensAll final : public emltool::AttachmentVisitor {
   public:
-    void visit(emlhost::OpenMessage&, emltool::SubFileEntry& entry) override {
+    void visit(emltool::SubFileContent&, emltool::SubFileEntry& entry) override {
         entry.safeName = emltool::safeName(entry.name, emltool::dotted(entry.path));
         requireSafe(entry.safeName);
     }

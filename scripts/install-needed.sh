@@ -19,6 +19,7 @@ g++                  command -v g++
 libcli11-dev         has_header CLI/CLI.hpp
 libfmt-dev           has_header fmt/format.h
 rapidjson-dev        has_header rapidjson/writer.h
+libytnef0-dev        has_header ytnef.h
 '
 test_needs='
 g++-multilib         links_32_bit

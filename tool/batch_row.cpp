@@ -41,16 +41,16 @@ class RowVisitor final : public AttachmentVisitor {
   public:
     explicit RowVisitor(const RowOptions& options) : options_(options) {}
 
-    void visit(emlhost::OpenMessage& message, SubFileEntry& entry) override {
+    void visit(SubFileContent& content, SubFileEntry& entry) override {
         if (options_.digest) {
             DigestOutput output;
-            emlhost::Extraction extraction = message.extract(entry.path.back(), output);
+            emlhost::Extraction extraction = content.extract(output);
             if (extraction.status == EML_OK && (extraction.flags & EML_EXTRACT_NOT_IN_FILE) == 0) {
                 entry.size = output.size();
                 entry.sha256 = output.digest();
             }
         } else {
-            entry.size = decodedSize(message, entry.path.back());
+            entry.size = decodedSize(content);
         }
         entry.safeName = names_.take(safeName(entry.name, dotted(entry.path)));
     }

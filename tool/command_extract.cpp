@@ -19,7 +19,7 @@ class ChoiceVisitor final : public AttachmentVisitor {
   public:
     explicit ChoiceVisitor(Selection& selection) : selection_(selection) {}
 
-    void visit(emlhost::OpenMessage&, SubFileEntry& entry) override {
+    void visit(SubFileContent&, SubFileEntry& entry) override {
         if (selection_.wants(entry.path)) chosen_.push_back(entry.path);
     }
     bool opens(const SubFileEntry& entry) const override { return selection_.reachesInto(entry.path); }
@@ -36,10 +36,10 @@ class StandardOutputVisitor final : public AttachmentVisitor {
   public:
     StandardOutputVisitor(MessageFile& file, const SubFilePath& path) : file_(file), path_(path) {}
 
-    void visit(emlhost::OpenMessage& message, SubFileEntry& entry) override {
+    void visit(SubFileContent& content, SubFileEntry& entry) override {
         if (entry.path != path_) return;
         emlhost::DescriptorOutput output(STDOUT_FILENO);
-        emlhost::Extraction extraction = message.extract(path_.back(), output);
+        emlhost::Extraction extraction = content.extract(output);
         file_.checkReads();
         if (output.error() == std::errc::broken_pipe) throw BrokenPipe{};
         if (output.error()) {
@@ -91,7 +91,8 @@ class ExtractRun final : public CommandRun {
                        "sub-file to extract, as \"eml list\" numbers them (repeatable)")
             ->type_name("N")
             ->allow_extra_args(false);
-        app.add_flag("-r,--recursive", recursive_, "attachments of embedded messages too, 32 deep at most");
+        app.add_flag("-r,--recursive", recursive_,
+                     "attachments of embedded messages and winmail.dat too, 32 deep at most");
         app.add_option("-o,--output", folder_, "folder to write into, made if missing; - is standard output")
             ->type_name("DIR");
         app.add_option("--on-conflict", onConflict_,

@@ -19,8 +19,8 @@ constexpr size_t kLabelWidth = 14;
 /* Learns the decoded sizes; nothing is opened. */
 class SizeVisitor final : public AttachmentVisitor {
   public:
-    void visit(emlhost::OpenMessage& message, SubFileEntry& entry) override {
-        entry.size = decodedSize(message, entry.path.back());
+    void visit(SubFileContent& content, SubFileEntry& entry) override {
+        entry.size = decodedSize(content);
         entry.safeName = names_.take(safeName(entry.name, dotted(entry.path)));
     }
     bool opens(const SubFileEntry&) const override { return false; }
@@ -83,13 +83,12 @@ class InfoRun final : public CommandRun {
                 console.report(problem);
                 tally.failed(problem.exit);
             }
-            first = false;
         }
         return tally.exitCode();
     }
 
   private:
-    void show(Console& console, const GlobalOptions& options, const std::string& path, bool first) const {
+    void show(Console& console, const GlobalOptions& options, const std::string& path, bool& first) const {
         MessageFile file(path, force_);
         SizeVisitor visitor;
         MessageTree tree = readTree(file, visitor);
@@ -101,6 +100,7 @@ class InfoRun final : public CommandRun {
         if (files_.size() > 1) {
             console.print((first ? "" : "\n") + console.style().label(visible(file.name()) + ":") + "\n");
         }
+        first = false;
         printTree(console, tree);
     }
 

@@ -18,8 +18,8 @@ class ListVisitor final : public AttachmentVisitor {
   public:
     explicit ListVisitor(bool recursive) : recursive_(recursive) {}
 
-    void visit(emlhost::OpenMessage& message, SubFileEntry& entry) override {
-        entry.size = decodedSize(message, entry.path.back());
+    void visit(SubFileContent& content, SubFileEntry& entry) override {
+        entry.size = decodedSize(content);
         entry.safeName = names_.take(safeName(entry.name, dotted(entry.path)));
     }
     bool opens(const SubFileEntry&) const override { return recursive_; }
@@ -31,6 +31,7 @@ class ListVisitor final : public AttachmentVisitor {
 
 const char* kindOf(const SubFileEntry& entry) {
     if (entry.info.kind == EML_KIND_MESSAGE || entry.isEmbeddedMessage()) return "message";
+    if (entry.isTnef) return "tnef";
     return "attachment";
 }
 
@@ -103,7 +104,8 @@ class ListRun final : public CommandRun {
   public:
     explicit ListRun(CLI::App& app) {
         app.add_option("FILE", files_, "messages; - is standard input")->type_name("");
-        app.add_flag("-r,--recursive", recursive_, "open embedded messages too, 32 deep at most");
+        app.add_flag("-r,--recursive", recursive_,
+                     "open embedded messages and winmail.dat too, 32 deep at most");
         app.add_flag("--force", force_, "read the file even if it does not look like a message");
     }
 
@@ -122,13 +124,12 @@ class ListRun final : public CommandRun {
                 console.report(problem);
                 tally.failed(problem.exit);
             }
-            first = false;
         }
         return tally.exitCode();
     }
 
   private:
-    void list(Console& console, const GlobalOptions& options, const std::string& path, bool first) const {
+    void list(Console& console, const GlobalOptions& options, const std::string& path, bool& first) const {
         MessageFile file(path, force_);
         ListVisitor visitor(recursive_);
         MessageTree tree = readTree(file, visitor);
@@ -140,6 +141,7 @@ class ListRun final : public CommandRun {
         if (files_.size() > 1) {
             console.print((first ? "" : "\n") + console.style().label(visible(file.name()) + ":") + "\n");
         }
+        first = false;
         std::vector<Row> rows;
         gatherRows(tree, console.verbose(), rows);
         printRows(console, rows);

@@ -1,6 +1,8 @@
 /* eml version */
-#include "tool/command.h"
+#include <fmt/format.h>
 
+#include "tool/command.h"
+#include "tool/tnef.h"
 #include "tool/version.h"
 
 namespace emltool {
@@ -10,8 +12,14 @@ namespace {
 class VersionRun final : public CommandRun {
   public:
     ExitCode run(Console& console, const GlobalOptions& options) override {
-        console.print(options.json ? std::string("{\"schema\":\"eml/1\",\"version\":\"") + kVersion + "\"}\n"
-                                   : std::string("eml ") + kVersion + "\n");
+        if (options.json) {
+            console.print(fmt::format("{{\"schema\":\"eml/1\",\"version\":\"{}\",\"features\":[{}]}}\n",
+                                      kVersion, readsTnef() ? "\"tnef\"" : ""));
+        } else {
+            console.print(fmt::format("eml {}\n", kVersion));
+            console.print(fmt::format("TNEF (winmail.dat): {}\n",
+                                      readsTnef() ? "unpacked" : "not unpacked, built without libytnef"));
+        }
         return ExitCode::Done;
     }
 };

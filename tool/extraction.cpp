@@ -114,10 +114,10 @@ Extractor::Extractor(MessageFile& file, Selection& selection, ExtractionOptions 
     if (options_.folder == ".") options_.folder.clear();
 }
 
-void Extractor::visit(emlhost::OpenMessage& message, SubFileEntry& entry) {
+void Extractor::visit(SubFileContent& content, SubFileEntry& entry) {
     if (!selection_.wants(entry.path)) return;
     try {
-        extract(message, entry);
+        extract(content, entry);
     } catch (const Problem& problem) {
         if (problem.exit == ExitCode::Internal) throw;
         entry.outcome = Outcome::Failed;
@@ -125,7 +125,7 @@ void Extractor::visit(emlhost::OpenMessage& message, SubFileEntry& entry) {
     }
 }
 
-void Extractor::extract(emlhost::OpenMessage& message, SubFileEntry& entry) {
+void Extractor::extract(SubFileContent& content, SubFileEntry& entry) {
     if (!entry.isInFile()) {
         std::string text = fmt::format("sub-file {}: only its name is in the message", dotted(entry.path));
         throw Problem(ExitCode::NoSubFile, "not-in-file", file_.name(), text);
@@ -133,7 +133,7 @@ void Extractor::extract(emlhost::OpenMessage& message, SubFileEntry& entry) {
     entry.safeName = names_.take(safeName(entry.name, dotted(entry.path)));
     entry.filePath = pathOf(entry.safeName);
     if (options_.onlyPlan) {
-        entry.size = decodedSize(message, entry.path.back());
+        entry.size = decodedSize(content);
         entry.outcome = Outcome::Planned;
         return;
     }
@@ -150,7 +150,7 @@ void Extractor::extract(emlhost::OpenMessage& message, SubFileEntry& entry) {
         throw cannotWrite(options_.folder.empty() ? entry.filePath : options_.folder, pending.error(), false);
     }
     emlhost::FileOutput& output = *pending.output();
-    emlhost::Extraction extraction = message.extract(entry.path.back(), output);
+    emlhost::Extraction extraction = content.extract(output);
     file_.checkReads();
     if (output.error()) throw cannotWrite(entry.filePath, output.error(), true);
     if (extraction.status == EML_NO_MEMORY) throw outOfMemory(file_.name());

@@ -58,11 +58,11 @@ class Extractor final : public AttachmentVisitor {
   public:
     Extractor(MessageFile& file, Selection& selection, ExtractionOptions options);
 
-    void visit(emlhost::OpenMessage& message, SubFileEntry& entry) override;
+    void visit(SubFileContent& content, SubFileEntry& entry) override;
     bool opens(const SubFileEntry& entry) const override { return selection_.reachesInto(entry.path); }
 
   private:
-    void extract(emlhost::OpenMessage& message, SubFileEntry& entry);
+    void extract(SubFileContent& content, SubFileEntry& entry);
     void commit(emlhost::FileOutput& output, SubFileEntry& entry);
     void prepareFolder();
     std::string pathOf(const std::string& name) const;

@@ -63,13 +63,16 @@ const char* outcomeName(Outcome outcome) {
 }
 
 void putMessage(Writer& json, const MessageTree& tree);
+void putSubFiles(Writer& json, const MessageTree& tree);
 
-void putFlags(Writer& json, uint32_t flags) {
+void putFlags(Writer& json, const SubFileEntry& entry) {
+    uint32_t flags = entry.info.flags;
     json.Key("flags");
     json.StartArray();
     if ((flags & EML_SUB_FILE_MESSAGE) != 0) json.String("embedded-message");
     if ((flags & EML_SUB_FILE_NOT_IN_FILE) != 0) json.String("not-in-file");
     if ((flags & EML_SUB_FILE_ENCRYPTED) != 0) json.String("encrypted");
+    if (entry.isTnef) json.String("tnef");
     json.EndArray();
 }
 
@@ -87,16 +90,18 @@ void putEntry(Writer& json, const SubFileEntry& entry) {
     if (!isMessage && entry.info.size >= 0) {
         putSize(json, "stored_size", static_cast<uint64_t>(entry.info.size));
     }
-    putFlags(json, entry.info.flags);
+    putFlags(json, entry);
     if (!entry.sha256.empty()) putField(json, "sha256", entry.sha256);
     if (entry.outcome != Outcome::None) {
         putField(json, "outcome", outcomeName(entry.outcome));
         if (!entry.filePath.empty()) putField(json, "path", entry.filePath);
     }
     if (entry.problem) putProblem(json, *entry.problem);
-    if (entry.message != nullptr) {
+    if (entry.message != nullptr && entry.message->isMessage) {
         json.Key("message");
         putMessage(json, *entry.message);
+    } else if (entry.message != nullptr) {
+        putSubFiles(json, *entry.message);
     }
     json.EndObject();
 }
@@ -129,6 +134,13 @@ void putMetadata(Writer& json, const std::vector<MetadataField>& fields) {
     json.EndObject();
 }
 
+void putSubFiles(Writer& json, const MessageTree& tree) {
+    json.Key("sub_files");
+    json.StartArray();
+    for (const SubFileEntry& entry : tree.subFiles) putEntry(json, entry);
+    json.EndArray();
+}
+
 void putMessage(Writer& json, const MessageTree& tree) {
     json.StartObject();
     putField(json, "name", tree.name);
@@ -151,10 +163,7 @@ void putMessage(Writer& json, const MessageTree& tree) {
     json.Uint64(tree.bytes);
     if (!tree.sha256.empty()) putField(json, "sha256", tree.sha256);
     putMetadata(json, tree.metadata);
-    json.Key("sub_files");
-    json.StartArray();
-    for (const SubFileEntry& entry : tree.subFiles) putEntry(json, entry);
-    json.EndArray();
+    putSubFiles(json, tree);
     if (tree.text) putField(json, "text", *tree.text);
     json.EndObject();
 }

@@ -1,13 +1,16 @@
 #include "tool/message_tree.h"
 
 #include <fmt/format.h>
+#include <strings.h>
 
 #include <algorithm>
 #include <charconv>
 
 #include "tool/date_text.h"
 #include "tool/name_decoding.h"
+#include "tool/sub_file_content.h"
 #include "tool/temporary_file.h"
+#include "tool/tnef.h"
 
 namespace emltool {
 
@@ -41,6 +44,21 @@ void readMetadata(emlhost::OpenMessage& message, const std::optional<int64_t>& d
     if (date) tree.date = dateText(*date, sent);
 }
 
+uint64_t storedSize(const SubFileEntry& entry) { return static_cast<uint64_t>(std::max(entry.info.size, 0)); }
+
+/* A file of a TNEF that is an e-mail message: by its type or its name, and by how it begins. */
+bool isMessage(const TnefFile& file) {
+    constexpr size_t kExamined = size_t{64} << 10;
+    constexpr std::string_view kSuffix = ".eml";
+    std::string_view name = file.name;
+    bool named = name.size() >= kSuffix.size() &&
+                 ::strcasecmp(file.name.c_str() + name.size() - kSuffix.size(), kSuffix.data()) == 0;
+    bool typed = ::strcasecmp(file.type.c_str(), "message/rfc822") == 0;
+    std::string_view beginning(reinterpret_cast<const char*>(file.bytes.data()),
+                               std::min(file.bytes.size(), kExamined));
+    return (named || typed) && hasHeaderField(beginning);
+}
+
 class TreeReader {
   public:
     TreeReader(MessageFile& file, AttachmentVisitor& visitor)
@@ -53,10 +71,16 @@ class TreeReader {
     }
 
   private:
+    using Warnings = std::vector<std::string>;
+
     MessageTree readMessage(emlhost::OpenMessage& message, uint64_t bytes, const SubFilePath& path);
     SubFileEntry readEntry(emlhost::OpenMessage& message, int32_t number, const SubFilePath& path);
-    void openEmbedded(emlhost::OpenMessage& message, SubFileEntry& entry, std::vector<std::string>& warnings);
-    void openEmbedded(emlhost::Input& input, SubFileEntry& entry, std::vector<std::string>& warnings);
+    void openPart(PartContent& content, SubFileEntry& entry, Warnings& warnings);
+    bool mayOpen(const SubFileEntry& entry, uint64_t bytes, Warnings& warnings);
+    void openEmbedded(PartContent& content, SubFileEntry& entry, Warnings& warnings);
+    void openEmbedded(emlhost::Input& input, SubFileEntry& entry, Warnings& warnings);
+    void openTnef(std::span<const uint8_t> bytes, SubFileEntry& entry, Warnings& warnings);
+    SubFileEntry readTnefFile(const TnefFile& file, const SubFilePath& path, Warnings& warnings);
 
     MessageFile& file_;
     AttachmentVisitor& visitor_;
@@ -64,6 +88,7 @@ class TreeReader {
      * to let parts overlap, though, and then the work would grow with every level; so the embedded messages
      * that are opened may have as many bytes together as ordinary ones at the greatest depth. */
     uint64_t budget_;
+    uint64_t tnefInMemory_ = 0; /* bytes of TNEF that are being unpacked, one inside the other */
 };
 
 MessageTree TreeReader::readMessage(emlhost::OpenMessage& message, uint64_t bytes, const SubFilePath& path) {
@@ -81,10 +106,9 @@ MessageTree TreeReader::readMessage(emlhost::OpenMessage& message, uint64_t byte
             tree.encrypted = (entry.info.flags & EML_SUB_FILE_ENCRYPTED) != 0;
             readMetadata(message, entry.info.date, tree);
         } else {
-            visitor_.visit(message, entry);
-            if (entry.isEmbeddedMessage() && visitor_.opens(entry)) {
-                openEmbedded(message, entry, tree.warnings);
-            }
+            PartContent content(message, entry.path.back());
+            visitor_.visit(content, entry);
+            if (visitor_.opens(entry)) openPart(content, entry, tree.warnings);
         }
         tree.subFiles.push_back(std::move(entry));
     }
@@ -105,26 +129,50 @@ SubFileEntry TreeReader::readEntry(emlhost::OpenMessage& message, int32_t number
     return entry;
 }
 
-/* Extracts an embedded message and opens what came out. */
-void TreeReader::openEmbedded(emlhost::OpenMessage& message, SubFileEntry& entry,
-                              std::vector<std::string>& warnings) {
+/* Opens what is inside a sub-file, where it is something that is opened. */
+void TreeReader::openPart(PartContent& content, SubFileEntry& entry, Warnings& warnings) {
+    if (entry.isEmbeddedMessage()) {
+        openEmbedded(content, entry, warnings);
+        return;
+    }
+    entry.isTnef = readsTnef() && entry.isInFile() && beginsTnef(content.beginning());
+    uint64_t stored = storedSize(entry);
+    if (!entry.isTnef || !mayOpen(entry, stored, warnings)) return;
+    if (stored > 2 * kLargestTnef) {
+        warnings.push_back(fmt::format("sub-file {}: not unpacked, it is too large", dotted(entry.path)));
+        return;
+    }
+    emlhost::MemoryOutput output;
+    content.extract(output);
+    if (output.error()) throw outOfMemory(file_.name());
+    openTnef(output.bytes(), entry, warnings);
+}
+
+/* Whether something of so many bytes may be opened; they are counted then. */
+bool TreeReader::mayOpen(const SubFileEntry& entry, uint64_t bytes, Warnings& warnings) {
     if (entry.path.size() > kDeepestMessage) {
         warnings.push_back(fmt::format("sub-file {}: not opened, more than {} messages inside each other",
                                        dotted(entry.path), kDeepestMessage));
-        return;
+        return false;
     }
-    auto stored = static_cast<uint32_t>(std::max(entry.info.size, 0));
-    if (stored > budget_) {
+    if (bytes > budget_) {
         warnings.push_back(
             fmt::format("sub-file {}: not opened, its parts overlap too often", dotted(entry.path)));
-        return;
+        return false;
     }
-    budget_ -= stored;
+    budget_ -= bytes;
+    return true;
+}
 
-    constexpr uint32_t kLargestInMemory = uint32_t{4} << 20;
+/* Extracts an embedded message and opens what came out. */
+void TreeReader::openEmbedded(PartContent& content, SubFileEntry& entry, Warnings& warnings) {
+    uint64_t stored = storedSize(entry);
+    if (!mayOpen(entry, stored, warnings)) return;
+
+    constexpr uint64_t kLargestInMemory = uint64_t{4} << 20;
     if (stored <= kLargestInMemory) {
         emlhost::MemoryOutput output;
-        emlhost::Extraction extraction = message.extract(entry.path.back(), output);
+        emlhost::Extraction extraction = content.extract(output);
         if (extraction.status == EML_NO_MEMORY || output.error()) throw outOfMemory(file_.name());
         emlhost::MemoryInput input(output.bytes());
         openEmbedded(input, entry, warnings);
@@ -132,7 +180,7 @@ void TreeReader::openEmbedded(emlhost::OpenMessage& message, SubFileEntry& entry
     }
     TemporaryFile temporary;
     emlhost::DescriptorOutput output(temporary.descriptor());
-    message.extract(entry.path.back(), output);
+    content.extract(output);
     std::error_code error = output.error();
     std::unique_ptr<emlhost::DescriptorInput> input;
     if (!error) input = emlhost::DescriptorInput::fromDescriptor(temporary.release(), error);
@@ -140,8 +188,7 @@ void TreeReader::openEmbedded(emlhost::OpenMessage& message, SubFileEntry& entry
     openEmbedded(*input, entry, warnings);
 }
 
-void TreeReader::openEmbedded(emlhost::Input& input, SubFileEntry& entry,
-                              std::vector<std::string>& warnings) {
+void TreeReader::openEmbedded(emlhost::Input& input, SubFileEntry& entry, Warnings& warnings) {
     emlhost::OpenMessage embedded(input, file_.services(), kOpenFlags);
     if (embedded.status() == EML_NO_MEMORY) throw outOfMemory(file_.name());
     if (!embedded.usable()) {
@@ -150,6 +197,54 @@ void TreeReader::openEmbedded(emlhost::Input& input, SubFileEntry& entry,
         return;
     }
     entry.message = std::make_unique<MessageTree>(readMessage(embedded, input.size(), entry.path));
+}
+
+/* The files of a TNEF become its sub-files, numbered from 1 as the attachments of a message are. */
+void TreeReader::openTnef(std::span<const uint8_t> bytes, SubFileEntry& entry, Warnings& warnings) {
+    if (tnefInMemory_ + bytes.size() > kLargestTnef) {
+        warnings.push_back(fmt::format("sub-file {}: not unpacked, it is too large", dotted(entry.path)));
+        return;
+    }
+    tnefInMemory_ += bytes.size();
+    TnefContent content = unpackTnef(bytes);
+    if (!content.problem.empty()) {
+        const char* how = content.files.empty() ? "not unpacked" : "unpacked in part";
+        warnings.push_back(fmt::format("sub-file {}: {}, {}", dotted(entry.path), how, content.problem));
+    }
+    MessageTree tree;
+    tree.isMessage = false;
+    tree.bytes = bytes.size();
+    SubFilePath path = entry.path;
+    path.push_back(0);
+    for (const TnefFile& file : content.files) {
+        ++path.back();
+        tree.subFiles.push_back(readTnefFile(file, path, warnings));
+    }
+    entry.message = std::make_unique<MessageTree>(std::move(tree));
+    tnefInMemory_ -= bytes.size();
+}
+
+SubFileEntry TreeReader::readTnefFile(const TnefFile& file, const SubFilePath& path, Warnings& warnings) {
+    SubFileEntry entry;
+    entry.path = path;
+    entry.name = file.name;
+    entry.info.name = file.name;
+    entry.info.kind = EML_KIND_ATTACHMENT;
+    entry.info.size = -1; /* no place of its own in the message */
+    if (isMessage(file)) entry.info.flags |= EML_SUB_FILE_MESSAGE;
+    BytesContent content(file.bytes);
+    visitor_.visit(content, entry);
+    if (!visitor_.opens(entry)) return entry;
+    entry.isTnef = beginsTnef(file.bytes);
+    bool opened = entry.isTnef || entry.isEmbeddedMessage();
+    if (!opened || !mayOpen(entry, file.bytes.size(), warnings)) return entry;
+    if (entry.isTnef) {
+        openTnef(file.bytes, entry, warnings);
+    } else {
+        emlhost::MemoryInput input(file.bytes);
+        openEmbedded(input, entry, warnings);
+    }
+    return entry;
 }
 
 }  // namespace
@@ -175,9 +270,9 @@ MessageTree readTree(MessageFile& file, AttachmentVisitor& visitor) {
     return TreeReader(file, visitor).read();
 }
 
-std::optional<uint64_t> decodedSize(emlhost::OpenMessage& message, int32_t number) {
+std::optional<uint64_t> decodedSize(SubFileContent& content) {
     CountingOutput output;
-    emlhost::Extraction extraction = message.extract(number, output);
+    emlhost::Extraction extraction = content.extract(output);
     bool hasContent = extraction.status == EML_OK && (extraction.flags & EML_EXTRACT_NOT_IN_FILE) == 0;
     return hasContent ? std::optional<uint64_t>(output.size()) : std::nullopt;
 }

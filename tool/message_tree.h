@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -50,7 +51,8 @@ struct SubFileEntry {
     std::string safeName;                 /* attachments: the name for its file */
     std::optional<uint64_t> size;         /* decoded; none when it is not known */
     std::string sha256;                   /* of the decoded bytes, in hexadecimal; empty unless asked for */
-    std::unique_ptr<MessageTree> message; /* embedded messages that were opened */
+    bool isTnef = false;                  /* found when it was to be opened */
+    std::unique_ptr<MessageTree> message; /* what is inside an embedded message or a TNEF that was opened */
 
     Outcome outcome = Outcome::None;
     std::string filePath;
@@ -60,7 +62,9 @@ struct SubFileEntry {
     bool isInFile() const { return (info.flags & EML_SUB_FILE_NOT_IN_FILE) == 0; }
 };
 
+/* A message, or the files of a TNEF, which are nothing but sub-files. */
 struct MessageTree {
+    bool isMessage = true;
     std::string name; /* empty when the message has none */
     uint32_t charset = 0;
     bool encrypted = false;
@@ -73,25 +77,34 @@ struct MessageTree {
     std::vector<std::string> warnings;
 };
 
+/* The content of one sub-file. */
+class SubFileContent {
+  public:
+    virtual ~SubFileContent() = default;
+
+    /* Writes it, decoded, into `output`. Look at the output's error() too. */
+    virtual emlhost::Extraction extract(emlhost::Output& output) = 0;
+};
+
 /* What is to be done with each attachment, in the order of the messages, while its message is open. */
 class AttachmentVisitor {
   public:
     virtual ~AttachmentVisitor() = default;
 
-    virtual void visit(emlhost::OpenMessage& message, SubFileEntry& entry) = 0;
+    virtual void visit(SubFileContent& content, SubFileEntry& entry) = 0;
 
-    /* Whether this embedded message is to be opened too. Asked after visit. */
+    /* Whether this one is to be opened too where it is an embedded message or a TNEF. Asked after visit. */
     virtual bool opens(const SubFileEntry& entry) const = 0;
 };
 
-/* Embedded messages are opened to this depth. */
+/* Embedded messages and TNEF are opened to this depth. */
 inline constexpr size_t kDeepestMessage = 32;
 
 /* Reads the whole tree of `file`. Throws Problem. */
 MessageTree readTree(MessageFile& file, AttachmentVisitor& visitor);
 
-/* Counts the bytes that sub-file `number` decodes to. */
-std::optional<uint64_t> decodedSize(emlhost::OpenMessage& message, int32_t number);
+/* Counts the bytes that a sub-file decodes to; nothing where they are not in the message. */
+std::optional<uint64_t> decodedSize(SubFileContent& content);
 
 }  // namespace emltool
 

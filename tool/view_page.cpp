@@ -57,13 +57,13 @@ class BytesVisitor final : public AttachmentVisitor {
   public:
     explicit BytesVisitor(uint64_t most) : most_(most) {}
 
-    void visit(emlhost::OpenMessage& message, SubFileEntry& entry) override {
+    void visit(SubFileContent& content, SubFileEntry& entry) override {
         auto number = static_cast<size_t>(entry.path.back());
         bytes_.resize(std::max(bytes_.size(), number + 1));
-        entry.size = decodedSize(message, entry.path.back());
+        entry.size = decodedSize(content);
         if (!entry.size || *entry.size > most_) return;
         emlhost::MemoryOutput output;
-        message.extract(entry.path.back(), output);
+        content.extract(output);
         if (output.error()) throw outOfMemory("");
         bytes_[number] = output.take();
     }

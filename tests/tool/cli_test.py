@@ -17,6 +17,8 @@ import sys
 import tempfile
 import time
 
+import tnef_writer as tnef
+
 EML = os.path.abspath(sys.argv[1]) if len(sys.argv) > 1 else sys.exit(__doc__)
 TESTS = []
 PATIENCE = 120  # seconds for one run
@@ -475,7 +477,12 @@ def show_of_several_files_names_each_and_goes_on_after_a_failure():
     write("b.eml", b"")
     text = "From:         a@example.org\nSubject:      Plain\n\nhello\n"
     expect(eml("a.eml", "b.eml", "a.eml"), 1, "eml: b.eml: the file is empty\n",
-           f"a.eml:\n\n{text}\nb.eml:\n\n\na.eml:\n\n{text}")
+           f"a.eml:\n\n{text}\na.eml:\n\n{text}")
+    expect(eml("show", "missing", "b.eml", "a.eml"), 1,
+           "eml: missing: no such file\neml: b.eml: the file is empty\n", f"a.eml:\n\n{text}")
+    for command in ("list", "info"):
+        lines = eml(command, "missing", "a.eml", "a.eml").out.splitlines()
+        equal((lines[0], lines.count("a.eml:"), lines.count("")), ("a.eml:", 2, 1), command)
 
 
 @test
@@ -488,6 +495,19 @@ def show_of_html_is_its_text():
            "eml: h.eml: warning: the text of an HTML message; --source shows it as it is\n", "Hello & you\n")
     write("plain.eml", simple(b"1 < 2 &amp; <b>no tag</b>"))
     expect(eml("show", "--body-only", "plain.eml"), 0, out="1 < 2 &amp; <b>no tag</b>\n")
+
+
+@test
+def show_knows_where_a_value_ends():
+    for words, subject in ((b"=?us-ascii?Q?a=0A?= =?utf-8?Q?c=C3=A4?=", "a c\u00e4"),
+                           (b"=?us-ascii?Q?a=0Ab=0A?=", "a b"),
+                           (b"=?utf-8?Q?=C3=A4=0A?= =?us-ascii?Q?a=0A?= =?iso-2022-jp?B?GyRCRnxLXBsoQg==?= e",
+                            "\u00e4 a \u65e5\u672c e")):
+        for charset in (b"utf-8", b"us-ascii"):
+            write("m.eml", simple(b"body", b"Subject: " + words, b"To: b@example.org",
+                                  kind=b"text/plain; charset=" + charset))
+            expect(eml("m.eml"), 0, out=f"From:         a@example.org\nSubject:      {subject}\n"
+                   "To:           b@example.org\n\nbody\n")
 
 
 @test
@@ -721,8 +741,10 @@ def render_into_what_cannot_be_written():
     write("m.eml", BOTH)
     os.mkdir("folder")
     expect(eml("render", "-o", "none/out", "m.eml"), 6, "eml: none/out: no such file or directory\n", "")
-    expect(eml("render", "--overwrite", "-o", "folder", "m.eml"), 6, "eml: folder: is a directory\n", "")
-    equal(eml("render", "-o", "folder/", "m.eml").code, 6)
+    for command, more in (("render", []), ("render", ["--overwrite"]), ("view", []), ("batch", [])):
+        for folder in ("folder", "folder/"):
+            expect(eml(command, *more, "-o", folder, "m.eml"), 6,
+                   f"eml: {folder}: is a directory; name a file in it\n", "")
     write("big.eml", simple((b"x" * 70 + b"\n") * 20000))
     shell = f'ulimit -f 100; exec "{EML}" render -o out.txt big.eml'
     run = subprocess.run(["bash", "-c", shell], capture_output=True, check=False)
@@ -806,7 +828,7 @@ def errors_of_every_command_that_reads():
         "notmail.eml": (4, "not an e-mail message (no header field found); --force reads it anyway"),
     }
     for name, (code, text) in refusals.items():
-        for command in ("list", "extract", "show", "info", "render", "records"):
+        for command in ("list", "extract", "show", "info", "render", "records", "view"):
             expect(eml(command, name), code, f"eml: {name}: {text}\n", "")
         error = json.loads(eml("--json", "info", name).out)["error"]
         equal((error["exit"], error["text"]), (code, text))
@@ -815,6 +837,226 @@ def errors_of_every_command_that_reads():
     for command in ("show", "info", "render", "records"):
         expect(eml(command, "--force", "notmail.eml"), 0)
         expect(eml(command, "-", stdin=b""), 4, "eml: standard input: the file is empty\n", "")
+
+
+# ---------------------------------------------------------------------------------------------------------
+# TNEF
+
+
+def winmail(*files, kind="application/ms-tnef", name="winmail.dat"):
+    return mixed(part(name, tnef.tnef(*files), kind=kind))
+
+
+def with_tnef(function):
+    """A test of a program that has been built with the library."""
+    def run_it():
+        if "tnef" not in json.loads(eml("--json", "version").out)["features"]:
+            return "built without libytnef"
+        return function()
+    run_it.__name__ = function.__name__
+    return test(run_it)
+
+
+def names_below(entry):
+    return [row["name"] for row in entry.get("sub_files", [])]
+
+
+TWO_FILES = (
+    tnef.attachment(b"some notes", b"NOTES~1.TXT",
+                    tnef.prop(tnef.LONG_NAME, "notes f\u00fcr sp\u00e4ter.txt")),
+    tnef.attachment(b"%PDF", b"report.pdf"),
+)
+
+
+@test
+def without_r_or_library_a_tnef_is_an_attachment():
+    write("m.eml", winmail(*TWO_FILES))
+    size = len(tnef.tnef(*TWO_FILES))
+    out = f"""\
+   #      SIZE  KIND        NAME
+   0      6 B   message     Test.mail
+   1    {size} B   attachment  winmail.dat
+"""
+    expect(eml("list", "m.eml"), 0, out=out)
+    if "tnef" not in json.loads(eml("--json", "version").out)["features"]:
+        expect(eml("list", "-r", "m.eml"), 0, out=out)
+        expect(eml("extract", "-r", "-o", "out", "m.eml"), 0)
+        equal(os.listdir("out"), ["winmail.dat"])
+
+
+@with_tnef
+def tnef_is_listed():
+    for kind, name in (("application/ms-tnef", "winmail.dat"), ("application/vnd.ms-tnef", "win.dat"),
+                       ("application/octet-stream", "ATT00001.bin")):
+        write("m.eml", winmail(*TWO_FILES, kind=kind, name=name))
+        expect(eml("list", "-r", "m.eml"), 0, out=f"""\
+   #      SIZE  KIND        NAME
+   0      6 B   message     Test.mail
+   1    {len(tnef.tnef(*TWO_FILES))} B   tnef        {name}
+ 1.1     10 B   attachment  notes f\u00fcr sp\u00e4ter.txt
+ 1.2      4 B   attachment  report.pdf
+""")
+    answer = json.loads(eml("--json", "list", "-r", "m.eml").out)
+    entry = answer["message"]["sub_files"][1]
+    equal((answer["status"], entry["kind"], entry["flags"]), ("ok", "attachment", ["tnef"]))
+    equal(entry["sub_files"][1], {"number": 2, "parent": -1, "kind": "attachment", "name": "report.pdf",
+                                  "safe_name": "report.pdf", "size": 4, "flags": []})
+    rows = eml("--json", "batch", "-r", "m.eml").out.splitlines()
+    validate(json.loads(rows[0]), SCHEMA)
+    equal(names_below(json.loads(rows[0])["message"]["sub_files"][1]), names_below(entry))
+
+
+@with_tnef
+def a_message_that_is_a_tnef_is_unpacked():
+    write("m.eml", b"From: a@example.org\nMIME-Version: 1.0\n"
+          b"Content-Type: application/ms-tnef; name=winmail.dat\n"
+          b"Content-Disposition: attachment; filename=winmail.dat\n"
+          b"Content-Transfer-Encoding: base64\n\n" + base64.encodebytes(tnef.tnef(*TWO_FILES)))
+    equal("1.2      4 B   attachment  report.pdf\n" in eml("list", "-r", "m.eml").out, True)
+
+
+@with_tnef
+def tnef_is_extracted():
+    write("m.eml", winmail(*TWO_FILES))
+    size = len(tnef.tnef(*TWO_FILES))
+    expect(eml("extract", "-r", "-o", "out", "m.eml"), 0, out=f"""\
+out/winmail.dat             {size} B
+out/notes f\u00fcr sp\u00e4ter.txt     10 B   (sub-file 1.1)
+out/report.pdf                4 B   (sub-file 1.2)
+3 attachments, {size + 14} B, written to out
+""")
+    equal(read("out/notes f\u00fcr sp\u00e4ter.txt"), b"some notes")
+    equal(read("out/winmail.dat"), tnef.tnef(*TWO_FILES))
+    expect(eml("extract", "-n", "1.2", "-o", "-", "m.eml"), 0, out="%PDF")
+    expect(eml("extract", "-n", "1.1", "-o", "one", "m.eml"), 0)
+    equal(os.listdir("one"), ["notes f\u00fcr sp\u00e4ter.txt"])
+    expect(eml("extract", "-n", "1.3", "m.eml"), 7,
+           'eml: m.eml: no sub-file 1.3; see "eml list -r m.eml"\n')
+    equal(eml("extract", "-r", "-l", "m.eml").out.splitlines()[-1],
+          f"3 attachments, {size + 14} B, would be written to the current folder")
+
+
+@with_tnef
+def files_of_a_tnef_stay_in_the_folder():
+    names = ["../up.txt", "/abs.txt", "..", "..\\..\\win.txt", ".hidden", "a\x1b[2Jb.txt",
+             "x" * 300 + ".txt", "same", "same"]
+    files = [tnef.attachment(b"data", None, tnef.prop(tnef.LONG_NAME, name)) for name in names]
+    write("m.eml", winmail(*files))
+    os.makedirs("jail/out")
+    before = set(os.listdir("."))
+    result = eml("extract", "-r", "-o", "jail/out", "m.eml")
+    equal((result.code, result.err), (0, ""))
+    no_control_characters(result.out, "extract")
+    equal((set(os.listdir(".")), os.listdir("jail")), (before, ["out"]))
+    created = os.listdir("jail/out")
+    equal(len(created), len(names) + 1)
+    equal({"up.txt", "abs.txt", "win.txt", "same", "same (2)"} <= set(created), True, created)
+    equal([name for name in created if name.startswith(".") or len(name) > 255], [])
+
+
+@with_tnef
+def files_of_a_tnef_come_in_several_ways():
+    write("m.eml", winmail(
+        tnef.attachment(b"", b"empty.txt"),
+        tnef.attachment(b"ansi", b"A.TXT", tnef.prop(tnef.LONG_NAME_ANSI, b"\xe4nsi.txt\0")),
+        tnef.attachment(b"title", b"\xfctitle.txt"),
+        tnef.attachment(None, b"property.bin", tnef.prop(tnef.BINARY, b"in a property")),
+        tnef.attachment(b"no name"),
+        tnef.attachment(None)))
+    entry = json.loads(eml("--json", "list", "-r", "m.eml").out)["message"]["sub_files"][1]
+    equal([(row["name"], row["size"], row["safe_name"]) for row in entry["sub_files"]],
+          [("empty.txt", 0, "empty.txt"), ("\u00e4nsi.txt", 4, "\u00e4nsi.txt"),
+           ("\u00fctitle.txt", 5, "\u00fctitle.txt"), ("property.bin", 13, "property.bin"), ("", 7, "part-1.5")])
+    russian = tnef.tnef(tnef.attachment(b"x", b"\xe4\xe0.txt"), code_page=1251)
+    write("russian.eml", mixed(part("winmail.dat", russian)))
+    equal("\u0434\u0430.txt" in eml("list", "-r", "russian.eml").out, True)
+
+
+def still_extracted(message, found):
+    """Whatever is wrong with a TNEF: it is extracted itself, beside what can be found in it."""
+    write("m.eml", message)
+    shutil.rmtree("out", ignore_errors=True)
+    result = eml("extract", "-r", "-o", "out", "m.eml")
+    equal(result.code, 0, result.err)
+    equal(sorted(os.listdir("out")), sorted(["winmail.dat", *found]))
+    return result.err
+
+
+@with_tnef
+def a_damaged_tnef_is_warned_of_and_extracted():
+    whole = tnef.tnef(*TWO_FILES)
+    part_of_it = "eml: m.eml: warning: sub-file 1: unpacked in part, its end cannot be read\n"
+    nothing = "eml: m.eml: warning: sub-file 1: not unpacked, nothing in it can be read\n"
+
+    def message(content):
+        return mixed(part("winmail.dat", content))
+
+    notes = "notes f\u00fcr sp\u00e4ter.txt"
+    equal(still_extracted(message(whole[:-3]), [notes, "part-1.2"]), part_of_it)
+    equal(still_extracted(message(whole[:-30]), [notes]), part_of_it)
+    equal(still_extracted(message(whole[:45]), []), nothing)
+    equal(still_extracted(message(tnef.SIGNATURE), []), nothing)
+    equal(still_extracted(message(tnef.SIGNATURE + bytes(range(256)) * 4), []), nothing)
+    huge = tnef.attribute(tnef.ATTACHMENT, tnef.DATA, b"x", length=0xFFFFFFFF)
+    equal(still_extracted(message(tnef.tnef(TWO_FILES[0], huge)), [notes]), part_of_it)
+    equal(json.loads(eml("--json", "list", "-r", "m.eml").out)["status"], "warning")
+    write("m.eml", message(tnef.SIGNATURE + b"x"))
+    expect(eml("-q", "list", "-r", "m.eml"), 0)
+
+
+@with_tnef
+def a_tnef_that_claims_too_much_harms_nobody():
+    for claim in (0x7FFFFFFF, 0x80000000, 0xFFFFFFF0, 0xFFFFFFFF):
+        for properties in (tnef.properties(tnef.prop(tnef.LONG_NAME, "a", length=claim)),
+                           tnef.properties(tnef.prop(tnef.LONG_NAME, "a"), count=claim),
+                           tnef.properties(tnef.prop(tnef.OBJECT, b"x" * 20, length=claim))):
+            evil = (tnef.attribute(tnef.ATTACHMENT, tnef.RENDERING, bytes(14))
+                    + tnef.attribute(tnef.ATTACHMENT, tnef.PROPERTIES, properties))
+            write("m.eml", mixed(part("winmail.dat", tnef.tnef(evil)), part("b.txt", b"behind it")))
+            result = eml("extract", "-r", "-o", f"out{claim}", "--on-conflict=overwrite", "m.eml")
+            equal(result.code, 0, result.err)
+            equal(read(f"out{claim}/b.txt"), b"behind it")
+            equal(read(f"out{claim}/winmail.dat"), tnef.tnef(evil))
+            warning = r"(eml: m\.eml: warning: sub-file 1: (not unpacked|unpacked in part), .*\n)?"
+            warned = re.fullmatch(warning, result.err)
+            equal(warned is not None, True, result.err)
+
+
+@with_tnef
+def a_message_in_a_tnef_is_opened():
+    for file in (tnef.attachment(INNER, b"letter.EML"),
+                 tnef.attachment(INNER, b"letter", tnef.prop(tnef.MIME_TYPE, "message/rfc822"))):
+        write("m.eml", winmail(file))
+        row = json.loads(eml("--json", "list", "-r", "m.eml").out)["message"]["sub_files"][1]
+        entry = row["sub_files"][0]
+        equal((entry["flags"], entry["message"]["sub_files"][1]["name"]), (["embedded-message"], "deep.bin"))
+        expect(eml("extract", "-n", "1.1.1", "-o", "-", "m.eml"), 0, out="deep!!")
+    write("m.eml", winmail(tnef.attachment(b"no header\n", b"letter.eml")))
+    equal("attachment  letter.eml\n" in eml("list", "-r", "m.eml").out, True)
+
+
+@with_tnef
+def a_tnef_in_a_message_in_a_tnef_is_opened():
+    inner = winmail(*TWO_FILES)
+    write("m.eml", winmail(tnef.attachment(inner, b"letter.eml"),
+                           tnef.message_object("forwarded", tnef.tnef(TWO_FILES[1]))))
+    lines = eml("list", "-r", "m.eml").out.splitlines()
+    equal([line.split()[0] for line in lines[1:]],
+          ["0", "1", "1.1", "1.1.1", "1.1.1.1", "1.1.1.2", "1.2", "1.2.1"])
+    equal(lines[-2].split()[3:], ["tnef", "forwarded"])
+    expect(eml("extract", "-n", "1.2.1", "-o", "-", "m.eml"), 0, out="%PDF")
+
+
+@with_tnef
+def the_depth_of_tnef_is_bounded():
+    content = tnef.tnef(TWO_FILES[1])
+    for _ in range(40):
+        content = tnef.tnef(tnef.message_object("inner", content))
+    write("deep.eml", mixed(part("winmail.dat", content)))
+    result = eml("list", "-r", "deep.eml")
+    expect(result, 0, "eml: deep.eml: warning: sub-file " + ".".join(["1"] * 33)
+           + ": not opened, more than 32 messages inside each other\n")
+    equal(len(result.out.splitlines()), 2 + 33)
 
 
 # ---------------------------------------------------------------------------------------------------------
@@ -969,6 +1211,9 @@ def no_sub_file():
            'eml: sample.eml: no sub-file 9; see "eml list sample.eml"\n')
 
 
+NO_CHARSET = "no such charset id; 53 is UTF-8, 7 Western, 51 UTF-16, 0 leaves the text as it is"
+
+
 @test
 def usage():
     write("sample.eml", SAMPLE)
@@ -1002,7 +1247,15 @@ def usage():
         ("--json", "render", "sample.eml"): 'render has no JSON form; see "eml --json info"',
         ("render", "--to=pdf", "sample.eml"): "--to=pdf: no such form; it is html, rtf or text",
         ("render", "--charset=9999", "sample.eml"):
-            "--charset=9999: no such charset id; 53 is UTF-8, 7 Western, 51 UTF-16",
+            f"--charset=9999: {NO_CHARSET}",
+        ("render", "--charset=x", "sample.eml"): f"--charset=x: {NO_CHARSET}",
+        ("render", "--charset", "-1", "sample.eml"): f"--charset=-1: {NO_CHARSET}",
+        ("records", "--capacity=x", "sample.eml"): "--capacity=x: it is 1 to 1073741824",
+        ("list", "--force=maybe", "sample.eml"): "--force=maybe: takes no value; it is given as --force",
+        ("render", "sample.eml", "--to"): "--to needs a value, FORM: html, rtf or text (the default)",
+        ("extract", "-n", "1", "-n"):
+            '--number needs a value, N: sub-file to extract, as "eml list" numbers them (repeatable)',
+        ("render", "--to=html", "--to=text", "sample.eml"): "--to: given more than once",
         ("records", "--capacity=0", "sample.eml"): "--capacity=0: it is 1 to 1073741824",
         ("records", "--capacity=1", "sample.eml"): "--capacity=1: too small for the next record",
     }
@@ -1056,7 +1309,10 @@ def help_and_version():
         equal("Usage: eml" in result.out and max(map(len, result.out.splitlines())) <= 110, True)
     equal(eml("version").out, eml("--version").out)
     equal(eml("version").out.startswith("eml "), True)
-    equal("version" in json.loads(eml("--json", "version").out), True)
+    version = json.loads(eml("--json", "version").out)
+    equal(eml("version").out.splitlines()[0], f"eml {version['version']}")
+    equal(("unpacked\n" in eml("version").out, "libytnef" in eml("version").out),
+          (True, False) if "tnef" in version["features"] else (False, True))
 
 
 # ---------------------------------------------------------------------------------------------------------
