@@ -42,9 +42,9 @@ class PartContent::Watch {
     void note(std::span<const uint8_t> bytes) noexcept {
         int64_t position = target_->tell(target_);
         if (position < 0 || position >= static_cast<int64_t>(kBeginning)) return;
-        auto start = static_cast<size_t>(position);
+        const auto start = static_cast<size_t>(position);
         size_t count = std::min(bytes.size(), kBeginning - start);
-        std::copy_n(bytes.begin(), count, content_.beginning_.begin() + position);
+        std::copy_n(bytes.begin(), count, content_.beginning_.begin() + start);
         content_.beginningSize_ = std::max(content_.beginningSize_, start + count);
     }
 
