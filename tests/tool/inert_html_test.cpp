@@ -40,6 +40,19 @@ TEST(InertHtml, RenamesElementsThatNoPolicyReaches) {
     for (const Row& row : rows) EXPECT_EQ(makeInert(row.html).html, row.inert) << row.html;
 }
 
+// Elements that open connections, hold other pages or send something, in whatever way the name ends.
+TEST(InertHtml, EveryElementThatReachesOutsideLosesItsName) {
+    const char* const names[] = {"a",      "applet", "area",        "base",     "embed", "form",   "frame",
+                                 "iframe", "link",   "fencedframe", "frameset", "meta",  "object", "portal"};
+    for (const std::string name : names) {
+        for (const char* end : {"", " ", "\t", "\r", "\n", "\f", "/", ">"}) {
+            EXPECT_EQ(makeInert("<" + name + end).html, "<x-" + name + end);
+            EXPECT_EQ(makeInert("</" + name + end).html, "</x-" + name + end);
+        }
+        EXPECT_EQ(makeInert("<" + name + "z>").html, "<" + name + "z>");
+    }
+}
+
 TEST(InertHtml, CountsWhatTheMessageAsksFor) {
     struct Row {
         const char* html;
@@ -51,6 +64,17 @@ TEST(InertHtml, CountsWhatTheMessageAsksFor) {
         {"<img src=http://a/b>", 0, 1, 0, 0},
         {"<img SRC = \"HTTPS://a\">", 0, 1, 0, 0},
         {"<img src='//a'>", 0, 1, 0, 0},
+        {"<img src=ftp://a>", 0, 1, 0, 0},
+        {"<img\tsrc=http://a>", 0, 1, 0, 0},
+        {"<img\rsrc=http://a>", 0, 1, 0, 0},
+        {"<img\nsrc=http://a>", 0, 1, 0, 0},
+        {"<img\fsrc=http://a>", 0, 1, 0, 0},
+        {"<img/src=http://a>", 0, 1, 0, 0},
+        {"<img alt=\"\"src=http://a>", 0, 1, 0, 0},
+        {"<img alt=''src=http://a>", 0, 1, 0, 0},
+        {"<img src|http://a>", 0, 0, 0, 0},
+        {"<formula>", 0, 0, 0, 0},
+        {"<linked href=http://a>", 0, 0, 0, 0},
         {"<img src=data:image/png;base64,AA>", 0, 0, 0, 0},
         {"<img src=\"cid:1@x\">", 0, 0, 1, 0},
         {"<img srcset='http://a 1x'>", 0, 1, 0, 0},
