@@ -155,6 +155,19 @@ TEST(MailDate, CalendarTimeIsLocalTimeAsMktimeHasIt) {
     }
 }
 
+// The second before 1970 in UTC cannot be told from a date that is none, in whatever zone.
+TEST(MailDate, TheSecondThatStandsForNoTimeIsNone) {
+    for (const time_t seconds : {time_t{-2}, time_t{-1}, time_t{0}}) {
+        std::tm local{};
+        ASSERT_NE(localtime_r(&seconds, &local), nullptr);
+        const MailDate date{local.tm_mday, local.tm_mon + 1, local.tm_year + 1900,
+                            local.tm_hour, local.tm_min,     local.tm_sec};
+        const std::optional<time_t> calendar = eml::calendarTime(date);
+        EXPECT_EQ(calendar.has_value(), seconds != -1) << seconds;
+        EXPECT_EQ(calendar.value_or(-1), seconds);
+    }
+}
+
 TEST(MailDate, DayAndMonthBelowOneAndYearsThatDoNotFitGiveNone) {
     for (const MailDate& row :
          {MailDate{0, 11, 1994, 0, 0, 0}, MailDate{-3, 11, 1994, 0, 0, 0}, MailDate{1, 0, 1994, 0, 0, 0},

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "bytes/decoder_runs.h"
 #include "reference/decoders.h"
 
@@ -275,6 +277,24 @@ TEST(QuotedPrintable, AFailedSinkEndsTheData) {
     EXPECT_TRUE(decoder.ended());
     decoder.finish(sink);
     EXPECT_EQ("abc", reference::textOf(sink.taken()));
+}
+
+// A sink that has no room any more, although it had some when the escape began, ends the data in its middle.
+TEST(QuotedPrintable, ASinkThatFailsInAnEscapeEndsTheData) {
+    struct ShrinkingSink {
+        uint8_t room[8] = {};
+        bool asked = false;
+        eml::OutputSpan space() {
+            return std::exchange(asked, true) ? eml::OutputSpan{} : eml::OutputSpan{room, room + 8};
+        }
+        void commit(const uint8_t* end) { EXPECT_EQ(end, room); }
+    } sink;
+    BodyDecoder decoder(false);
+    const Bytes input = bytesOf("=41bc");
+    decoder.feed(input.data(), input.data() + 2, sink);
+    EXPECT_FALSE(decoder.ended());
+    decoder.feed(input.data() + 2, input.data() + 5, sink);
+    EXPECT_TRUE(decoder.ended());
 }
 
 }  // namespace

@@ -196,6 +196,15 @@ TEST(Extraction, OutputThatLacksAnEntryIsLeftAsItIs) {
     }
 }
 
+TEST(Extraction, MissingOutputIsUnusable) {
+    RecordingHost host(attachment("", "12345"));
+    OpenedMessage opened(host);
+    for (const int32_t number : {0, 1}) {
+        EXPECT_EQ(emlExtractSubFileToIOobj2(opened.context(), number, nullptr, nullptr, 0, 0),
+                  EML_OUTPUT_UNUSABLE);
+    }
+}
+
 TEST(Extraction, OutputThatDoesNotOpenIsLeftAsItIs) {
     RecordingHost host(attachment("", "12345"));
     OpenedMessage opened(host);

@@ -199,6 +199,29 @@ TEST(HeaderScan, TheWorkBufferIsGoneAfterAScan) {
     EXPECT_EQ(opened.context()->decoded.length, 0u);
 }
 
+// A value that outgrows the work buffer without memory ends the open, whatever is appended there.
+TEST(HeaderScan, AWorkBufferThatCannotGrowEndsTheOpen) {
+    const struct {
+        const char* what;
+        std::string subject;
+    } rows[] = {
+        {"the next piece of a long line", std::string(6000, 'a')},
+        {"a continuation", std::string(4000, 'a') + "\n " + std::string(200, 'b')},
+        {"the blank in front of a continuation",
+         std::string(2000, 'a') + "\n " + std::string(2095, 'b') + "\n c"},
+    };
+    for (const auto& row : rows) {
+        for (const bool fails : {false, true}) {
+            RecordingHost host("Subject: " + row.subject + "\n\n");
+            if (fails) host.journal().fail(Entry::kReallocate, {1, false});
+            OpenedMessage opened(host);
+            EXPECT_EQ(opened.result(), fails ? EML_NO_MEMORY : EML_OK) << row.what;
+            EXPECT_EQ(host.journal().calls(Entry::kReallocate), 1U) << row.what;
+            EXPECT_EQ(opened.context()->decoded.data, nullptr) << row.what;
+        }
+    }
+}
+
 // What an open costs: reads, and blocks grown, must stay in proportion to the message.
 struct Cost {
     uint64_t bytesRead, reallocations, peak;

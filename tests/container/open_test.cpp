@@ -21,6 +21,13 @@ TEST(Open, InputThatCannotBeOpenedGivesNoContext) {
     }
 }
 
+TEST(Open, MissingInputGivesNoContext) {
+    RecordingHost host;
+    EmlResult result = EML_OK;
+    EXPECT_EQ(emlInit2(nullptr, &host.services(), 0, 0, 0, &result), nullptr);
+    EXPECT_EQ(result, EML_INPUT_NOT_OPENED);
+}
+
 TEST(Open, InputWithoutCloseGivesNoContext) {
     RecordingHost host("Subject: x\r\n\r\n");
     host.remove(Entry::kInputClose);
@@ -65,6 +72,17 @@ TEST(Open, ReservedArgumentsAndOtherFlagsAreIgnored) {
 }
 
 TEST(Open, CloseOfNothingIsIgnored) { emlShutdown2(nullptr); }
+
+// A boundary that never occurs leaves the position at the body, also where the open ends there.
+TEST(Open, ScanWithoutPartsLeavesThePositionAtTheBody) {
+    RecordingHost host("Content-Type: multipart/mixed; boundary=b\r\n\r\nfirst\r\nsecond\r\n");
+    host.journal().fail(Entry::kAllocate, {4, false});  // behind context, buffer and boundary: the section
+    OpenedMessage opened(host);
+    EXPECT_EQ(opened.result(), EML_NO_MEMORY);
+    ASSERT_NE(opened.context(), nullptr);
+    ASSERT_EQ(eml2GetLine(opened.context()), 1);
+    EXPECT_STREQ(reinterpret_cast<const char*>(opened.context()->lineBuffer), "first\r\n");
+}
 
 TEST(Open, CloseEndsTheInputOnce) {
     RecordingHost host("Subject: x\r\n\r\n");

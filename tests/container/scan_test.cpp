@@ -1,6 +1,8 @@
 // The scan for boundary lines: where parts begin and end, and what block borders do to that.
 #include <gtest/gtest.h>
 
+#include "container/boundary_scan.h"
+#include "container/section_list.h"
 #include "support/reference_scan.h"
 #include "support/sections.h"
 
@@ -92,6 +94,45 @@ TEST(Scan, LineEndBeforeADelimiter) {
         EXPECT_EQ(partsOf(head + "--b\r\nH\r\n\r\n" + row.end + "--b--\r\n"), Parts{"H\r\n\r\n" + row.kept});
         EXPECT_EQ(partsOf(head + "--b\r\nH\r\n\r\n" + row.end), Parts{"H\r\n\r\n" + row.kept})
             << "at the end of the file";
+    }
+}
+
+// The end of a range may be the end of a part. What stands before it is looked at from the third byte of the
+// file on.
+TEST(Scan, PartsThatEndAtTheStartOfTheFile) {
+    const struct {
+        int64_t rangeEnd;
+        int64_t end;
+    } rows[] = {{1, 1}, {2, 2}, {3, 3}, {4, 4}, {5, 3}};
+    for (const auto& row : rows) {
+        RecordingHost host("--b\r\n\r\none");
+        ASSERT_NE(host.input().open(&host.input()), 0);
+        EmlContainerContext context{};
+        context.services = &host.services();
+        context.input = &host.input();
+        context.kernels = &chooseKernels();
+        context.lineBuffer = static_cast<uint8_t*>(host.heap().take(kLineBufferSize));
+        context.fileSize = 10;
+        EXPECT_EQ(scanSections(context, {"--b", 3}, 0, row.rangeEnd), EML_OK);
+        ASSERT_NE(context.sections, nullptr);
+        EXPECT_EQ(context.sections->section->end, row.end) << row.rangeEnd;
+        EXPECT_EQ(host.journal().calls(Entry::kInputClose), 0U);
+        releaseSections(host.services().allocator, context.sections);
+        host.heap().give(context.lineBuffer);
+    }
+}
+
+// The last delimiter's CR may be the last byte of a block and of the file: nothing brings its LF then.
+TEST(Scan, DelimiterThatEndsBlockAndFile) {
+    const std::string header = "Content-Type: multipart/mixed; boundary=b\r\n\r\n";
+    for (const char* lineEnd : {"\r", "\r\n", "\n", ""}) {
+        const std::string first = "--b\r\n\r\n";
+        const std::string last = std::string("\r\n--b") + lineEnd;
+        // The first block begins behind the header.
+        for (size_t size = kBlockSize - 1; size <= kBlockSize + 1; ++size) {
+            const std::string text(size - first.size() - last.size(), 'x');
+            EXPECT_EQ(partsOf(header + first + text + last), (Parts{"\r\n" + text, ""})) << size;
+        }
     }
 }
 

@@ -78,6 +78,34 @@ TEST(FillFaults, CodesOfTheBody) {
         << "the seek to its text";
 }
 
+// The staging buffer is full somewhere among these records, at each of them once: the first text is made longer
+// byte by byte. Where a decoder meets it, its own code for a failed output counts.
+TEST(FillFaults, StagingThatCannotGrowAtAnyRecord) {
+    size_t fits = 0;
+    size_t noMemory = 0;
+    size_t inWord = 0;
+    for (size_t length = 3500; length < 3950; ++length) {
+        OpenedFilter filter("To: " + std::string(length, 'a') +
+                            "\r\nSubject: x =?utf-8?q?yy?= z\r\n"
+                            "Content-Type: multipart/mixed; boundary=cut\r\n\r\n"
+                            "--cut\r\nContent-Type: text/plain\r\n\r\ntext\r\n"
+                            "--cut\r\nContent-Type: image/png; name=one\r\n\r\n1\r\n"
+                            "--cut\r\nContent-Type: image/png; name=two\r\n\r\n2\r\n--cut--\r\n");
+        const EmlResult result = filter.convertWithFault(Entry::kReallocate, 1).result;
+        if (result == EML_NO_MEMORY) ++noMemory;
+        if (result == EML_OBJECT_FAILED) ++inWord;
+        if (result == EML_OK) {
+            ++fits;
+            EXPECT_EQ(filter.host.journal().calls(Entry::kReallocate), 0U) << length;
+        }
+        EXPECT_EQ(convertAll(filter.context, 4096).result, EML_OK) << length << ": again, with memory";
+    }
+    EXPECT_EQ(inWord, 11U) << "the record of a text of two bytes";
+    EXPECT_GT(fits, 0U);
+    EXPECT_GT(noMemory, 200U);
+    EXPECT_EQ(fits + noMemory + inWord, 450U);
+}
+
 // KEPT rules: which of the two codes a decoder gives, and that behind the base64 step the result of the
 // quoted-printable step is the one that counts.
 TEST(FillFaults, CodesOfTheDecoders) {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "filter/scan_dump.h"
+#include "host/metadata_records.h"
 #include "support/opened_message.h"
 
 namespace eml::test {
@@ -134,6 +135,24 @@ TEST(FilterMetadata, IncompleteArgumentsAreInvalid) {
     EXPECT_EQ(emlGetSubFileMetadata(filter.context(), 0, 0, nullptr, &list, nullptr), EML_INVALID_ARGUMENT);
     EXPECT_EQ(emlGetSubFileMetadata(filter.context(), 0, 0, nullptr, &list, &without), EML_INVALID_ARGUMENT);
     EXPECT_EQ(list.entries, nullptr);
+}
+
+TEST(FilterMetadata, CountWithoutRequestsGivesTheDefaultList) {
+    OpenFilter filter(message());
+    EmlMetaData list{};
+    ASSERT_EQ(emlGetSubFileMetadata(filter.context(), 0, 2, nullptr, &list, &filter.host().record()), EML_OK);
+    EXPECT_EQ(list.count, 7);
+    releaseMetadata(list, *filter.host().record().allocator);
+}
+
+TEST(FilterMetadata, RequestWithoutNameMatchesNothing) {
+    OpenFilter filter(message());
+    const FilterMetadata metadata = filter.metadata({nullptr, "Subject"});
+    EXPECT_EQ(metadata.result, EML_OK);
+    ASSERT_EQ(metadata.values.size(), 2U);
+    EXPECT_EQ(metadata.values[0].name, "(null)");
+    EXPECT_FALSE(metadata.values[0].hasValue);
+    EXPECT_EQ(metadata.of("Subject"), "two words");
 }
 
 TEST(FilterMetadata, OtherKindOfRequestFails) {

@@ -194,6 +194,7 @@ TEST(FilterAttachmentInfo, TakesTheIndexOfTheAttachment) {
         EXPECT_EQ(emlGetSubFileInfo(filter.context(), 2, &info), EML_OBJECT_FAILED);
         EXPECT_EQ(emlGetSubFileInfo(filter.context(), UINT32_MAX, &info), EML_OBJECT_FAILED);
         EXPECT_EQ(emlGetSubFileInfo(nullptr, 0, &info), EML_OBJECT_FAILED);
+        EXPECT_EQ(emlGetSubFileInfo(filter.context(), 0, nullptr), EML_OBJECT_FAILED);
     }
     OpenFilter none("Subject: s\r\n\r\ntext\r\n");
     EmlAttachmentInfo info;

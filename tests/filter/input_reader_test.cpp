@@ -312,6 +312,32 @@ TEST(InputBytes, ServeLikeTheReference) {
     }
 }
 
+// With a limit what stands unread in the buffer counts only when it has been handed out since the last reset.
+TEST(InputRuns, WhatStandsUnreadInTheBuffer) {
+    const struct {
+        const char* rule;
+        int32_t limit;
+        int32_t handedOut;
+        const char* run;
+    } rows[] = {
+        {"without a limit it is served", 0, 0, "abc"},
+        {"with one too, when it was handed out", 10, 3, "abc"},
+        {"nothing handed out: it is stale", 10, 0, "def"},
+    };
+    for (const auto& row : rows) {
+        ReaderUnderTest single("abcdef");
+        ReaderUnderTest runs("abcdef");
+        for (ReaderUnderTest* const reader : {&single, &runs}) {
+            EXPECT_EQ(reader->read(3), "abc");
+            reader->context->readPos = reader->context->input;
+            reader->context->readCount = row.handedOut;
+        }
+        const InputRun run = takeRun(*runs.context, row.limit);
+        EXPECT_EQ(std::string(run.begin, run.end), row.run) << row.rule;
+        EXPECT_EQ(emlgetc(*single.context, row.limit), row.run[0]) << row.rule;
+    }
+}
+
 // A run is what single bytes would be: the body decoders use it instead of them.
 TEST(InputRuns, AreTheBytesThatWouldBeServedOneByOne) {
     std::mt19937 random(13);

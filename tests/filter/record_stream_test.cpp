@@ -336,11 +336,29 @@ TEST(Drain, EndsBeforeARecordThatCanNeverBeDelivered) {
 }
 
 TEST(Drain, NothingStagedGivesNothing) {
-    RecordOutput output;
-    uint8_t buffer[16] = {};
-    uint32_t size = 77;
-    EXPECT_EQ(drainStaging(*output.context, buffer, size, sizeof buffer), 0U);
-    EXPECT_EQ(size, 0U);
+    for (const uint32_t left : {0U, 5U}) {
+        RecordOutput output;
+        uint8_t buffer[16] = {};
+        uint32_t size = 77;
+        output.context->stagingLeft = left;  // without a position it counts for nothing
+        EXPECT_EQ(drainStaging(*output.context, buffer, size, sizeof buffer), 0U);
+        EXPECT_EQ(size, 0U);
+    }
+}
+
+// No writer stages anything else than whole records.
+TEST(Drain, EndsBeforeWhatIsNoRecord) {
+    const std::string broken[] = {
+        "\x03\x06\0\0\0"s,  // longer than what is there
+        "\x0D\0\0\0\0"s,    // a length of 0
+        "\0\x05\0\0\0"s,    // a text without a length of its own
+    };
+    for (const std::string& bytes : broken) {
+        EXPECT_EQ(drainAll(bytes, 4), std::vector<std::string>{""});
+        EXPECT_EQ(drainAll(reference::lineBreakRecord() + bytes, 8),
+                  (std::vector<std::string>{reference::lineBreakRecord(), bytes}))
+            << "what fits as a whole is not looked into";
+    }
 }
 
 TEST(RecordWalk, LengthsOfRecords) {
