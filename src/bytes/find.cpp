@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "bytes/unreachable.h"
+
 namespace eml {
 
 namespace {
@@ -56,7 +58,9 @@ SubstringFinder::SubstringFinder(const uint8_t* needle, size_t length, const Dec
     const Suffix backward = largestSuffix(needle, length, true);
     const Suffix cut = forward.start > backward.start ? forward : backward;
     split_ = cut.start;
-    periodic_ = cut.period + split_ <= length && std::memcmp(needle, needle + cut.period, split_) == 0;
+    // The period of a suffix is at most its length.
+    const bool fits = !EML_NEVER(cut.period + split_ > length);
+    periodic_ = fits && std::memcmp(needle, needle + cut.period, split_) == 0;
     period_ = periodic_ ? cut.period : std::max(split_, length - split_) + 1;
 }
 

@@ -82,10 +82,11 @@ constexpr std::array<uint8_t, 256> makeGroups() {
 
 constexpr std::array<uint8_t, 256> kGroups = makeGroups();
 
-// A comparison over `length` characters. KEPT: a name that is a leading part of an entry matches it.
+// A comparison over `length` characters, which ends with the entry's zero byte at the latest. KEPT: a name that
+// is a leading part of an entry matches it.
 bool isLeadingPart(const uint8_t* name, uint32_t length, const CharsetName& entry) {
     for (uint32_t i = 0; i < length; ++i) {
-        const auto wanted = i < sizeof entry.name ? static_cast<uint8_t>(entry.name[i]) : uint8_t{0};
+        const auto wanted = static_cast<uint8_t>(entry.name[i]);
         if (eml::toLower(name[i]) != eml::toLower(wanted)) return false;
         if (wanted == 0) return true;
     }

@@ -33,14 +33,8 @@ EmlResult appendLiteral(EmlContainerContext& context, const uint8_t* begin, cons
 EmlResult appendEncoded(EmlContainerContext& context, WordEncoding encoding, const uint8_t* begin,
                         const uint8_t* end) {
     if (begin == end) return EML_OK;
-    switch (encoding) {
-        case WordEncoding::kQuotedPrintable:
-            return eml2DecodeQPBuffer(context, begin, end, 1);
-        case WordEncoding::kBase64:
-            return eml2DecodeBASE64Buffer(context, begin, end);
-        case WordEncoding::kNone:
-            break;
-    }
+    if (encoding == WordEncoding::kQuotedPrintable) return eml2DecodeQPBuffer(context, begin, end, 1);
+    if (encoding == WordEncoding::kBase64) return eml2DecodeBASE64Buffer(context, begin, end);
     return appendLiteral(context, begin, end);
 }
 

@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "bytes/unreachable.h"
 #include "container/container_calls.h"
 #include "container/encoded_words.h"
 #include "container/line_reader.h"
@@ -53,7 +54,8 @@ bool acceptEntry(HeaderScan& scan, Cursor& line, const EmlMetaDataEntry& entry) 
 EmlMetaDataEntry* matchEntry(HeaderScan& scan, Cursor& line) {
     for (int32_t i = 0; i < scan.list.count; ++i) {
         EmlMetaDataEntry* const entry = eml::metadataEntry(scan.list, i);
-        if (entry != nullptr && entry->name != nullptr && acceptEntry(scan, line, *entry)) return entry;
+        if (EML_NEVER(entry == nullptr)) continue;  // a scan begins with every entry made
+        if (entry->name != nullptr && acceptEntry(scan, line, *entry)) return entry;
     }
     return nullptr;
 }

@@ -54,7 +54,7 @@ EmlResult renderHtml(EmlContainerContext& context, const EmlSection& body, EmlIO
     }
     switch (body.encoding) {
         case EML_ENC_BASE64:
-            return eml2DecodeBASE64(context, body, body.contentClass < EML_CLASS_RTF ? 1 : 0, output);
+            return eml2DecodeBASE64(context, body, 1, output);  // in text mode: HTML is text
         case EML_ENC_QP:
             return eml2DecodeQP(context, body, output);
         default:

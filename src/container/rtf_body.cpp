@@ -39,18 +39,15 @@ void writeRtfBody(EmlAllocator& allocator, const uint8_t* body, uint32_t length,
         return;
     }
     const PackedRtf packed = readPackedRtfHeader(whole);
-    switch (packed.kind) {
-        case PackedRtfKind::kCompressed:
-            writeUnpacked(allocator, packed, output);
-            return;
-        case PackedRtfKind::kStored: {
-            const uint64_t stored = std::min<uint64_t>(packed.rawSize, packed.content.left());
-            writeText(output, {packed.content.pos, packed.content.pos + stored});
-            return;
-        }
-        case PackedRtfKind::kOther:
-            writeText(output, packed.content);
+    if (packed.kind == PackedRtfKind::kCompressed) {
+        writeUnpacked(allocator, packed, output);
+        return;
     }
+    Cursor text = packed.content;
+    if (packed.kind == PackedRtfKind::kStored) {
+        text.end = text.pos + std::min<uint64_t>(packed.rawSize, text.left());
+    }
+    writeText(output, text);
 }
 
 }  // namespace eml

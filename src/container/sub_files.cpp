@@ -1,5 +1,6 @@
 #include "container/sub_files.h"
 
+#include "bytes/unreachable.h"
 #include "container/container_calls.h"
 #include "container/section_body.h"
 #include "host/container_queries.h"
@@ -35,7 +36,8 @@ const char* attachmentPrefix(uint32_t openFlags) {
 // The flag bits are added to what the caller's record held.
 EmlResult describeAttachment(const EmlContainerContext& context, const EmlSection* section,
                              EmlSubFileInfo& info, EmlAllocator& allocator) {
-    if (section == nullptr || section->fileName == nullptr) return EML_NO_SUB_FILE;
+    // What the open counted has a name.
+    if (section == nullptr || EML_NEVER(section->fileName == nullptr)) return EML_NO_SUB_FILE;
     info.kind = EML_KIND_ATTACHMENT;
     info.parent = static_cast<int32_t>(rootShift(context.openFlags));
     info.size = bodyLength32(*section);

@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "bytes/ascii.h"
+#include "bytes/unreachable.h"
 #include "filter/extract_decoders.h"
 #include "filter/filter_calls.h"
 #include "host/container_queries.h"
@@ -48,7 +49,9 @@ EmlAttachment* attachmentAt(EmlFilterContext& context, uint32_t index) {
 
 int32_t measureAttachment(const EmlFilterContext& context, EmlAttachment& attachment) {
     attachment.size = 0;
-    if (context.parts != nullptr && attachment.partIndex < static_cast<uint32_t>(context.partCount)) {
+    // A message that opened with an attachment has parts.
+    if (EML_NEVER(context.parts == nullptr)) return attachment.size;
+    if (attachment.partIndex < static_cast<uint32_t>(context.partCount)) {
         attachment.size = context.parts[attachment.partIndex].end - static_cast<int32_t>(attachment.offset);
     }
     return attachment.size;
@@ -80,10 +83,7 @@ EmlResult emlExtractAttachment(EmlFilterContext* context, uint32_t attachmentInd
     if (context == nullptr || output == nullptr || output->open == nullptr) return EML_OBJECT_FAILED;
     EmlAttachment* const attachment = eml::attachmentAt(*context, attachmentIndex);
     if (attachment == nullptr) return EML_OBJECT_FAILED;
-    if (attachment->size == -1) {
-        if (context->parts == nullptr) return EML_OK;
-        eml::measureAttachment(*context, *attachment);
-    }
+    if (attachment->size == -1) eml::measureAttachment(*context, *attachment);
     if (attachment->size < 1) return EML_OK;
     if (!eml::openOutput(*output)) return EML_OBJECT_FAILED;
     eml::decodeAttachment(*context, *attachment, *output);

@@ -4,6 +4,7 @@
 
 #include "bytes/base64.h"
 #include "bytes/quoted_printable.h"
+#include "bytes/unreachable.h"
 #include "filter/input_reader.h"
 #include "filter/record_stream.h"
 
@@ -40,7 +41,7 @@ Step flushRun(EmlFilterContext& context, bool fieldMode, const uint8_t* end) {
     const uint32_t room = eml::textRoom(context);
     const bool cut = length > room;
     length = std::min(length, room);
-    if (length == 0) return Step::kFull;
+    if (EML_NEVER(length == 0)) return Step::kFull;  // runs are looked for while there is room
     const Step step = stepOf(eml::writeText(context, context.readPos, length));
     if (step != Step::kOn) return step;
     context.readPos += length;
@@ -110,23 +111,10 @@ class DecodeSink {
     EmlFilterContext& context_;
 };
 
-// The decoded bytes become the input.
-uint32_t convertDecoded(EmlFilterContext& context, bool fieldMode) {
-    eml::GrowingBuffer& buffer = context.decodeBuffer;
-    buffer.data[buffer.length] = 0;
-    context.readPos = buffer.data;
-    context.inputEnd = buffer.data + buffer.length;
-    context.messageOffset = 0;
-    context.bodyLength = static_cast<int32_t>(buffer.length);
-    return processEMLplainbody(context, fieldMode);
-}
-
+// Decodes what is left of the input; the decoded bytes become the input.
 template <class Decoder>
-EmlResult decodeBody(EmlFilterContext& context, bool fieldMode, Decoder decoder, EmlResult growthFailure) {
+EmlResult decodeInput(EmlFilterContext& context, Decoder decoder, EmlResult growthFailure) {
     eml::GrowingBuffer& buffer = context.decodeBuffer;
-    if (context.bufferFull != 0 && buffer.data != nullptr) {
-        return processEMLplainbody(context, fieldMode) != 0 ? EML_OK : EML_OBJECT_FAILED;
-    }
     buffer.length = 0;
     if (buffer.reserve(eml::allocatorOf(context), eml::kGrowthUnit) != EML_OK) return EML_OBJECT_FAILED;
     DecodeSink sink(context);
@@ -140,7 +128,23 @@ EmlResult decodeBody(EmlFilterContext& context, bool fieldMode, Decoder decoder,
         eml::forgetInput(context);
         return growthFailure;
     }
-    return convertDecoded(context, fieldMode) != 0 ? EML_OK : EML_OBJECT_FAILED;
+    buffer.data[buffer.length] = 0;
+    context.readPos = buffer.data;
+    context.inputEnd = buffer.data + buffer.length;
+    context.messageOffset = 0;
+    context.bodyLength = static_cast<int32_t>(buffer.length);
+    return EML_OK;
+}
+
+// Behind a step that filled the output only what is left of its decoded bytes is converted.
+template <class Decoder>
+EmlResult decodeBody(EmlFilterContext& context, bool fieldMode, Decoder decoder, EmlResult growthFailure) {
+    // A decoder alone fills the output in front of another, and its bytes are still there.
+    const bool resumes = context.bufferFull != 0 && !EML_NEVER(context.decodeBuffer.data == nullptr);
+    if (!resumes) {
+        if (EmlResult result = decodeInput(context, decoder, growthFailure); result != EML_OK) return result;
+    }
+    return processEMLplainbody(context, fieldMode) != 0 ? EML_OK : EML_OBJECT_FAILED;
 }
 
 }  // namespace

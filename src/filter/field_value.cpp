@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "bytes/unreachable.h"
 #include "charset/charset_names.h"
 #include "filter/body_text.h"
 #include "filter/record_stream.h"
@@ -140,7 +141,7 @@ EmlResult finishValue(FieldOutput& output) {
     EmlFilterContext& context = output.context;
     if (!output.metadataMode) return resultOf(writeLineBreak(context));
     EmlMetaDataEntry* const entry = metadataEntry(*context.requests, output.kind);
-    if (entry == nullptr) return EML_OK;
+    if (EML_NEVER(entry == nullptr)) return EML_OK;  // the entry that asked for the value
     return storeMetadataValue(*entry, *context.hostRecord->allocator, context.fieldBuffer.data,
                               context.fieldBuffer.length);
 }

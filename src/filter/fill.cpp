@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "bytes/unreachable.h"
 #include "filter/body_span.h"
 #include "filter/body_text.h"
 #include "filter/header_fields.h"
@@ -37,7 +38,8 @@ void openHostBuffer(EmlFilterContext& context, const FillTarget& target, uint32_
 // The prologue and the header fields, built in the staging buffer.
 EmlResult stageHeader(EmlFilterContext& context) {
     if (EmlResult result = beginStaging(context); result != EML_OK) return result;
-    if (writePrologue(context) != Written::kYes) return EML_NO_MEMORY;
+    const Written prologue = writePrologue(context);
+    if (EML_NEVER(prologue != Written::kYes)) return EML_NO_MEMORY;  // a new staging buffer has room for it
     if (EmlResult result = processEMLheader(context, false); result != EML_OK) return result;
     finishStaging(context);
     return EML_OK;
@@ -56,7 +58,7 @@ Next drainToHost(EmlFilterContext& context, const FillTarget& target) {
 }
 
 bool isBehindAttachment(const EmlFilterContext& context, const BodySpan& span) {
-    if (context.attachmentCount < 1 || context.attachments == nullptr) return false;
+    if (context.attachmentCount < 1) return false;
     const int64_t offset = context.attachments[0].offset;
     return offset <= span.start || offset < span.end;
 }
@@ -80,7 +82,8 @@ EmlResult startBody(EmlFilterContext& context, const FillTarget& target, Next& n
     if (EmlResult result = findSpan(context, span); result != EML_OK) return result;
     context.inBody = 1;
     if (context.charset == EML_CHARSET_UNKNOWN) context.charset = EML_CHARSET_WESTERN;
-    if (writeCharset(context, context.charset) != Written::kYes) return EML_NO_MEMORY;
+    const Written charset = writeCharset(context, context.charset);
+    if (EML_NEVER(charset != Written::kYes)) return EML_NO_MEMORY;  // its room has been looked at above
     setSize(context, target);
     resetReader(context);
     forgetInput(context);

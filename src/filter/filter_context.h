@@ -77,7 +77,7 @@ struct EmlFilterContext {
     uint8_t* outEnd;  // no byte is written from here on
     int32_t outLimit;
     EmlAttachment* attachments;
-    int32_t attachmentCount;
+    int32_t attachmentCount;  // 0 without the table
     int32_t attachmentCapacity;
     char* boundary;          // "--" and the value
     int32_t boundaryLength;  // the two dashes included

@@ -1,4 +1,5 @@
 // Opening and closing a message as a filter, and what is asked of it as a whole.
+#include "bytes/unreachable.h"
 #include "filter/filter_calls.h"
 #include "filter/message_scan.h"
 #include "filter/record_stream.h"
@@ -45,7 +46,9 @@ EmlFilterContext* openFilter(EmlIOobj* io, EmlHostServices* services, uint32_t f
     }
     context->charset = EML_CHARSET_WESTERN;
     if (parseEML(*context) == 0) {
-        const EmlResult code = services->lastError != EML_OK ? services->lastError : EML_OPEN_FAILED;
+        // A scan that fails says why.
+        const EmlResult code =
+            EML_NEVER(services->lastError == EML_OK) ? EML_OPEN_FAILED : services->lastError;
         return failOpen(context, code, result);
     }
     forgetInput(*context);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "bytes/cursor.h"
+#include "bytes/unreachable.h"
 #include "filter/content_type_value.h"
 #include "filter/field_value.h"
 #include "filter/input_reader.h"
@@ -113,8 +114,9 @@ EmlResult collectField(HeaderPass& pass) {
     const EmlMetaData& requests = *pass.context.requests;
     for (int32_t i = 0; i < requests.count; ++i) {
         const EmlMetaDataEntry* const entry = metadataEntry(requests, i);
+        if (EML_NEVER(entry == nullptr)) continue;  // a pass begins with every entry made
         Cursor value = pass.text;
-        if (entry == nullptr || entry->name == nullptr || !acceptRequested(value, entry->name)) continue;
+        if (entry->name == nullptr || !acceptRequested(value, entry->name)) continue;
         value.skipBlanks();
         return outputValue(pass, value, i);
     }
@@ -199,12 +201,11 @@ EmlResult processEMLheader(EmlFilterContext& context, bool metadataMode) {
     const EmlResult result = context.headerLength < 1 ? eml::parseFirstBuffer(context, metadataMode)
                                                       : eml::parseWholeHeader(context, metadataMode);
     if (result != EML_OK || metadataMode || context.bodyOnly != 0) return result;
-    return context.attachmentCount > 0 && context.attachments != nullptr ? eml::showAttachmentList(context)
-                                                                         : EML_OK;
+    return context.attachmentCount > 0 ? eml::showAttachmentList(context) : EML_OK;
 }
 
 uint32_t checkAttachments(EmlFilterContext& context) {
-    if (context.attachmentCount < context.attachmentCapacity) return context.attachments != nullptr ? 1 : 0;
+    if (context.attachmentCount < context.attachmentCapacity) return 1;
     constexpr int32_t kStep = 5;
     // Whole steps, and as many as are there already, so that a long table grows in linear time.
     const int64_t capacity =

@@ -31,8 +31,9 @@ bool makePartRoom(EmlFilterContext& context) {
         static_cast<EmlBodyPart*>(context.parts == nullptr ? allocateBlock(allocator, size)
                                                            : reallocateBlock(allocator, context.parts, size));
     context.partCapacity = context.parts != nullptr ? static_cast<int32_t>(capacity) : 0;
-    if (context.parts == nullptr) context.partCount = 0;
-    return context.parts != nullptr || fail(context, EML_NO_MEMORY);
+    if (context.parts != nullptr) return true;
+    context.partCount = 0;
+    return fail(context, EML_NO_MEMORY);
 }
 
 int32_t offsetOf(const EmlFilterContext& context, const uint8_t* at) {

@@ -1,6 +1,7 @@
 // The filter's description of its sub-files.
 #include <cstring>
 
+#include "bytes/unreachable.h"
 #include "filter/attachment_extraction.h"
 #include "filter/filter_calls.h"
 #include "host/container_queries.h"
@@ -20,7 +21,8 @@ uint32_t shownAttachments(const EmlFilterContext& context) {
 EmlResult describeAttachment(EmlFilterContext& context, uint32_t index, EmlSubFileInfo& info,
                              EmlAllocator& allocator) {
     EmlAttachment* const attachment = attachmentAt(context, index);
-    if (attachment == nullptr || context.parts == nullptr) return EML_OBJECT_FAILED;
+    // The number has been compared with the count, and a message that opened with an attachment has parts.
+    if (EML_NEVER(attachment == nullptr || context.parts == nullptr)) return EML_OBJECT_FAILED;
     const uint32_t shift = rootShift(context.flags);
     const char* prefix = shift != 0 ? kRootPrefix : "";
     if ((context.flags & EML_OPEN_ATTACHMENTS_FOLDER) != 0) prefix = kAttachmentsPrefix;
