@@ -7,6 +7,7 @@
 #include <charconv>
 
 #include "tool/date_text.h"
+#include "tool/message_end.h"
 #include "tool/name_decoding.h"
 #include "tool/sub_file_content.h"
 #include "tool/temporary_file.h"
@@ -267,7 +268,11 @@ std::optional<SubFilePath> parseSubFilePath(std::string_view text) {
 }
 
 MessageTree readTree(MessageFile& file, AttachmentVisitor& visitor) {
-    return TreeReader(file, visitor).read();
+    MessageTree tree = TreeReader(file, visitor).read();
+    if (lacksClosingDelimiter(file.input()))
+        tree.warnings.emplace_back(
+            "cut off, the closing delimiter is missing; the last part may be incomplete");
+    return tree;
 }
 
 std::optional<uint64_t> decodedSize(SubFileContent& content) {

@@ -539,6 +539,21 @@ def encrypted_shows_the_header_only():
 
 
 @test
+def a_message_that_was_cut_off_is_warned_of():
+    whole = mixed(part("a.bin", b"0123456789" * 20), part("b.bin", b"0123456789" * 20))
+    write("m.eml", whole)
+    expect(eml("extract", "-o", "whole", "m.eml"), 0)
+    write("m.eml", whole[:-100])
+    said = ("eml: m.eml: warning: cut off, the closing delimiter is missing; "
+            "the last part may be incomplete\n")
+    for command in (["list"], ["info"], ["extract", "-o", "cut"]):
+        expect(eml(*command, "m.eml"), 0, said)
+    equal(len(read("cut/a.bin")), 200)
+    equal(0 < len(read("cut/b.bin")) < 200, True)
+    equal(json.loads(eml("--json", "list", "m.eml").out)["status"], "warning")
+
+
+@test
 def a_text_cannot_drive_the_terminal():
     write("m.eml", DRIVING)
     write("h.eml", simple(b"<p>a\x1b[2J&#27;[2J&#155;2J&#x202e;</p>", kind=b"text/html; charset=utf-8"))
