@@ -39,7 +39,7 @@ class Base64Decoder {
     void feed(const uint8_t* pos, const uint8_t* end, Sink& sink) {
         while (pos < end && !ended_) {
             if (have_ == 0 && !padded_) pos = feedWholeGroups(pos, end, sink);
-            if (pos < end && !ended_) feedByte(*pos++, sink);
+            if (pos < end) feedByte(*pos++, sink);
         }
     }
 

@@ -8,6 +8,7 @@
 #include "bytes/decode_tables.h"
 #include "bytes/quoted_stop.h"
 #include "bytes/text_run.h"
+#include "bytes/unreachable.h"
 
 #if defined(EML_HAS_WIDE_KERNELS) && defined(__GLIBC__)
 #define EML_HAS_FEATURES_OF_C_LIBRARY
@@ -150,10 +151,11 @@ KernelLevel levelOfProcessor() {
     constexpr uint32_t kAvx512InEcx = 1U << 1 | 1U << 6;    // VBMI, VBMI2
     if (__x86_get_cpuid_feature_leaf == nullptr) return KernelLevel::kPlain;
     const EmlProcessorFeatures* const features = __x86_get_cpuid_feature_leaf(kLeaf7);
-    if (features == nullptr || (features->usable[kEbx] & kAvx2) == 0) return KernelLevel::kPlain;
-    const bool wider = (features->usable[kEbx] & kAvx512InEbx) == kAvx512InEbx &&
-                       (features->usable[kEcx] & kAvx512InEcx) == kAvx512InEcx;
-    return wider ? KernelLevel::kAvx512 : KernelLevel::kAvx2;
+    if (EML_NEVER(features == nullptr)) return KernelLevel::kPlain;  // a leaf that is not there is all zeros
+    if ((features->usable[kEbx] & kAvx2) == 0) return KernelLevel::kPlain;
+    const uint32_t missing =
+        (~features->usable[kEbx] & kAvx512InEbx) | (~features->usable[kEcx] & kAvx512InEcx);
+    return missing == 0 ? KernelLevel::kAvx512 : KernelLevel::kAvx2;
 #else
     return KernelLevel::kPlain;
 #endif

@@ -111,10 +111,10 @@ class QuotedPrintableDecoder {
                 state_ = *pos == kCr ? State::kBlankCr : State::kText;
                 return *pos == kCr ? pos + 1 : pos;
             case State::kBlankCr:
-                state_ = State::kText;
-                return pos + 1;
+                break;
         }
-        return end;
+        state_ = State::kText;
+        return pos + 1;
     }
 
     // Copies up to the next "=" that is not a plain escape or a soft line break; it is used as well.
