@@ -5,9 +5,10 @@
 
 #include "standalone/charsets.h"
 #include "tool/command.h"
+#include "tool/each_file.h"
 #include "tool/json_text.h"
 #include "tool/message_tree.h"
-#include "tool/safe_name.h"
+#include "tool/size_visitor.h"
 #include "tool/visible_text.h"
 
 namespace emltool {
@@ -15,19 +16,6 @@ namespace emltool {
 namespace {
 
 constexpr size_t kLabelWidth = 14;
-
-/* Learns the decoded sizes; nothing is opened. */
-class SizeVisitor final : public AttachmentVisitor {
-  public:
-    void visit(SubFileContent& content, SubFileEntry& entry) override {
-        entry.size = decodedSize(content);
-        entry.safeName = names_.take(safeName(entry.name, dotted(entry.path)));
-    }
-    bool opens(const SubFileEntry&) const override { return false; }
-
-  private:
-    NameSet names_;
-};
 
 void printRow(Console& console, std::string_view label, std::string_view value) {
     std::string name = fmt::format("{}:", label);
@@ -70,27 +58,18 @@ class InfoRun final : public CommandRun {
 
     ExitCode run(Console& console, const GlobalOptions& options) override {
         if (files_.empty()) throw usageProblem("info: no FILE given; see \"eml info --help\"");
-        Tally tally;
         bool first = true;
-        for (const std::string& path : files_) {
-            try {
-                show(console, options, path, first);
-                tally.succeeded();
-            } catch (const StandardOutputProblem&) {
-                throw;
-            } catch (const Problem& problem) {
+        return forEachFile(
+            console, files_, [&](const std::string& path) { show(console, options, path, first); },
+            [&](const std::string& path, const Problem& problem) {
                 if (options.json) console.print(jsonLine(path, nullptr, &problem));
-                console.report(problem);
-                tally.failed(problem.exit);
-            }
-        }
-        return tally.exitCode();
+            });
     }
 
   private:
     void show(Console& console, const GlobalOptions& options, const std::string& path, bool& first) const {
         MessageFile file(path, force_);
-        SizeVisitor visitor;
+        SizeVisitor visitor(false);
         MessageTree tree = readTree(file, visitor);
         for (const std::string& warning : tree.warnings) console.warn(file.name(), warning);
         if (options.json) {

@@ -5,29 +5,15 @@
 #include <algorithm>
 
 #include "tool/command.h"
+#include "tool/each_file.h"
 #include "tool/json_text.h"
 #include "tool/message_tree.h"
-#include "tool/safe_name.h"
+#include "tool/size_visitor.h"
 #include "tool/visible_text.h"
 
 namespace emltool {
 
 namespace {
-
-class ListVisitor final : public AttachmentVisitor {
-  public:
-    explicit ListVisitor(bool recursive) : recursive_(recursive) {}
-
-    void visit(SubFileContent& content, SubFileEntry& entry) override {
-        entry.size = decodedSize(content);
-        entry.safeName = names_.take(safeName(entry.name, dotted(entry.path)));
-    }
-    bool opens(const SubFileEntry&) const override { return recursive_; }
-
-  private:
-    bool recursive_;
-    NameSet names_;
-};
 
 const char* kindOf(const SubFileEntry& entry) {
     if (entry.info.kind == EML_KIND_MESSAGE || entry.isEmbeddedMessage()) return "message";
@@ -111,27 +97,18 @@ class ListRun final : public CommandRun {
 
     ExitCode run(Console& console, const GlobalOptions& options) override {
         if (files_.empty()) throw usageProblem("list: no FILE given; see \"eml list --help\"");
-        Tally tally;
         bool first = true;
-        for (const std::string& file : files_) {
-            try {
-                list(console, options, file, first);
-                tally.succeeded();
-            } catch (const StandardOutputProblem&) {
-                throw;
-            } catch (const Problem& problem) {
-                if (options.json) console.print(jsonLine(file, nullptr, &problem));
-                console.report(problem);
-                tally.failed(problem.exit);
-            }
-        }
-        return tally.exitCode();
+        return forEachFile(
+            console, files_, [&](const std::string& path) { list(console, options, path, first); },
+            [&](const std::string& path, const Problem& problem) {
+                if (options.json) console.print(jsonLine(path, nullptr, &problem));
+            });
     }
 
   private:
     void list(Console& console, const GlobalOptions& options, const std::string& path, bool& first) const {
         MessageFile file(path, force_);
-        ListVisitor visitor(recursive_);
+        SizeVisitor visitor(recursive_);
         MessageTree tree = readTree(file, visitor);
         printWarnings(console, file.name(), tree);
         if (options.json) {

@@ -6,6 +6,7 @@
 
 #include "standalone/filter.h"
 #include "tool/command.h"
+#include "tool/each_file.h"
 #include "tool/filter_file.h"
 #include "tool/html_text.h"
 #include "tool/json_text.h"
@@ -102,20 +103,8 @@ class ShowRun final : public CommandRun {
     ExitCode run(Console& console, const GlobalOptions& options) override {
         if (files_.empty()) throw usageProblem("show: no FILE given; see \"eml show --help\"");
         if (options.json) throw usageProblem("show has no JSON form; see \"eml --json info\" or \"records\"");
-        Tally tally;
         bool first = true;
-        for (const std::string& path : files_) {
-            try {
-                show(console, path, first);
-                tally.succeeded();
-            } catch (const StandardOutputProblem&) {
-                throw;
-            } catch (const Problem& problem) {
-                console.report(problem);
-                tally.failed(problem.exit);
-            }
-        }
-        return tally.exitCode();
+        return forEachFile(console, files_, [&](const std::string& path) { show(console, path, first); });
     }
 
   private:
