@@ -39,8 +39,12 @@ size_t typingErrors(std::string_view a, std::string_view b) {
 }
 
 std::string closest(std::string_view word, std::span<const std::string> candidates) {
+    return closest(word, candidates, toleratedErrors(word));
+}
+
+std::string closest(std::string_view word, std::span<const std::string> candidates, size_t mostErrors) {
     std::string best;
-    size_t fewest = toleratedErrors(word) + 1;
+    size_t fewest = mostErrors + 1;
     if (word.empty() || word.size() > kLongestWord) return best;
     for (const std::string& candidate : candidates) {
         if (candidate.size() > kLongestWord) continue;
@@ -66,7 +70,9 @@ std::string closestFile(const std::string& path) {
         std::error_code ignored;
         if (!entry->is_directory(ignored)) names.push_back(entry->path().filename().string());
     }
-    std::string name = closest(fs::path(path).filename().string(), names);
+    /* The extension is mostly the same: it must not make up for errors in the name. */
+    const fs::path wanted(path);
+    std::string name = closest(wanted.filename().string(), names, toleratedErrors(wanted.stem().string()));
     return name.empty() ? name : (folder / name).string();
 }
 

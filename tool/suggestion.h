@@ -18,6 +18,9 @@ size_t typingErrors(std::string_view a, std::string_view b);
 /* The candidate that `word` most likely stands for; empty when none is near. */
 std::string closest(std::string_view word, std::span<const std::string> candidates);
 
+/* The same with at most so many typing errors. */
+std::string closest(std::string_view word, std::span<const std::string> candidates, size_t mostErrors);
+
 /* The path of an existing file that `path`, which does not exist, most likely stands for; empty when there is
  * none. */
 std::string closestFile(const std::string& path);

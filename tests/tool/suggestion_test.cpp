@@ -42,6 +42,9 @@ TEST(ClosestFile, LooksIntoTheFolderOfThePath) {
     folder.write("sample.eml", "x");
     EXPECT_EQ(closestFile(folder.pathOf("sample.em")), folder.pathOf("sample.eml"));
     EXPECT_EQ(closestFile(folder.pathOf("other.txt")), "");
+    folder.write("big.eml", "x");
+    EXPECT_EQ(closestFile(folder.pathOf("nix.eml")), "") << "the extension makes up for no error in the name";
+    EXPECT_EQ(closestFile(folder.pathOf("bix.eml")), folder.pathOf("big.eml"));
     EXPECT_EQ(closestFile(folder.pathOf("no-such-folder/sample.em")), "");
     EXPECT_EQ(closestFile(""), "");
 }
