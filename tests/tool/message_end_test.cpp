@@ -26,6 +26,7 @@ TEST(MessageEnd, BoundaryOfTheMessageItself) {
         {"the first field counts",
          "Content-Type: text/plain\nContent-Type: multipart/mixed; boundary=abc\n\n", ""},
         {"not of the body", "From: a\n\nContent-Type: multipart/mixed; boundary=abc\n\n", ""},
+        {"not of the body, CR LF", "From: a\r\n\r\nContent-Type: multipart/mixed; boundary=abc\r\n\r\n", ""},
         {"only of multipart", "Content-Type: text/plain; boundary=abc\n\n", ""},
         {"none", "Content-Type: multipart/mixed\n\n", ""},
         {"empty", "Content-Type: multipart/mixed; boundary=\n\n", ""},
