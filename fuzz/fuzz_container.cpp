@@ -14,6 +14,7 @@
 #include "choices.h"
 #include "container/container_context.h"
 #include "host.h"
+#include "metadata.h"
 #include "reference/decoders.h"
 #include "support/reference_scan.h"
 
@@ -36,8 +37,6 @@ struct Order {
 };
 
 constexpr uint32_t kCharsets[] = {0, 7, 53, 52, 51, 1, 2, 3, 4, 5, 6, 55, 66, 94, 0xFFFFFFFF, 12};
-constexpr const char* kNames[] = {"From", "Subject",  "Sent", "Received", "content-type",
-                                  "",     "Priority", "X",    "Date",     "Message-ID"};
 
 Order chooseOrder(Choices& choices) {
     Order order;
@@ -136,41 +135,12 @@ class Visit {
         }
     }
 
-    void take(EmlMetaDataEntry* entry) {
-        if (entry == nullptr) return;
-        Transcript& transcript = host_.transcript();
-        transcript.add(entry->hasValue);
-        transcript.add(entry->reserved);
-        transcript.add(entry->type);
-        if (entry->name != nullptr) transcript.add(std::string_view(entry->name));
-        if (entry->value != nullptr) {
-            transcript.add(std::string_view(entry->value, entry->valueLength));
-            require(entry->value[entry->valueLength] == '\0', "a zero byte stands behind a value");
-        }
-        host_.recordHeap().give(entry->name);
-        host_.recordHeap().give(entry->value);
-        host_.recordHeap().give(entry);
-    }
-
-    // By names: some that are common, and the beginning of the message, which is the name of a field.
     void metadata(int32_t number, bool byName) {
-        const std::string first(message_.substr(0, std::min(message_.find(':'), size_t{40})));
-        std::vector<EmlMetaDataRequest> requests;
-        if (byName) {
-            for (const char* name : kNames) requests.push_back({EML_REQUEST_BY_NAME, name});
-            requests.push_back({EML_REQUEST_BY_NAME, first.c_str()});
-            requests.push_back({2, "From"});
-        }
-        std::vector<EmlMetaDataRequest*> pointers;
-        for (EmlMetaDataRequest& request : requests) pointers.push_back(&request);
-        EmlMetaData list{};
-        const EmlResult result = emlGetSubFileMetadata2(
-            context_, byName ? (order_.flags & EML_OPEN_ROOT_FOLDER ? 1 : 0) : number,
-            static_cast<int32_t>(requests.size()), byName ? pointers.data() : nullptr, &list, host_.record());
-        host_.transcript().add(result);
-        if (list.entries == nullptr) return;
-        for (int32_t i = 0; i < list.count; ++i) take(list.entries[i]);
-        host_.recordHeap().give(list.entries);
+        const int32_t index = byName ? ((order_.flags & EML_OPEN_ROOT_FOLDER) != 0 ? 1 : 0) : number;
+        askForMetadata(
+            host_, message_, byName, [&](int32_t count, EmlMetaDataRequest** requests, EmlMetaData* list) {
+                return emlGetSubFileMetadata2(context_, index, count, requests, list, host_.record());
+            });
     }
 
     void extract(int32_t number) {

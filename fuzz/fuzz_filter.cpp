@@ -13,6 +13,7 @@
 #include "choices.h"
 #include "filter_model.h"
 #include "host.h"
+#include "metadata.h"
 
 namespace {
 
@@ -34,7 +35,6 @@ struct Order {
 
 constexpr uint32_t kCapacities[] = {65536, 4096, 256, 300,  141, 100, 64,   20,    14,  9,
                                     5,     1,    0,   4097, 257, 255, 1000, 16384, 500, 8192};
-constexpr const char* kNames[] = {"From", "Subject", "Sent", "Received", "content-type", "", "Priority", "X"};
 
 Order chooseOrder(Choices& choices) {
     Order order;
@@ -231,38 +231,12 @@ class Visit {
         host_.transcript().add(static_cast<uint32_t>(info->size));
     }
 
-    void take(EmlMetaDataEntry* entry) {
-        if (entry == nullptr) return;
-        Transcript& transcript = host_.transcript();
-        transcript.add(uint64_t{entry->hasValue} << 32 | entry->type);
-        transcript.add(entry->reserved);
-        if (entry->name != nullptr) transcript.add(std::string_view(entry->name));
-        if (entry->value != nullptr) {
-            transcript.add(std::string_view(entry->value, entry->valueLength));
-            require(entry->value[entry->valueLength] == '\0', "a zero byte stands behind a value");
-        }
-        host_.recordHeap().give(entry->name);
-        host_.recordHeap().give(entry->value);
-        host_.recordHeap().give(entry);
-    }
-
     void metadata(int32_t number, bool byName) {
-        const std::string first(message_.substr(0, std::min(message_.find(':'), size_t{40})));
-        std::vector<EmlMetaDataRequest> requests;
-        if (byName) {
-            for (const char* name : kNames) requests.push_back({EML_REQUEST_BY_NAME, name});
-            requests.push_back({EML_REQUEST_BY_NAME, first.c_str()});
-        }
-        std::vector<EmlMetaDataRequest*> pointers;
-        for (EmlMetaDataRequest& request : requests) pointers.push_back(&request);
-        EmlMetaData list{};
         const int32_t index = byName ? ((order_.flags & EML_OPEN_ROOT_FOLDER) != 0 ? 1 : 0) : number;
-        host_.transcript().add(emlGetSubFileMetadata(context_, index, static_cast<int32_t>(requests.size()),
-                                                     byName ? pointers.data() : nullptr, &list,
-                                                     host_.record()));
-        if (list.entries == nullptr) return;
-        for (int32_t i = 0; i < list.count; ++i) take(list.entries[i]);
-        host_.recordHeap().give(list.entries);
+        askForMetadata(
+            host_, message_, byName, [&](int32_t count, EmlMetaDataRequest** requests, EmlMetaData* list) {
+                return emlGetSubFileMetadata(context_, index, count, requests, list, host_.record());
+            });
     }
 
     void finish(const Output& output, EmlResult result) {

@@ -118,7 +118,7 @@ TEST(FilterCorpus, SubFilesAreDescribedAndExtracted) {
             const auto count = static_cast<int32_t>(info.subFileCount);
             const int32_t root = flags != 0 ? 1 : 0;
             for (int32_t i = 0; i < count; ++i) {
-                const FilterSubFile described = filter.describe(i);
+                const SubFile described = filter.describe(i);
                 EXPECT_EQ(described.result, EML_OK);
                 EXPECT_TRUE(described.hasName);
                 const FilterExtracted content = filter.extract(i);

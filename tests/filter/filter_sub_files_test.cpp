@@ -49,7 +49,7 @@ TEST(FilterSubFile, IsNumberedWithAndWithoutTheRootFolder) {
     for (const Row& row : kRows) {
         SCOPED_TRACE(std::to_string(row.flags) + ", " + std::to_string(row.number));
         OpenFilter filter(twoAttachments(), row.flags);
-        const FilterSubFile file = filter.describe(row.number);
+        const SubFile file = filter.describe(row.number);
         ASSERT_EQ(file.result, EML_OK);
         EXPECT_EQ(file.info.kind, row.kind);
         EXPECT_EQ(file.name, row.name);
@@ -79,13 +79,13 @@ TEST(FilterSubFile, SizeIsThatOfWhatStandsInTheMessage) {
 
 TEST(FilterSubFile, MessageHasACharsetAndADate) {
     OpenFilter filter(twoAttachments());
-    const FilterSubFile message = filter.describe(0, 0xFFFFFFFF);
+    const SubFile message = filter.describe(0, 0xFFFFFFFF);
     EXPECT_EQ(message.info.charset, 6U);
     EXPECT_EQ(message.info.charsetExtra, 0U);
     EXPECT_NE(message.info.date[0], kUntouched);
     EXPECT_EQ(message.info.flags, 0xFFFFFFFE);
     EXPECT_EQ(filter.describe(0, 0).info.flags, 0U);
-    const FilterSubFile attachment = filter.describe(1, 0x55);
+    const SubFile attachment = filter.describe(1, 0x55);
     EXPECT_EQ(attachment.info.charset, kUntouched);
     EXPECT_EQ(attachment.info.charsetExtra, kUntouched);
     EXPECT_EQ(attachment.info.date[0], kUntouched);
@@ -104,7 +104,7 @@ TEST(FilterSubFile, EncryptedMessageHasNoChildren) {
         "Content-Disposition: attachment; filename=smime.p7m\r\n\r\nTWFu\r\n";
     OpenFilter filter(message);
     EXPECT_EQ(emlGetFileNumber(filter.context()), 1);
-    const FilterSubFile file = filter.describe(0, 1);
+    const SubFile file = filter.describe(0, 1);
     EXPECT_EQ(file.result, EML_OK);
     EXPECT_EQ(file.info.flags, 2U);
     EXPECT_EQ(file.info.childCount, 0U);
@@ -120,7 +120,7 @@ TEST(FilterSubFile, EncryptedMessageHasNoChildren) {
 
 TEST(FilterSubFile, WithoutAttachmentsNoArrayIsMade) {
     OpenFilter filter("Subject: s\r\n\r\ntext\r\n");
-    const FilterSubFile file = filter.describe(0);
+    const SubFile file = filter.describe(0);
     EXPECT_EQ(file.info.childCount, 0U);
     EmlSubFileInfo untouched;
     std::memset(&untouched, 0xA5, sizeof untouched);
@@ -134,7 +134,7 @@ TEST(FilterSubFile, NumberOutOfRangeIsAnInvalidArgument) {
     };
     for (const Row row : {Row{0, -1}, {0, 3}, {0, INT32_MAX}, {0, INT32_MIN}, {kRoot, -1}, {kRoot, 4}}) {
         OpenFilter filter(twoAttachments(), row.flags);
-        const FilterSubFile file = filter.describe(row.number);
+        const SubFile file = filter.describe(row.number);
         EXPECT_EQ(file.result, EML_INVALID_ARGUMENT) << row.number;
         EXPECT_FALSE(file.hasName);
         EXPECT_EQ(file.info.kind, kUntouched);
@@ -159,7 +159,7 @@ TEST(FilterSubFile, HalfWayThroughAConversionTheMessageHasItsDefaultName) {
     uint32_t size = 0;
     uint32_t progress = 0;
     ASSERT_EQ(emlFillBuffer(filter.context(), buffer.data(), &size, &progress, 500), EML_OK);
-    const FilterSubFile file = filter.describe(0);
+    const SubFile file = filter.describe(0);
     EXPECT_EQ(file.result, EML_OK);
     EXPECT_EQ(file.name, "zteml.mail");
     EXPECT_EQ(file.info.date[0], kUntouched);

@@ -14,6 +14,7 @@
 #include "filter/filter_context.h"
 #include "support/memory_output.h"
 #include "support/recording_host.h"
+#include "support/sub_file.h"
 
 namespace eml::test {
 
@@ -50,14 +51,6 @@ class MemoryInput {
     uint32_t closes_ = 0;
     uint32_t releases_ = 0;
     uint32_t largestRead_ = 0;
-};
-
-struct FilterSubFile {
-    EmlResult result;
-    EmlSubFileInfo info;  // its pointers are not valid any more
-    bool hasName;
-    std::string name;
-    std::vector<uint32_t> children;
 };
 
 struct FilterValue {
@@ -110,7 +103,7 @@ class OpenFilter {
     [[nodiscard]] std::string stream(uint32_t capacity, uint32_t fillFlags = 0);
     [[nodiscard]] EmlResult fillResult() const { return fillResult_; }
 
-    [[nodiscard]] FilterSubFile describe(int32_t index, uint32_t flagsBefore = 0);
+    [[nodiscard]] SubFile describe(int32_t index, uint32_t flagsBefore = 0);
     [[nodiscard]] FilterMetadata metadata(int32_t index = 0);
     [[nodiscard]] FilterMetadata metadata(const std::vector<const char*>& names, int32_t index = 0,
                                           uint32_t kind = EML_REQUEST_BY_NAME);
@@ -239,24 +232,10 @@ inline std::string OpenFilter::stream(uint32_t capacity, uint32_t fillFlags) {
     return stream;
 }
 
-inline FilterSubFile OpenFilter::describe(int32_t index, uint32_t flagsBefore) {
-    FilterSubFile file{};
-    const HostValue<EmlSubFileInfo> info(host_.ownHeap());
-    std::memset(&*info, 0xA5, sizeof *info);
-    void* const untouched = info->children;
-    info->flags = flagsBefore;
-    file.result = emlGetSubFileInfoEx(context_, index, &*info, &host_.record());
-    file.info = *info;
-    if (file.info.name != untouched && file.info.name != nullptr) {
-        file.hasName = true;
-        file.name = file.info.name;
-        host_.recordHeap().give(file.info.name);
-    }
-    if (file.info.children != untouched && file.info.children != nullptr) {
-        file.children.assign(file.info.children, file.info.children + file.info.childCount);
-        host_.recordHeap().give(file.info.children);
-    }
-    return file;
+inline SubFile OpenFilter::describe(int32_t index, uint32_t flagsBefore) {
+    return describeSubFile(host_, flagsBefore, [&](EmlSubFileInfo* info) {
+        return emlGetSubFileInfoEx(context_, index, info, &host_.record());
+    });
 }
 
 inline FilterMetadata OpenFilter::takeMetadata(EmlResult result, EmlMetaData& list) {

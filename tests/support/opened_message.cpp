@@ -123,24 +123,9 @@ uint32_t OpenedMessage::charset() {
 }
 
 SubFile OpenedMessage::describe(int32_t number, uint32_t flagsBefore) {
-    SubFile file{};
-    const HostValue<EmlSubFileInfo> info(host_.ownHeap());
-    std::memset(&*info, 0xA5, sizeof *info);
-    void* const untouched = info->children;
-    info->flags = flagsBefore;
-    file.result = emlGetSubFileInfo2(context_, number, &*info, &host_.record());
-    file.info = *info;
-    // What was handed over is the host's, also when the call failed.
-    if (file.info.name != untouched && file.info.name != nullptr) {
-        file.hasName = true;
-        file.name = file.info.name;
-        host_.recordHeap().give(file.info.name);
-    }
-    if (file.info.children != untouched && file.info.children != nullptr) {
-        file.children.assign(file.info.children, file.info.children + file.info.childCount);
-        host_.recordHeap().give(file.info.children);
-    }
-    return file;
+    return describeSubFile(host_, flagsBefore, [&](EmlSubFileInfo* info) {
+        return emlGetSubFileInfo2(context_, number, info, &host_.record());
+    });
 }
 
 Extracted OpenedMessage::extract(int32_t number, uint32_t options, EmlExtractInfo* extractInfo) {

@@ -9,6 +9,7 @@
 
 #include "support/memory_output.h"
 #include "support/recording_host.h"
+#include "support/sub_file.h"
 
 namespace eml::test {
 
@@ -17,14 +18,6 @@ namespace eml::test {
 
 // Printable text: "\n", "\r", "\t", "\\" and "\xNN" for what is not.
 [[nodiscard]] std::string escaped(std::string_view text);
-
-struct SubFile {
-    EmlResult result;
-    EmlSubFileInfo info;  // its pointers are not valid any more
-    bool hasName;
-    std::string name;
-    std::vector<uint32_t> children;
-};
 
 struct Extracted {
     EmlResult result;
