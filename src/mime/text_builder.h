@@ -1,0 +1,74 @@
+// Text on its way into memory of the host. A sink (bytes/sink.h): room is given as it is needed, and an allocation
+// that fails is remembered, so that the code that writes need not look after each byte.
+#pragma once
+
+#include <string_view>
+
+#include "bytes/sink.h"
+#include "host/growing_buffer.h"
+
+namespace eml {
+
+class TextBuilder {
+  public:
+    // Appends to `buffer`, which belongs to the caller.
+    TextBuilder(EmlAllocator& allocator, GrowingBuffer& buffer) : allocator_(allocator), buffer_(buffer) {}
+
+    [[nodiscard]] OutputSpan space() {
+        if (!reserve(1)) return {nullptr, nullptr};
+        return {buffer_.data + buffer_.length, buffer_.data + buffer_.capacity};
+    }
+
+    void commit(const uint8_t* end) {
+        if (!failed_) buffer_.length = static_cast<uint32_t>(end - buffer_.data);
+    }
+
+    void append(std::string_view text) {
+        if (failed_ || text.empty()) return;
+        failed_ = buffer_.append(allocator_, asBytes(text), text.size()) != EML_OK;
+    }
+
+    void append(uint8_t byte) {
+        if (!reserve(1)) return;
+        buffer_.data[buffer_.length++] = byte;
+    }
+
+    // Bytes in the buffer.
+    [[nodiscard]] uint32_t length() const { return buffer_.length; }
+
+    // What was written from `start` on; valid until more is written.
+    [[nodiscard]] std::string_view since(uint32_t start) const {
+        if (failed_ || start >= buffer_.length) return {};
+        return {reinterpret_cast<const char*>(buffer_.data) + start, buffer_.length - start};
+    }
+
+    // Cuts the text to `length`, which is at most length().
+    void truncate(uint32_t length) {
+        if (!failed_) buffer_.length = length;
+    }
+
+    [[nodiscard]] bool failed() const { return failed_; }
+    [[nodiscard]] EmlResult result() const { return failed_ ? EML_NO_MEMORY : EML_OK; }
+
+  private:
+    static const uint8_t* asBytes(std::string_view text) {
+        return reinterpret_cast<const uint8_t*>(text.data());
+    }
+
+    [[nodiscard]] bool reserve(uint64_t more) {
+        if (!failed_) failed_ = buffer_.reserve(allocator_, more) != EML_OK;
+        return !failed_;
+    }
+
+    EmlAllocator& allocator_;
+    GrowingBuffer& buffer_;
+    bool failed_ = false;
+};
+
+// A text inside a buffer that may still move: its place, not its address.
+struct TextPlace {
+    uint32_t start;
+    uint32_t length;
+};
+
+}  // namespace eml
