@@ -87,13 +87,6 @@ EmlMimeText placedText(const EmlMimeContext& context, const TextPlace& place) {
     return {reinterpret_cast<const char*>(context.scratch.data) + place.start, place.length};
 }
 
-std::string_view withoutWhite(std::string_view text) {
-    const auto isWhite = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
-    while (!text.empty() && isWhite(text.front())) text.remove_prefix(1);
-    while (!text.empty() && isWhite(text.back())) text.remove_suffix(1);
-    return text;
-}
-
 // Makes the array that the host gets from the places that were written; `make` turns one into a record.
 template <class Place, class Record, class Make>
 EmlResult handOver(EmlMimeContext& context, const Record*& records, uint32_t& count, Make make) {
@@ -111,45 +104,6 @@ EmlResult handOver(EmlMimeContext& context, const Record*& records, uint32_t& co
     records = list;
     count = have;
     return EML_OK;
-}
-
-template <class Place>
-void putPlace(EmlMimeContext& context, const Place& place, EmlResult& result) {
-    if (result != EML_OK) return;
-    result =
-        context.places.append(*context.allocator, reinterpret_cast<const uint8_t*>(&place), sizeof place);
-}
-
-struct ParameterPlaces {
-    TextPlace name;
-    TextPlace value;
-};
-
-// Lists the parameters; one in sections (RFC 2231) stands once, where its first section does.
-EmlResult appendParameters(EmlMimeContext& context, std::string_view list, const HeaderText& how,
-                           TextBuilder& texts) {
-    constexpr uint32_t kMaxJoined = 100;  // each costs one look at the list
-    uint32_t joined = 0;
-    EmlResult result = EML_OK;
-    RawParameter parameter{};
-    for (ParameterWalk walk(list); walk.next(parameter);) {
-        const bool isPlain = parameter.section < 0 && !parameter.extended;
-        if (parameter.section > 0 || (!isPlain && joined++ >= kMaxJoined)) continue;
-        ParameterPlaces places{};
-        uint32_t start = texts.length();
-        appendLower(parameter.name, texts);
-        places.name = endText(texts, start);
-        start = texts.length();
-        uint32_t problems = 0;
-        if (isPlain) {
-            appendPlainValue(parameter, how, texts, problems);
-        } else {
-            (void)appendParameter(list, viewOf(texts, places.name), how, texts, problems);
-        }
-        places.value = endText(texts, start);
-        putPlace(context, places, result);
-    }
-    return result;
 }
 
 }  // namespace
@@ -235,16 +189,9 @@ EmlResult fieldIds(EmlMimeContext& context, uint32_t part, uint32_t index, const
     if (EmlResult result = findIndex(context, part, index, field); result != EML_OK) return result;
     TextBuilder texts = freshTexts(context);
     context.places.length = 0;
-    EmlResult result = EML_OK;
-    std::string_view id;
-    for (std::string_view rest = field.value; nextMessageId(rest, id);) {
-        const uint32_t start = texts.length();
-        for (const char character : id) {
-            if (!withoutWhite({&character, 1}).empty()) texts.append(static_cast<uint8_t>(character));
-        }
-        putPlace(context, endText(texts, start), result);
-    }
-    if (texts.failed() || result != EML_OK) return EML_NO_MEMORY;
+    TextBuilder places(*context.allocator, context.places);
+    readMessageIds(field.value, howOf(context, part), *context.allocator, texts, places);
+    if (texts.failed() || places.failed()) return EML_NO_MEMORY;
     return handOver<TextPlace>(context, ids, count,
                                [&context](const TextPlace& place) { return placedText(context, place); });
 }
@@ -263,8 +210,10 @@ EmlResult fieldParameters(EmlMimeContext& context, uint32_t part, uint32_t index
     if (isType) appendLower(type.subtype, texts);
     const TextPlace first = endText(texts, 0);
     const std::string_view list = isType ? type.parameters : token.parameters;
-    EmlResult result = appendParameters(context, list, howOf(context, part), texts);
-    if (texts.failed() || result != EML_OK) return EML_NO_MEMORY;
+    TextBuilder places(*context.allocator, context.places);
+    uint32_t problems = 0;
+    readParameters(list, howOf(context, part), texts, places, problems);
+    if (texts.failed() || places.failed()) return EML_NO_MEMORY;
     value = placedText(context, first);
     return handOver<ParameterPlaces>(context, parameters, count, [&context](const ParameterPlaces& place) {
         return EmlMimeParameter{placedText(context, place.name), placedText(context, place.value)};

@@ -214,9 +214,11 @@ class PartHeaderReader {
     // Content-ID, Content-Location, Content-Description.
     void readIdentity() {
         if (const Found& field = found_[kContentId]; field.there) {
-            std::string_view text = field.value;
             std::string_view id;
-            if (nextMessageId(text, id)) part().contentId = keepWithoutWhite(id);
+            if (firstMessageId(field.value, id)) {
+                appendMessageId(id, how(), fresh());
+                part().contentId = keepWork();
+            }
         }
         if (const Found& field = found_[kContentLocation]; field.there)
             part().location = keepWithoutWhite(field.value);

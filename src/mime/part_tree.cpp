@@ -188,16 +188,16 @@ void PartTree::takeHead(std::string_view text) {
 // Counts what breaks the rules for lines; binary content has none.
 void PartTree::checkLine(const MimeLine& line) {
     constexpr uint64_t kMaxLine = 998;
-    const bool lfAlone = crLf_ && line.endLength == 1;
+    const bool lfAlone = crLf_ && line.endLength == 1 && !line.endsInCr;
     const bool isLong = line.ends && line.textEnd() - lineStart_ > kMaxLine;
-    if (!lfAlone && !isLong && !line.hasNul) return;
+    if (!lfAlone && !isLong && !line.endsInCr && !line.hasNul) return;
     if (inContent() && current().encoding == EML_MIME_ENCODING_BINARY) return;
     const auto count = [](LineCount& lines, uint64_t offset) {
         if (lines.count++ == 0) lines.offset = offset;
     };
     if (line.hasNul && inContent()) count(nuls_, line.offset);
     if (line.endsInCr) count(bareCrs_, line.textEnd());
-    if (lfAlone && !line.endsInCr) count(mixedEnds_, line.textEnd());
+    if (lfAlone) count(mixedEnds_, line.textEnd());
     if (isLong) count(longLines_, lineStart_);
 }
 

@@ -111,7 +111,6 @@ void PartTree::openBody(uint64_t bodyStart) {
     const bool encoded = !isIdentity(current().encoding);
     state_ = State::kBody;
     contentStart_ = bodyStart;
-    previousTextEnd_ = bodyStart;
     lastInline_ = 0;
     inline_ = InlineFile::kNone;
     headLength_ = 0;
@@ -230,7 +229,7 @@ void PartTree::endOpenPart(const OpenPart& open, uint64_t end, uint32_t ending) 
         return;
     }
     noteDefect(context_, EML_MIME_DEFECT_NO_CLOSING_DELIMITER, open.part, end);
-    if (ending == EML_MIME_ENDING_OUTER)
+    if (ending != EML_MIME_ENDING_FILE)
         noteDefect(context_, EML_MIME_DEFECT_OUTER_DELIMITER, open.part, end);
 }
 

@@ -49,7 +49,7 @@ class RoleWalk {
         const std::string_view subtype = viewAt(context_, partAt(context_, number).subtype);
         Level level{};
         level.part = number;
-        level.child = number + 1;
+        level.child = partAt(context_, number).childCount == 0 ? EML_MIME_NONE : number + 1;
         level.firstText = texts_;
         level.firstHtml = htmls_;
         level.isAlternative = subtype == "alternative";

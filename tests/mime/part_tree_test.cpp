@@ -87,7 +87,7 @@ TEST(PartTree, Delimiters) {
         {"a part after the closing delimiter", mixed("--b\n\none\n--b--\n--b\n\ntwo\n--b--\n"),
          "multipart/mixed{text/plain\"one\"; text/plain\"two\"}", "part-after-closing@0"},
         {"no parts: one body", mixed("text\n"), "multipart/mixed\"text\\n\"", "no-parts@0"},
-        {"closed at once", mixed("--b--\n"), "multipart/mixed{", ""},
+        {"closed at once", mixed("--b--\n"), "multipart/mixed{}", ""},
         {"a delimiter after CR alone", mixed("--b\r\rone\r--b--\r"), "multipart/mixed{text/plain\"one\"}",
          "bare-cr@1"},
         {"an empty part", mixed("--b\n--b\n\n--b--\n"), "multipart/mixed{text/plain\"\"; text/plain\"\"}",
