@@ -108,7 +108,7 @@ class LooseDate {
         const DateToken& sign = at(index + 1);
         const bool separated = sign.isSign('-') || sign.isSign('/') || sign.isSign('.');
         return hasNone() && separated && isShortNumber(index + 2) && at(index + 3).isSign(sign.sign) &&
-               at(index + 4).isNumber();
+               at(index + 4).isNumber() && (at(index).digits > 2 || at(index + 4).digits >= 2);
     }
 
     // Y-M-D; else M/D/Y with "/", D-M-Y with "-" and "."; the other way round where that is the only one.
