@@ -159,8 +159,8 @@ EML_API EmlResult emlFillBuffer(EmlFilterContext* context, void* buffer, uint32_
 
 /*
  * Like emlFillBuffer, with EML_FILL_... bits. With EML_OPEN_ROOT_FOLDER the message is sub-file 1, and
- * sub-file 0 returns EML_OK and writes nothing. Any other sub-file: EML_INVALID_ARGUMENT. EML_ENCRYPTED when
- * the message is encrypted.
+ * sub-file 0 gives EML_OK and nothing else. Any other sub-file: EML_INVALID_ARGUMENT. EML_ENCRYPTED when the
+ * message is encrypted.
  */
 EML_API EmlResult emlFillBufferEx(EmlFilterContext* context, uint32_t subFile, void* buffer, uint32_t* size,
                                   uint32_t* progress, uint32_t capacity, uint32_t fillFlags);
