@@ -103,7 +103,8 @@ class NameWriter {
     void writeRun(std::string_view run) {
         // A quote that opens or closes nothing.
         if (run.front() == '"') run.remove_prefix(1);
-        if (run.size() > 1 && run.back() == '"' && isLetter(run[run.size() - 2])) run.remove_suffix(1);
+        const size_t last = run.find_last_not_of('"');
+        if (last != kNone && isLetter(run[last])) run = run.substr(0, last + 1);
         if (run.empty()) return;
         separate();
         if (run.find('\\') != kNone) {
@@ -233,7 +234,7 @@ TextPlace appendAddress(std::string_view address, const HeaderText& how, TextBui
         // Blanks between words that nothing joins are part of what was written.
         if (gap && afterText && token.isText()) texts.append(uint8_t{' '});
         gap = false;
-        afterText = token.isText();
+        afterText = token.isText() || token.kind == AddressTokenKind::kComma;
         const std::string_view text = address.substr(token.start, token.end - token.start);
         if (token.kind == AddressTokenKind::kQuoted) {
             appendQuotedPart(text.substr(1, text.size() - 2), how, texts);

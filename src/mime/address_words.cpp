@@ -60,12 +60,15 @@ bool WordWalk::belongsTo(const Unit& unit, const AddressToken& token, bool gap) 
 }
 
 void WordWalk::addToken(Unit& unit, bool gap) const {
+    // "[mailto:a@b]" is an address, "[127.0.0.1]" a domain.
+    const bool literal = token_.kind == AddressTokenKind::kLiteral;
+    const bool wrapped = literal && text_.substr(token_.start, token_.end - token_.start).find('@') != kNone;
     const bool at = token_.kind == AddressTokenKind::kAt;
     const bool dot = token_.kind == AddressTokenKind::kDot;
     const bool quoted = token_.kind == AddressTokenKind::kQuoted;
     const bool encoded = text_.substr(token_.start, 2) == "=?";
     unit.end = token_.end;
-    unit.at = unit.at || at;
+    unit.at = unit.at || at || wrapped;
     unit.plain = unit.plain && !quoted && !encoded;
     unit.glue = at || (dot && (gap || unit.at));
     unit.joins = !quoted;
