@@ -43,7 +43,13 @@ struct MimePart {
     uint8_t ending;
     uint8_t protection;
     uint8_t roles;
-    bool measured;  // its content was read to the end once: its content defects are in the list
+    uint8_t measured;  // MeasuredContent
+};
+
+// Bits of MimePart.measured: what was read to the end once. Its defects are in the list, and not counted again.
+enum MeasuredContent : uint8_t {
+    kTransferMeasured = 1,  // the transfer encoding
+    kTextMeasured = 2,      // the charset
 };
 
 struct MimeDefect {
