@@ -82,7 +82,8 @@ static void printPart(GMimePart* part, const char* path) {
  * another type. */
 static void appendBody(GMimeObject* object, const char* subtype, GString* text) {
     if (!GMIME_IS_TEXT_PART(object)) return;
-    if (g_mime_part_is_attachment(GMIME_PART(object)) || g_mime_part_get_filename(GMIME_PART(object)) != NULL) return;
+    if (g_mime_part_is_attachment(GMIME_PART(object)) || g_mime_part_get_filename(GMIME_PART(object)) != NULL)
+        return;
     if (!g_mime_content_type_is_type(g_mime_object_get_content_type(object), "text", subtype)) return;
     char* const body = g_mime_text_part_get_text(GMIME_TEXT_PART(object));
     if (body != NULL) {
