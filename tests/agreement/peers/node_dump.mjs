@@ -44,15 +44,18 @@ async function postalMime(bytes) {
 
 async function mailparser(bytes) {
     const { simpleParser } = require('mailparser');
+    const before = Date.now();
     const mail = await simpleParser(bytes, {
         skipHtmlToText: true, skipTextToHtml: true, skipTextLinks: true, skipImageLinks: true, keepCidLinks: true,
     });
+    // It gives the time of the call for a date that it cannot read.
+    const date = mail.date && mail.date.getTime() >= before ? undefined : mail.date;
     const list = (field) => flat([field ?? []].flat().flatMap((entry) => entry.value ?? []));
     return {
         parts: mail.attachments.map((entry, index) =>
             attachment(entry, index, entry.contentType, entry.filename, entry.contentDisposition, entry.cid)),
         subject: orNull(mail.subject), from: list(mail.from), to: list(mail.to), cc: list(mail.cc),
-        date: seconds(mail.date), text: orNull(mail.text), html: orNull(mail.html || undefined),
+        date: seconds(date), text: orNull(mail.text), html: orNull(mail.html || undefined),
     };
 }
 
