@@ -8,6 +8,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "standalone/heap.h"
 #include "standalone/input.h"
@@ -57,11 +58,26 @@ std::string base64(Bytes bytes) {
 
 // --- One message ---
 
+// An embedded message in base64 or quoted-printable is opened as a caller does: from its extracted bytes.
+constexpr uint32_t kMaxEmbedded = 8;
+
 class Dump {
   public:
-    explicit Dump(EmlMimeContext* context) : context_(context) {}
+    Dump(EmlIOobj* input, std::string prefix, uint32_t depth) : prefix_(std::move(prefix)), depth_(depth) {
+        EmlMimeOptions options = {};
+        options.recordSize = sizeof options;
+        EmlResult result = EML_OK;
+        context_ = emlMimeOpen(input, heap_.allocator(), &options, &result);
+        done(result, "emlMimeOpen");
+    }
+
+    ~Dump() { emlMimeClose(context_); }
+
+    Dump(const Dump&) = delete;
+    Dump& operator=(const Dump&) = delete;
 
     std::string message() {
+        if (context_ == nullptr) return "{\"error\":" + quoted(failure_) + "}";
         std::string line = "{\"parts\":[" + parts() + "]";
         line += ",\"subject\":" + subject();
         for (const char* name : {"from", "to", "cc"}) {
@@ -70,14 +86,33 @@ class Dump {
         line += ",\"date\":" + date();
         line += ",\"text\":" + body("plain", EML_MIME_ROLE_TEXT_BODY);
         line += ",\"html\":" + body("html", EML_MIME_ROLE_HTML_BODY);
+        close();
         return failure_.empty() ? line + "}" : "{\"error\":" + quoted(failure_) + "}";
     }
+
+    std::string parts() {
+        std::string list;
+        for (uint32_t number = 0; context_ != nullptr && number < emlMimePartCount(context_); ++number) {
+            const EmlMimePart record = part(number);
+            if (!list.empty()) list += ',';
+            list += partLine(number, record);
+        }
+        return list;
+    }
+
+    const std::string& failure() const { return failure_; }
 
   private:
     bool done(EmlResult result, const char* what) {
         if (result != EML_OK && failure_.empty())
             failure_ = std::string(what) + ": " + std::to_string(result);
         return result == EML_OK;
+    }
+
+    void close() {
+        emlMimeClose(context_);
+        context_ = nullptr;
+        if (heap_.counts().liveBlocks != 0 && failure_.empty()) failure_ = "blocks are left";
     }
 
     EmlMimePart part(uint32_t number) {
@@ -87,13 +122,13 @@ class Dump {
     }
 
     std::string path(const EmlMimePart& record) {
-        if (record.parent == EML_MIME_NONE) return "";
+        if (record.parent == EML_MIME_NONE) return prefix_.empty() ? "" : prefix_ + "0";
         std::string result = std::to_string(record.ordinal);
         for (EmlMimePart up = part(record.parent); up.parent != EML_MIME_NONE && failure_.empty();
              up = part(up.parent)) {
             result = std::to_string(up.ordinal) + "." + result;
         }
-        return result;
+        return prefix_ + result;
     }
 
     Bytes content(uint32_t number, uint32_t form, uint32_t& flags) {
@@ -104,29 +139,28 @@ class Dump {
         return output_.bytes();
     }
 
-    std::string parts() {
-        std::string list;
-        for (uint32_t number = 0; number < emlMimePartCount(context_); ++number) {
-            const EmlMimePart record = part(number);
-            if ((record.flags & EML_MIME_PART_MULTIPART) != 0 && record.childCount != 0) continue;
-            if (!list.empty()) list += ',';
-            list += partLine(number, record);
-        }
-        return list;
-    }
-
     std::string partLine(uint32_t number, const EmlMimePart& record) {
         const std::string type = std::string(record.type.text, record.type.length) + "/" +
                                  std::string(record.subtype.text, record.subtype.length);
-        std::string line = "{\"path\":" + quoted(path(record)) + ",\"type\":" + quoted(type);
+        const std::string place = path(record);
+        std::string line = "{\"path\":" + quoted(place) + ",\"type\":" + quoted(type);
         line += ",\"name\":" + json(record.name) + ",\"disposition\":" + json(record.disposition);
         line += ",\"cid\":" + json(record.contentId);
+        const bool opened = (record.flags & EML_MIME_PART_MULTIPART) != 0 && record.childCount != 0;
         if ((record.roles & EML_MIME_ROLE_ATTACHMENT) == 0) line += ",\"body\":true";
-        if ((record.flags & EML_MIME_PART_MESSAGE) != 0) line += ",\"container\":true";
+        if (opened || (record.flags & EML_MIME_PART_MESSAGE) != 0) line += ",\"container\":true";
         uint32_t flags = 0;
-        return line + ",\"data\":\"" + base64(content(number, EML_MIME_DECODED, flags)) + "\"}";
+        const Bytes bytes = content(number, EML_MIME_DECODED, flags);
+        line += ",\"data\":\"" + base64(bytes) + "\"}";
+        if ((record.flags & EML_MIME_PART_ENCODED_MESSAGE) != 0 && depth_ < kMaxEmbedded) {
+            emlhost::MemoryInput input(bytes);
+            Dump inside(input.object(), place + ".", depth_ + 1);
+            const std::string found = inside.parts();
+            if (!found.empty()) line += "," + found;
+            if (failure_.empty()) failure_ = inside.failure();
+        }
+        return line;
     }
-
     // The first field with this name from `index` on, which moves to it.
     bool find(const char* name, uint32_t& index) {
         uint32_t found = EML_MIME_NONE;
@@ -191,24 +225,19 @@ class Dump {
         return text.empty() ? "null" : quoted(text);
     }
 
-    EmlMimeContext* context_;
+    std::string prefix_;
+    uint32_t depth_;
+    emlhost::CountingHeap heap_;
     emlhost::MemoryOutput output_;
     std::string failure_;
+    EmlMimeContext* context_ = nullptr;
 };
 
 std::string dump(const std::string& path) {
     std::error_code error;
     const auto input = emlhost::openInput(path, error);
     if (input == nullptr) return "{\"error\":" + quoted(error.message()) + "}";
-    emlhost::CountingHeap heap;
-    EmlMimeOptions options = {};
-    options.recordSize = sizeof options;
-    EmlResult result = EML_OK;
-    EmlMimeContext* const context = emlMimeOpen(input->object(), heap.allocator(), &options, &result);
-    if (context == nullptr) return "{\"error\":\"emlMimeOpen: " + std::to_string(result) + "\"}";
-    std::string line = Dump(context).message();
-    emlMimeClose(context);
-    return heap.counts().liveBlocks == 0 ? line : "{\"error\":\"blocks are left\"}";
+    return Dump(input->object(), "", 0).message();
 }
 
 }  // namespace

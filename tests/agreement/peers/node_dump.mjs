@@ -49,7 +49,7 @@ async function mailparser(bytes) {
         skipHtmlToText: true, skipTextToHtml: true, skipTextLinks: true, skipImageLinks: true, keepCidLinks: true,
     });
     // It gives the time of the call for a date that it cannot read.
-    const date = mail.date && mail.date.getTime() >= before ? undefined : mail.date;
+    const date = mail.date && mail.date.getTime() >= before && mail.date.getTime() <= Date.now() ? undefined : mail.date;
     const list = (field) => flat([field ?? []].flat().flatMap((entry) => entry.value ?? []));
     return {
         parts: mail.attachments.map((entry, index) =>
