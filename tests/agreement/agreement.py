@@ -84,8 +84,9 @@ def read_peers(messages):
             versions[peer] = version_of(command)
             if versions[peer] is None:
                 continue
-            key = f"{versions[peer]} {readers.digest(source.read_bytes() + pathlib.Path(readers.__file__).read_bytes())}"
-            cache = readers.Cache(BUILD / "cache" / f"{peer.replace(' ', '-')}.json", key)
+            code = source.read_bytes() + pathlib.Path(readers.__file__).read_bytes()
+            version = f"{versions[peer]} {readers.digest(code)}"
+            cache = readers.Cache(BUILD / "cache" / f"{peer.replace(' ', '-')}.json", version)
             running[peer] = pool.submit(readers.read_all, command, messages, cache)
         for peer, future in running.items():
             rows[peer] = future.result()

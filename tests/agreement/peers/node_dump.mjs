@@ -49,13 +49,13 @@ async function mailparser(bytes) {
         skipHtmlToText: true, skipTextToHtml: true, skipTextLinks: true, skipImageLinks: true, keepCidLinks: true,
     });
     // It gives the time of the call for a date that it cannot read.
-    const date = mail.date && mail.date.getTime() >= before && mail.date.getTime() <= Date.now() ? undefined : mail.date;
+    const isMadeUp = mail.date && mail.date.getTime() >= before && mail.date.getTime() <= Date.now();
     const list = (field) => flat([field ?? []].flat().flatMap((entry) => entry.value ?? []));
     return {
         parts: mail.attachments.map((entry, index) =>
             attachment(entry, index, entry.contentType, entry.filename, entry.contentDisposition, entry.cid)),
         subject: orNull(mail.subject), from: list(mail.from), to: list(mail.to), cc: list(mail.cc),
-        date: seconds(date), text: orNull(mail.text), html: orNull(mail.html || undefined),
+        date: isMadeUp ? null : seconds(mail.date), text: orNull(mail.text), html: orNull(mail.html || undefined),
     };
 }
 
