@@ -19,8 +19,10 @@ struct EncodedWord {
     size_t length;             // of the whole word in the text
 };
 
-// The encoded word that stands at the beginning of `text`. Tolerates what is common: blanks inside a "Q" word, a
-// missing last "=", more than 75 characters, lower case.
+// The encoded word that stands at the beginning of `text`. Tolerates what is common: blanks and "?" inside a "Q"
+// word, a missing last "=" (at the end of the text, and of "B" before a blank), more than 75 characters, lower case,
+// an empty charset. The search for the end of a word stops where another one begins, so that trying each "=?" of a
+// text in turn is linear.
 [[nodiscard]] std::optional<EncodedWord> encodedWordAt(std::string_view text);
 
 // Whether an encoded word stands anywhere in `text`.
@@ -34,8 +36,8 @@ struct HeaderText {
 
 // Appends `text` (an unstructured value, a phrase, a comment's inside: unfolded or not) as UTF-8: folding undone
 // (each line end is dropped, the blanks after it stay), encoded words decoded, raw 8-bit text by appendGuessed,
-// NUL and other control characters kept except CR and LF. Inside a word decoded CR, LF stay out as well: they
-// become blanks.
+// NUL and other control characters kept except CR and LF. Line ends that an encoded word decodes to become blanks.
+// A word in a charset that nobody knows stays as it is written.
 void appendDecoded(std::string_view text, const HeaderText& how, TextBuilder& out);
 
 // The same with blanks at both ends removed.

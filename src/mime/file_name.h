@@ -1,5 +1,6 @@
 // The file name that a part's header gives: filename*, filename*0*..., filename of Content-Disposition, then name*,
-// name*0*..., name of Content-Type, the first that is there and not empty.
+// name*0*..., name of Content-Type, the first that is there and not empty; after these filename of Content-Type and
+// name of Content-Disposition, where no standard has them.
 #pragma once
 
 #include "mime/parameters.h"

@@ -68,7 +68,10 @@ struct EmlMimeContext {
     eml::GrowingBuffer texts;    // of the parts
     eml::GrowingBuffer header;   // the header block that was read last
     uint32_t headerPart;         // whose it is, plus 1; 0: none
+    uint32_t fieldIndex;         // the field that was looked at last, and where it begins in the header
+    uint32_t fieldStart;
     eml::GrowingBuffer scratch;  // texts handed over by the last call
+    eml::GrowingBuffer places;   // where they stand, while they are written
     eml::GrowingBuffer list;     // the array that goes with them
     uint64_t defectsLeftOut;
 };

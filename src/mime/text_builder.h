@@ -2,6 +2,7 @@
 // that fails is remembered, so that the code that writes need not look after each byte.
 #pragma once
 
+#include <cstring>
 #include <string_view>
 
 #include "bytes/sink.h"
@@ -47,6 +48,18 @@ class TextBuilder {
         if (!failed_) buffer_.length = length;
     }
 
+    // Removes `count` bytes at `start`; what follows moves up.
+    void erase(uint32_t start, uint32_t count) {
+        if (failed_ || count == 0) return;
+        std::memmove(buffer_.data + start, buffer_.data + start + count, buffer_.length - start - count);
+        buffer_.length -= count;
+    }
+
+    // Whoever wrote into another block for this text has run out of memory.
+    void fail() { failed_ = true; }
+
+    [[nodiscard]] EmlAllocator& allocator() const { return allocator_; }
+
     [[nodiscard]] bool failed() const { return failed_; }
     [[nodiscard]] EmlResult result() const { return failed_ ? EML_NO_MEMORY : EML_OK; }
 
@@ -63,6 +76,28 @@ class TextBuilder {
     EmlAllocator& allocator_;
     GrowingBuffer& buffer_;
     bool failed_ = false;
+};
+
+// A text that is needed for a while only, in a block of its own. Nothing is allocated until something is written.
+class ScratchText {
+  public:
+    explicit ScratchText(EmlAllocator& allocator) : text_(allocator, buffer_) {}
+    ~ScratchText() { buffer_.release(text_.allocator()); }
+    ScratchText(const ScratchText&) = delete;
+    ScratchText& operator=(const ScratchText&) = delete;
+
+    [[nodiscard]] TextBuilder& text() { return text_; }
+    [[nodiscard]] std::string_view view() const { return text_.since(0); }
+
+    // The bytes as records that were appended as such.
+    template <class Record>
+    [[nodiscard]] Record* records() {
+        return reinterpret_cast<Record*>(buffer_.data);
+    }
+
+  private:
+    GrowingBuffer buffer_{};
+    TextBuilder text_;
 };
 
 // A text inside a buffer that may still move: its place, not its address.
