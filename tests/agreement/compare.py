@@ -45,11 +45,13 @@ def show(part):
 # How two parts may be found to be the same one, the surest first.
 SAME = (lambda a, b: a["sha"] == b["sha"] and a["name"] == b["name"] and a["path"] == b["path"],
         lambda a, b: a["sha"] == b["sha"] and a["name"] == b["name"],
+        lambda a, b: a["name"] is not None and a["name"] == b["name"] and a["type"] == b["type"],
         lambda a, b: a["size"] and a["sha"] == b["sha"],
         lambda a, b: a["plain"] == b["plain"] and a["name"] == b["name"] and a["type"] == b["type"],
         lambda a, b: a["size"] and a["plain"] == b["plain"],
         lambda a, b: a["name"] is not None and a["name"] == b["name"],
-        lambda a, b: a["path"] == b["path"] and a["type"] == b["type"])
+        lambda a, b: a["path"] == b["path"] and a["type"] == b["type"],
+        lambda a, b: a["type"] == b["type"] and a["name"] == b["name"])
 
 
 def pair_parts(ours, theirs):

@@ -68,10 +68,16 @@ class Comparing(unittest.TestCase):
         self.assertEqual([(finding.outcome, finding.note) for finding in findings if finding.kind == "bytes"],
                          [("agree", "line ends")])
 
-    def test_bytes_count_more_than_names_when_parts_are_paired(self):
+    def test_parts_are_paired_by_name_and_type_before_they_are_paired_by_bytes(self):
+        ours = row(part(b"Hello", name=None, path="1", kind="text/plain"), part(b"Hello, world"))
+        self.assertEqual(found(ours, attachments=row(part(b"Hello"))),
+                         {("attachments", "bytes", part(b"Hello")["sha"][:12]): "differ",
+                          ("attachments", "part", part(b"Hello")["sha"][:12]): "ours"})
+
+    def test_parts_of_other_names_are_paired_by_bytes(self):
         ours = row(part(b"one", name="x"), part(b"two", name="y"))
-        self.assertEqual(found(ours, a=row(part(b"two", name="x"), part(b"one", name="y"))),
-                         {("a", "name", "x"): "differ", ("a", "name", "y"): "differ"})
+        self.assertEqual(found(ours, a=row(part(b"two", name="v"), part(b"one", name="w"))),
+                         {("a", "name", "v"): "differ", ("a", "name", "w"): "differ"})
 
     def test_a_name_that_only_the_peer_gives_is_lost(self):
         self.assertEqual(lost(row(part(name=None)), a=row(part())), [("a", "name")])

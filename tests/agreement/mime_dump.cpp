@@ -13,6 +13,7 @@
 #include "standalone/heap.h"
 #include "standalone/input.h"
 #include "standalone/output.h"
+#include "tests/agreement/label_conversion.h"
 
 namespace {
 
@@ -66,6 +67,7 @@ class Dump {
     Dump(EmlIOobj* input, std::string prefix, uint32_t depth) : prefix_(std::move(prefix)), depth_(depth) {
         EmlMimeOptions options = {};
         options.recordSize = sizeof options;
+        options.convert = &agreement::kConvert;
         EmlResult result = EML_OK;
         context_ = emlMimeOpen(input, heap_.allocator(), &options, &result);
         done(result, "emlMimeOpen");
