@@ -145,7 +145,7 @@ def backed_by(finding, findings):
     """Another peer that agrees with us on the item where this one differs."""
     for other in findings:
         if other.kind == finding.kind and other.outcome == "agree" and other.peer != finding.peer \
-                and other.ours == finding.ours and other.note.startswith(finding.note[:2]):
+                and other.ours == finding.ours and finding.kind != "part":
             return other.peer
     return None
 
