@@ -1,5 +1,5 @@
-// What a sender can make the readers cost, as one table in Markdown: each hostile message at two sizes, the
-// work that the host sees, and the processor's time.
+// Prints what a sender can make the readers cost, as one Markdown table: each hostile message at two sizes,
+// the work that the host sees, and CPU time.
 //     emlreader_budgets [WORD]      only the messages with WORD in their names
 #include <fmt/core.h>
 
@@ -19,7 +19,7 @@ using eml::test::Figures;
 using eml::test::HostileMessage;
 using eml::test::Reader;
 
-// The least of these counts: other programs can only make a run longer.
+// The fastest of these counts: other programs can only make a run longer.
 constexpr int kRuns = 5;
 
 struct Measured {

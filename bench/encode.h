@@ -1,4 +1,4 @@
-// The transfer encodings of RFC 2045, the other way round than the library.
+// Encodes into the transfer encodings of RFC 2045, which the library decodes.
 #pragma once
 
 #include <cstdint>

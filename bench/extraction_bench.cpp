@@ -1,4 +1,4 @@
-// Extracting one large attachment. Speeds are in bytes of the encoded body, as it stands in the message.
+// Extracting one large attachment. Speeds are in bytes of the encoded body, as stored in the message.
 #include <cstring>
 
 #include "bench/benchmarks.h"
@@ -8,7 +8,7 @@ namespace emlbench {
 
 namespace {
 
-// Takes every byte and keeps none: what is left is the cost of reading and decoding.
+// Takes every byte and keeps none: what remains is the cost of reading and decoding.
 class DiscardingOutput final : public emlhost::Output {
   public:
     DiscardingOutput() noexcept : Output(Seeking::Anywhere) {}
@@ -20,7 +20,7 @@ class DiscardingOutput final : public emlhost::Output {
     }
 };
 
-// The size of the body as it stands in the message; 0 when there is no such attachment.
+// The size of the body as stored in the message; 0 when there is no such attachment.
 int64_t encodedSize(emlhost::OpenMessage& message) {
     if (message.status() != EML_OK || message.subFileCount() != 2) return 0;
     const emlhost::SubFile subFile = message.describe(1);

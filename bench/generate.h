@@ -10,15 +10,15 @@
 namespace emlbench {
 
 enum class Kind {
-    kTypical,          // text, HTML and a base64 attachment; SIZE is what the message is to have, in bytes
+    kTypical,          // text, HTML and a base64 attachment; SIZE is the size of the message in bytes
     kBase64,           // one attachment of about SIZE encoded bytes
     kQuotedPrintable,  // the same: German text, about 5 % of its bytes escaped
     kQuotedHeavy,      // the same: Russian text, every letter escaped
     kPlain,            // the same: not encoded, UTF-8
     kMixture,          // attachments of the four kinds above, 10 MB each, SIZE bytes together
-    kParts,            // SIZE attachments of some hundred bytes
+    kParts,            // SIZE attachments of a few hundred bytes
     kHeaders,          // a short text under SIZE further header lines
-    kTextBase64,       // nothing but a text of about SIZE encoded bytes (German, UTF-8), in base64
+    kTextBase64,       // only a text of about SIZE encoded bytes (German, UTF-8), in base64
     kTextQuoted,       // the same in quoted-printable
     kTextPlain,        // the same, not encoded
     kMail,             // SIZE bytes as in a mailbox: small ones are a text, larger ones typical

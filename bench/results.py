@@ -23,7 +23,7 @@ def say(text):
 
 
 def arguments(description):
-    """A parser with what all commands take."""
+    """A parser with the options that all commands share."""
     parser = argparse.ArgumentParser(description=description,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--no-build", action="store_true", help="with what was built before")
@@ -49,7 +49,7 @@ def data_folder(given):
 
 
 def generate(kind, size, path, seed=1):
-    """Writes a message (or a mailbox) unless it is there already from an earlier run."""
+    """Writes a message (or a mailbox) unless an earlier run has left it."""
     if path.exists():
         return path
     half = path.with_name(path.name + ".part")
@@ -67,7 +67,7 @@ def size_of(path):
 
 
 def measure(command, limit):
-    """Runs a driver. Gives what it prints, as numbers, or a text that says why there is nothing."""
+    """Runs a driver. Returns what it prints, as numbers, or a text that says why there is nothing."""
     try:
         done = subprocess.run([str(word) for word in command], capture_output=True, text=True, timeout=limit,
                               check=False)
@@ -128,7 +128,7 @@ def table(head, rows):
 
 
 def write_section(name, lines):
-    """Puts a section into the results page, between its marks; the others stay as they are."""
+    """Puts a section into the results page, between its marks; the others stay unchanged."""
     begin, end = f"<!-- {name} -->", f"<!-- end of {name} -->"
     section = "\n".join([begin, *lines, end])
     page = PAGE.read_text(encoding="utf-8") if PAGE.exists() else "# Results\n"

@@ -1,4 +1,4 @@
-// The C++ wrapper beside the C interface that it wraps: the same work through both.
+// The C++ wrapper next to the C interface that it wraps: the same work through both.
 #include <emlreader/emlreader.hpp>
 
 #include <cstring>
@@ -11,7 +11,7 @@ namespace {
 
 constexpr const char* kFields[] = {"From", "To", "Subject", "Date"};
 
-// What was found, so that nothing is left out and both ways are seen to find the same.
+// What was found, to show that nothing is left out and that both ways find the same.
 struct Found {
     uint64_t nameBytes = 0;
     uint64_t valueBytes = 0;
@@ -20,7 +20,7 @@ struct Found {
     bool operator==(const Found&) const = default;
 };
 
-// An output that counts what is written, as a host in C has it: the record first, its own data behind.
+// An output that counts what is written, as a host in C would write it: the record first, then its own data.
 struct CountingOutput {
     EmlIOobj object{};
     uint64_t count = 0;

@@ -1,4 +1,4 @@
-# What is installed, in three components that are three Debian packages: `runtime` (the shared library),
+# What is installed, in three components, each a Debian package: `runtime` (the shared library),
 # `development` (headers, static libraries, the stand-alone host, CMake and pkg-config files) and `tools` (the
 # command eml, its manual and completions, the Python module).
 include(GNUInstallDirs)
@@ -48,7 +48,7 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/emlreaderConfigVersion.c
 install(FILES "${PROJECT_BINARY_DIR}/emlreaderConfig.cmake" "${PROJECT_BINARY_DIR}/emlreaderConfigVersion.cmake"
         DESTINATION "${EMLREADER_CMAKEDIR}" COMPONENT development)
 
-# From the folder of the pkg-config files back to the prefix: what is installed can be moved.
+# From the folder of the pkg-config files back to the prefix, so that an installation can be moved.
 file(RELATIVE_PATH EMLREADER_PREFIX_FROM_PC "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 foreach(MODULE emlreader emlreader-cpp)
     configure_file("${PROJECT_SOURCE_DIR}/cmake/${MODULE}.pc.in" "${PROJECT_BINARY_DIR}/${MODULE}.pc" @ONLY)

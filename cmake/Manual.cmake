@@ -1,4 +1,4 @@
-# The manual pages, made by scdoc, and the completions, made by the command itself.
+# The manual pages, built by scdoc, and the completions, printed by the command itself.
 find_program(EMLREADER_SCDOC scdoc)
 if(EMLREADER_SCDOC)
     file(GLOB PAGES CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/docs/man/*.scd")

@@ -1,7 +1,7 @@
 # Debian packages, one for each component: `cpack -G DEB` in the build folder, or scripts/make-packages.
 set(CPACK_PACKAGE_NAME emlreader)
 set(CPACK_PACKAGE_VENDOR "the emlreader authors")
-# A package must name whom to write to. Who distributes packages puts an address of theirs here.
+# A package must name a contact. Whoever distributes packages puts an address here.
 set(CPACK_PACKAGE_CONTACT "emlreader maintainers <maintainers@emlreader.invalid>"
     CACHE STRING "Maintainer field of packages")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
@@ -21,18 +21,17 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 file(WRITE "${PROJECT_BINARY_DIR}/shlibs" "libemlreader 1 libemlreader1 (>= ${PROJECT_VERSION})\n")
 file(WRITE "${PROJECT_BINARY_DIR}/triggers" "activate-noawait ldconfig\n")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_BINARY_DIR}/shlibs;${PROJECT_BINARY_DIR}/triggers")
-set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "Shared library, which needs libc alone. Messages in the format of
-RFC 5322 with MIME are opened and listed with their attachments,
-attachments decoded, header values given, and the message turned into
-text, HTML or RTF. All memory and all input come from the program that
-calls the library.")
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "Shared library, which needs only libc. It opens messages in the format of
+RFC 5322 with MIME, lists and decodes their attachments, returns header
+values, and renders the message as text, HTML or RTF. All memory and all
+input come from the program that calls the library.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libemlreader-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libemlreader1 (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "Development files: the C headers, a C++20 wrapper, the static library, a
-ready host (files, pipes, memory, character conversion), and files for
+complete host (files, pipes, memory, character conversion), and files for
 CMake and pkg-config.")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME eml-tools)
@@ -43,7 +42,7 @@ set(CPACK_DEBIAN_TOOLS_DESCRIPTION "Command eml: shows, lists, extracts and rend
 safe HTML page of one, and turns whole archives into JSON lines. With its
 manual pages, completions for bash, zsh and fish, and a Python module.")
 
-# Every package carries its licence and its history, as Debian's rules want; a plain installation does not.
+# Every package contains its licence and its history, as Debian policy requires; a plain installation does not.
 find_program(EMLREADER_GZIP gzip)
 configure_file("${PROJECT_SOURCE_DIR}/packaging/changelog.Debian.in" "${PROJECT_BINARY_DIR}/changelog" @ONLY)
 if(EMLREADER_GZIP)

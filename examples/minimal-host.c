@@ -15,13 +15,13 @@
 #include <stdlib.h>
 #include <string.h>
 
-/* ---- Files: one kind of object serves for reading and for writing. ---------------------------------- */
+/* ---- Files: one kind of object for reading and for writing. ----------------------------------------- */
 
-/* The library sees the first member; each entry finds its file behind it. */
+/* The library sees the first member; each entry finds its file after it. */
 typedef struct {
     EmlIOobj object;
     FILE* stream;
-    int failed; /* writing is not examined by the library: the host remembers */
+    int failed; /* the library ignores the result of write: the host remembers it */
 } File;
 
 static File* fileOf(EmlIOobj* self) { return (File*)self; }
@@ -38,7 +38,7 @@ static uint32_t writeFile(EmlIOobj* self, const void* buffer, uint32_t count) {
     return (uint32_t)written;
 }
 
-/* An offset comes in two halves: it is signed, for it may count back from the end. */
+/* An offset comes in two halves. It is signed, since it may count back from the end. */
 static int32_t seekFile(EmlIOobj* self, uint32_t low, int32_t high, uint32_t origin) {
     int64_t offset = (int64_t)((uint64_t)(uint32_t)high << 32 | low);
     return fseeko(fileOf(self)->stream, offset, origin == EML_SEEK_END ? SEEK_END : SEEK_SET) == 0;
@@ -46,7 +46,7 @@ static int32_t seekFile(EmlIOobj* self, uint32_t low, int32_t high, uint32_t ori
 
 static int64_t tellFile(EmlIOobj* self) { return ftello(fileOf(self)->stream); }
 
-/* One use has ended. The file itself is closed by whoever opened it. */
+/* Ends one use. Whoever opened the file closes it. */
 static int32_t closeFile(EmlIOobj* self) {
     if (fflush(fileOf(self)->stream) != 0) fileOf(self)->failed = 1;
     return !fileOf(self)->failed;
@@ -60,13 +60,13 @@ static File fileFor(FILE* stream) {
     return file;
 }
 
-/* ---- Memory: malloc behind four functions. ----------------------------------------------------------- */
+/* ---- Memory: four functions around malloc. ------------------------------------------------------------ */
 
 static void* allocate(EmlAllocator* self, uint32_t size) { return (void)self, malloc(size); }
 static void* allocateZeroed(EmlAllocator* self, uint32_t count, uint32_t size) {
     return (void)self, calloc(count, size);
 }
-/* The library forgets a block that cannot grow. A host that must not lose it keeps a list of its blocks. */
+/* The library forgets a block that cannot grow. A host that must not lose it must keep a list of blocks. */
 static void* reallocate(EmlAllocator* self, void* block, uint32_t size) {
     return (void)self, realloc(block, size);
 }
@@ -117,7 +117,7 @@ static int printText(File* input, EmlHostServices* services) {
 /* ---- The container reader: sub-files. ---------------------------------------------------------------- */
 
 static int extractTo(EmlContainerContext* message, uint32_t number, const char* path) {
-    FILE* stream = fopen(path, "wbx"); /* never over a file that is there */
+    FILE* stream = fopen(path, "wbx"); /* never overwrites an existing file */
     if (stream == NULL) return perror(path), 0;
     File output = fileFor(stream);
     EmlResult result = emlExtractSubFileToIOobj2(message, (int32_t)number, &output.object, NULL, 0, 0);
@@ -134,7 +134,7 @@ static int extractAttachments(EmlContainerContext* message, EmlHostRecord* host)
     for (uint32_t number = 1; number < container.subFileCount; ++number) {
         EmlSubFileInfo file = {0};
         EmlResult result = emlGetSubFileInfo2(message, (int32_t)number, &file, host);
-        /* A name comes from a stranger: shown, never used as a path. */
+        /* A name comes from a stranger: show it, never use it as a path. */
         char path[32];
         snprintf(path, sizeof path, "part-%" PRIu32, number);
         if (result == EML_OK && extractTo(message, number, path)) {

@@ -1,4 +1,4 @@
-// What a target holds true. A broken rule ends the program, which libFuzzer and the replay tests both see.
+// What a target checks. A broken rule ends the program, which both libFuzzer and the replay tests notice.
 #pragma once
 
 #include <cstdio>

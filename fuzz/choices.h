@@ -9,7 +9,7 @@
 
 namespace fuzz {
 
-// The choices, one byte each; 0 behind the last.
+// The choices, one byte each; 0 after the last.
 class Choices {
   public:
     Choices(const uint8_t* data, size_t size, size_t most)
@@ -35,7 +35,7 @@ class Choices {
     size_t restSize_;
 };
 
-// A copy in a block of exactly its size: a byte read too far is seen.
+// A copy in a block of exactly its size: reading a byte too far is noticed.
 class Exact {
   public:
     explicit Exact(std::string_view text) : size_(text.size()), block_(new uint8_t[text.size()]) {

@@ -26,7 +26,7 @@ using reference::bytesOf;
 
 constexpr uint64_t kSteps = 1000000;
 
-// One line without zero bytes: what a header can hold behind a field's name.
+// One line without zero bytes: what a header can contain after a field's name.
 std::string oneLine(std::string_view text) {
     std::string line(text.substr(0, 2000));
     for (char& byte : line)
@@ -95,7 +95,7 @@ class FilterContext {
         return buffer.data == nullptr ? "" : std::string(buffer.data, buffer.data + buffer.length);
     }
 
-    // A buffer of exactly `capacity` bytes that counts as full behind `limit`.
+    // A buffer of exactly `capacity` bytes that counts as full after `limit`.
     void open(uint32_t capacity, uint32_t limit) {
         output_ = std::make_unique<uint8_t[]>(capacity);
         eml::openRecordOutput(*context_, output_.get(), capacity, static_cast<int32_t>(limit));

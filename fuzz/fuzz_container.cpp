@@ -1,6 +1,6 @@
 // The container reader: any message, any order of calls, a host that fails.
 //
-// Held true: no byte outside a block and no uninitialised one, nothing live behind the close, a limited
+// Checked: no byte outside a block and no uninitialised one, nothing live after the close, a limited
 // number of host calls; with a host that works, the sections are those of the model in tests/support, and
 // attachments decode to what the plain decoders give.
 #include <emlreader/eml.h>
@@ -32,7 +32,7 @@ struct Order {
     uint32_t outputCharset = 0;
     uint32_t options = 0;
     bool twice = false;      // with another pattern
-    bool visitsAll = false;  // behind the chosen calls
+    bool visitsAll = false;  // after the chosen calls
     uint8_t calls[12] = {};
 };
 

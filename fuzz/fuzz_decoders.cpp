@@ -189,7 +189,7 @@ void headerValues(const Target& target) {
     const std::string rest(moved.pos, moved.end);
     requireSame<std::string_view>(reference::firstParameter(target.text),
                                   rest.substr(0, rest.find_first_of(std::string_view("\0\r\n", 3))),
-                                  "what stands behind a token");
+                                  "what follows a token");
 }
 
 // The needle is the beginning of the text, up to a length that the first choice gives.
@@ -217,7 +217,7 @@ void searches(const Target& target) {
                 (got.width < 2 || got.bytes[1] == static_cast<uint8_t>(expected.second)),
             "the line end of a buffer");
     requireSame<int64_t>(reference::lineCarry(text, expected), eml::lineCut(block.begin(), count, got),
-                         "the cut behind a line");
+                         "the cut after a line");
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 // The message filter: any message, buffers of any size, any order of calls, a host that fails.
 //
-// Held true: as for the container reader; besides, streams consist of whole records, progress never goes
+// Checked: the same as for the container reader; also, streams consist of whole records, progress never goes
 // back, and a conversion gives a limited number of bytes. With a host that works the scan and the place of
 // the readable text are those of the model in tests/reference.
 #include <emlreader/eml.h>
@@ -27,7 +27,7 @@ struct Order {
     uint32_t capacity = 0;
     uint32_t fillFlags = 0;
     bool twice = false;       // with another pattern
-    bool visitsAll = false;   // behind the chosen calls
+    bool visitsAll = false;   // after the chosen calls
     bool bySpec = false;      // opened through openFile
     bool plainFills = false;  // by emlFillBuffer
     uint8_t calls[12] = {};
@@ -166,7 +166,7 @@ class Visit {
         uint32_t flags = EML_FILL_RESTART | order_.fillFlags;
         while (fill(flags, order_.capacity)) {
             flags = order_.fillFlags;
-            // Each byte gives a record at most; names of attachments and long values come on top.
+            // Each byte gives at most one record; names of attachments and long values come on top.
             require(given_ <= 100000 + 64 * uint64_t{message_.size()}, "a stream is limited");
         }
     }

@@ -51,7 +51,7 @@ void holdWriting(const Plan& plan, const Bytes& body, bool behindHeader) {
     const std::string got = written(plan, body, behindHeader ? "{\\rtf1 header" : "");
     if (plan.failing != Call::kNone) return;
     std::string expected = reference::textOf(reference::textOfRtfBody(body));
-    // Behind a header block the text goes on in the block's group.
+    // After a header block the text continues in the block's group.
     if (behindHeader && expected.size() > 5) {
         std::string start = expected.substr(0, 6);
         for (char& letter : start)
@@ -76,7 +76,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     plan.failsOnwards = true;
     Bytes body = bytesOf(choices.restText());
     switch (form % 4) {
-        case 1:  // the tokens alone, behind a header that claims this much
+        case 1:  // only the tokens, after a header that claims this much
         {
             const uint32_t claim = 64U * choices.byte();
             Bytes packed = reference::packedRtfHeader("LZFu", claim);

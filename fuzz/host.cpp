@@ -131,8 +131,8 @@ bool Host::note(Call call, uint64_t detail) {
 void Host::requireNothingLive() const {
     const bool loses = plan_.missing && (plan_.failing == Call::kFree || plan_.failing == Call::kReallocate);
     if (loses) return;
-    require(heap_.liveBlocks() == 0, "no block of the services is live behind the close");
-    require(recordHeap_.liveBlocks() == 0, "no block of the host record is live behind the close");
+    require(heap_.liveBlocks() == 0, "no block of the services is live after the close");
+    require(recordHeap_.liveBlocks() == 0, "no block of the host record is live after the close");
 }
 
 void Host::bindInput() {
@@ -171,7 +171,7 @@ int32_t Host::read(void* buffer, uint32_t count) {
     require(inputOpen_, "only an open input is read");
     require(buffer != nullptr && count != 0, "a read of something");
     const bool fails = note(Call::kInputRead, count);
-    // All of the room that is claimed; what is not delivered must not be used.
+    // Fills all the room that is claimed; what is not delivered must not be used.
     std::memset(buffer, plan_.pattern, count);
     if (fails) return plan_.failsOnwards ? -1 : 0;
     uint32_t wanted = count;

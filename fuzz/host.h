@@ -1,5 +1,6 @@
-// A host over memory that fails as the first bytes of an input say. Every block that it gives has exactly the
-// size that was asked for, and holds a pattern: two runs with different patterns tell uninitialised bytes.
+// A host over memory that fails as the first bytes of an input say. Every block that it allocates has exactly
+// the requested size and is filled with a pattern: two runs with different patterns reveal uninitialised
+// bytes.
 #pragma once
 
 #include <emlreader/eml.h>
@@ -53,7 +54,7 @@ struct Plan {
     uint8_t recordStyle = 0;
     uint8_t pattern = 0xA5;
 
-    // Nothing fails, nothing is unusual: what the library then finds is settled by the message alone.
+    // Nothing fails, nothing is unusual: then only the message decides what the library finds.
     [[nodiscard]] bool isPlain() const {
         return failing == Call::kNone && readStyle == 0 && tellStyle == 0 && recordStyle == 0;
     }
@@ -61,13 +62,13 @@ struct Plan {
 
 [[nodiscard]] Plan choosePlan(Choices& choices);
 
-// All that the library did and gave, as a list of hashes.
+// Everything that the library did and returned, as a list of hashes.
 class Transcript {
   public:
     void add(std::string_view bytes);
     void add(uint64_t number) { add({reinterpret_cast<const char*>(&number), sizeof number}); }
 
-    // Ends the program where the two part.
+    // Ends the program where the two differ.
     static void requireSame(const Transcript& one, const Transcript& other);
 
   private:
@@ -129,7 +130,7 @@ class Host {
     // The object that the next openFile gives.
     void setFile(EmlIOobj* file) { file_ = file; }
 
-    // Notes one call of an entry; true when it has to fail. Ends the program behind the step limit.
+    // Notes one call of an entry; true when it has to fail. Ends the program after the step limit.
     [[nodiscard]] bool note(Call call, uint64_t detail = 0);
 
     // Nothing may be left when all contexts are closed.

@@ -1,4 +1,4 @@
-// Asks either reader for metadata, and hears all that it hands over.
+// Asks either reader for metadata, and records all that it hands over.
 #pragma once
 
 #include <emlreader/eml.h>
@@ -23,7 +23,7 @@ inline void takeEntry(Host& host, EmlMetaDataEntry* entry) {
     if (entry->name != nullptr) transcript.add(std::string_view(entry->name));
     if (entry->value != nullptr) {
         transcript.add(std::string_view(entry->value, entry->valueLength));
-        require(entry->value[entry->valueLength] == '\0', "a zero byte stands behind a value");
+        require(entry->value[entry->valueLength] == '\0', "a zero byte follows a value");
     }
     host.recordHeap().give(entry->name);
     host.recordHeap().give(entry->value);

@@ -18,7 +18,7 @@ struct Feeding {
     size_t limit = static_cast<size_t>(-1);
 };
 
-// What it offers ends where its block ends; behind the limit it offers nothing, as a sink that has failed.
+// What it offers ends where its block ends; after the limit it offers nothing, like a sink that has failed.
 class LittleSink {
   public:
     explicit LittleSink(const Feeding& feeding)
@@ -56,7 +56,7 @@ Bytes decodeInPieces(Decoder decoder, std::string_view text, const Feeding& feed
         size = feeding.pieces;
     }
     decoder.finish(sink);
-    require(decoder.ended(), "a decoder has ended behind its finish");
+    require(decoder.ended(), "a decoder has ended after its finish");
     return sink.taken();
 }
 

@@ -1,5 +1,5 @@
-// Runs a target over files and over the files of folders: ./replay PATH... . A path that is missing is an
-// error, a folder without files is none.
+// Runs a target over files and over the files of folders: ./replay PATH... . A missing path is an error, a
+// folder without files is not.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -33,7 +33,7 @@ bool replay(const std::filesystem::path& path) {
     const std::vector<char> bytes{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
     const std::unique_ptr<uint8_t[]> exact(new uint8_t[bytes.size()]);
     std::copy(bytes.begin(), bytes.end(), exact.get());
-    // Before the run, so that the last line of a run that breaks off names the input.
+    // Before the run, so that the last line of an aborted run names the input.
     std::puts(path.c_str());
     std::fflush(stdout);
     (void)LLVMFuzzerTestOneInput(exact.get(), bytes.size());

@@ -8,7 +8,7 @@
 
 namespace fuzz {
 
-// Well-formed UTF-8 byte by byte: what each second byte may be behind its first one. 0 where nothing is.
+// Well-formed UTF-8 byte by byte: what each second byte may be after its first one. 0 where nothing is.
 inline size_t characterLength(std::string_view text) {
     const auto byte = [text](size_t i) { return i < text.size() ? static_cast<uint8_t>(text[i]) : 0; };
     const auto between = [&byte](size_t i, int low, int high) { return byte(i) >= low && byte(i) <= high; };

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what this machine lacks, with apt-get, and says what.
+# Installs missing packages with apt-get, and names them.
 #
 #     scripts/install-needed.sh run     what ./run needs: to build the library and the tool
 #     scripts/install-needed.sh test    what ./test needs: the same, the 32-bit compiler and the lints
@@ -9,10 +9,10 @@
 #     scripts/install-needed.sh fuzz       what fuzz/run needs
 #     scripts/install-needed.sh coverage   what scripts/coverage needs
 #
-# Silent when nothing is missing; apt-get is not even called then. As another user than root it calls sudo.
+# Silent when nothing is missing; then it does not even call apt-get. Calls sudo unless run as root.
 set -u
 
-# Each line: a Debian package, and the command that succeeds where its content is there.
+# Each line: a Debian package, and a command that succeeds if its content is there.
 run_needs='
 cmake                command -v cmake
 ninja-build          command -v ninja
@@ -111,7 +111,7 @@ as_root() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi; }
 
 apt() { as_root env DEBIAN_FRONTEND=noninteractive apt-get -q "$@" </dev/null; }
 
-# True when apt-get knows every package. On a fresh machine it knows none before its first update.
+# True when apt-get knows every package. On a new machine it knows none before its first update.
 all_known() {
     local package
     for package in "$@"; do apt-cache show "$package" >/dev/null 2>&1 || return 1; done
@@ -119,7 +119,7 @@ all_known() {
 
 missing=$(list_missing)
 [ -n "$missing" ] || exit 0
-# One name for each word from here on.
+# From here on each word is one name.
 # shellcheck disable=SC2086
 set -- $missing
 
@@ -137,7 +137,7 @@ echo "Installing with apt-get: $*"
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 { all_known "$@" || apt update; } >"$log" 2>&1
-# A list of packages that is too old names versions that are gone: once more with a new list.
+# An outdated list of packages names versions that are gone: try again with a new list.
 if ! apt install -y --no-install-recommends "$@" >>"$log" 2>&1; then
     if ! { apt update && apt install -y --no-install-recommends "$@"; } >>"$log" 2>&1; then
         cat "$log" >&2

@@ -9,7 +9,7 @@ from results import BUILD, PEERS, say
 
 HERE = pathlib.Path(__file__).resolve().parent
 
-# Debian's package, what makes it visible that it is there, the version of which package is told.
+# The Debian package, what shows that it is installed, and the package whose version is reported.
 PACKAGES = [("libgmime-3.0-dev", "/usr/include/gmime-3.0/gmime/gmime.h"),
             ("libetpan-dev", "/usr/include/libetpan/libetpan.h"),
             ("libmimetic-dev", "/usr/include/mimetic/mimetic.h"),
@@ -76,7 +76,7 @@ WORKS = [
 
 
 def install():
-    """Gives the packages that are there in the end."""
+    """Returns the packages that are installed in the end."""
     missing = [package for package, probe in PACKAGES if not os.path.exists(probe)]
     if missing and shutil.which("apt-get"):
         root = [] if os.getuid() == 0 else ["sudo", "-n"]
@@ -103,7 +103,7 @@ def versions():
 
 
 def command_for(work, name, folder, check):
-    """What runs the contender; None when it is not there."""
+    """The command that runs the contender; None when it is not installed."""
     words = work.contenders[name]
     if shutil.which(str(words[0])) is None:
         return None
@@ -115,7 +115,7 @@ def command_for(work, name, folder, check):
 
 
 def agreement(work, name, found, basis):
-    """How what a contender found differs from what the basis did; empty when it does not."""
+    """How a contender's findings differ from those of the basis; empty when they do not."""
     same_text = found.get("textbytes") == basis.get("textbytes") and \
         found.get("text", basis.get("text")) == basis.get("text")
     if name not in PROGRAMS and name != FLOOR and work.task != "body":

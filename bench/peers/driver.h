@@ -1,5 +1,5 @@
 // What the drivers of all contenders have in common: their command line, the clock, the counting, one line of
-// results. A driver is one library behind this interface.
+// results. A driver puts one library under this interface.
 //     DRIVER [--check] open|attachments|body PATH
 // PATH is a message, or a folder of messages that are worked on one after the other.
 #pragma once
@@ -65,13 +65,13 @@ class Contender {
     Contender(const Contender&) = delete;
     Contender& operator=(const Contender&) = delete;
 
-    // Opens a message, looks at its structure and takes From, To, Subject and Date. False when that fails.
+    // Opens a message, examines its structure and reads From, To, Subject and Date. False when that fails.
     virtual bool open(const std::string& path, Found& found) = 0;
 
     // Decodes the content of every attachment of the open message.
     virtual bool attachments(Sink& sink) = 0;
 
-    // Opens a message that is nothing but a text, for body().
+    // Opens a message that is only a text, for body().
     virtual bool openText(const std::string& path) = 0;
 
     // Decodes the whole text.
@@ -88,7 +88,7 @@ enum class Task { kOpen, kAttachments, kBody };
 bool workOnAll(Contender& contender, Task task, const std::vector<std::string>& paths, Found& found,
                Sink& sink, double& openedAt);
 
-// Runs what the command line asks for and prints the results. Gives the exit status.
+// Runs what the command line asks for and prints the results. Returns the exit status.
 int runDriver(Contender& contender, int count, char** arguments);
 
 }  // namespace emlbench

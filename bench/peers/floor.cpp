@@ -23,11 +23,12 @@ using emlbench::Sink;
 using emlbench::SinkOutput;
 
 constexpr size_t kBlock = 4096;
-constexpr size_t kSlack = 64;  // vector stores may reach behind what counts
+constexpr size_t kSlack = 64;  // vector stores may reach past what counts
 
 #define EMLBENCH_AVX2 __attribute__((target("avx2")))
 
-// 32 base64 digits to 24 bytes (and 8 that do not count). Bits in `alien` where one is no digit.
+// 32 base64 digits to 24 bytes (and 8 that do not count). Sets bits in `alien` for characters that are not
+// digits.
 EMLBENCH_AVX2 inline void decode32(const uint8_t* in, uint8_t* out, __m256i& alien) {
     const __m256i digits = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in));
     const __m256i mask = _mm256_set1_epi8(0x2f);
@@ -56,7 +57,8 @@ EMLBENCH_AVX2 inline void decode32(const uint8_t* in, uint8_t* out, __m256i& ali
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), packed);
 }
 
-// Whole groups of digits; gives the bytes written. Up to 32 digits behind the end are read and do not count.
+// Decodes whole groups of digits; returns the bytes written. Reads up to 32 digits past the end, which do not
+// count.
 EMLBENCH_AVX2 size_t decodeDigits(const uint8_t* digits, size_t count, uint8_t* out) {
     __m256i alien = _mm256_setzero_si256();
     for (size_t at = 0; at < count; at += 32) decode32(digits + at, out + at / 4 * 3, alien);
@@ -65,7 +67,7 @@ EMLBENCH_AVX2 size_t decodeDigits(const uint8_t* digits, size_t count, uint8_t* 
     return bytes;
 }
 
-// A line of 76 digits to 57 bytes. False when one is no digit.
+// A line of 76 digits to 57 bytes. False when one is not a digit.
 EMLBENCH_AVX2 inline bool decodeLine(const uint8_t* line, uint8_t* out) {
     __m256i alien = _mm256_setzero_si256();
     __m256i beyond = alien;

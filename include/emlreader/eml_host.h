@@ -1,24 +1,23 @@
 /*
  * emlreader: the records that cross the boundary between a host engine and the library.
  *
- * The library owns no file, no heap and no clock. Everything it does to the outside world goes through
- * the entries of these records, which the host fills in before it opens a message. Include eml.h for the
- * calls themselves.
+ * The library owns no file, no heap and no clock. It reaches the outside world only through the entries of
+ * these records, which the host fills in before it opens a message. Include eml.h for the calls themselves.
  *
  * Layout
  *   L1. Plain C structs, natural alignment, no packing, no bit-fields. On a 32-bit build every field sits
  *       at (field number - 1) * 4; the offsets of a 64-bit build are asserted when the library is built.
- *   L2. Fields named hostOwned... and reserved... only keep positions. The library never reads or writes
+ *   L2. Fields named hostOwned... and reserved... only hold positions. The library never reads or writes
  *       them, so a host may keep state of its own there.
  *   L3. A host entry is a C function pointer. Its first argument is the record that it belongs to; an
- *       allocator entry gets the address of the EmlAllocator record itself, also where that record is
- *       embedded in EmlHostServices. storeDate is the one exception: it gets no record.
- *   L4. An entry that is NULL counts as an entry that fails, unless its description says otherwise.
+ *       allocator entry gets the address of the EmlAllocator record itself, even where that record is
+ *       embedded in EmlHostServices. storeDate is the only exception: it gets no record.
+ *   L4. An entry that is NULL counts as one that fails, unless its description says otherwise.
  *
  * Calls
  *   C1. Entries are called on the caller's thread, only from inside an entry point of the library.
  *   C2. Sizes and counts given to entries are bytes in 32 bits.
- *   C3. The library trusts no answer: it accepts short reads, failing entries and NULL from every
+ *   C3. The library trusts no answer: it copes with short reads, failing entries and NULL from every
  *       allocation, and never uses more bytes than it asked for.
  */
 #ifndef EMLREADER_EML_HOST_H
@@ -64,19 +63,19 @@ struct EmlIOobj {
      * when a sub-file has been extracted into it: the position that tell gave at the end of the output. */
     uint32_t size[2];
     void* hostOwned2[6];
-    /* Makes the object ready. Non-zero is success. Called once, before any other entry. */
+    /* Prepares the object for use. Non-zero is success. Called once, before any other entry. */
     int32_t (*open)(EmlIOobj* self);
-    /* Reads at most `count` bytes at the current position into `buffer` and moves the position behind
-     * them. Gives the bytes delivered; less than 1 is the end of the data. `count` is at most 4096, save
-     * for the message filter's one read of a whole header. */
+    /* Reads at most `count` bytes at the current position into `buffer` and moves the position past them.
+     * Returns the number of bytes delivered; less than 1 is the end of the data. `count` is at most 4096,
+     * except for the message filter's one read of a whole header. */
     int32_t (*read)(EmlIOobj* self, void* buffer, uint32_t count);
-    /* Writes `count` bytes at the current position. Output objects only. The result is not examined:
-     * an object that cannot write keeps that in mind and says so when it is closed. */
+    /* Writes `count` bytes at the current position. Output objects only. The result is ignored: an object
+     * that cannot write must remember that and report it when it is closed. */
     uint32_t (*write)(EmlIOobj* self, const void* buffer, uint32_t count);
     /* Moves the position to a 64-bit offset, given as two halves, from EML_SEEK_START or EML_SEEK_END.
      * Non-zero is success. */
     int32_t (*seek)(EmlIOobj* self, uint32_t offsetLow, int32_t offsetHigh, uint32_t origin);
-    /* The current position, in bytes from the start. */
+    /* Returns the current position, in bytes from the start. */
     int64_t (*tell)(EmlIOobj* self);
     /* Ends the use of the object. Non-zero is success. */
     int32_t (*close)(EmlIOobj* self);
@@ -88,8 +87,8 @@ struct EmlIOobj {
 /* ------------------------------------------------------------------------------------------------------
  * EmlAllocator: memory. Every byte that the library allocates comes from one of these.
  *
- * A block is aligned for any type, as malloc's. Blocks of the services' allocator belong to the library and
- * are freed when the context is closed; blocks of the allocator in an EmlHostRecord belong to the host.
+ * A block is aligned for any type, as malloc's is. Blocks of the services' allocator belong to the library
+ * and are freed when the context is closed; blocks of the allocator in an EmlHostRecord belong to the host.
  */
 typedef struct EmlAllocator EmlAllocator;
 
@@ -97,8 +96,8 @@ struct EmlAllocator {
     uintptr_t context; /* the host's own; never read */
     void* (*allocate)(EmlAllocator* self, uint32_t size);
     void (*free)(EmlAllocator* self, void* block);
-    /* Resizes a block and keeps its content. When it gives NULL the library forgets the old block without
-     * freeing it: a host that wants no such loss keeps a list of its blocks. */
+    /* Resizes a block and keeps its content. If it returns NULL the library forgets the old block without
+     * freeing it: a host that cannot accept this leak must keep a list of its blocks. */
     void* (*reallocate)(EmlAllocator* self, void* block, uint32_t newSize);
     void* (*allocateZeroed)(EmlAllocator* self, uint32_t count, uint32_t size);
 };
@@ -120,20 +119,20 @@ typedef struct EmlHostServices EmlHostServices;
 
 struct EmlHostServices {
     void* hostOwned1[27];
-    /* Turns a file specification, which is the host's own and passed through unchanged, into an object;
-     * NULL when it cannot. */
+    /* Returns an object for a file specification, which is the host's own and passed through unchanged; NULL
+     * when it cannot. */
     EmlIOobj* (*openFile)(EmlHostServices* self, void* fileSpec);
     void* hostOwned2[9];
     EmlAllocator allocator;
     void* hostOwned3[36];
-    /* A copy of a zero-terminated text, in a block that `allocator.free` releases; NULL when memory is
-     * exhausted. */
+    /* Returns a copy of a zero-terminated text, in a block that `allocator.free` releases; NULL when memory
+     * is exhausted. */
     char* (*duplicateString)(EmlHostServices* self, const char* text);
     void* hostOwned4[14];
     /* Converts 8-bit text in the charset `currentCharset` into the host's 16-bit text (`form` is
-     * EML_CONVERT_FORM). Called twice: with a NULL destination text to learn the size, left in the
-     * destination's length, then with a buffer of that size. The result is not examined: the length that is
-     * left in the destination counts. */
+     * EML_CONVERT_FORM). Called twice: first with a NULL destination text, to learn the size from the
+     * destination's length, then with a buffer of that size. The result is ignored: the length left in the
+     * destination counts. */
     uint32_t (*convertText)(EmlHostServices* self, EmlTextSpan* source, EmlTextSpan* destination,
                             uint32_t form, uint32_t reserved);
     void* reserved95;
@@ -144,13 +143,13 @@ struct EmlHostServices {
     /* Non-zero when `byte` (0 to 255) opens a two-byte character in the charset `charset`. */
     int32_t (*isLeadByte)(EmlHostServices* self, uint32_t byte, uint32_t charset);
     void* reserved98;
-    /* Told with 0 that `currentCharset` has just been set to 0: the conversion has no known charset. */
+    /* Called with 0 when `currentCharset` has just been set to 0: the conversion has no known charset. */
     void (*resetCharset)(EmlHostServices* self, uint32_t reserved);
     void* hostOwned5[9];
-    uint32_t currentCharset; /* the library sets it for one conversion and then puts the old value back */
+    uint32_t currentCharset; /* the library sets it for one conversion, then restores the old value */
     void* hostOwned6[300];
-    /* Hands over a calendar time (seconds as mktime gives them, from the local time that the message's date
-     * reads as); the host writes it into `destination`, two words, in a date form of its own. */
+    /* Receives a calendar time (seconds as mktime gives them, with the message's date read as local time);
+     * the host writes it into `destination`, two words, in a date format of its own. */
     void (*storeDate)(time_t seconds, void* destination);
     void* reserved411;
     EmlResult lastError; /* written by the message filter when an open fails */
@@ -196,7 +195,7 @@ struct EmlHostServices {
  * Records that the library fills in for the host.
  */
 
-/* The host's record that goes with every call that describes something. Both fields must be non-zero. */
+/* The host's record that every call that describes something takes. Both fields must be non-zero. */
 typedef struct EmlHostRecord {
     uintptr_t hostOwned;     /* the host's own word */
     EmlAllocator* allocator; /* allocates the strings and arrays that are handed to the host */
@@ -204,7 +203,7 @@ typedef struct EmlHostRecord {
 
 typedef struct EmlContainerInfo {
     uint32_t hostOwned1[3];
-    uint32_t subFileCount; /* sub-files that may be asked for: numbers 0 to subFileCount - 1 */
+    uint32_t subFileCount; /* the valid sub-file numbers are 0 to subFileCount - 1 */
     uint32_t hostOwned2[4];
     uint32_t charset;      /* charset id of the message */
     uint32_t charsetExtra; /* message filter: 0; container reader: not written */
@@ -221,7 +220,7 @@ typedef struct EmlContainerInfo {
 #define EML_SUB_FILE_NOT_IN_FILE 4u         /* only the attachment's name is in the message */
 #define EML_SUB_FILE_MESSAGE 8u             /* the attachment is itself a message (message/... part) */
 
-/* The container reader adds to `flags` of what the record held before, so clear the record first. */
+/* The container reader adds bits to the `flags` that the record already holds, so clear the record first. */
 typedef struct EmlSubFileInfo {
     uint32_t hostOwned[3];
     char* name;       /* zero-terminated, from the EmlHostRecord's allocator; the host frees it */
@@ -251,7 +250,7 @@ typedef struct EmlAttachmentInfo {
 
 typedef struct EmlExtractInfo {
     uint32_t resultFlags;   /* bits are added, none is cleared */
-    uint32_t outputCharset; /* charset id that text is wanted in, 0 for none; reset to 0 once it is taken */
+    uint32_t outputCharset; /* charset id to convert text into, 0 for none; reset to 0 once it is read */
 } EmlExtractInfo;
 
 /* Values of EmlMetaDataEntry.type */
@@ -263,7 +262,7 @@ typedef struct EmlMetaDataEntry {
     uint32_t type;     /* EML_TYPE_TEXT */
     char* name;        /* zero-terminated field name; the host frees it */
     char* value; /* the text in the message's charset, encoded words (RFC 2047) decoded; the host frees it */
-    uint32_t valueLength; /* bytes, the terminator not counted */
+    uint32_t valueLength; /* bytes, without the terminator */
 } EmlMetaDataEntry;
 
 typedef struct EmlMetaData {

@@ -1,6 +1,6 @@
 /*
- * emlreader for C++20: a message as an object. Nothing but a header, over the C interface (eml.h) and the
- * stand-alone host; link the CMake target emlreader::cpp, or what `pkg-config emlreader-cpp` says.
+ * emlreader for C++20: a message as an object. Header-only, on top of the C interface (eml.h) and the
+ * stand-alone host. Link the CMake target emlreader::cpp, or what `pkg-config emlreader-cpp` says.
  *
  *     emlreader::Message message("letter.eml");
  *     for (const emlreader::SubFile& file : message.subFiles()) {
@@ -10,8 +10,9 @@
  * Names, values and content come from whoever sent the message. Names are as the message has them: never use
  * one as a path.
  *
- * A call that fails throws emlreader::Error, a file that cannot be read std::system_error; std::bad_alloc
- * passes through. A Message and what it gave belong to one thread at a time; messages share nothing.
+ * A call that fails throws emlreader::Error, and a file that cannot be read throws std::system_error;
+ * std::bad_alloc passes through. A Message and everything obtained from it belong to one thread at a time;
+ * messages share nothing.
  */
 #ifndef EMLREADER_EMLREADER_HPP
 #define EMLREADER_EMLREADER_HPP
@@ -44,7 +45,7 @@
 
 namespace emlreader {
 
-/* What a result code (EML_...) means, for people. */
+/* Returns the meaning of a result code (EML_...) in words. */
 constexpr const char* describe(EmlResult code) noexcept {
     switch (code) {
         case EML_OK:
@@ -86,8 +87,8 @@ class Error : public std::runtime_error {
     EmlResult code_;
 };
 
-/* Whatever takes bytes piece by piece, in order; a piece is valid during the call only. A sink may throw: the
- * extraction stops writing, and the exception leaves the call that extracts. */
+/* Anything that takes bytes piece by piece, in order; a piece is valid only during the call. A sink may
+ * throw: the extraction then stops writing, and the call that extracts rethrows the exception. */
 template <typename T>
 concept Sink = std::invocable<T&, std::string_view>;
 
@@ -102,13 +103,13 @@ struct Release {
 template <typename T>
 using Block = std::unique_ptr<T, Release>;
 
-/* An output that passes what is written on to a sink. */
+/* An output that passes on to a sink what is written to it. */
 template <Sink S>
 class SinkOutput final : public emlhost::Output {
   public:
     explicit SinkOutput(S& sink) noexcept : Output(Seeking::NotAtAll), sink_(sink) {}
 
-    /* Throws what the sink has thrown. */
+    /* Rethrows what the sink threw. */
     void rethrow() const {
         if (thrown_) std::rethrow_exception(thrown_);
     }
@@ -150,7 +151,7 @@ struct State {
     EmlContainerInfo info{};
 };
 
-/* Extracts into a sink. The flags are EML_EXTRACT_... result flags. */
+/* Extracts into a sink. Returns EML_EXTRACT_... result flags. */
 template <Sink S>
 uint32_t extract(State& state, int32_t number, S& sink, uint32_t options, uint32_t charset) {
     SinkOutput<S> output(sink);
@@ -171,7 +172,8 @@ class SubFile {
   public:
     uint32_t number() const noexcept { return number_; }
 
-    /* Of Message::subFiles: EML_OK, or why the other answers are missing (EML_NO_SUB_FILE: no name). */
+    /* For an element of Message::subFiles: EML_OK, or why the other answers are missing (EML_NO_SUB_FILE: no
+     * name). */
     EmlResult status() const noexcept { return status_; }
 
     /* As the message has it: not decoded, possibly with path separators or control characters. */
@@ -181,17 +183,17 @@ class SubFile {
     bool isAttachment() const noexcept { return info_.kind == EML_KIND_ATTACHMENT; }
     bool isFolder() const noexcept { return info_.kind == EML_KIND_FOLDER; }
 
-    /* An attachment that is itself a message: extract it, and open the bytes as a Message. */
+    /* True for an attachment that is itself a message: extract it, and open the bytes as a Message. */
     bool isEmbeddedMessage() const noexcept { return (info_.flags & EML_SUB_FILE_MESSAGE) != 0; }
     bool isEncrypted() const noexcept { return (info_.flags & EML_SUB_FILE_ENCRYPTED) != 0; }
 
-    /* Bytes as stored in the message, before decoding; none when only the name is there. */
+    /* Bytes as stored in the message, before decoding; none when the message has only the name. */
     std::optional<uint32_t> storedSize() const noexcept {
         if (info_.size == -1) return std::nullopt;
         return static_cast<uint32_t>(info_.size);
     }
 
-    /* Of the message: its date, read as local time; none when it has none that can be read. */
+    /* Of the message: its date, read as local time; none without a readable date. */
     std::optional<std::chrono::sys_seconds> date() const noexcept {
         if ((info_.date[0] | info_.date[1]) == 0) return std::nullopt;
         return std::chrono::sys_seconds(std::chrono::seconds(emlhost::dateFrom(info_.date)));
@@ -202,16 +204,16 @@ class SubFile {
         return static_cast<uint32_t>(info_.parent);
     }
 
-    /* Numbers of what lies inside. */
+    /* Numbers of the sub-files inside this one. */
     std::span<const uint32_t> children() const noexcept {
         if (children_ == nullptr) return {};
         return {children_.get(), info_.childCount};
     }
 
-    /* Everything that the library says of it. */
+    /* Everything that the library reports about this sub-file. */
     const EmlSubFileInfo& info() const noexcept { return info_; }
 
-    /* As Message::extract with this number. */
+    /* Same as Message::extract with this number. */
     template <Sink S>
     void extract(S&& sink) const;
 
@@ -233,8 +235,8 @@ class SubFile {
     detail::Block<uint32_t> children_;
 };
 
-/* One header value. The value is in the message's charset with encoded words decoded (Message::toUtf8 makes
- * it UTF-8); none when the message lacks the field. */
+/* One header value. The value is in the message's charset, with encoded words decoded (Message::toUtf8
+ * converts it to UTF-8); none when the message lacks the field. */
 struct HeaderField {
     std::string_view name;
     std::optional<std::string_view> value;
@@ -279,7 +281,7 @@ class HeaderFields : public std::ranges::view_interface<HeaderFields> {
             state.context, state.messageNumber, static_cast<int32_t>(pointers.size()),
             pointers.empty() ? nullptr : pointers.data(), &list_, state.services.hostRecord());
         if (status != EML_OK) {
-            HeaderFields given(std::move(*this)); /* frees what was handed over all the same */
+            HeaderFields given(std::move(*this)); /* frees what was handed over before the failure */
             throw Error(status);
         }
         view_ = View(entries(), fieldOf);
@@ -319,19 +321,19 @@ class Message {
     explicit Message(std::unique_ptr<emlhost::Input> input, uint32_t openFlags = 0)
         : state_(std::make_unique<detail::State>(std::move(input), openFlags)) {}
 
-    /* Opens bytes in memory, which must stay unchanged as long as the message is open. */
+    /* Opens bytes in memory, which must stay unchanged while the message is open. */
     static Message fromBytes(std::string_view bytes, uint32_t openFlags = 0) {
         std::span<const uint8_t> span(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
         return Message(std::make_unique<emlhost::MemoryInput>(span), openFlags);
     }
 
-    /* EML_OK, or what was wrong with a message that could be opened all the same. */
+    /* EML_OK, or what was wrong with a message that could be opened anyway. */
     EmlResult status() const noexcept { return state_->status; }
 
     /* EML_CHARSET_... of header values and text. */
     uint32_t charset() const noexcept { return state_->info.charset; }
 
-    /* Bytes of the input. */
+    /* Size of the input in bytes. */
     uint64_t size() const noexcept { return state_->input->size(); }
 
     uint32_t subFileCount() const noexcept { return state_->info.subFileCount; }
@@ -365,7 +367,7 @@ class Message {
         return toUtf8(*fields[0].value);
     }
 
-    /* Text of this message's charset as UTF-8. */
+    /* Converts text in this message's charset to UTF-8. */
     std::string toUtf8(std::string_view text) const {
         return emlhost::convert(text, charset(), EML_CHARSET_UTF_8);
     }
@@ -378,16 +380,16 @@ class Message {
     }
 
     /* Passes the message as one document to `sink`: a header block and the best body, as text or, for
-     * Form::Rich, as HTML or RTF where it has such a body. `charset` is the EML_CHARSET_... that text is
-     * wanted in. THE HTML FORM IS UNTRUSTED: see emlExtractSubFileToIOobj2. */
+     * Form::Rich, as HTML or RTF if it has such a body. `charset` is the EML_CHARSET_... to convert text
+     * into. THE HTML FORM IS UNTRUSTED: see emlExtractSubFileToIOobj2. */
     template <Sink S>
     void render(Form form, S&& sink, uint32_t charset = EML_CHARSET_UTF_8) const {
         uint32_t options = form == Form::Rich ? EML_EXTRACT_PREFER_RICH : 0;
         detail::extract(*state_, state_->messageNumber, sink, options, charset);
     }
 
-    /* Passes the readable text of the message to `sink` as UTF-8, as the message filter gives it: the header
-     * fields, then the body; an HTML body with its markup. */
+    /* Passes the readable text of the message to `sink` as UTF-8, as the message filter returns it: the
+     * header fields, then the body; an HTML body keeps its markup. */
     template <Sink S>
     void text(S&& sink, bool withHeader = true) const;
 
@@ -398,10 +400,10 @@ class Message {
         return all;
     }
 
-    /* The C context, for calls that have no method here; stays this object's. */
+    /* The C context, for calls that have no method here. This object keeps ownership. */
     EmlContainerContext* context() const noexcept { return state_->context; }
 
-    /* The services behind it, whose heaps count what the library has allocated. */
+    /* The services that it uses; their heaps count what the library has allocated. */
     emlhost::Services& services() const noexcept { return state_->services; }
 
   private:

@@ -34,7 +34,7 @@ _lib = c.load()
 
 
 class Error(Exception):
-    """A call of the library that failed. `code` is its result code (EML_... in eml_host.h)."""
+    """A failed call of the library. `code` is its result code (EML_... in eml_host.h)."""
 
     def __init__(self, code):
         super().__init__(c.ERROR_TEXTS.get(code, f"result {code}"))
@@ -47,13 +47,13 @@ def open(source, flags=0):
 
 
 class SubFile:
-    """What the library says about the message (kind "message"), an attachment or a folder."""
+    """Describes the message (kind "message"), an attachment or a folder."""
 
     def __init__(self, message, number, info, name, children):
         self._message = message
         self.number = number
         self.name_bytes = name
-        # A name that its charset does not explain is shown with U+FFFD; name_bytes has it as it is.
+        # Bytes that are invalid in the charset become U+FFFD; name_bytes has the original.
         self.name = _host.decode(name, message.charset)
         self.kind = {c.KIND_MESSAGE: "message", c.KIND_ATTACHMENT: "attachment",
                      c.KIND_FOLDER: "folder"}.get(info.kind, "unknown")
@@ -72,7 +72,7 @@ class SubFile:
             self.date = None
 
     def extract(self, sink=None):
-        """As Message.extract with this number."""
+        """Same as Message.extract with this number."""
         return self._message.extract(self.number, sink)
 
     def __repr__(self):
@@ -80,7 +80,7 @@ class SubFile:
 
 
 class _SubFiles(Sequence):
-    """The sub-files of a message, each described when it is asked for."""
+    """The sub-files of a message, each described on access."""
 
     def __init__(self, message, count):
         self._message = message
@@ -100,7 +100,7 @@ class _SubFiles(Sequence):
 
 
 class Message:
-    """An open message. Close it, or use it in a `with` statement."""
+    """An open message. Close it, or use a `with` statement."""
 
     def __init__(self, source, flags=0):
         self._context = None
@@ -112,7 +112,7 @@ class Message:
         elif hasattr(source, "read"):
             file = source if source.seekable() else io.BytesIO(source.read())
         else:
-            # The window of the input: the library goes to a new position for each line.
+            # A window for the input: the library seeks before each line.
             file = self._file = builtins.open(source, "rb", buffering=65536)
             if not file.seekable():
                 with file:
@@ -136,7 +136,7 @@ class Message:
         self.sub_files = _SubFiles(self, info.subFileCount)
 
     def close(self):
-        """Closes the message. What it gave stays usable, the message does not."""
+        """Closes the message. Everything obtained from it stays usable; the message does not."""
         context, self._context = self._context, None
         if context:
             _lib.emlShutdown2(context)
@@ -155,7 +155,7 @@ class Message:
             self.close()
 
     def headers(self, *names):
-        """Header values: those named, or From, Sent, To, Cc, Bcc, Subject, Priority. None for a missing field."""
+        """Returns the named header values, or From, Sent, To, Cc, Bcc, Subject, Priority. None for a missing field."""
         count = len(names)
         requests = [c.MetaDataRequest(c.REQUEST_BY_NAME, name.encode("latin-1", "replace")) for name in names]
         pointers = (ctypes.POINTER(c.MetaDataRequest) * max(count, 1))(*map(ctypes.pointer, requests))
@@ -167,23 +167,23 @@ class Message:
         return values
 
     def header(self, name):
-        """One header value, or None."""
+        """Returns one header value, or None."""
         return self.headers(name)[name]
 
     def extract(self, number, sink=None):
-        """The decoded bytes of an attachment; of the message itself one document with its best body.
+        """Returns the decoded bytes of an attachment; for the message itself, one document with its best body.
 
-        With `sink`, an object with `write` or a function, the bytes go there piece by piece instead."""
+        With `sink`, an object with `write` or a function, passes the bytes there piece by piece instead."""
         return self._extract(number, sink, 0, 0)
 
     def render(self, rich=False, sink=None):
-        """The message as one document, header block and best body: text in UTF-8, or with `rich` HTML or RTF where
-        it has such a body. The HTML form is untrusted: scripts, remote content, unescaped header values."""
+        """Returns the message as one document, header block and best body: text in UTF-8, or with `rich` HTML or RTF
+        if it has such a body. The HTML form is untrusted: scripts, remote content, unescaped header values."""
         return self._extract(self._message_number, sink, c.EXTRACT_PREFER_RICH if rich else 0, c.CHARSET_UTF_8)
 
     def text(self, with_header=True):
-        """The readable text, as the message filter gives it: header fields, then the body, an HTML body with its
-        markup. Of an encrypted message the header alone."""
+        """Returns the readable text, as the message filter gives it: header fields, then the body; an HTML body keeps
+        its markup. For an encrypted message, only the header."""
         self._opened()
         status = ctypes.c_uint32()
         services, record = self._host.services, self._input.object

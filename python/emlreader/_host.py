@@ -1,7 +1,7 @@
 """The host's side in Python: memory, input, output and character conversion for one open message.
 
-An exception must not pass through the library. Each entry that can raise one keeps it and answers as an entry that
-fails; whoever called the library raises it afterwards.
+An exception must not pass through the library. Each entry that can raise one keeps it and returns as an entry that
+fails; the caller of the library raises it afterwards.
 """
 
 import ctypes
@@ -17,7 +17,7 @@ def _offset(low, high):
 
 
 class Host:
-    """The services record, and the exceptions that entries have met."""
+    """The services record, and the first exception that an entry raised."""
 
     def __init__(self):
         self.failure = None
@@ -41,19 +41,19 @@ class Host:
             raise failure
 
     def guarded(self, entry, failing):
-        """`entry` as a host entry: an exception is kept, and the answer is then `failing`."""
+        """Wraps `entry` as a host entry: keeps an exception and then returns `failing`."""
 
         def guard(*arguments):
             try:
                 return entry(*arguments)
-            except BaseException as exception:  # also KeyboardInterrupt: it is raised again behind the call
+            except BaseException as exception:  # also KeyboardInterrupt: it is raised again after the call
                 if self.failure is None:
                     self.failure = exception
                 return failing
 
         return guard
 
-    # Memory. Every block is kept in a set: the library forgets a block that cannot grow.
+    # Memory. A set keeps every block, since the library forgets a block that cannot grow.
 
     def _adopt(self, block):
         if block:
@@ -130,12 +130,12 @@ class Host:
 
 
 def codec(charset):
-    """Python's name for a charset id; what is unknown counts as Western."""
+    """Returns Python's name for a charset id; an unknown id counts as Western."""
     return c.CODECS.get(charset, "cp1252")
 
 
 def decode(data, charset):
-    """Text of a charset. Bytes that are no character become U+FFFD."""
+    """Decodes text of a charset. Invalid bytes become U+FFFD."""
     name = codec(charset)
     if name == "utf-16" and data[:2] not in (b"\xff\xfe", b"\xfe\xff"):
         name = "utf-16-le"
@@ -143,7 +143,7 @@ def decode(data, charset):
 
 
 class Input:
-    """An IOobj that reads from a binary file object that can seek."""
+    """An IOobj that reads from a seekable binary file object."""
 
     def __init__(self, host, file):
         self._file = file
@@ -173,7 +173,7 @@ class Input:
 
 
 class Output:
-    """An IOobj that passes what is written to a function, in order."""
+    """An IOobj that passes everything written to it to a function, in order."""
 
     def __init__(self, host, write):
         self._write_bytes = write
@@ -187,7 +187,7 @@ class Output:
         self._host = host
 
     def _write(self, _, data, count):
-        # What follows a failure is not wanted any more.
+        # After a failure the rest is discarded.
         if self._host.failure is not None:
             return 0
         self._write_bytes(ctypes.string_at(data, count))

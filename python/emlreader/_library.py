@@ -172,7 +172,7 @@ class MetaDataRequest(Structure):
 
 
 def load():
-    """The library: what EMLREADER_LIBRARY names, else the installed one."""
+    """Loads the library that EMLREADER_LIBRARY names, else the installed one."""
     library = ctypes.CDLL(os.environ.get("EMLREADER_LIBRARY") or "libemlreader.so.1")
     void, word, number = c_void_p, c_uint32, c_int32
     calls = {
