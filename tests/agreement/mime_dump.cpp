@@ -12,8 +12,8 @@
 
 #include "standalone/heap.h"
 #include "standalone/input.h"
+#include "standalone/mime_charsets.h"
 #include "standalone/output.h"
-#include "tests/agreement/label_conversion.h"
 
 namespace {
 
@@ -67,7 +67,7 @@ class Dump {
     Dump(EmlIOobj* input, std::string prefix, uint32_t depth) : prefix_(std::move(prefix)), depth_(depth) {
         EmlMimeOptions options = {};
         options.recordSize = sizeof options;
-        options.convert = &agreement::kConvert;
+        options.convert = emlhost::mimeConvert();
         EmlResult result = EML_OK;
         context_ = emlMimeOpen(input, heap_.allocator(), &options, &result);
         done(result, "emlMimeOpen");
