@@ -88,7 +88,6 @@ TEST(Flowed, EveryShortTextAgrees) {
                 for (const Feeding& feeding : {inOnePiece(), Feeding{1, 1, 1}, Feeding{2, 2, 3}}) {
                     const Bytes output = decode(FlowedText(delSp), input, feeding);
                     compared.comparison();
-                    compared.comparison();
                     if (output == bytesOf(expected)) continue;
                     ADD_FAILURE() << shown(input) << ": " << shown(output) << " for "
                                   << shown(bytesOf(expected));
