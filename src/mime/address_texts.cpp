@@ -118,8 +118,18 @@ class NameWriter {
         } else if (isAscii(run) && run.find("=?") == kNone) {
             appendWithSingleBlanks(run, texts_);
         } else {
+            const uint32_t start = texts_.length();
             appendDecoded(run, how_, texts_);
+            if (run.starts_with("=?") && run.ends_with("?=")) dropEncodedQuotes(start);
         }
+    }
+
+    // Quotes around a name that a program has encoded with it.
+    void dropEncodedQuotes(uint32_t start) {
+        const std::string_view text = texts_.since(start);
+        if (text.size() < 3 || text.front() != '"' || text.find('"', 1) != text.size() - 1) return;
+        texts_.truncate(texts_.length() - 1);
+        texts_.erase(start, 1);
     }
 
     const HeaderText& how_;

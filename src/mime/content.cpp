@@ -110,7 +110,7 @@ class TextExtraction {
 
   private:
     [[nodiscard]] EmlResult convert(const TextForm& form, bool& met8Bit);
-    [[nodiscard]] EmlResult guess(std::string_view& label);
+    [[nodiscard]] EmlResult guess(std::string_view otherwise, std::string_view& label);
     void noteTextDefects(bool guessed, EmlMimeContent& content) const;
 
     EmlMimeContext& context_;
@@ -128,15 +128,17 @@ EmlResult TextExtraction::run(EmlMimeContent& content) {
     const bool plain = viewAt(context_, part.type) == "text" && viewAt(context_, part.subtype) == "plain";
     const bool named =
         !label.empty() && !isLabelOfUnknown(label) && knownCharset(label) != KnownCharset::kAscii;
-    TextForm form{label, !named, plain && (part.flags & EML_MIME_PART_FLOWED) != 0,
+    const bool sevenBit = named && isSevenBitCharset(label);
+    TextForm form{label, !named || sevenBit, plain && (part.flags & EML_MIME_PART_FLOWED) != 0,
                   (part.flags & EML_MIME_PART_DELSP) != 0};
     if (!named) form.charset = "utf-8";
     bool met8Bit = false;
     EmlResult result = convert(form, met8Bit);
-    const bool guessed = result == EML_OK && met8Bit;
-    if (guessed) {
+    bool guessed = false;
+    if (result == EML_OK && met8Bit) {
         form.asciiOnly = false;
-        result = guess(form.charset);
+        result = guess(sevenBit ? label : "windows-1252", form.charset);
+        guessed = !sevenBit || form.charset != label;
         writer_.restart();
         if (result == EML_OK) result = convert(form, met8Bit);
     }
@@ -166,13 +168,13 @@ bool checkUtf8(void* check, std::string_view bytes) {
     return true;
 }
 
-// One reading without output: UTF-8 if all of it is, else windows-1252.
-EmlResult TextExtraction::guess(std::string_view& label) {
+// One reading without output: UTF-8 if all of it is.
+EmlResult TextExtraction::guess(std::string_view otherwise, std::string_view& label) {
     Utf8Check check;
     DecodedBytes bytes(decoded_, kDecodedRoom, checkUtf8, &check);
     DecodeProblems problems{};
     const EmlResult result = readContent(context_, source_, bytes, problems);
-    label = check.finish() ? "utf-8" : "windows-1252";
+    label = check.finish() ? "utf-8" : otherwise;
     return result;
 }
 

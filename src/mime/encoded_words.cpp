@@ -122,20 +122,27 @@ size_t runLength(std::string_view text, const EncodedWord& first) {
     }
 }
 
-// Looks whether decoded words are UTF-8.
+// Looks whether decoded words are UTF-8, and whether they hold control characters.
 class CheckingSink {
   public:
     OutputSpan space() { return {bytes_.data(), bytes_.data() + bytes_.size()}; }
 
     void commit(const uint8_t* end) {
-        check_.feed({reinterpret_cast<const char*>(bytes_.data()), static_cast<size_t>(end - bytes_.data())});
+        const uint8_t* const begin = bytes_.data();
+        check_.feed({reinterpret_cast<const char*>(begin), static_cast<size_t>(end - begin)});
+        controls_ = controls_ || std::any_of(begin, end, isControl);
     }
 
     [[nodiscard]] bool isUtf8() const { return check_.finish(); }
+    // UTF-8 without the control characters by which other charsets shift (ISO 2022), or that they hold (UTF-16).
+    [[nodiscard]] bool isPlainUtf8() const { return isUtf8() && !controls_; }
 
   private:
+    static bool isControl(uint8_t byte) { return byte < ' ' && byte != '\t' && !isLineEnd(byte); }
+
     std::array<uint8_t, 64> bytes_;
     Utf8Check check_;
+    bool controls_ = false;
 };
 
 // The charset that a run is converted from. Words that name US-ASCII, or say that their charset is unknown, hold
@@ -162,17 +169,30 @@ void appendPlain(std::string_view text, const HeaderText& how, TextBuilder& out)
     }
 }
 
-// Decodes the run of words in front of `text`, after the plain text `before`. False, and nothing written: its
-// charset is unknown.
-bool appendRun(std::string_view before, std::string_view run, const EncodedWord& first, const HeaderText& how,
-               TextBuilder& out) {
-    TextConversion conversion(how.convert, charsetOfRun(run, first.charset, how));
-    if (conversion.outcome().unknownCharset) return false;
+// Decodes a run of words after the plain text `before`.
+void convertRun(std::string_view before, std::string_view run, TextConversion& conversion,
+                const HeaderText& how, TextBuilder& out) {
     appendPlain(before, how, out);
     OneLineSink oneLine(out);
     ConvertingSink<OneLineSink> sink(conversion, oneLine);
     decodeWords(run, sink);
     sink.flush(true);
+}
+
+// The same in the charset that its first word names. False, and nothing written: nobody knows that charset, and
+// its text is not plain UTF-8 all the same.
+bool appendRun(std::string_view before, std::string_view run, const EncodedWord& first, const HeaderText& how,
+               TextBuilder& out) {
+    TextConversion conversion(how.convert, charsetOfRun(run, first.charset, how));
+    if (!conversion.outcome().unknownCharset) {
+        convertRun(before, run, conversion, how, out);
+        return true;
+    }
+    CheckingSink check;
+    decodeWords(run, check);
+    if (!check.isPlainUtf8()) return false;
+    TextConversion utf8(nullptr, "utf-8");
+    convertRun(before, run, utf8, how, out);
     return true;
 }
 

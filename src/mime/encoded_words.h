@@ -37,7 +37,8 @@ struct HeaderText {
 // Appends `text` (an unstructured value, a phrase, a comment's inside: unfolded or not) as UTF-8: folding undone
 // (each line end is dropped, the blanks after it stay), encoded words decoded, raw 8-bit text by appendGuessed,
 // NUL and other control characters kept except CR and LF. Line ends that an encoded word decodes to become blanks.
-// A word in a charset that nobody knows stays as it is written.
+// A word in a charset that nobody knows is decoded when its text is UTF-8 or US-ASCII all the same, and stays as it
+// is written otherwise.
 void appendDecoded(std::string_view text, const HeaderText& how, TextBuilder& out);
 
 // The same with blanks at both ends removed.

@@ -65,14 +65,18 @@ bool FieldWalk::next(FieldLines& field) {
     if (pos_ >= header_.size()) return false;
     field.start = pos_;
     size_t textEnd = passLine();
-    const std::string_view line = header_.substr(field.start, textEnd - field.start);
+    std::string_view line = header_.substr(field.start, textEnd - field.start);
+    const size_t blanks = field.start == 0 ? line.find_first_not_of(" \t") : 0;
+    // Nothing comes before the first line that it could continue.
+    if (blanks < line.size() && beginsField(line.substr(blanks))) line.remove_prefix(blanks);
+    const size_t nameStart = textEnd - line.size();
     while (isBlankAt(header_, pos_)) textEnd = passLine();
     field.end = pos_;
     const size_t length = nameLength(line);
     const size_t colon = colonAfter(line, length);
     const bool isField = colon != std::string_view::npos;
     field.name = isField ? line.substr(0, length) : std::string_view{};
-    const size_t valueStart = field.start + (isField ? colon + 1 : 0);
+    const size_t valueStart = isField ? nameStart + colon + 1 : field.start;
     field.value = header_.substr(valueStart, textEnd - valueStart);
     return true;
 }

@@ -10,7 +10,10 @@ namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-bool isFromLine(std::string_view line) { return line.starts_with("From ") || line.starts_with(">From "); }
+// "From  : x" is a field.
+bool isFromLine(std::string_view line) {
+    return (line.starts_with("From ") || line.starts_with(">From ")) && !beginsField(line);
+}
 
 bool beginsWithBlank(std::string_view line) {
     return !line.empty() && isBlank(static_cast<uint8_t>(line.front()));

@@ -74,6 +74,10 @@ constexpr std::array<Label, 38> kLabels = {{
 constexpr std::array<std::string_view, 5> kUnknownLabels = {"unknown8bit", "xunknown", "unknown",
                                                             "csunknown8bit", "8bit"};
 
+constexpr std::array<std::string_view, 14> kSevenBitLabels = {
+    "iso2022jp",   "csiso2022jp", "iso2022jp1",   "iso2022jp2", "iso2022jp3",    "iso2022jpms", "iso2022kr",
+    "csiso2022kr", "iso2022cn",   "iso2022cnext", "utf7",       "unicode11utf7", "hz",          "hzgb2312"};
+
 bool isLetterOrDigit(uint8_t byte) {
     const uint8_t lower = toLower(byte);
     return (lower >= 'a' && lower <= 'z') || (byte >= '0' && byte <= '9');
@@ -125,11 +129,20 @@ KnownCharset knownCharset(std::string_view label) {
     return KnownCharset::kOther;
 }
 
-bool isLabelOfUnknown(std::string_view label) {
+namespace {
+
+template <size_t Count>
+bool isAmong(std::string_view label, const std::array<std::string_view, Count>& labels) {
     if (label.size() > TextConversion::kMaxLabel) return false;
-    return std::any_of(kUnknownLabels.begin(), kUnknownLabels.end(),
+    return std::any_of(labels.begin(), labels.end(),
                        [label](std::string_view letters) { return sameLabel(label, letters); });
 }
+
+}  // namespace
+
+bool isLabelOfUnknown(std::string_view label) { return isAmong(label, kUnknownLabels); }
+
+bool isSevenBitCharset(std::string_view label) { return isAmong(label, kSevenBitLabels); }
 
 bool isAscii(std::string_view bytes) {
     const uint8_t* const end = bytesOf(bytes) + bytes.size();

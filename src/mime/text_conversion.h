@@ -28,6 +28,10 @@ enum class KnownCharset : uint8_t {
 // is to be guessed, as without a label.
 [[nodiscard]] bool isLabelOfUnknown(std::string_view label);
 
+// Labels of charsets that write every character in seven bits, as ISO-2022-JP (RFC 1468) does: 8-bit bytes do not
+// fit them.
+[[nodiscard]] bool isSevenBitCharset(std::string_view label);
+
 // True when all bytes are UTF-8 (RFC 3629: no surrogates, nothing overlong, nothing above U+10FFFF).
 [[nodiscard]] bool isUtf8(std::string_view bytes);
 

@@ -12,7 +12,7 @@ namespace eml {
 
 struct TextForm {
     std::string_view charset;  // label
-    bool asciiOnly;            // the charset is to be guessed: 8-bit bytes end the conversion
+    bool asciiOnly;            // 8-bit bytes end the conversion: the charset is then to be guessed
     bool flowed;
     bool delSp;
 };

@@ -13,6 +13,7 @@
 #include "bytes/quoted_stop.h"
 #include "bytes/sink.h"
 #include "mime/decode_problems.h"
+#include "mime/line_after_padding.h"
 
 namespace eml {
 
@@ -37,8 +38,10 @@ class FilePlace {
     uint64_t offset_ = 0;
 };
 
-// Base64. Padding ends a group, and more may follow: joined pieces are decoded one after the other. "-" and "_"
-// are digits (RFC 4648 section 5) until "+" or "/" has occurred. A group cut off at the end gives what it holds.
+// Base64. Padding ends a group, and more may follow: joined pieces are decoded one after the other. After padding a
+// line (or the rest of one) that holds anything but digits and "=" is a foreign text and left out. "-" and "_" are
+// digits (RFC 4648 section 5) until "+" or "/" has occurred, after padding only where they have been digits before.
+// A group cut off at the end gives what it holds.
 class MailBase64 : public FilePlace {
   public:
     MailBase64(const DecodeKernels& kernels, DecodeProblems& problems)
@@ -63,6 +66,7 @@ class MailBase64 : public FilePlace {
 
     template <class Sink>
     void finish(Sink& sink) {
+        takeHeld(sink);
         if (have_ >= 2) putGroup(sink);
         if (have_ >= 2 || missing_ != 0) problems_.base64Padding.note(endPlace());
         if (have_ == 1) problems_.base64CutOff.note(groupPlace_);
@@ -97,12 +101,19 @@ class MailBase64 : public FilePlace {
 
     template <class Sink>
     void feedByte(uint8_t byte, bool standard, uint64_t place, Sink& sink) {
+        if (padded_) return feedAfterPadding(byte, standard || !urlSeen_, place, sink);
         if (byte == '=') return feedPadding(place, sink);
         const uint8_t digit = digitOf(byte, standard);
         if (digit == kInvalidDigit) {
             if (!isBlank(byte) && !isLineEnd(byte)) problems_.base64Character.note(place);
             return;
         }
+        urlSeen_ = urlSeen_ || byte == '-' || byte == '_';
+        feedDigit(digit, place, sink);
+    }
+
+    template <class Sink>
+    void feedDigit(uint8_t digit, uint64_t place, Sink& sink) {
         if (padded_) problems_.base64Padding.note(place);
         padded_ = false;
         missing_ = 0;
@@ -111,6 +122,37 @@ class MailBase64 : public FilePlace {
         if (++have_ < 4) return;
         putGroup(sink);
         have_ = 0;
+    }
+
+    template <class Sink>
+    void feedAfterPadding(uint8_t byte, bool standard, uint64_t place, Sink& sink) {
+        if (isLineEnd(byte)) return takeHeld(sink);
+        if (byte == '=' && line_.isEmpty()) return feedPadding(place, sink);
+        const uint8_t digit = byte == '=' ? LineAfterPadding::kPadding : digitOf(byte, standard);
+        switch (line_.feed(byte, digit, place)) {
+            case LineAfterPadding::Verdict::kWait:
+                return;
+            case LineAfterPadding::Verdict::kData:
+                return takeHeld(sink);
+            case LineAfterPadding::Verdict::kForeign:
+                break;
+        }
+        const size_t held = line_.count();
+        problems_.base64Character.note(held != 0 ? line_.place(0) : place, held + 1);
+        line_.clear(true);
+    }
+
+    // The line that is held is data.
+    template <class Sink>
+    void takeHeld(Sink& sink) {
+        for (size_t i = 0; i < line_.count() && !ended_; ++i) {
+            if (line_.digit(i) == LineAfterPadding::kPadding) {
+                feedPadding(line_.place(i), sink);
+            } else {
+                feedDigit(line_.digit(i), line_.place(i), sink);
+            }
+        }
+        line_.clear(false);
     }
 
     // "=": it completes a group, or stands where none is wanted.
@@ -142,10 +184,12 @@ class MailBase64 : public FilePlace {
     DecodeProblems& problems_;
     uint64_t groupPlace_ = 0;
     uint32_t group_ = 0;
-    uint32_t have_ = 0;          // digits of the group so far
-    uint32_t missing_ = 0;       // "=" that must still come
+    uint32_t have_ = 0;     // digits of the group so far
+    uint32_t missing_ = 0;  // "=" that must still come
+    LineAfterPadding line_;
     bool padded_ = false;        // after "=": another digit is another piece
     bool standardSeen_ = false;  // "+" or "/" has occurred
+    bool urlSeen_ = false;       // "-" or "_" has been a digit
     bool ended_ = false;
 };
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Prints, for each class of odd mail in messages/INDEX.tsv, a table of what each reader makes of it.
 
-    tests/agreement/tell.py [--ours PROGRAM] [WORD]      after tests/agreement/run, which builds the readers
+    python3 tests/agreement/tell.py [--ours PROGRAM] [WORD]      after tests/agreement/run, which builds the readers
 
 A cell of "=" is what the first column of answers has, "==" what the second has, and so on. For docs/mime-rules.md: a
 reader is run, never guessed about."""

@@ -177,6 +177,9 @@ TEST(MimeAddresses, EncodedWords) {
         {"=?utf-8?q?a?=, =?utf-8?q?b?= <a@b>", "{a, b} <a@b>"},
         {"=?utf-8?q? <a@b>", "{=?utf-8?q?} <a@b>"},
         {"=?x <a@b>", "{=?x} <a@b>"},
+        {"=?utf-8?q?=22J=C3=B6rg=22?= <a@b>", "{J\xc3\xb6rg} <a@b>"},  // quotes that were encoded, too
+        {"=?utf-8?q?\"J=C3=B6rg_B=22?= <a@b>", "{J\xc3\xb6rg B} <a@b>"},
+        {"=?utf-8?q?=22J=C3=B6rg=22_B?= <a@b>", "{\"J\xc3\xb6rg\" B} <a@b>"},
         {"=?iso-8859-1?q?J=F6rg?= <a@b>", "{J\xc3\xb6rg} <a@b>"},
         {"J\xf6rg <a@b>", "{J\xc3\xb6rg} <a@b>"},
         {"a@\xf6.example", "<a@\xc3\xb6.example>"},

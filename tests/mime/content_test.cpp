@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "mime/mime_context.h"
+#include "mime/part_texts.h"
 #include "support/kernel_sets.h"
 #include "support/memory_output.h"
 #include "support/recording_host.h"
@@ -27,7 +28,6 @@ class OpenMail {
         context_.block = static_cast<uint8_t*>(allocateBlock(*context_.allocator, kMimeBlockSize));
         context_.size = mail.size();
         (void)host_.input().open(&host_.input());
-        (void)keep("");  // place 0 is "absent"
     }
     ~OpenMail() {
         context_.parts.release(*context_.allocator);
@@ -54,12 +54,7 @@ class OpenMail {
         return partAt(context_, partCount(context_) - 1);
     }
 
-    TextStart keep(const char* text) {
-        const TextStart start = context_.texts.length;
-        (void)context_.texts.append(*context_.allocator, reinterpret_cast<const uint8_t*>(text),
-                                    std::strlen(text) + 1);
-        return start;
-    }
+    TextStart keep(const char* text) { return keepText(context_, text); }
 
     // What is written of a part; `result` and `content` keep the rest.
     std::string extract(uint32_t form, uint32_t part = 0) {
@@ -81,8 +76,8 @@ class OpenMail {
     // "code:count@offset", in the order of the list.
     std::string defects() {
         std::string text;
-        for (uint32_t i = 0; i < recordCount<EmlMimeDefect>(context_.defects); ++i) {
-            const EmlMimeDefect& defect = recordsOf<EmlMimeDefect>(context_.defects)[i];
+        for (uint32_t i = 0; i < recordCount<MimeDefect>(context_.defects); ++i) {
+            const EmlMimeDefect& defect = recordsOf<MimeDefect>(context_.defects)[i].defect;
             text += (i == 0 ? "" : " ") + std::to_string(defect.code) + ":" + std::to_string(defect.count) +
                     "@" + std::to_string(defect.offset);
         }
@@ -189,6 +184,10 @@ const TextRow kTextRows[] = {
     {"UTF-8 cut off is none", "x\xC3\xA4\xC3", nullptr, EML_MIME_ENCODING_8BIT, 0,
      "x\xC3\x83\xC2\xA4\xC3\x83", EML_MIME_TEXT_GUESSED, "68:1@6"},
     {"an unknown charset stays bytes", "x\xE4", "x-martian", EML_MIME_ENCODING_8BIT, 0, "x\xE4",
+     EML_MIME_TEXT_NOT_CONVERTED, "66:1@6"},
+    {"UTF-8 in a charset of seven bits", "x\xC3\xA4", "iso-2022-jp", EML_MIME_ENCODING_8BIT, 0, "x\xC3\xA4",
+     EML_MIME_TEXT_GUESSED, "68:1@6"},
+    {"8-bit bytes in one that are no UTF-8", "x\xE4", "iso-2022-jp", EML_MIME_ENCODING_8BIT, 0, "x\xE4",
      EML_MIME_TEXT_NOT_CONVERTED, "66:1@6"},
     {"encoded text", "w6Q=", "utf-8", EML_MIME_ENCODING_BASE64, 0, "\xC3\xA4", 0, ""},
     {"encoded text without a charset", "5A==", nullptr, EML_MIME_ENCODING_BASE64, 0, "\xC3\xA4",

@@ -112,12 +112,25 @@ TEST(EncodedWords, WhatIsNoneStaysAsItStands) {
         {"two letters of encoding", "=?utf-8?QP?abc?=", "=?utf-8?QP?abc?="},
         {"a blank in the charset", "=?utf 8?Q?abc?=", "=?utf 8?Q?abc?="},
         {"a charset that nobody knows", "=?x-none?Q?caf=E9?=", "=?x-none?Q?caf=E9?="},
-        {"two of them keep the blank", "=?x-none?Q?a?= =?x-none?Q?b?=", "=?x-none?Q?a?= =?x-none?Q?b?="},
+        {"two of them keep the blank", "=?x-none?Q?=E9?= =?x-none?Q?b?=", "=?x-none?Q?=E9?= =?x-none?Q?b?="},
         {"one of them beside a good one",
-         "=?x-none?Q?a?= =?utf-8?Q?b?= =?x-none?Q?c?=", "=?x-none?Q?a?= b =?x-none?Q?c?="},
+         "=?x-none?Q?=E8?= =?utf-8?Q?b?= =?x-none?Q?=E9?=", "=?x-none?Q?=E8?= b =?x-none?Q?=E9?="},
+        {"its text shifts", "=?iso-2022-none?B?GyRCJCIbKEI=?=", "=?iso-2022-none?B?GyRCJCIbKEI=?="},
+        {"its text holds NUL", "=?utf-16-none?Q?=00a?=", "=?utf-16-none?Q?=00a?="},
         {"a formula", "a=?b", "a=?b"},
         {"doubled =", "==?utf-8?Q?b?=", "=b"},
         {"doubled =?", "=?=?utf-8?Q?b?=", "=?b"},
+    });
+}
+
+TEST(EncodedWords, PlainTextInAnUnknownCharsetIsDecoded) {
+    expectRows({
+        {"US-ASCII", "=?x-none?Q?plain_text?=", "plain text"},
+        {"base64", "=?X-IAS-German?B?bXlHb3Y=?= <info@example.org>", "myGov <info@example.org>"},
+        {"UTF-8", "=?x-none?Q?caf=C3=A9?=", "café"},
+        {"UTF-8 split between two words", "=?x-none?Q?=E2=82?= =?x-none?Q?=AC?=", "€"},
+        {"line ends become blanks", "=?x-none?Q?a=0D=0Ab?=", "a  b"},
+        {"beside a word that stays", "=?x-none?Q?a?= =?x-other?Q?=E9?=", "a =?x-other?Q?=E9?="},
     });
 }
 

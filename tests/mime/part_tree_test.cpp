@@ -44,6 +44,10 @@ TEST(PartTree, HeaderAndBody) {
         {"a byte order mark before the header", "\xEF\xBB\xBFSubject: x\n\nbody", "text/plain\"body\"", ""},
         {"an mbox line before the header", "From a@b Mon Jan  1\nSubject: x\n\nbody", "text/plain\"body\"",
          ""},
+        {"a field with blanks before its colon is no mbox line", "From  : a@b\nContent-Type: text/html\n\nx",
+         "text/html\"x\"", ""},
+        {"a field whose blanks come first", " Content-Type: text/html\nSubject: x\n\nbody",
+         "text/html\"body\"", "field-without-colon@0"},
         {"empty lines alone", "\n\n\n", "text/plain\"\\n\\n\"", "no-header@0"},
         {"no empty line before the body", "Subject: x\nHello,\nhow are you?\n",
          "text/plain\"Hello,\\nhow are you?\\n\"", "no-blank-line@0"},
@@ -221,7 +225,7 @@ TEST(PartTree, LinesAcrossBlocks) {
             const size_t start = message.size();
             message += std::string(length, 'x') + lineEnd + "y" + tail;
             OpenedMime opened(message);
-            ASSERT_EQ(emlMimePartCount(opened.context()), 3U) << length << escaped(lineEnd);
+            ASSERT_EQ(emlMimePartCount(opened.context()), 3U) << length << visible(lineEnd);
             const EmlMimePart part = opened.part(1);
             EXPECT_EQ(part.body.offset, start);
             EXPECT_EQ(part.body.length, length + std::strlen(lineEnd) + 1);

@@ -110,6 +110,15 @@ TEST(KnownCharset, SomeLabelsSayThatTheCharsetIsUnknown) {
         EXPECT_FALSE(isLabelOfUnknown(label)) << label;
 }
 
+TEST(KnownCharset, SomeWriteEveryCharacterInSevenBits) {
+    for (const char* label : {"iso-2022-jp", "ISO-2022-KR", "csISO2022JP", "utf-7", "hz-gb-2312"}) {
+        EXPECT_TRUE(isSevenBitCharset(label)) << label;
+    }
+    for (const char* label : {"", "us-ascii", "utf-8", "iso-2022", "euc-jp"}) {
+        EXPECT_FALSE(isSevenBitCharset(label)) << label;
+    }
+}
+
 // Every sequence of up to four bytes out of those at which some rule of RFC 3629 changes, against the rule in another
 // form: decode the number, and encode it again.
 bool isCharacterByNumber(const std::string& text) {

@@ -54,45 +54,109 @@ FlowedLine readFlowed(std::string line, bool delSp) {
     return read;
 }
 
-}  // namespace
+bool isBlankOrEnd(uint8_t byte) { return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n'; }
 
-MailDecoded decodeMailBase64(const Bytes& input) {
-    MailDecoded result;
-    std::vector<int> group;
+struct Base64Reading {
+    MailDecoded result{};
+    std::vector<int> group{};
     size_t wanted = 0;  // "=" to come
     bool padded = false;
     bool urlToo = true;
-    for (const uint8_t byte : input) {
+    bool urlSeen = false;
+
+    // The value of a byte, or -1.
+    int valueOf(uint8_t byte, bool url) {
         if (byte == '+' || byte == '/') urlToo = false;
-        const int digit = digitOf(byte, urlToo);
+        return digitOf(byte, url && urlToo);
+    }
+
+    void putDigit(int digit) {
+        if (padded) ++result.padding;
+        padded = false;
+        wanted = 0;
+        group.push_back(digit);
+        if (group.size() < 4) return;
+        putDigits(group, result.bytes);
+        group.clear();
+    }
+
+    void putPadding() {
+        if (group.size() >= 2) {
+            putDigits(group, result.bytes);
+            wanted = 3 - group.size();
+            group.clear();
+            padded = true;
+        } else if (wanted > 0) {
+            --wanted;
+        } else {
+            ++result.padding;
+        }
+    }
+
+    void readByte(uint8_t byte) {
+        const int digit = valueOf(byte, true);
         if (digit >= 0) {
-            if (padded) ++result.padding;
-            padded = false;
-            wanted = 0;
-            group.push_back(digit);
-            if (group.size() == 4) {
-                putDigits(group, result.bytes);
-                group.clear();
-            }
+            urlSeen = urlSeen || byte == '-' || byte == '_';
+            putDigit(digit);
         } else if (byte == '=') {
-            if (group.size() >= 2) {
-                putDigits(group, result.bytes);
-                wanted = 3 - group.size();
-                group.clear();
-                padded = true;
-            } else if (wanted > 0) {
-                --wanted;
-            } else {
-                ++result.padding;
-            }
-        } else if (byte != ' ' && byte != '\t' && byte != '\r' && byte != '\n') {
+            putPadding();
+        } else if (!isBlankOrEnd(byte)) {
             ++result.characters;
         }
     }
-    if (group.size() == 1) ++result.cutOff;
-    if (group.size() >= 2 || wanted > 0) ++result.padding;
-    putDigits(group, result.bytes);
-    return result;
+
+    // A line after padding, from its first byte that is no blank and no "=". Gives how many bytes of it are read.
+    size_t readAfterPadding(const Bytes& input, size_t from) {
+        std::vector<int> values;
+        size_t end = from;
+        for (; end < input.size() && values.size() < 256; ++end) {
+            const int value = valueOf(input[end], urlSeen);
+            if (value < 0 && input[end] != '=') break;
+            values.push_back(value);
+        }
+        size_t characters = values.size();
+        bool foreign = false;
+        for (; end < input.size() && values.size() < 256 && input[end] != '\r' && input[end] != '\n'; ++end) {
+            static_cast<void>(valueOf(input[end], false));
+            if (!isBlankOrEnd(input[end])) {
+                foreign = true;
+                ++characters;
+            }
+        }
+        if (foreign) {
+            result.characters += characters;
+            return end - from;
+        }
+        for (const int value : values) {
+            if (value < 0) {
+                putPadding();
+            } else {
+                putDigit(value);
+            }
+        }
+        return end - from;
+    }
+
+    MailDecoded finished() {
+        if (group.size() == 1) ++result.cutOff;
+        if (group.size() >= 2 || wanted > 0) ++result.padding;
+        putDigits(group, result.bytes);
+        return result;
+    }
+};
+
+}  // namespace
+
+MailDecoded decodeMailBase64(const Bytes& input) {
+    Base64Reading reading;
+    for (size_t i = 0; i < input.size();) {
+        if (reading.padded && !isBlankOrEnd(input[i]) && input[i] != '=') {
+            i += reading.readAfterPadding(input, i);
+        } else {
+            reading.readByte(input[i++]);
+        }
+    }
+    return reading.finished();
 }
 
 MailDecoded decodeMailQuotedPrintable(const Bytes& input) {
