@@ -8,8 +8,7 @@ namespace {
 
 constexpr char kInvalid = '\xFF';
 
-/* The character sets that an escape sequence selects, by what stands before a character in EUC-JP. */
-enum class Set { Ascii, Kana, Kanji, SupplementaryKanji };
+using Set = Iso2022JpReader::Set;
 
 struct Escape {
     std::string_view bytes;
@@ -36,6 +35,15 @@ const Escape* escapeAt(std::string_view rest) {
 
 bool isGraphic(char byte) { return byte > 0x20 && byte < 0x7F; }
 
+/* Whether `rest` may be the beginning of an escape sequence, or of a pair, that goes on in the next piece. */
+bool isCutOff(Set set, std::string_view rest) {
+    for (const Escape& escape : kEscapes) {
+        if (rest.size() < escape.bytes.size() && escape.bytes.starts_with(rest)) return true;
+    }
+    const bool isPair = set == Set::Kanji || set == Set::SupplementaryKanji;
+    return isPair && rest.size() == 1 && isGraphic(rest.front());
+}
+
 char withHighBit(char byte) { return static_cast<char>(static_cast<unsigned char>(byte) | 0x80u); }
 
 /* Appends the character at the start of `rest` and gives its length. `rest` is not empty. */
@@ -61,19 +69,24 @@ size_t appendCharacter(std::string& euc, Set set, std::string_view rest) {
 
 }  // namespace
 
+size_t Iso2022JpReader::read(std::string_view text, bool last, std::string& euc) {
+    std::string_view rest = text;
+    while (!rest.empty() && (last || !isCutOff(set_, rest))) {
+        if (const Escape* escape = escapeAt(rest)) {
+            set_ = escape->set;
+            rest.remove_prefix(escape->bytes.size());
+            continue;
+        }
+        if (rest.front() == '\n') set_ = Set::Ascii; /* each line starts in ASCII, also after a damaged one */
+        rest.remove_prefix(appendCharacter(euc, set_, rest));
+    }
+    return text.size() - rest.size();
+}
+
 std::string eucFromIso2022Jp(std::string_view text) {
     std::string euc;
     euc.reserve(text.size());
-    Set set = Set::Ascii;
-    while (!text.empty()) {
-        if (const Escape* escape = escapeAt(text)) {
-            set = escape->set;
-            text.remove_prefix(escape->bytes.size());
-            continue;
-        }
-        if (text.front() == '\n') set = Set::Ascii; /* each line starts in ASCII, also after a damaged one */
-        text.remove_prefix(appendCharacter(euc, set, text));
-    }
+    Iso2022JpReader().read(text, true, euc);
     return euc;
 }
 

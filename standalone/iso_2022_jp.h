@@ -4,6 +4,7 @@
 #ifndef EMLREADER_STANDALONE_ISO_2022_JP_H
 #define EMLREADER_STANDALONE_ISO_2022_JP_H
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -17,6 +18,20 @@ namespace emlhost {
  * text becomes the byte 0xFF, which no EUC-JP character contains. Throws std::bad_alloc.
  */
 std::string eucFromIso2022Jp(std::string_view text);
+
+/* The same of text that arrives in pieces. */
+class Iso2022JpReader {
+  public:
+    /* The character sets that an escape sequence selects, by what stands before a character in EUC-JP. */
+    enum class Set { Ascii, Kana, Kanji, SupplementaryKanji };
+
+    /* Appends what the front of `text` is, and gives the bytes used. The beginning of a character or of an escape
+     * sequence at the end is left unless the text is the last. */
+    size_t read(std::string_view text, bool last, std::string& euc);
+
+  private:
+    Set set_ = Set::Ascii;
+};
 
 }  // namespace emlhost
 

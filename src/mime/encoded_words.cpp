@@ -33,13 +33,14 @@ WordEnd findWordEnd(std::string_view text, size_t start, bool base64) {
     for (size_t mark = text.find('?', start); mark != kNowhere; mark = text.find('?', mark + 1)) {
         if (mark + 1 == text.size()) return {mark, mark + 1};
         if (text[mark + 1] == '=') return {mark, mark + 2};
+        if (base64) {
+            const std::string_view digits = text.substr(start, mark - start);
+            const bool whole = isBlankOrLineEnd(text[mark + 1]) &&
+                               std::none_of(digits.begin(), digits.end(), isBlankOrLineEnd);
+            if (whole) return {mark, mark + 1};
+            break;
+        }
         if (mark > start && text[mark - 1] == '=') break;  // "=?": another word begins
-        if (!base64) continue;
-        const std::string_view digits = text.substr(start, mark - start);
-        const bool whole =
-            isBlankOrLineEnd(text[mark + 1]) && !std::any_of(digits.begin(), digits.end(), isBlankOrLineEnd);
-        if (whole) return {mark, mark + 1};
-        break;
     }
     return {kNowhere, kNowhere};
 }
