@@ -92,7 +92,8 @@ uint64_t matches(uint64_t bytes, uint8_t byte) {
 }
 
 // Copies up to the first "=" or `other`. `out` has room for end - pos bytes.
-const uint8_t* copyPlainRun(const uint8_t* pos, const uint8_t* end, uint8_t other, uint8_t*& out) {
+[[gnu::always_inline]] inline const uint8_t* copyPlainRun(const uint8_t* pos, const uint8_t* end,
+                                                          uint8_t other, uint8_t*& out) {
     while (static_cast<size_t>(end - pos) >= kWide) {
         const uint64_t bytes = loadWide(pos);
         std::memcpy(out, &bytes, kWide);
@@ -110,11 +111,12 @@ const uint8_t* copyPlainRun(const uint8_t* pos, const uint8_t* end, uint8_t othe
     return pos;
 }
 
+template <bool DigitsOnly>
 const uint8_t* quotedText(const uint8_t* pos, const uint8_t* end, QuotedStops stops, uint8_t*& out) {
     const uint8_t other = stops.underscoreIsSpace ? '_' : '=';
     for (;;) {
         pos = copyPlainRun(pos, end, other, out);
-        if (pos == end || !passQuotedStop(pos, end, stops, out)) return pos;
+        if (pos == end || !passQuotedStop<DigitsOnly>(pos, end, stops, out)) return pos;
     }
 }
 
@@ -163,8 +165,8 @@ KernelLevel levelOfProcessor() {
 
 }  // namespace
 
-constinit const DecodeKernels kPlainKernels = {base64Lines, quotedText, findTextRunEnd, findLineEnd,
-                                               findPair};
+constinit const DecodeKernels kPlainKernels = {base64Lines, quotedText<false>, findTextRunEnd,
+                                               findLineEnd, findPair,          quotedText<true>};
 
 const DecodeKernels& chooseKernels(KernelLevel most) {
 #ifdef EML_HAS_WIDE_KERNELS

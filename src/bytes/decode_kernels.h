@@ -44,6 +44,9 @@ struct DecodeKernels {
     // or `end`. The text goes on for `distance` bytes behind `end`.
     const uint8_t* (*findPair)(const uint8_t* pos, const uint8_t* end, uint8_t first, uint8_t second,
                                size_t distance);
+
+    // As quotedText, but "=" without a line end or two digits after it is left, too.
+    const uint8_t* (*quotedDigits)(const uint8_t* pos, const uint8_t* end, QuotedStops stops, uint8_t*& out);
 };
 
 enum class KernelLevel : uint8_t { kPlain, kAvx2, kAvx512 };

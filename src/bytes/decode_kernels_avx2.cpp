@@ -161,10 +161,14 @@ EML_AVX2 inline uint32_t lineEndBit(uint8_t byte) {
 
 // As passQuotedStop for "=" with two bytes behind it. Which one is a letter and which a soft line break
 // cannot be foretold, so that both go one way, without a branch.
+template <bool DigitsOnly>
 EML_AVX2 inline bool passEquals(const uint8_t*& pos, QuotedStops stops, uint8_t*& out) {
     const uint8_t byte = escapedByte(kHexTable[pos[1]], kHexTable[pos[2]]);
     if (byte == stops.byte1 || byte == stops.byte2) return false;
     const uint32_t soft = lineEndBit(pos[1]);
+    if constexpr (DigitsOnly) {
+        if (soft == 0 && !isDigitPair(pos)) return false;
+    }
     const uint32_t pair = static_cast<uint32_t>(pos[1] == kCr) & static_cast<uint32_t>(pos[2] == kLf);
     *out = byte;
     out += 1 - soft;
@@ -173,6 +177,7 @@ EML_AVX2 inline bool passEquals(const uint8_t*& pos, QuotedStops stops, uint8_t*
 }
 
 // Decodes the block at `pos`, whose stops are `found`, and moves behind it, or to the stop that is left.
+template <bool DigitsOnly>
 EML_AVX2 inline bool decodeQuotedBlock(const uint8_t*& pos, uint64_t found, QuotedStops stops,
                                        uint8_t*& out) {
     const uint8_t* const block = pos;
@@ -185,7 +190,7 @@ EML_AVX2 inline bool decodeQuotedBlock(const uint8_t*& pos, uint64_t found, Quot
         if (stops.underscoreIsSpace && *pos == '_') {
             *out++ = ' ';
             ++pos;
-        } else if (!passEquals(pos, stops, out)) {
+        } else if (!passEquals<DigitsOnly>(pos, stops, out)) {
             return false;
         }
         const uint64_t ahead = ~uint64_t{0} << (pos - block);
@@ -199,18 +204,31 @@ EML_AVX2 inline bool decodeQuotedBlock(const uint8_t*& pos, uint64_t found, Quot
     return true;
 }
 
-}  // namespace
-
-EML_AVX2 const uint8_t* avx2::quotedText(const uint8_t* pos, const uint8_t* end, QuotedStops stops,
-                                         uint8_t*& outRef) {
+template <bool DigitsOnly>
+EML_AVX2 inline const uint8_t* decodeQuoted(const uint8_t* pos, const uint8_t* end, QuotedStops stops,
+                                            uint8_t*& outRef) {
     const __m256i other = everywhere(stops.underscoreIsSpace ? '_' : '=');
     uint8_t* out = outRef;
     bool passed = true;
     while (passed && static_cast<size_t>(end - pos) >= kQuotedReach) {
-        passed = decodeQuotedBlock(pos, findStops(pos, other), stops, out);
+        passed = decodeQuotedBlock<DigitsOnly>(pos, findStops(pos, other), stops, out);
     }
     outRef = out;
-    return passed ? kPlainKernels.quotedText(pos, end, stops, outRef) : pos;
+    if (!passed) return pos;
+    if constexpr (DigitsOnly) return kPlainKernels.quotedDigits(pos, end, stops, outRef);
+    return kPlainKernels.quotedText(pos, end, stops, outRef);
+}
+
+}  // namespace
+
+EML_AVX2 const uint8_t* avx2::quotedText(const uint8_t* pos, const uint8_t* end, QuotedStops stops,
+                                         uint8_t*& out) {
+    return decodeQuoted<false>(pos, end, stops, out);
+}
+
+EML_AVX2 const uint8_t* avx2::quotedDigits(const uint8_t* pos, const uint8_t* end, QuotedStops stops,
+                                           uint8_t*& out) {
+    return decodeQuoted<true>(pos, end, stops, out);
 }
 
 EML_AVX2 const uint8_t* avx2::findTextRunEnd(const uint8_t* pos, const uint8_t* end) {
@@ -281,7 +299,7 @@ EML_AVX2 const uint8_t* avx2::findPair(const uint8_t* pos, const uint8_t* end, u
 }
 
 constinit const DecodeKernels kAvx2Kernels = {avx2::base64Lines, avx2::quotedText, avx2::findTextRunEnd,
-                                              avx2::findLineEnd, avx2::findPair};
+                                              avx2::findLineEnd, avx2::findPair,   avx2::quotedDigits};
 
 }  // namespace eml
 

@@ -135,23 +135,36 @@ EML_AVX512 inline const uint8_t* decodeLast(const uint8_t* pos, const uint8_t* e
 // A block with something unusual, and what a register holds behind it, is left to the narrower kernel.
 constexpr size_t kUnusual = 128;
 
-EML_AVX512 const uint8_t* quotedText(const uint8_t* pos, const uint8_t* end, QuotedStops stops,
-                                     uint8_t*& out) {
+// `Narrower` is a kernel with the same rules.
+template <auto& Narrower>
+EML_AVX512 inline const uint8_t* decodeQuoted(const uint8_t* pos, const uint8_t* end, QuotedStops stops,
+                                              uint8_t*& out) {
     for (;;) {
         pos = decodeBlocks(pos, end, stops, out);
         if (static_cast<size_t>(end - pos) < kReach) pos = decodeLast(pos, end, stops, out);
         if (pos == end) return end;
         const uint8_t* const limit = pos + std::min(static_cast<size_t>(end - pos), kUnusual);
-        pos = avx2::quotedText(pos, limit, stops, out);
+        pos = Narrower(pos, limit, stops, out);
         // In front of the limit it stops for want of the bytes behind that, too.
         if (pos != limit && (limit == end || limit - pos >= 3)) return pos;
     }
 }
 
+// A block with an escape that has not two digits is left in both.
+EML_AVX512 const uint8_t* quotedText(const uint8_t* pos, const uint8_t* end, QuotedStops stops,
+                                     uint8_t*& out) {
+    return decodeQuoted<avx2::quotedText>(pos, end, stops, out);
+}
+
+EML_AVX512 const uint8_t* quotedDigits(const uint8_t* pos, const uint8_t* end, QuotedStops stops,
+                                       uint8_t*& out) {
+    return decodeQuoted<avx2::quotedDigits>(pos, end, stops, out);
+}
+
 }  // namespace
 
-constinit const DecodeKernels kAvx512Kernels = {avx2::base64Lines, quotedText, avx2::findTextRunEnd,
-                                                avx2::findLineEnd, avx2::findPair};
+constinit const DecodeKernels kAvx512Kernels = {avx2::base64Lines, quotedText,     avx2::findTextRunEnd,
+                                                avx2::findLineEnd, avx2::findPair, quotedDigits};
 
 }  // namespace eml
 

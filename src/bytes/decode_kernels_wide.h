@@ -12,6 +12,8 @@ namespace eml::avx2 {
                                          const uint8_t* outEnd);
 [[nodiscard]] const uint8_t* quotedText(const uint8_t* pos, const uint8_t* end, QuotedStops stops,
                                         uint8_t*& out);
+[[nodiscard]] const uint8_t* quotedDigits(const uint8_t* pos, const uint8_t* end, QuotedStops stops,
+                                          uint8_t*& out);
 [[nodiscard]] const uint8_t* findTextRunEnd(const uint8_t* pos, const uint8_t* end);
 [[nodiscard]] const uint8_t* findLineEnd(const uint8_t* pos, const uint8_t* end, const uint8_t*& zero);
 [[nodiscard]] const uint8_t* findPair(const uint8_t* pos, const uint8_t* end, uint8_t first, uint8_t second,

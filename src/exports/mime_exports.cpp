@@ -99,11 +99,13 @@ EmlResult emlMimeExtract(EmlMimeContext* context, uint32_t part, uint32_t form, 
     EmlMimeContent own{};
     const EmlResult result = eml::extractContent(*context, part, form, output, own);
     if (content != nullptr) *content = own;
-    return result;
+    const bool lost = context->defectsLost;
+    context->defectsLost = false;
+    return result == EML_OK && lost ? EML_NO_MEMORY : result;
 }
 
 uint32_t emlMimeDefectCount(const EmlMimeContext* context) {
-    return context == nullptr ? 0 : eml::recordCount<EmlMimeDefect>(context->defects);
+    return context == nullptr ? 0 : eml::recordCount<eml::MimeDefect>(context->defects);
 }
 
 EmlResult emlMimeGetDefect(const EmlMimeContext* context, uint32_t index, EmlMimeDefect* defect) {

@@ -3,13 +3,12 @@
 
 #include <emlreader/eml_mime.h>
 
-#include "mime/encoded_words.h"
+#include "mime/address_texts.h"
 
 namespace eml {
 
-// Places of texts in the buffer that a list is read into. A length of 0 with kAbsent as start: absent.
-inline constexpr uint32_t kAbsent = 0xFFFFFFFF;
-
+// Places of texts in the buffer that a list is read into; kAbsentText for one that is absent. An address that is
+// there and empty is the null path, "<>".
 struct AddressPlaces {
     TextPlace name;
     TextPlace address;

@@ -56,44 +56,48 @@ constexpr std::array kDefectNames = std::to_array<DefectName>({
     {EML_MIME_DEFECT_8BIT_IN_7BIT, "8bit-in-7bit"},
 });
 
-// Whether the defect at `index` is `code` of `part`.
-bool isDefect(const EmlMimeDefect& defect, uint32_t code, uint32_t part) {
-    return defect.code == code && defect.part == part;
+MimeDefect* defectAt(const EmlMimeContext& context, uint32_t place) {
+    return &recordsOf<MimeDefect>(context.defects)[place - 1];
+}
+
+// The list is full: its last entry counts all that have no place, the one that gave way among them.
+void countLeftOut(EmlMimeContext& context) {
+    EmlMimeDefect& last = defectAt(context, recordCount<MimeDefect>(context.defects))->defect;
+    if (last.code != EML_MIME_DEFECT_TOO_MANY_DEFECTS) last = {EML_MIME_DEFECT_TOO_MANY_DEFECTS, 0, 0, 1};
+    ++last.count;
+}
+
+// The block of the list is lost, and with it what the parts know of it.
+void forgetDefects(EmlMimeContext& context) {
+    context.defectsLost = true;
+    for (uint32_t i = 0; i < partCount(context); ++i) {
+        partAt(context, i).lastDefect = 0;
+        partAt(context, i).defectCount = 0;
+    }
 }
 
 }  // namespace
 
 void noteDefect(EmlMimeContext& context, uint32_t code, uint32_t part, uint64_t offset, uint64_t count) {
-    const uint32_t have = recordCount<EmlMimeDefect>(context.defects);
-    auto* const defects = recordsOf<EmlMimeDefect>(context.defects);
-    // A part has at most as many defects as there are codes, and mostly the last ones: the walk back is short.
     MimePart& owner = partAt(context, part);
-    uint32_t left = owner.defectCount;
-    for (uint32_t i = have; i > 0 && left > 0; --i) {
-        EmlMimeDefect& defect = defects[i - 1];
-        if (isDefect(defect, code, part)) {
-            defect.count += count;
-            return;
-        }
-        if (defect.part == part) --left;
-    }
-    const EmlMimeDefect added{code, part, offset, count};
-    const auto* bytes = reinterpret_cast<const uint8_t*>(&added);
-    if (have >= context.options.maxDefects ||
-        context.defects.append(*context.allocator, bytes, sizeof added) != EML_OK) {
-        ++context.defectsLeftOut;
+    for (uint32_t place = owner.lastDefect; place != 0; place = defectAt(context, place)->before) {
+        EmlMimeDefect& known = defectAt(context, place)->defect;
+        if (known.code != code || known.part != part) continue;
+        known.count += count;
         return;
     }
+    if (recordCount<MimeDefect>(context.defects) >= context.options.maxDefects) {
+        countLeftOut(context);
+        return;
+    }
+    const MimeDefect added{{code, part, offset, count}, owner.lastDefect};
+    if (context.defects.append(*context.allocator, reinterpret_cast<const uint8_t*>(&added), sizeof added) !=
+        EML_OK) {
+        forgetDefects(context);
+        return;
+    }
+    owner.lastDefect = recordCount<MimeDefect>(context.defects);
     ++owner.defectCount;
-}
-
-void noteFullList(EmlMimeContext& context) {
-    const uint32_t have = recordCount<EmlMimeDefect>(context.defects);
-    if (context.defectsLeftOut == 0 || have == 0) return;
-    EmlMimeDefect& last = recordsOf<EmlMimeDefect>(context.defects)[have - 1];
-    const bool isNoted = last.code == EML_MIME_DEFECT_TOO_MANY_DEFECTS;
-    // The entry that gives way counts as left out.
-    last = {EML_MIME_DEFECT_TOO_MANY_DEFECTS, 0, 0, context.defectsLeftOut + (isNoted ? 0 : 1)};
 }
 
 const char* defectName(uint32_t code) {

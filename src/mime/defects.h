@@ -5,12 +5,9 @@
 
 namespace eml {
 
-// Notes that `code` occurred `count` times in `part`, first at `offset` of the file. A list that is full, or cannot
-// grow, counts what is left out.
+// Notes that `code` occurred `count` times in `part`, first at `offset` of the file. The last entry of a list that is
+// full counts what has no place in it. When the list cannot grow it is lost, and context.defectsLost says so.
 void noteDefect(EmlMimeContext& context, uint32_t code, uint32_t part, uint64_t offset, uint64_t count = 1);
-
-// When the list has left out defects, its last entry says so.
-void noteFullList(EmlMimeContext& context);
 
 // The name of a code; NULL for a number that is none.
 [[nodiscard]] const char* defectName(uint32_t code);

@@ -26,6 +26,7 @@ struct MimePart {
     uint32_t ordinal;
     uint32_t message;
     uint32_t defectCount;
+    uint32_t lastDefect;  // its newest one in EmlMimeContext.defects, plus 1; 0: none
     TextStart type;
     TextStart subtype;
     TextStart charset;
@@ -42,7 +43,18 @@ struct MimePart {
     uint8_t ending;
     uint8_t protection;
     uint8_t roles;
-    bool measured;  // its content was read to the end once: its content defects are in the list
+    uint8_t measured;  // MeasuredContent
+};
+
+// Bits of MimePart.measured: what was read to the end once. Its defects are in the list, and not counted again.
+enum MeasuredContent : uint8_t {
+    kTransferMeasured = 1,  // the transfer encoding
+    kTextMeasured = 2,      // the charset
+};
+
+struct MimeDefect {
+    EmlMimeDefect defect;
+    uint32_t before;  // the one of the same part before it, plus 1; 0: none
 };
 
 struct MimeSpan {
@@ -64,7 +76,7 @@ struct EmlMimeContext {
     uint64_t nextProgress;       // offset at which `progress` is called next
     eml::GrowingBuffer parts;    // MimePart
     eml::GrowingBuffer spans;    // MimeSpan
-    eml::GrowingBuffer defects;  // EmlMimeDefect
+    eml::GrowingBuffer defects;  // MimeDefect
     eml::GrowingBuffer texts;    // of the parts
     eml::GrowingBuffer header;   // the header block that was read last
     uint32_t headerPart;         // whose it is, plus 1; 0: none
@@ -73,7 +85,7 @@ struct EmlMimeContext {
     eml::GrowingBuffer scratch;  // texts handed over by the last call
     eml::GrowingBuffer places;   // where they stand, while they are written
     eml::GrowingBuffer list;     // the array that goes with them
-    uint64_t defectsLeftOut;
+    bool defectsLost;            // the list could not grow
 };
 
 namespace eml {

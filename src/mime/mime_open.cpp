@@ -4,7 +4,6 @@
 
 #include "host/host_file.h"
 #include "host/host_memory.h"
-#include "mime/defects.h"
 #include "mime/part_tree.h"
 #include "mime/roles.h"
 
@@ -43,8 +42,7 @@ EmlMimeOptions completeOptions(const EmlMimeOptions* given) {
 EmlResult readMessage(EmlMimeContext& context) {
     if (EmlResult result = PartTree(context).build(); result != EML_OK) return result;
     if (EmlResult result = assignRoles(context); result != EML_OK) return result;
-    noteFullList(context);
-    return EML_OK;
+    return context.defectsLost ? EML_NO_MEMORY : EML_OK;
 }
 
 }  // namespace

@@ -89,7 +89,8 @@ bool isPathStart(std::string_view text) {
 
 // Whether a quoted value is a path of a share ("\\server\share\file") whose backslashes nobody has escaped.
 bool isRawShare(std::string_view text) {
-    return text.size() > 2 && text.starts_with("\\\\") && text[2] != '\\' && text[2] != '"';
+    return text.size() > 2 && text.starts_with("\\\\") && text[2] != '\\' && text[2] != '"' &&
+           text.find('\\', 2) != kNowhere;
 }
 
 // The inside of a quoted string, as bytes. A backslash escapes the character after it, but programs write paths

@@ -82,6 +82,7 @@ class PartHeaderReader {
         readIdentity();
         readBoundary(boundary);
         readProtection();
+        noteProblems();
         if (failed_ || work_.failed() || boundary.failed()) return EML_NO_MEMORY;
         return EML_OK;
     }
@@ -147,14 +148,12 @@ class PartHeaderReader {
 
     // A parameter as the text of a part; 0 without it.
     [[nodiscard]] TextStart keepParameter(std::string_view parameters, std::string_view name) {
-        uint32_t problems = 0;
         const HeaderText plain{context_.options.convert, {}};
-        return appendParameter(parameters, name, plain, fresh(), problems) ? keepWork() : 0;
+        return appendParameter(parameters, name, plain, fresh(), problems_) ? keepWork() : 0;
     }
 
     [[nodiscard]] bool parameterIs(std::string_view name, std::string_view value) {
-        uint32_t problems = 0;
-        const bool there = appendParameter(typeParameters_, name, how(), fresh(), problems);
+        const bool there = appendParameter(typeParameters_, name, how(), fresh(), problems_);
         return there && equalNoCase(trimmed(work_.since(0)), value);
     }
 
@@ -169,7 +168,6 @@ class PartHeaderReader {
             failed_ = setType(context_, number_, type.type, type.subtype) != EML_OK || failed_;
         }
         if (typeParameters_.empty()) return;
-        noteProblems(problemsOf(typeParameters_), field.start);
         part().charset = keepParameter(typeParameters_, "charset");
         if (viewAt(context_, part().type) != "text") return;
         if (parameterIs("format", "flowed")) part().flags |= EML_MIME_PART_FLOWED;
@@ -192,7 +190,6 @@ class PartHeaderReader {
         if (!field.there) return;
         const TokenAndParameters value = readToken(field.value);
         dispositionParameters_ = value.parameters;
-        noteProblems(problemsOf(dispositionParameters_), field.start);
         appendLower(value.token, fresh());
         part().disposition = keepWork();
         part().dispositionKind = equalNoCase(value.token, "inline")       ? EML_MIME_DISPOSITION_INLINE
@@ -203,12 +200,9 @@ class PartHeaderReader {
 
     void readName() {
         if (dispositionParameters_.empty() && typeParameters_.empty()) return;
-        uint32_t problems = 0;
-        if (!appendFileName(dispositionParameters_, typeParameters_, how(), fresh(), problems)) return;
+        if (!appendFileName(dispositionParameters_, typeParameters_, how(), fresh(), problems_)) return;
         part().name = keepWork();
         if (part().name != 0) part().flags |= EML_MIME_PART_NAMED;
-        const Found& disposition = found_[kContentDisposition];
-        noteProblems(problems, disposition.there ? disposition.start : found_[kContentType].start);
     }
 
     // Content-ID, Content-Location, Content-Description.
@@ -265,15 +259,10 @@ class PartHeaderReader {
         part().protection = static_cast<uint8_t>(protection);
     }
 
-    [[nodiscard]] static uint32_t problemsOf(std::string_view parameters) {
-        ParameterWalk walk(parameters);
-        RawParameter parameter{};
-        while (walk.next(parameter)) {
-        }
-        return walk.problems();
-    }
-
-    void noteProblems(uint32_t problems, size_t place) {
+    // What is wrong with parameters, at the field that has the last of them.
+    void noteProblems() {
+        const Found& disposition = found_[kContentDisposition];
+        const size_t place = disposition.there ? disposition.start : found_[kContentType].start;
         constexpr std::array<std::array<uint32_t, 2>, 5> kDefects = {{
             {kParameterSyntax, EML_MIME_DEFECT_PARAMETER_SYNTAX},
             {kUnterminatedQuote, EML_MIME_DEFECT_UNTERMINATED_QUOTE},
@@ -282,7 +271,7 @@ class PartHeaderReader {
             {kWrongPercentEscape, EML_MIME_DEFECT_NAME_PERCENT},
         }};
         for (const auto& [problem, defect] : kDefects) {
-            if ((problems & problem) != 0) note(defect, place);
+            if ((problems_ & problem) != 0) note(defect, place);
         }
     }
 
@@ -299,6 +288,7 @@ class PartHeaderReader {
     std::array<Found, kSingleFieldCount> found_{};
     std::string_view typeParameters_;
     std::string_view dispositionParameters_;
+    uint32_t problems_ = 0;  // bits of ParameterProblem
     bool failed_ = false;
 };
 

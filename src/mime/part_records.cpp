@@ -158,8 +158,8 @@ EmlResult describeSpan(const EmlMimeContext& context, uint32_t index, EmlMimeSpa
 }
 
 EmlResult describeDefect(const EmlMimeContext& context, uint32_t index, EmlMimeDefect& defect) {
-    if (index >= recordCount<EmlMimeDefect>(context.defects)) return EML_NO_SUB_FILE;
-    defect = recordsOf<EmlMimeDefect>(context.defects)[index];
+    if (index >= recordCount<MimeDefect>(context.defects)) return EML_NO_SUB_FILE;
+    defect = recordsOf<MimeDefect>(context.defects)[index].defect;
     return EML_OK;
 }
 

