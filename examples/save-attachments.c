@@ -13,6 +13,7 @@
 #include <inttypes.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 
 /* ---- Files: one kind of object for reading and for writing. ----------------------------------------- */
 
@@ -105,8 +106,11 @@ static int readMessage(EmlMimeContext* message) {
         EmlMimePart part = {0};
         if (emlMimeGetPart(message, number, &part, sizeof part) != EML_OK) return 0;
         if (part.message != 0) continue;
-        if ((part.roles & EML_MIME_ROLE_TEXT_BODY) != 0) good &= printText(message, number);
-        if ((part.roles & EML_MIME_ROLE_ATTACHMENT) != 0) {
+        const uint32_t body = part.roles & (EML_MIME_ROLE_TEXT_BODY | EML_MIME_ROLE_HTML_BODY);
+        const int isText = strcmp(part.type.text, "text") == 0;
+        if ((part.roles & EML_MIME_ROLE_TEXT_BODY) != 0 && isText) good &= printText(message, number);
+        /* A picture between texts is a body by its role, and a file to save all the same. */
+        if ((part.roles & EML_MIME_ROLE_ATTACHMENT) != 0 || (body != 0 && !isText)) {
             good &= saveAttachment(message, number, ++attachments);
         }
     }

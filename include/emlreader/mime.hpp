@@ -4,7 +4,7 @@
  *
  *     emlreader::mime::Message message("letter.eml");
  *     std::cout << message.subject() << '\n' << message.text();
- *     for (const emlreader::mime::Part& part : message.attachments()) {
+ *     for (const emlreader::mime::Part& part : message.files()) {
  *         std::cout << part.name() << ": " << part.bytes().size() << " bytes\n";
  *     }
  *
@@ -476,10 +476,19 @@ class Message {
                    [state = state_.get()](uint32_t number) { return Part(*state, number); });
     }
 
-    /* The attachments of the message whose root is `message`; 0 is this message, not those inside it. */
+    /* The attachments of the message whose root is `message`; 0 is this message, not those inside it. A picture that
+     * stands between texts is a body, not an attachment (RFC 8621 section 4.1.4). */
     std::vector<Part> attachments(uint32_t message = 0) const {
         return chosen(
             [message](const Part& part) { return part.info().message == message && part.isAttachment(); });
+    }
+
+    /* All that can be saved: the attachments, and the pictures, sounds and films among the bodies. */
+    std::vector<Part> files(uint32_t message = 0) const {
+        return chosen([message](const Part& part) {
+            const bool isBody = part.isTextBody() || part.isHtmlBody();
+            return part.info().message == message && (part.isAttachment() || (isBody && !isText(part)));
+        });
     }
 
     /* The value of the first field of the message with this name as text; none without one. */

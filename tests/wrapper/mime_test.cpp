@@ -182,6 +182,18 @@ TEST(MimeWrapper, RolesSayWhatIsTextAndWhatIsAttached) {
     EXPECT_EQ(Message::fromBytes("Content-Type: text/html\n\n<b>x</b>").text(), "");
 }
 
+TEST(MimeWrapper, APictureBetweenTextsIsAFileAndNoAttachment) {
+    const Message message = Message::fromBytes(
+        "Content-Type: multipart/mixed; boundary=b\n\n--b\n\none\n--b\nContent-Type: "
+        "image/png\n\nP\n--b\n\ntwo\n"
+        "--b\nContent-Type: application/pdf\n\nD\n--b--\n");
+    EXPECT_EQ(message.text(), "onetwo");
+    ASSERT_EQ(message.attachments().size(), 1u);
+    EXPECT_EQ(message.attachments()[0].number(), 4u);
+    ASSERT_EQ(message.files().size(), 2u);
+    EXPECT_EQ(message.files()[0].number(), 2u);
+}
+
 TEST(MimeWrapper, ContentGoesToASinkInThreeForms) {
     const Message message = letter();
     EXPECT_EQ(message.part(6).bytes(), "\4\5\6");
