@@ -5,6 +5,7 @@
 #     scripts/install-needed.sh test    what ./test needs: the same, the 32-bit compiler and the lints
 #     scripts/install-needed.sh packages    what scripts/make-packages and check-packages need
 #     scripts/install-needed.sh engines    what scale/test needs
+#     scripts/install-needed.sh peers      what tests/agreement/run needs
 #     scripts/install-needed.sh fuzz       what fuzz/run needs
 #     scripts/install-needed.sh coverage   what scripts/coverage needs
 #
@@ -66,6 +67,14 @@ munge                test -x /usr/sbin/munged
 python3-distributed  test -e /usr/lib/python3/dist-packages/distributed/__init__.py
 '
 
+peers_needs='
+python3              command -v python3
+pkgconf              command -v pkg-config
+libgmime-3.0-dev     pkg-config --exists gmime-3.0
+nodejs               command -v node
+npm                  command -v npm
+'
+
 has_header() { echo "#include <$1>" | g++ -std=c++20 -E -x c++ - -o /dev/null; }
 
 links_fuzzer() {
@@ -82,10 +91,11 @@ case "${1-}" in
     test) needs=$run_needs$test_needs ;;
     packages) needs=$run_needs$package_needs ;;
     engines) needs=$engines_needs ;;
+    peers) needs=$run_needs$peers_needs ;;
     fuzz) needs=$run_needs$fuzz_needs ;;
     coverage) needs=$run_needs$test_needs$coverage_needs ;;
     *)
-        echo "usage: $0 run|test|packages|engines|fuzz|coverage" >&2
+        echo "usage: $0 run|test|packages|engines|peers|fuzz|coverage" >&2
         exit 2
         ;;
 esac

@@ -23,6 +23,8 @@ PYTHON = "Python email"
 LIBRARIES = {  # name, command of the driver
     "emlreader": [PEERS / "driver_ours"],
     "emlreader (mapped)": [PEERS / "driver_ours_mapped"],
+    "emlreader MIME": [PEERS / "driver_mime"],
+    "emlreader MIME (mapped)": [PEERS / "driver_mime_mapped"],
     "GMime": [PEERS / "driver_gmime"],
     "GMime (mapped)": [PEERS / "driver_gmime_mapped"],
     "libetpan": [PEERS / "driver_etpan"],
@@ -30,6 +32,7 @@ LIBRARIES = {  # name, command of the driver
     "VMime": [PEERS / "driver_vmime"],
     PYTHON: ["python3", HERE / "python_email.py"],
 }
+FILTER = ("emlreader", "emlreader (mapped)")  # these give texts as a stream of records
 FLOOR = "floor (no library)"
 # Whole processes that write files: {file} is the message, {folder} where they write to.
 PROGRAMS = {
@@ -126,7 +129,7 @@ def agreement(work, name, found, basis):
         return f"{found['attachments']} attachments instead of {basis['attachments']}"
     if work.task == "open":
         return ""
-    if work.task == "body" and name.startswith("emlreader"):
+    if work.task == "body" and name in FILTER:
         # The filter drops or adds single bytes where its reads end: kept behaviour.
         near = abs(found["textbytes"] - basis["textbytes"]) * 1000 <= basis["textbytes"]
         return "" if near else f"another text ({found['textbytes']} bytes instead of {basis['textbytes']})"

@@ -66,11 +66,9 @@ class NameWriter {
             }
             const bool comment = token.kind == AddressTokenKind::kComment;
             if (comment || token.kind == AddressTokenKind::kQuoted) {
-                const bool gap = token.start > 0 && isSpacing(text[token.start - 1]);
                 if (start != kNone) writeRun(text.substr(start, end - start));
                 start = kNone;
-                gap_ = gap_ || gap || comment;
-                if (!comment) writeQuoted(text.substr(token.start + 1, token.end - token.start - 2));
+                passOpaque(text, token);
                 continue;
             }
             // Brackets and commas are text only between words.
@@ -92,6 +90,14 @@ class NameWriter {
         if (written_ && gap_) texts_.append(uint8_t{' '});
         written_ = true;
         gap_ = false;
+    }
+
+    // A comment or a quoted string after a run.
+    void passOpaque(std::string_view text, const AddressToken& token) {
+        const bool comment = token.kind == AddressTokenKind::kComment;
+        const bool afterBlank = token.start > 0 && isSpacing(text[token.start - 1]);
+        gap_ = gap_ || afterBlank || comment;
+        if (!comment) writeQuoted(text.substr(token.start + 1, token.end - token.start - 2));
     }
 
     void writeQuoted(std::string_view content) {

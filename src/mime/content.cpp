@@ -8,6 +8,7 @@
 #include "mime/body_reader.h"
 #include "mime/content_reading.h"
 #include "mime/defects.h"
+#include "mime/part_texts.h"
 #include "mime/text_stage.h"
 
 namespace eml {
@@ -18,10 +19,6 @@ namespace {
 constexpr size_t kDecodedRoom = 16 << 10;
 constexpr size_t kConvertedRoom = 4 << 10;
 constexpr size_t kWrittenRoom = 16 << 10;
-
-std::string_view textAt(const EmlMimeContext& context, TextStart start) {
-    return start == 0 ? std::string_view{} : reinterpret_cast<const char*>(context.texts.data) + start;
-}
 
 ContentSource sourceOf(const EmlMimeContext& context, uint32_t number, uint32_t form) {
     const MimePart& part = partAt(context, number);
@@ -127,8 +124,8 @@ class TextExtraction {
 
 EmlResult TextExtraction::run(EmlMimeContent& content) {
     const MimePart& part = partAt(context_, source_.part);
-    const std::string_view label = textAt(context_, part.charset);
-    const bool plain = textAt(context_, part.type) == "text" && textAt(context_, part.subtype) == "plain";
+    const std::string_view label = viewAt(context_, part.charset);
+    const bool plain = viewAt(context_, part.type) == "text" && viewAt(context_, part.subtype) == "plain";
     const bool named =
         !label.empty() && !isLabelOfUnknown(label) && knownCharset(label) != KnownCharset::kAscii;
     TextForm form{label, !named, plain && (part.flags & EML_MIME_PART_FLOWED) != 0,

@@ -1,5 +1,6 @@
 #include "mime/date_words.h"
 
+#include <algorithm>
 #include <array>
 
 #include "mime/header_fields.h"
@@ -49,10 +50,7 @@ int64_t monthOfWord(std::string_view word) {
 }
 
 bool isDayOfWeek(std::string_view word) {
-    for (const std::string_view day : kDays) {
-        if (shortens(word, day)) return true;
-    }
-    return false;
+    return std::ranges::any_of(kDays, [word](std::string_view day) { return shortens(word, day); });
 }
 
 const NamedZone* findZone(std::string_view word) {

@@ -71,8 +71,7 @@ void addMessageIds(std::string_view value, const HeaderText& how, TextBuilder& t
 
 }  // namespace
 
-MessageIdWalk::MessageIdWalk(std::string_view value) : rest_(value) {
-    brackets_ = value.find('<') != kNone;
+MessageIdWalk::MessageIdWalk(std::string_view value) : rest_(value), brackets_(value.find('<') != kNone) {
     if (brackets_) {
         // Is there one outside of comments and quoted strings?
         size_t i = 0;

@@ -27,7 +27,7 @@ class MessageIdWalk {
     [[nodiscard]] size_t afterOpaque(size_t at);
 
     std::string_view rest_;
-    bool brackets_ = false;
+    bool brackets_;
     bool anyWord_ = false;     // words need no "@"
     bool noComments_ = false;  // "(" is text
     bool noQuotes_ = false;    // and so is a quote

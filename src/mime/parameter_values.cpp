@@ -80,8 +80,6 @@ int compareNames(std::string_view left, std::string_view right) {
     return left.size() == right.size() ? 0 : left.size() < right.size() ? -1 : 1;
 }
 
-bool isLineEndAt(std::string_view text, size_t index) { return isLineEnd(static_cast<uint8_t>(text[index])); }
-
 bool isPathStart(std::string_view text) {
     const uint8_t first = text.empty() ? uint8_t{0} : lowerAt(text, 0);
     return first >= 'a' && first <= 'z' && text.substr(1).starts_with(":\\");
@@ -91,6 +89,13 @@ bool isPathStart(std::string_view text) {
 bool isRawShare(std::string_view text) {
     return text.size() > 2 && text.starts_with("\\\\") && text[2] != '\\' && text[2] != '"' &&
            text.find('\\', 2) != kNowhere;
+}
+
+// Where the next quoted string begins when the quote at `index` ends one and only blanks stand between; else kNowhere.
+size_t nextString(std::string_view raw, size_t index) {
+    if (raw[index] != '"') return kNowhere;
+    const size_t next = raw.find_first_not_of(" \t\r\n", index + 1);
+    return next != kNowhere && next > index + 1 && raw[next] == '"' ? next : kNowhere;
 }
 
 // The inside of a quoted string, as bytes. A backslash escapes the character after it, but programs write paths
@@ -110,15 +115,10 @@ void appendUnquoted(std::string_view raw, TextBuilder& out) {
             const char next = raw[i + 1];
             const bool escapes = next == '"' || (share ? false : next == '\\' || !path);
             if (escapes) byte = static_cast<uint8_t>(raw[++i]);
-        } else if (byte == '"') {
-            size_t next = i + 1;
-            while (next < raw.size() && (isBlank(static_cast<uint8_t>(raw[next])) || isLineEndAt(raw, next)))
-                ++next;
-            if (next < raw.size() && next > i + 1 && raw[next] == '"') {
-                out.append(raw.substr(i + 1, next - i - 1));
-                i = next;
-                continue;
-            }
+        } else if (const size_t next = nextString(raw, i); next != kNowhere) {
+            out.append(raw.substr(i + 1, next - i - 1));
+            i = next;
+            continue;
         } else if (byte == '\t' && afterLineEnd) {
             byte = ' ';
         }

@@ -352,7 +352,7 @@ TEST(MimeContent, ResultsOfHostsThatFail) {
             OpenMail mail("TWFuTWFu");
             mail.addPart("TWFuTWFu", EML_MIME_ENCODING_BASE64);
             MemoryOutput output(mail.host());
-            mail.host().journal().failCall(fault.entry, mail.host().journal().calls(fault.entry) + 1);
+            mail.host().journal().fail(fault.entry, {.nth = mail.host().journal().calls(fault.entry) + 1});
             EmlMimeContent content{};
             EXPECT_EQ(extractContent(mail.context(), 0, form, &output.object(), content), fault.result)
                 << entryName(fault.entry) << " " << form;

@@ -87,6 +87,7 @@ TEST(Flowed, EveryShortTextAgrees) {
                 const std::string expected = reference::joinFlowed(text, delSp);
                 for (const Feeding& feeding : {inOnePiece(), Feeding{1, 1, 1}, Feeding{2, 2, 3}}) {
                     const Bytes output = decode(FlowedText(delSp), input, feeding);
+                    compared.comparison();
                     if (output == bytesOf(expected)) continue;
                     ADD_FAILURE() << shown(input) << ": " << shown(output) << " for "
                                   << shown(bytesOf(expected));

@@ -227,6 +227,7 @@ void compareAll(std::string_view alphabet, size_t most, Agrees agree) {
     eml::test::Compared compared;
     eml::test::forEveryText(eml::test::bytesAsPieces(alphabet), most, [&](const std::string& text) {
         compared.input();
+        compared.comparison();
         return agree(text);
     });
 }

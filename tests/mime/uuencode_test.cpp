@@ -133,6 +133,7 @@ TEST(Uuencode, AnyCutGivesTheSame) {
                                 const Bytes expected = decode(
                                     UuencodeDecoder(eml::kPlainKernels, whole, false), input, inOnePiece());
                                 for (const size_t piece : {1U, 2U, 3U, 7U}) {
+                                    compared.comparison();
                                     DecodeProblems cut{};
                                     if (decode(UuencodeDecoder(eml::kPlainKernels, cut, false), input,
                                                {piece, piece, 1}) != expected ||
