@@ -92,7 +92,8 @@ class Visit {
         if (order.cancels) options.progress = cancel;
         context_ = emlMimeOpen(&host.input(), &host.services().allocator, &options, &result_);
         host.transcript().add(result_);
-        require((context_ == nullptr) == (result_ != EML_OK), "a context comes with EML_OK, and without it none");
+        require((context_ == nullptr) == (result_ != EML_OK),
+                "a context comes with EML_OK, and without it none");
     }
     ~Visit() { emlMimeClose(context_); }
     Visit(const Visit&) = delete;
@@ -159,12 +160,14 @@ class Visit {
         host_.transcript().add(result);
         require((result == EML_OK) == (number < emlMimePartCount(context_)), "every part is described");
         if (result != EML_OK) return;
-        require(number == 0 ? part.parent == EML_MIME_NONE : part.parent < number, "a part comes after its parent");
+        require(number == 0 ? part.parent == EML_MIME_NONE : part.parent < number,
+                "a part comes after its parent");
         require(part.nextSibling == EML_MIME_NONE || part.nextSibling > number, "siblings come in order");
         require(part.header.offset + part.header.length <= part.body.offset, "a body comes after its header");
         require(part.type.length != 0, "a part has a type");
-        for (const EmlMimeText& text : {part.type, part.subtype, part.charset, part.encodingText, part.disposition,
-                                        part.name, part.contentId, part.location, part.description}) {
+        for (const EmlMimeText& text :
+             {part.type, part.subtype, part.charset, part.encodingText, part.disposition, part.name,
+              part.contentId, part.location, part.description}) {
             add(text);
         }
         for (const EmlMimeText& text : {part.name, part.description}) {
@@ -253,7 +256,8 @@ class Visit {
         host_.transcript().add(output.bytes);
         require(output.opens <= 1 && output.closes <= output.opens, "an output is opened and closed once");
         if (!host_.plan().isPlain() || result != EML_OK) return;
-        requireSame(int64_t(output.bytes.size()), int64_t(content.size), "the size is that of what was written");
+        requireSame(int64_t(output.bytes.size()), int64_t(content.size),
+                    "the size is that of what was written");
         EmlMimePart part{};
         if (emlMimeGetPart(context_, number, &part, sizeof part) != EML_OK) return;
         if (form == EML_MIME_RAW) {

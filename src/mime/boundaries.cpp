@@ -11,29 +11,28 @@ constexpr size_t kMaxGuessedBoundary = 200;
 
 bool isBlankCharacter(char character) { return isBlank(static_cast<uint8_t>(character)); }
 
-bool hasBlanksOnly(std::string_view text) {
-    for (const char character : text) {
-        if (!isBlankCharacter(character)) return false;
-    }
-    return true;
+std::string_view withoutBlanks(std::string_view text) {
+    while (!text.empty() && isBlankCharacter(text.front())) text.remove_prefix(1);
+    return comparedBoundary(text);
 }
 
 }  // namespace
 
 DelimiterMatch matchDelimiter(std::string_view line, std::string_view boundary) {
     constexpr DelimiterMatch kNone{DelimiterKind::kNone, false};
-    if (boundary.empty() || line.size() < boundary.size() + 2 || !line.starts_with("--")) return kNone;
+    if (line.size() < boundary.size() + 2 || !line.starts_with("--")) return kNone;
     std::string_view rest = subtext(line, 2);
     if (!rest.starts_with(boundary)) return kNone;
     rest.remove_prefix(boundary.size());
-    DelimiterKind kind = DelimiterKind::kDelimiter;
-    if (rest.starts_with("--")) {
-        kind = DelimiterKind::kClosing;
-        rest.remove_prefix(2);
-    }
-    if (rest.empty()) return {kind, false};
+    if (rest.empty()) return {DelimiterKind::kDelimiter, false};
+    if (rest == "--") return {DelimiterKind::kClosing, false};
+    if (boundary.empty()) return kNone;
+    const bool closing = rest.starts_with("--");
+    if (closing) rest.remove_prefix(2);
     if (!isBlankCharacter(rest.front())) return kNone;
-    return {kind, !hasBlanksOnly(rest)};
+    rest = withoutBlanks(rest);
+    if (!closing && rest == "--") return {DelimiterKind::kClosing, false};
+    return {closing ? DelimiterKind::kClosing : DelimiterKind::kDelimiter, !rest.empty()};
 }
 
 std::string_view guessedBoundary(std::string_view line) {

@@ -36,6 +36,8 @@ struct MimePart {
     TextStart contentId;
     TextStart location;
     TextStart description;
+    TextStart rootId;  // multipart/related: Content-ID and type of its root, as far as it says so
+    TextStart rootType;
     uint32_t flags;  // EML_MIME_PART_...
     uint16_t depth;
     uint8_t encoding;

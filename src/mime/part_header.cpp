@@ -74,14 +74,14 @@ class PartHeaderReader {
           header_(reinterpret_cast<const char*>(context.header.data), context.header.length),
           work_(*context.allocator, context.scratch) {}
 
-    [[nodiscard]] EmlResult read(TextBuilder& boundary) {
+    [[nodiscard]] EmlResult read(TextBuilder& boundary, bool& hasBoundary) {
         collectFields();
         readType();
         readEncoding();
         readDisposition();
         readName();
         readIdentity();
-        readBoundary(boundary);
+        hasBoundary = readBoundary(boundary);
         readProtection();
         noteProblems();
         if (failed_ || work_.failed() || boundary.failed()) return EML_NO_MEMORY;
@@ -170,9 +170,19 @@ class PartHeaderReader {
         }
         if (typeParameters_.empty()) return;
         part().charset = keepParameter(typeParameters_, "charset");
+        if (viewAt(context_, part().subtype) == "related") readRelatedRoot();
         if (viewAt(context_, part().type) != "text") return;
         if (parameterIs("format", "flowed")) part().flags |= EML_MIME_PART_FLOWED;
         if (parameterIs("delsp", "yes")) part().flags |= EML_MIME_PART_DELSP;
+    }
+
+    // What a multipart/related says of its root (RFC 2387 sections 3.1, 3.2): its Content-ID, and its type.
+    void readRelatedRoot() {
+        std::string_view id;
+        const bool hasStart = appendParameter(typeParameters_, "start", how(), fresh(), problems_);
+        if (hasStart && firstMessageId(work_.since(0), id)) part().rootId = keep(id);
+        const bool hasType = appendParameter(typeParameters_, "type", how(), fresh(), problems_);
+        if (hasType) part().rootType = keep(trimmed(work_.since(0)));
     }
 
     void readEncoding() {
@@ -233,17 +243,16 @@ class PartHeaderReader {
     }
 
     // A boundary is taken literally: what looks like an encoded word in it is none.
-    void readBoundary(TextBuilder& boundary) {
-        if (viewAt(context_, part().type) != "multipart") return;
+    [[nodiscard]] bool readBoundary(TextBuilder& boundary) {
+        if (viewAt(context_, part().type) != "multipart") return false;
         RawParameter parameter{};
         for (ParameterWalk walk(typeParameters_); walk.next(parameter);) {
             if (!equalNoCase(parameter.name, "boundary") || !parameter.hasValue) continue;
             if (parameter.section >= 0 || parameter.extended) break;
             appendUnescaped(parameter, boundary);
-            return;
+            return true;
         }
-        uint32_t problems = 0;
-        (void)appendParameter(typeParameters_, "boundary", how(), boundary, problems);
+        return appendParameter(typeParameters_, "boundary", how(), boundary, problems_);
     }
 
     static void appendUnescaped(const RawParameter& parameter, TextBuilder& out) {
@@ -295,8 +304,8 @@ class PartHeaderReader {
 
 }  // namespace
 
-EmlResult readPartHeader(EmlMimeContext& context, uint32_t number, TextBuilder& boundary) {
-    return PartHeaderReader(context, number).read(boundary);
+EmlResult readPartHeader(EmlMimeContext& context, uint32_t number, TextBuilder& boundary, bool& hasBoundary) {
+    return PartHeaderReader(context, number).read(boundary, hasBoundary);
 }
 
 EmlResult setType(EmlMimeContext& context, uint32_t number, std::string_view type, std::string_view subtype) {

@@ -1,5 +1,6 @@
 #include "mime/part_tree.h"
 
+#include "bytes/subtext.h"
 #include "mime/defects.h"
 #include "mime/header_fields.h"
 #include "mime/spans.h"
@@ -113,7 +114,9 @@ bool PartTree::takeHeaderLine(const MimeLine& line) {
         return true;
     }
     if (line.isEmpty()) {
-        if (fieldless_) return takeFieldlessLine(line);
+        if (fieldless_ && !continuesNothing_) return takeFieldlessLine(line);
+        if (fieldless_) noteDefect(context_, EML_MIME_DEFECT_FIELD_WITHOUT_COLON, part_, fieldlessStart_);
+        fieldless_ = false;
         endHeader(line.offset, line.next());
         return true;
     }
@@ -129,11 +132,13 @@ bool PartTree::takeHeaderLine(const MimeLine& line) {
     return true;
 }
 
-// A line in a header that is no field. When a field follows it was an accident; when another such line or an empty one
-// follows, the body has begun without an empty line: false.
+// A line in a header that is no field. When a field follows it was an accident, and so was the rest of a folded field
+// before an empty line; otherwise, when another such line or an empty one follows, the body has begun without an empty
+// line: false.
 bool PartTree::takeFieldlessLine(const MimeLine& line) {
     if (!fieldless_) {
         fieldless_ = true;
+        continuesNothing_ = beginsWithBlank(line.text);
         fieldlessStart_ = line.offset;
         fieldlessHeader_ = context_.header.length;
         return true;
@@ -205,13 +210,24 @@ bool PartTree::takeDelimiter(const MimeLine& line) {
     if (partsFull_) return false;
     if (state_ == State::kHeader && endsHeaderWithoutBlank(line)) endHeaderBefore(line);
     for (size_t level = openCount(); level > 0; --level) {
-        const DelimiterMatch match = matchDelimiter(line.text, boundaryOf(openParts()[level - 1]));
+        OpenPart& open = openParts()[level - 1];
+        if (!open.hasBoundary) continue;
+        const DelimiterMatch match = matchDelimiter(line.text, boundaryOf(open));
         if (match.kind == DelimiterKind::kNone) continue;
         if (match.kind == DelimiterKind::kDelimiter && !hasRoomForPart(line)) return false;
+        if (!open.decided) settleBoundary(line, open);
         endAtDelimiter(line, level, match);
         return true;
     }
     return takeGuessedDelimiter(line);
+}
+
+// A boundary is written with blanks at its end: they count when the first delimiter has them.
+void PartTree::settleBoundary(const MimeLine& line, OpenPart& open) {
+    open.decided = true;
+    const uint32_t compared = open.comparedLength;
+    open.comparedLength = open.boundaryLength;
+    if (!subtext(line.text, 2).starts_with(boundaryOf(open))) open.comparedLength = compared;
 }
 
 // Whether the first delimiter of a multipart follows its header without an empty line: the header holds the
@@ -247,13 +263,15 @@ bool PartTree::takeGuessedDelimiter(const MimeLine& line) {
     if (state_ != State::kPreamble || level == 0 || !line.ends) return false;
     OpenPart& open = openParts()[level - 1];
     const std::string_view boundary = guessedBoundary(line.text);
-    if (open.isMessage || open.boundaryLength != 0 || boundary.empty() || !hasRoomForPart(line)) return false;
+    const bool mayGuess = !open.isMessage && open.boundaryLength == 0 && !boundary.empty();
+    if (!mayGuess || !hasRoomForPart(line)) return false;
     noteDefect(context_, EML_MIME_DEFECT_BOUNDARY_GUESSED, open.part, line.offset);
     boundaries_.length = open.boundaryStart;
     const auto* bytes = reinterpret_cast<const uint8_t*>(boundary.data());
     keepResult(boundaries_.append(*context_.allocator, bytes, boundary.size()));
     if (result_ != EML_OK) return true;
-    open.boundaryLength = static_cast<uint32_t>(boundary.size());
+    open.boundaryLength = open.comparedLength = static_cast<uint32_t>(boundary.size());
+    open.hasBoundary = open.decided = true;
     endAtDelimiter(line, level, {DelimiterKind::kDelimiter, false});
     return true;
 }

@@ -13,9 +13,13 @@ namespace eml {
 // A multipart or message whose end has not been reached.
 struct OpenPart {
     uint32_t part;
-    uint32_t boundaryStart;   // in PartTree's boundaries
-    uint32_t boundaryLength;  // 0 for a message, and for a multipart that names none
+    uint32_t boundaryStart;  // in PartTree's boundaries
+    uint32_t boundaryLength;
+    uint32_t
+        comparedLength;  // how much of it is compared: blanks at its end only when the first delimiter has them
     uint32_t lastChild;
+    bool hasBoundary;  // it may be empty; a message has none
+    bool decided;      // comparedLength is settled
     bool isMessage;
     bool closed;  // its closing delimiter was seen
 };
@@ -65,6 +69,7 @@ class PartTree {
     [[nodiscard]] bool hasRoomForPart(const MimeLine& line);
     [[nodiscard]] bool takeDelimiter(const MimeLine& line);
     [[nodiscard]] bool takeGuessedDelimiter(const MimeLine& line);
+    void settleBoundary(const MimeLine& line, OpenPart& open);
     void endAtDelimiter(const MimeLine& line, size_t level, const DelimiterMatch& match);
     void finish();
 
@@ -74,8 +79,8 @@ class PartTree {
     [[nodiscard]] uint32_t addPart(uint32_t parent, uint64_t offset);
     [[nodiscard]] uint32_t& lastChildOf(uint32_t parent);
     void endHeader(uint64_t headerEnd, uint64_t bodyStart);
-    void openBody(uint64_t bodyStart);
-    void openMultipart(uint64_t bodyStart);
+    void openBody(uint64_t bodyStart, bool hasBoundary);
+    void openMultipart(uint64_t bodyStart, bool hasBoundary);
     void openMessage(uint64_t bodyStart);
     void dropBoundary();
     void endParts(size_t keep, uint64_t end, uint32_t ending);
@@ -96,6 +101,9 @@ class PartTree {
     [[nodiscard]] OpenPart* openParts() const { return recordsOf<OpenPart>(open_); }
     [[nodiscard]] size_t openCount() const { return recordCount<OpenPart>(open_); }
     [[nodiscard]] std::string_view boundaryOf(const OpenPart& open) const {
+        return {reinterpret_cast<const char*>(boundaries_.data) + open.boundaryStart, open.comparedLength};
+    }
+    [[nodiscard]] std::string_view writtenBoundary(const OpenPart& open) const {
         return {reinterpret_cast<const char*>(boundaries_.data) + open.boundaryStart, open.boundaryLength};
     }
     // Where content ends when a delimiter follows in `line`: the line end before it is the delimiter's.
@@ -122,18 +130,19 @@ class PartTree {
     uint64_t fieldlessStart_ = 0;   // kHeader: the line that is no field, and may be the body's first
     uint32_t fieldlessHeader_ = 0;  // the length of the header before it
     bool fieldless_ = false;
-    bool headerCut_ = false;        // longer than what is kept
-    bool partsFull_ = false;        // no more parts: all that follows belongs to the last one
-    bool crLf_ = false;             // the first line ends in CR LF
-    bool readsText_ = false;        // the body is text as it stands: files may be inside
-    bool findsFiles_ = true;        // files inside text are looked for
-    bool peeksForHeader_ = false;   // a message said to be encoded: does it begin with a field all the same?
-    uint64_t contentStart_ = 0;     // of the body, preamble or epilogue
-    uint64_t previousTextEnd_ = 0;  // where the line end of the line before begins
-    uint64_t inlineStart_ = 0;      // of the line that may begin a file
-    uint64_t lineStart_ = 0;        // of the line that pieces belong to
-    uint32_t inlinePart_ = 0;       // the inline file that is being read
-    uint32_t lastInline_ = 0;       // the last one in this text
+    bool continuesNothing_ = false;  // that line begins with a blank
+    bool headerCut_ = false;         // longer than what is kept
+    bool partsFull_ = false;         // no more parts: all that follows belongs to the last one
+    bool crLf_ = false;              // the first line ends in CR LF
+    bool readsText_ = false;         // the body is text as it stands: files may be inside
+    bool findsFiles_ = true;         // files inside text are looked for
+    bool peeksForHeader_ = false;    // a message said to be encoded: does it begin with a field all the same?
+    uint64_t contentStart_ = 0;      // of the body, preamble or epilogue
+    uint64_t previousTextEnd_ = 0;   // where the line end of the line before begins
+    uint64_t inlineStart_ = 0;       // of the line that may begin a file
+    uint64_t lineStart_ = 0;         // of the line that pieces belong to
+    uint32_t inlinePart_ = 0;        // the inline file that is being read
+    uint32_t lastInline_ = 0;        // the last one in this text
     LineCount longLines_{};
     LineCount bareCrs_{};
     LineCount mixedEnds_{};

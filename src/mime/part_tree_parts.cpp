@@ -94,16 +94,14 @@ void PartTree::endHeader(uint64_t headerEnd, uint64_t bodyStart) {
     current().bodyStart = bodyStart;
     if (headerEnd < bodyStart) span(headerEnd, EML_MIME_SPAN_BLANK, part_);
     TextBuilder boundary(*context_.allocator, boundaries_);
-    const uint32_t boundaryStart = boundaries_.length;
-    keepResult(readPartHeader(context_, part_, boundary));
+    bool hasBoundary = false;
+    keepResult(readPartHeader(context_, part_, boundary, hasBoundary));
     if (result_ != EML_OK) return;
     context_.headerPart = headerCut_ ? 0 : part_ + 1;
-    const std::string_view compared = comparedBoundary(boundary.since(boundaryStart));
-    boundaries_.length = boundaryStart + static_cast<uint32_t>(compared.size());
-    openBody(bodyStart);
+    openBody(bodyStart, hasBoundary);
 }
 
-void PartTree::openBody(uint64_t bodyStart) {
+void PartTree::openBody(uint64_t bodyStart, bool hasBoundary) {
     const bool isMultipart = viewAt(context_, current().type) == "multipart";
     const std::string_view subtype = viewAt(context_, current().subtype);
     const bool isMessage = viewAt(context_, current().type) == "message" &&
@@ -123,14 +121,16 @@ void PartTree::openBody(uint64_t bodyStart) {
     if ((isMultipart || isMessage) && current().depth >= context_.options.maxDepth) {
         noteDefect(context_, EML_MIME_DEFECT_TOO_DEEP, part_, current().headerStart);
     } else if (isMultipart) {
-        openMultipart(bodyStart);
+        openMultipart(bodyStart, hasBoundary);
         return;
     } else if (isMessage && !encoded && partCount(context_) < context_.options.maxParts) {
         openMessage(bodyStart);
         return;
     } else if (isMessage && encoded) {
         current().flags |= EML_MIME_PART_ENCODED_MESSAGE;
-        peeksForHeader_ = partCount(context_) < context_.options.maxParts;
+        // In base64 no line is a field; in quoted-printable the header looks as it always does.
+        const bool cannotBeField = current().encoding != EML_MIME_ENCODING_QUOTED_PRINTABLE;
+        peeksForHeader_ = cannotBeField && partCount(context_) < context_.options.maxParts;
     }
     dropBoundary();
     span(bodyStart, EML_MIME_SPAN_BODY, part_);
@@ -143,13 +143,16 @@ void PartTree::dropBoundary() {
     boundaries_.length = last == nullptr ? 0 : last->boundaryStart + last->boundaryLength;
 }
 
-void PartTree::openMultipart(uint64_t bodyStart) {
+void PartTree::openMultipart(uint64_t bodyStart, bool hasBoundary) {
     const size_t count = openCount();
     const OpenPart* const outer = count == 0 ? nullptr : &openParts()[count - 1];
     OpenPart open{};
     open.part = part_;
     open.boundaryStart = outer == nullptr ? 0 : outer->boundaryStart + outer->boundaryLength;
     open.boundaryLength = boundaries_.length - open.boundaryStart;
+    open.hasBoundary = hasBoundary;
+    open.comparedLength = static_cast<uint32_t>(comparedBoundary(writtenBoundary(open)).size());
+    open.decided = open.comparedLength == open.boundaryLength;
     if (open.boundaryLength == 0)
         noteDefect(context_, EML_MIME_DEFECT_NO_BOUNDARY, part_, current().headerStart);
     if (open.boundaryLength > kMaxBoundary) {

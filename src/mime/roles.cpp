@@ -1,5 +1,7 @@
 #include "mime/roles.h"
 
+#include "bytes/subtext.h"
+#include "mime/header_fields.h"
 #include "mime/part_texts.h"
 
 namespace eml {
@@ -12,6 +14,7 @@ struct Level {
     uint32_t child;      // the next one; EML_MIME_NONE at the end
     uint32_t firstText;  // TEXT_BODY and HTML_BODY parts before it
     uint32_t firstHtml;
+    uint32_t root;  // of a multipart/related that tells, else EML_MIME_NONE
     bool isAlternative;
     bool isRelated;
     bool inAlternative;  // somewhere inside one
@@ -33,7 +36,7 @@ class RoleWalk {
         outer.takesText = true;
         outer.takesHtml = true;
         if ((partAt(context_, root).flags & EML_MIME_PART_MULTIPART) == 0) {
-            assignLeaf(root, 0, outer);
+            assignLeaf(root, true, outer);
             return EML_OK;
         }
         EmlResult result = open(root, outer);
@@ -54,6 +57,7 @@ class RoleWalk {
         level.firstHtml = htmls_;
         level.isAlternative = subtype == "alternative";
         level.isRelated = subtype == "related";
+        level.root = level.isRelated ? relatedRoot(number) : EML_MIME_NONE;
         level.inAlternative = outer.inAlternative || level.isAlternative;
         level.takesText = outer.takesText;
         level.takesHtml = outer.takesHtml;
@@ -70,8 +74,32 @@ class RoleWalk {
         const MimePart& part = partAt(context_, number);
         level.child = part.nextSibling;
         if ((part.flags & EML_MIME_PART_MULTIPART) != 0) return open(number, level);
-        assignLeaf(number, part.ordinal - 1, level);
+        const bool isFirst = level.root == EML_MIME_NONE ? part.ordinal == 1 : number == level.root;
+        assignLeaf(number, isFirst, level);
         return EML_OK;
+    }
+
+    // The root of a multipart/related: the part that it names, else the first one of the type that it names, else the
+    // first part (RFC 2387). EML_MIME_NONE: the first part.
+    [[nodiscard]] uint32_t relatedRoot(uint32_t number) const {
+        const MimePart& related = partAt(context_, number);
+        if (related.childCount == 0) return EML_MIME_NONE;
+        const std::string_view id = viewAt(context_, related.rootId);
+        uint32_t typed = EML_MIME_NONE;
+        for (uint32_t i = number + 1; i != EML_MIME_NONE; i = partAt(context_, i).nextSibling) {
+            const MimePart& part = partAt(context_, i);
+            if (related.rootId != 0 && part.contentId != 0 && viewAt(context_, part.contentId) == id)
+                return i;
+            if (typed == EML_MIME_NONE && isOfType(part, viewAt(context_, related.rootType))) typed = i;
+        }
+        return typed;
+    }
+
+    [[nodiscard]] bool isOfType(const MimePart& part, std::string_view name) const {
+        const std::string_view type = viewAt(context_, part.type);
+        return name.size() > type.size() && equalNoCase(subtext(name, 0, type.size()), type) &&
+               name[type.size()] == '/' &&
+               equalNoCase(subtext(name, type.size() + 1), viewAt(context_, part.subtype));
     }
 
     // A multipart has been looked at. When one of its alternatives is missing, the other stands for both.
@@ -112,11 +140,11 @@ class RoleWalk {
                 type == "image" || type == "audio" || type == "video"};
     }
 
-    void assignLeaf(uint32_t number, uint32_t index, Level& level) {
+    void assignLeaf(uint32_t number, bool isFirst, Level& level) {
         MimePart& part = partAt(context_, number);
         const Kind kind = kindOf(part);
         const bool isAttachment = part.dispositionKind >= EML_MIME_DISPOSITION_ATTACHMENT;
-        const bool stands = index == 0 || (!level.isRelated && (kind.media || part.name == 0));
+        const bool stands = isFirst || (!level.isRelated && (kind.media || part.name == 0));
         if (isAttachment || !stands || !(kind.plain || kind.html || kind.media)) {
             part.roles |= EML_MIME_ROLE_ATTACHMENT;
             return;

@@ -106,6 +106,20 @@ TEST(Roles, MultipartWithoutPartsIsText) {
     EXPECT_EQ(opened.roles(), "TH");
 }
 
+TEST(Roles, RootOfARelatedGroup) {
+    const auto related = [](const std::string& parameters) {
+        return "Content-Type: multipart/related; boundary=b" + parameters +
+               "\n\n--b\nContent-Type: image/png\n\nx\n--b\nContent-Type: text/html\nContent-ID: "
+               "<r@x>\n\nx\n--b--\n";
+    };
+    EXPECT_EQ(OpenedMime(related("")).roles(), "- TH A") << "the first part";
+    EXPECT_EQ(OpenedMime(related("; type=\"Text/HTML\"")).roles(), "- A TH")
+        << "the first of the type that is named";
+    EXPECT_EQ(OpenedMime(related("; start=\"<r@x>\"")).roles(), "- A TH") << "the part that is named";
+    EXPECT_EQ(OpenedMime(related("; start=\"<s@x>\"; type=x/y")).roles(), "- TH A")
+        << "what is named is not there";
+}
+
 TEST(Roles, FileInsideTextIsAnAttachment) {
     OpenedMime opened("X: y\n\nbegin 644 a.txt\n#0V%T\n`\nend\n");
     EXPECT_EQ(opened.roles(), "TH A");
