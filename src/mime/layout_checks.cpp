@@ -11,16 +11,19 @@ struct Number64 {
     uint64_t number;
 };
 
-constexpr bool kIs64 = sizeof(void*) == 8;
-// 32-bit processors that align 64-bit numbers to 8 bytes have a layout of their own.
-constexpr bool kIsOther = !kIs64 && offsetof(Number64, number) != 4;
+// The position in this build. 32-bit processors that align 64-bit numbers to 8 bytes have a layout of their own:
+// whatever it is.
+constexpr size_t expected(size_t in32Bits, size_t in64Bits, size_t actual) {
+    if (sizeof(void*) == 8) return in64Bits;
+    return offsetof(Number64, number) == 4 ? in32Bits : actual;
+}
 
 }  // namespace
 
 #define EML_AT(Record, field, offset32, offset64) \
-    static_assert(kIsOther || offsetof(Record, field) == (kIs64 ? (offset64) : (offset32)))
+    static_assert(offsetof(Record, field) == expected(offset32, offset64, offsetof(Record, field)))
 #define EML_SIZE(Record, size32, size64) \
-    static_assert(kIsOther || sizeof(Record) == (kIs64 ? (size64) : (size32)))
+    static_assert(sizeof(Record) == expected(size32, size64, sizeof(Record)))
 
 EML_AT(EmlMimeText, text, 0, 0);
 EML_AT(EmlMimeText, length, 4, 8);

@@ -129,7 +129,8 @@ TEST(MimeWrapper, FieldsAreDecodedAsTheyAreAskedFor) {
     const std::optional<Field> subject = root.field("subject");
     ASSERT_TRUE(subject.has_value());
     EXPECT_EQ(subject->raw(), " =?ISO-8859-2?Q?=B1?= report");
-    EXPECT_EQ(kLetter.substr(subject->span().offset, subject->span().length),
+    const EmlMimeSpan span = subject->span();
+    EXPECT_EQ(kLetter.substr(static_cast<size_t>(span.offset), static_cast<size_t>(span.length)),
               "Subject: =?ISO-8859-2?Q?=B1?= report\r\n");
     EXPECT_EQ(root.field("References")->ids(), (std::vector<std::string>{"a@x", "b@y"}));
     const auto type = root.field("Content-Type")->parameters();
@@ -284,6 +285,12 @@ TEST(MimeWrapper, WhatASinkThrowsComesOut) {
     EXPECT_THROW(message.part(6).extract(full), std::length_error);
     EXPECT_THROW(message.text(full), std::length_error);
     EXPECT_EQ(message.part(6).bytes(), "\4\5\6") << "the message stays usable";
+}
+
+TEST(MimeWrapper, OpensAFile) {
+    const Message message(EMLREADER_TEST_DIR "/c/parts.eml");
+    EXPECT_EQ(message.subject(), "Caf\xC3\xA9 \xE2\x80\x93 at four");
+    EXPECT_EQ(message.partCount(), 8u);
 }
 
 TEST(MimeWrapper, FilesThatCannotBeReadAreSystemErrors) {
