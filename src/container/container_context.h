@@ -93,7 +93,8 @@ struct EmlContainerContext {
     EmlSectionNode* sectionsTail;  // of the list that is being built
     EmlSection* currentSection;    // whose end the next boundary sets
     int32_t attachmentCount;
-    EmlSection** attachments;  // the attachmentCount attachments of `sections`, in order
+    EmlSection** attachments;  // the attachments of `sections`, in order; NULL when the open made no table
+    int32_t tabulatedCount;    // entries of that table, also where attachmentCount is set back to 0
     EmlSection* plainBody;
     EmlSection* htmlBody;
     EmlSection* rtfBody;

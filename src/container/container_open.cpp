@@ -1,7 +1,5 @@
 #include "container/container_open.h"
 
-#include <algorithm>
-
 #include "container/body_chooser.h"
 #include "container/boundary_scan.h"
 #include "container/container_calls.h"
@@ -18,6 +16,9 @@
 namespace eml {
 
 namespace {
+
+// The most that is read of an input that cannot tell its size, so that data without end ends.
+constexpr int64_t kMaxUnknownSize = INT32_MAX;
 
 // The message as a whole is a section of the class of its Content-Type.
 void takeTopFields(const EmlContainerContext& context, EmlSection& section) {
@@ -60,9 +61,14 @@ EmlResult appendNamedMessage(EmlContainerContext& context, char*& fileName) {
     return EML_OK;
 }
 
+// Where the input cannot tell its size, the header is read until the data ends, and is all that there is.
 EmlResult readHeader(EmlContainerContext& context) {
+    const int64_t size = seekToEnd(*context.input);
+    const bool sizeKnown = size >= 0;
+    context.fileSize = sizeKnown ? size : kMaxUnknownSize;
     char* fileName = nullptr;
     readTopHeader(context, fileName);
+    if (!sizeKnown) context.fileSize = context.bodyOffset;
     const EmlResult result = appendNamedMessage(context, fileName);
     freeBlock(allocatorOf(context), fileName);
     return result;
@@ -163,7 +169,6 @@ void settleCharset(EmlContainerContext& context) {
 }  // namespace
 
 EmlResult readMessage(EmlContainerContext& context) {
-    context.fileSize = std::max<int64_t>(seekToEnd(*context.input), 0);
     if (EmlResult result = readHeader(context); result != EML_OK) return result;
     if (EmlResult result = scanParts(context); result != EML_OK) return result;
     const EmlResult chosen =

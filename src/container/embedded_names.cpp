@@ -55,9 +55,8 @@ EmlResult tabulateAttachments(EmlContainerContext& context) {
     const auto count = static_cast<uint32_t>(context.attachmentCount);
     context.attachments = allocateRecords<EmlSection*>(allocatorOf(context), count);
     if (context.attachments == nullptr) return EML_NO_MEMORY;
-    uint32_t index = 0;
     for (const EmlSectionNode* node = context.sections; node != nullptr; node = node->next) {
-        if (node->section->isAttachment != 0) context.attachments[index++] = node->section;
+        if (node->section->isAttachment != 0) context.attachments[context.tabulatedCount++] = node->section;
     }
     return EML_OK;
 }

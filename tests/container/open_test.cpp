@@ -1,6 +1,7 @@
 // The open: its codes, the message's own header, and the messages without parts.
 #include <gtest/gtest.h>
 
+#include "container/encoded_words.h"
 #include "support/sections.h"
 
 namespace eml::test {
@@ -476,6 +477,72 @@ TEST(Open, EncryptedMessageListsNoAttachments) {
     EXPECT_EQ(opened.describe(0).info.flags, 2U);
     EXPECT_EQ(opened.describe(0).info.childCount, 0U);
     EXPECT_EQ(opened.describe(1).result, EML_INVALID_ARGUMENT);
+}
+
+// --- the size of the message
+
+TEST(Open, SizeIsAskedForOnce) {
+    RecordingHost host("Subject: x\r\n\r\ntext");
+    OpenedMessage opened(host);
+    EXPECT_EQ(host.journal().calls(Entry::kInputTell), 1U);
+    opened.visitAll();
+    EXPECT_EQ(host.journal().calls(Entry::kInputTell), 1U);
+}
+
+TEST(Open, WithoutTellTheHeaderIsReadAndTheBodyIsEmpty) {
+    const std::string header =
+        "Subject: a name\r\nContent-Type: multipart/mixed; boundary=b; charset=utf-8\r\n";
+    const struct {
+        const char* rule;
+        std::string message;
+        size_t read;  // bytes of it that count
+    } rows[] = {
+        {"a body is not looked for", header + "\r\n--b\r\nContent-Type: text/html\r\n\r\nx\r\n--b--\r\n",
+         header.size() + 2},
+        {"a header that nothing ends", header, header.size()},
+        {"a header longer than a block", header + "X: " + std::string(9000, 'x') + "\r\n\r\ntext",
+         header.size() + 9007},
+        {"nothing at all", "", 0},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.rule);
+        RecordingHost host(row.message, {.heapMode = HeapMode::kGuarded});
+        host.remove(Entry::kInputTell);
+        OpenedMessage opened(host, EML_OPEN_CONVERTED_ATTACHMENTS);
+        ASSERT_EQ(opened.result(), EML_OK);
+        EXPECT_EQ(opened.context()->bodyOffset, static_cast<int64_t>(row.read));
+        EXPECT_EQ(opened.context()->fileSize, static_cast<int64_t>(row.read));
+        EXPECT_EQ(opened.describe(0).name, row.read == 0 ? "zteml.mail" : "a name.mail");
+        ASSERT_EQ(sectionsOf(opened).size(), 1U);
+        EXPECT_EQ(sectionsOf(opened)[0]->bodyStart, sectionsOf(opened)[0]->bodyEnd);
+        opened.visitAll();
+    }
+}
+
+TEST(Open, WithoutTellTheFileThatTheHeaderNamesIsEmpty) {
+    RecordingHost host(crlf("Content-Disposition: attachment; filename=x\n\ncontent"));
+    host.remove(Entry::kInputTell);
+    OpenedMessage opened(host);
+    EXPECT_EQ(opened.subFileCount(), 2U);
+    EXPECT_EQ(opened.describe(1).info.size, 0);
+    EXPECT_EQ(opened.extract(1).bytes, "");
+}
+
+// --- closing
+
+TEST(Close, InputIsClosedBetweenTheSectionsAndTheTexts) {
+    RecordingHost host(crlf("Content-Type: multipart/mixed; boundary=b\nSubject: x\n\ntext"));
+    OpenedMessage opened(host);
+    ASSERT_EQ(emlDecodeMetaText(*opened.context(), reinterpret_cast<const uint8_t*>("text"), 4), EML_OK);
+    ASSERT_NE(opened.context()->boundary, nullptr);
+    ASSERT_NE(opened.context()->metaData.entries, nullptr);
+    const size_t live = host.heap().liveBlocks();
+    host.journal().record();
+    opened.close();
+    // The line buffer, a section and its node; then decoded text, boundary, metadata and the context.
+    std::string expected = "free free free input.close";
+    for (size_t i = 3; i < live; ++i) expected += " free";
+    EXPECT_EQ(host.journal().sequenceText(), expected);
 }
 
 // --- the line reader, which is exported
