@@ -1,5 +1,3 @@
-#include <array>
-
 #include "bytes/fixed_text.h"
 #include "container/header_rows.h"
 #include "container/render.h"
@@ -12,31 +10,36 @@ namespace eml {
 namespace {
 
 struct CodePage {
+    uint32_t charset;
     uint16_t ansiCodePage;
     uint8_t fontCharset;
 };
 
-constexpr CodePage kWestern = {1252, 0};
+constexpr CodePage kWestern = {EML_CHARSET_WESTERN, 1252, 0};
 
-// By charset id, from 1 on. KEPT: only the four East Asian code pages have a font charset.
-constexpr std::array<CodePage, 13> kCodePages = {{
-    {932, 128},
-    {936, 134},
-    {950, 136},
-    {949, 129},
-    {1250, 0},
-    {1251, 0},
+// A charset that is not listed is written as Western. KEPT: only the four East Asian code pages have a font
+// charset.
+constexpr CodePage kCodePages[] = {
+    {EML_CHARSET_SHIFT_JIS, 932, 128},
+    {EML_CHARSET_GB2312, 936, 134},
+    {EML_CHARSET_BIG5, 950, 136},
+    {EML_CHARSET_KSC_5601, 949, 129},
+    {EML_CHARSET_CENTRAL_EUROPE, 1250, 0},
+    {EML_CHARSET_CYRILLIC, 1251, 0},
     kWestern,
-    {1253, 0},
-    {1254, 0},
-    {1255, 0},
-    {1256, 0},
-    {1257, 0},
-    {1258, 0},
-}};
+    {EML_CHARSET_GREEK, 1253, 0},
+    {EML_CHARSET_TURKISH, 1254, 0},
+    {EML_CHARSET_HEBREW, 1255, 0},
+    {EML_CHARSET_ARABIC, 1256, 0},
+    {EML_CHARSET_BALTIC, 1257, 0},
+    {EML_CHARSET_VIETNAMESE, 1258, 0},
+};
 
 CodePage codePageOf(uint32_t charset) {
-    return charset >= 1 && charset <= kCodePages.size() ? kCodePages[charset - 1] : kWestern;
+    for (const CodePage& page : kCodePages) {
+        if (page.charset == charset) return page;
+    }
+    return kWestern;
 }
 
 bool isLeadByte(EmlContainerContext& context, uint8_t byte) {
