@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "bytes/decode_kernels.h"
+#include "bytes/transfer_encoding.h"
 #include "host/growing_buffer.h"
 
 // What a Content-Type says a section is. The multipart classes are those that take a boundary.
@@ -23,15 +24,6 @@ enum EmlContentClass : uint32_t {
     EML_CLASS_BINARY = 10,    // application, audio, image, video
 };
 
-// Content-Transfer-Encoding (RFC 2045 section 6). 3 is not used.
-enum EmlTransferEncoding : uint32_t {
-    EML_ENC_NONE = 0,
-    EML_ENC_7BIT = 1,
-    EML_ENC_8BIT = 2,
-    EML_ENC_BASE64 = 4,
-    EML_ENC_QP = 5,
-};
-
 // EmlSection.flags; the values are those of EmlSubFileInfo.flags.
 inline constexpr uint32_t EML_SECTION_CONVERTED = EML_SUB_FILE_NOT_IN_FILE;
 inline constexpr uint32_t EML_SECTION_MESSAGE = EML_SUB_FILE_MESSAGE;
@@ -40,7 +32,7 @@ inline constexpr uint32_t EML_SECTION_MESSAGE = EML_SUB_FILE_MESSAGE;
 struct EmlSection {
     int64_t start;  // the first header line, just behind the boundary line
     int64_t end;    // one past the last byte; the line end before the next boundary is not counted
-    uint32_t encoding;
+    eml::TransferEncoding encoding;
     uint32_t charset;  // 0: none given
     uint32_t contentClass;
     char* boundary;  // "--" and the part's own boundary, or NULL
@@ -77,7 +69,7 @@ struct EmlContainerContext {
     int64_t headerStart;  // never set: the header begins at offset 0
     int64_t bodyOffset;   // behind the empty line that ends the header, or the end of the file
     uint32_t contentClass;
-    uint32_t encoding;
+    eml::TransferEncoding encoding;
     uint32_t charset;         // 0 while unknown; settled when the open ends
     char* boundary;           // "--" and the value, or NULL
     uint32_t boundaryLength;  // the two dashes included

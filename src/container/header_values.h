@@ -6,14 +6,15 @@
 #include <emlreader/eml_host.h>
 
 #include "bytes/cursor.h"
+#include "bytes/transfer_encoding.h"
 
 namespace eml {
 
 // The content class (EmlContentClass) that a Content-Type value begins with.
 [[nodiscard]] uint32_t classifyContentType(Cursor text);
 
-// The transfer encoding (EmlTransferEncoding) that a Content-Transfer-Encoding value begins with.
-[[nodiscard]] uint32_t classifyEncoding(Cursor text);
+// The encoding that a Content-Transfer-Encoding value begins with.
+[[nodiscard]] TransferEncoding classifyEncoding(Cursor text);
 
 // The run of bytes that a rule takes from a line; `found` is false when the rule takes nothing, not even an
 // empty run.

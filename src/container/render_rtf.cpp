@@ -3,7 +3,7 @@
 #include "container/render.h"
 #include "container/row_writer.h"
 #include "container/rtf_body.h"
-#include "container/section_body.h"
+#include "container/transfer_decoders.h"
 
 namespace eml {
 
@@ -92,18 +92,11 @@ void writeHeaderBlock(EmlContainerContext& context, RowWriter& writer) {
         writeEscaped(context, writer, value);
         writer.append("\\par ");
     });
-    bool first = true;
-    forEachAttachmentName(context, [&](std::string_view name) {
-        if (first) {
-            writeLabel(writer, kAttachmentsLabel);
-        } else {
-            writer.append(kRichSeparator);
-        }
-        first = false;
+    const bool any = writeRichAttachmentNames(context, writer, writeLabel, [&](std::string_view name) {
         const auto* bytes = reinterpret_cast<const uint8_t*>(name.data());
         writeEscaped(context, writer, {bytes, bytes + name.size()});
     });
-    if (!first) writer.append("\\par ");
+    if (any) writer.append("\\par ");
     writer.append("\\par ");
     writer.flush();
 }

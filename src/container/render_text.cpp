@@ -1,7 +1,7 @@
 #include "container/header_rows.h"
 #include "container/render.h"
 #include "container/row_writer.h"
-#include "container/section_body.h"
+#include "container/transfer_decoders.h"
 #include "host/host_text.h"
 
 namespace eml {

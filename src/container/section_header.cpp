@@ -95,7 +95,7 @@ void topHeaderLine(TopHeader& header, Cursor line) {
         case Field::kDisposition:
             topDisposition(header, valueBehind(line));
             return;
-        default:
+        case Field::kOther:
             return;
     }
 }
@@ -155,7 +155,7 @@ void partHeaderLine(EmlContainerContext& context, EmlSection& section, Cursor li
         case Field::kDisposition:
             partDisposition(context, section, valueBehind(line));
             return;
-        default:
+        case Field::kOther:
             return;
     }
 }

@@ -10,7 +10,7 @@ TransferEncoding encodingOf(std::string_view text) {
     return leadingEncoding({begin, begin + text.size()});
 }
 
-TEST(TransferEncoding, TheWordThatATextBeginsWithDecides) {
+TEST(EncodingWords, TheWordThatATextBeginsWithDecides) {
     const struct {
         std::string_view text;
         TransferEncoding encoding;
@@ -29,7 +29,7 @@ TEST(TransferEncoding, TheWordThatATextBeginsWithDecides) {
     for (const auto& row : rows) EXPECT_EQ(encodingOf(row.text), row.encoding) << row.text;
 }
 
-TEST(TransferEncoding, EachWordIsFoundAndNoPartOfIt) {
+TEST(EncodingWords, EachWordIsFoundAndNoPartOfIt) {
     for (const EncodingWord& row : kEncodingWords) {
         const std::string_view word = row.word;
         EXPECT_EQ(encodingOf(word), row.encoding) << word;
@@ -39,7 +39,7 @@ TEST(TransferEncoding, EachWordIsFoundAndNoPartOfIt) {
     }
 }
 
-TEST(TransferEncoding, CodesAreThoseThatHostsAndDumpsKnow) {
+TEST(EncodingWords, CodesAreThoseThatHostsAndDumpsKnow) {
     EXPECT_EQ(static_cast<uint32_t>(TransferEncoding::kNone), 0U);
     EXPECT_EQ(static_cast<uint32_t>(TransferEncoding::k7Bit), 1U);
     EXPECT_EQ(static_cast<uint32_t>(TransferEncoding::k8Bit), 2U);

@@ -199,7 +199,7 @@ TEST(Open, TheMessagesOwnHeader) {
         OpenedMessage opened(host);
         const EmlContainerContext& context = *opened.context();
         EXPECT_EQ(context.contentClass, row.contentClass);
-        EXPECT_EQ(context.encoding, row.encoding);
+        EXPECT_EQ(static_cast<uint32_t>(context.encoding), row.encoding);
         EXPECT_EQ(context.charset, row.charset);
         EXPECT_EQ(textOf(context.boundary), textOf(row.boundary));
         if (row.boundary != nullptr) {
@@ -262,7 +262,8 @@ TEST(Open, OnlyTheFirstPieceOfALongHeaderLineIsExamined) {
     OpenedMessage opened(host);
     EXPECT_EQ(opened.context()->contentClass, 0U);
     EXPECT_EQ(opened.charset(), 7U);
-    EXPECT_EQ(opened.context()->encoding, 4U) << "the line behind it is examined again";
+    EXPECT_EQ(static_cast<uint32_t>(opened.context()->encoding), 4U)
+        << "the line behind it is examined again";
     EXPECT_EQ(bodyOf(message, opened.context()->plainBody), "Body");
 }
 
@@ -316,7 +317,7 @@ TEST(Open, ZeroByteEndsTheTextOfALineButNotTheLine) {
     RecordingHost host(message);
     OpenedMessage opened(host);
     EXPECT_EQ(opened.context()->contentClass, 1U);
-    EXPECT_EQ(opened.context()->encoding, 0U);
+    EXPECT_EQ(static_cast<uint32_t>(opened.context()->encoding), 0U);
     EXPECT_EQ(opened.charset(), 6U) << "\"koi\" is the beginning of a name";
     EXPECT_EQ(bodyOf(message, opened.context()->htmlBody), "Body");
 }
@@ -345,7 +346,7 @@ TEST(Open, MessageNamedAsAnAttachmentIsHeaderAndContent) {
     EXPECT_EQ(textOf(sections[1]->fileName), "a b.pdf");
     for (const EmlSection* section : sections) {
         EXPECT_EQ(section->contentClass, 10U);
-        EXPECT_EQ(section->encoding, 4U);
+        EXPECT_EQ(static_cast<uint32_t>(section->encoding), 4U);
     }
     EXPECT_EQ(opened.context()->plainBody, sections[0]);
     EXPECT_EQ(opened.extract(1).bytes, "Man");
