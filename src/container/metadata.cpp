@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "container/container_calls.h"
-#include "container/header_scan.h"
+#include "container/metadata_scan.h"
 #include "host/container_queries.h"
 #include "host/host_memory.h"
 #include "host/metadata_records.h"

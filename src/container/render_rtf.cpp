@@ -1,6 +1,6 @@
 #include "bytes/fixed_text.h"
-#include "container/header_rows.h"
 #include "container/render.h"
+#include "container/render_header.h"
 #include "container/row_writer.h"
 #include "container/rtf_body.h"
 #include "container/transfer_decoders.h"

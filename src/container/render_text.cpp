@@ -1,5 +1,5 @@
-#include "container/header_rows.h"
 #include "container/render.h"
+#include "container/render_header.h"
 #include "container/row_writer.h"
 #include "container/transfer_decoders.h"
 #include "host/host_text.h"

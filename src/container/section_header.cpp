@@ -5,8 +5,8 @@
 
 #include "charset/charset_names.h"
 #include "container/container_calls.h"
-#include "container/header_values.h"
 #include "container/line_reader.h"
+#include "container/parameters.h"
 
 namespace eml {
 

@@ -1,4 +1,4 @@
-#include "container/header_values.h"
+#include "container/parameters.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 
 #include "container/container_context.h"
 #include "reference/bytes.h"
-#include "reference/header_values.h"
+#include "reference/parameters.h"
 #include "support/recording_host.h"
 
 namespace {

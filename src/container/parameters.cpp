@@ -1,4 +1,4 @@
-#include "container/header_values.h"
+#include "container/parameters.h"
 
 #include <algorithm>
 #include <string_view>

@@ -1,4 +1,4 @@
-#include "container/embedded_names.h"
+#include "container/embedded_name.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "reference/bytes.h"
-#include "reference/header_values.h"
+#include "reference/parameters.h"
 #include "support/opened_message.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "container/header_scan.h"
+#include "container/metadata_scan.h"
 
 #include <string_view>
 

@@ -1,4 +1,4 @@
-#include "container/embedded_names.h"
+#include "container/embedded_name.h"
 
 #include <cstring>
 
