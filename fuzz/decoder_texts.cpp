@@ -16,8 +16,8 @@
 #include "reference/dates.h"
 #include "reference/filter_text.h"
 #include "reference/filter_values.h"
-#include "reference/parameters.h"
 #include "reference/names.h"
+#include "reference/parameters.h"
 
 namespace fuzz {
 namespace {

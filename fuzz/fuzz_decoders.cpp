@@ -22,8 +22,8 @@
 #include "reference/encoded_words.h"
 #include "reference/filter_extraction.h"
 #include "reference/filter_text.h"
-#include "reference/parameters.h"
 #include "reference/input_cuts.h"
+#include "reference/parameters.h"
 #include "reference/search.h"
 #include "support/kernel_sets.h"
 

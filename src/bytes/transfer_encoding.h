@@ -1,4 +1,5 @@
-// Content-Transfer-Encoding (RFC 2045 section 6): what both readers record of it, and the words of the header.
+// Content-Transfer-Encoding (RFC 2045 section 6): what both readers record of it, and the words of the
+// header.
 #pragma once
 
 #include "bytes/cursor.h"

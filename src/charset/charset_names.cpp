@@ -23,8 +23,8 @@ constexpr std::array<uint8_t, 256> makeGroups() {
 
 constexpr std::array<uint8_t, 256> kGroups = makeGroups();
 
-// A comparison over `length` characters, which ends with the entry's zero byte at the latest. KEPT: a name that
-// is a leading part of an entry matches it.
+// A comparison over `length` characters, which ends with the entry's zero byte at the latest. KEPT: a name
+// that is a leading part of an entry matches it.
 bool isLeadingPart(const uint8_t* name, uint32_t length, const CharsetName& entry) {
     for (uint32_t i = 0; i < length; ++i) {
         const auto wanted = static_cast<uint8_t>(entry.name[i]);

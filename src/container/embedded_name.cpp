@@ -17,8 +17,8 @@ constexpr size_t kStemLength = 8;
 
 using EmbeddedName = FixedText<kEmbeddedNameSize>;
 
-// Up to eight characters of the subject that every file system takes. A blank at the front gives way to what
-// follows.
+// Up to eight characters of the subject that are valid in any file system. A leading blank is replaced by the
+// character after it.
 EmbeddedName stemOfSubject(Cursor subject) {
     char stem[kStemLength];
     size_t length = 0;

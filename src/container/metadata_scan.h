@@ -3,9 +3,9 @@
 
 #include "container/container_context.h"
 
-// Stores the values of the fields that `list` names. A name is matched with its colon, whatever the case.
-// `defaultList` non-zero lets "X-MSMail-Priority:" and "Importance:" feed the entry "Priority" as long as
-// nothing else has. Values come from `allocator`. EML_NO_MEMORY when the work buffer or a value could not be
-// had.
+// Stores the values of the fields that `list` names. Names are matched up to the colon, ignoring case. With
+// `defaultList` non-zero, "X-MSMail-Priority:" and "Importance:" also fill the entry "Priority" until a field
+// has filled it. Values come from `allocator`. EML_NO_MEMORY when the work buffer or a value could not be
+// allocated.
 [[nodiscard]] EmlResult eml2GetMetaData(EmlContainerContext& context, EmlAllocator& allocator,
                                         EmlMetaData& list, uint32_t defaultList);

@@ -1,5 +1,5 @@
 // KEPT: values stand in the HTML as they are, unescaped, and the header block is a complete document of its
-// own, behind which the message's HTML follows unchanged. What comes out is the sender's active content.
+// own, after which the message's HTML follows unchanged. What comes out is the sender's active content.
 #include "container/render.h"
 #include "container/render_header.h"
 #include "container/row_writer.h"

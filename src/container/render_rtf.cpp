@@ -53,8 +53,8 @@ void writeHex(RowWriter& writer, uint8_t byte) {
     writer.append({text, sizeof text});
 }
 
-// Characters of two bytes are written as such, what means something in RTF gets a backslash, and every other
-// byte, those from 0x80 on included, stands as it is.
+// Two-byte characters are written as two hex escapes, and characters with a meaning in RTF get a backslash.
+// Every other byte, including those from 0x80 on, is written unchanged.
 void writeEscaped(EmlContainerContext& context, RowWriter& writer, Cursor text) {
     for (; !text.atEnd(); text.skip(1)) {
         const uint8_t byte = *text.pos;
@@ -75,7 +75,7 @@ void writeLabel(RowWriter& writer, std::string_view label) {
     writer.append("\\b0 ");
 }
 
-// The group that the preamble opens is closed by the body.
+// The body closes the group that the preamble opens.
 void writePreamble(const EmlContainerContext& context, RowWriter& writer) {
     const CodePage page = codePageOf(context.charset);
     FixedText<128> text;

@@ -6,13 +6,14 @@
 
 namespace eml {
 
-// The length of a body counts with its low 32 bits, signed: what is above 2^31 - 1 reads as no body.
+// The length of a body, in its low 32 bits, signed: a length above 2^31 - 1 counts as no body.
 [[nodiscard]] inline int32_t bodyLength32(const EmlSection& section) {
     return static_cast<int32_t>(static_cast<uint32_t>((section.bodyEnd - section.bodyStart) & 0xFFFFFFFF));
 }
 
-// Reads `length` bytes of the input from where it stands, block by block: each into what place() gives. After each,
-// take(block, count) says whether to go on. A read that yields nothing ends it.
+// Reads `length` bytes from the current position of the input, block by block, into the memory that place()
+// returns. take(block, count) is called after each read and says whether to go on. A read without data ends
+// the loop.
 template <class Place, class Take>
 void readBlocks(EmlIOobj& input, int64_t length, Place place, Take take) {
     for (int64_t left = length; left > 0;) {

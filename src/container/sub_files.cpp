@@ -45,7 +45,7 @@ EmlResult describeAttachment(const EmlContainerContext& context, const EmlSectio
     return setName(info, allocator, attachmentPrefix(context.openFlags), section->fileName);
 }
 
-// An open that ended early has made no table.
+// For a message whose open ended before the table was made.
 EmlSection* walkToAttachment(const EmlContainerContext& context, int64_t k) {
     for (const EmlSectionNode* node = context.sections; node != nullptr; node = node->next) {
         if (node->section->isAttachment != 0 && --k == 0) return node->section;

@@ -1,5 +1,5 @@
-// The bodies of sections, decoded: streamed into an output object, or whole. The four decoders are below. (RFC 2045
-// section 6; the state machines are in bytes/.)
+// The bodies of sections, decoded: streamed into an output object, or whole. The four decoders are below.
+// (RFC 2045 section 6; the state machines are in bytes/.)
 #pragma once
 
 #include "container/container_context.h"
@@ -7,13 +7,13 @@
 
 namespace eml {
 
-// Writes the body of `section`, decoded by its transfer encoding; base64 text loses its CRs. A body that is not
-// encoded is copied. EML_INPUT_UNUSABLE when the input cannot be positioned on an encoded body.
+// Writes the body of `section`, decoded by its transfer encoding; base64 text loses its CRs. A body that is
+// not encoded is copied. EML_INPUT_UNUSABLE when the input cannot be positioned on an encoded body.
 [[nodiscard]] EmlResult writeDecodedBody(EmlContainerContext& context, const EmlSection& section,
                                          EmlIOobj& output);
 
-// A body that was read whole and decoded: `bytes` is either in the block of `body` or in context.decoded. Release
-// it with releaseDecodedBody, also after a failure.
+// A body that was read whole and decoded: `bytes` is either in the block of `body` or in context.decoded.
+// Release it with releaseDecodedBody, also after a failure.
 struct DecodedBody {
     WholeBody body;
     const uint8_t* bytes;

@@ -1,5 +1,4 @@
-// A table of records that grows at the end, in a block of the host: the rule of growth and of a failed growth,
-// once.
+// A table of records that grows at the end, in memory of the host.
 #pragma once
 
 #include "host/host_memory.h"
@@ -17,8 +16,8 @@ struct GrowingArray {
     int32_t count;
     int32_t capacity;
 
-    // Makes room for one more record after the last. The table grows by a whole step, or by as many records as
-    // there is room for where those are more, so that a long table grows in linear time. When the host cannot
+    // Makes room for one more record after the last. The table grows by one step or doubles, whichever
+    // is more, so that a long table grows in linear time. When the host cannot
     // reallocate, the old block is lost: the table is empty then.
     [[nodiscard]] EmlResult reserveOne(EmlAllocator& allocator) {
         if (count < capacity) return EML_OK;

@@ -41,7 +41,9 @@ Names constantsOfTheHeader() {
     return constantsIn("include/emlreader/eml_host.h", R"(^#define EML_CHARSET_(\w+) (\d+)u)");
 }
 
-Names constantsOfPython() { return constantsIn("python/emlreader/_library.py", R"(^CHARSET_(\w+) = (\d+)$)"); }
+Names constantsOfPython() {
+    return constantsIn("python/emlreader/_library.py", R"(^CHARSET_(\w+) = (\d+)$)");
+}
 
 // The ids for which Python has a codec.
 Ids idsOfPythonCodecs() {

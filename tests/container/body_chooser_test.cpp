@@ -105,7 +105,7 @@ const std::vector<BodyCase>& bodyCases() {
          kNo,
          kNo,
          {}},
-        {"related: its attachments come behind the others",
+        {"related: its attachments come after the others",
          "mixed",
          "--b" + nested("related", "n") + "--n" + kHtml + "--n" + file("image") + "--n--\n--b" + file("a") +
              "--b--\n",

@@ -77,7 +77,7 @@ TEST(Open, CloseOfNothingIsIgnored) { emlShutdown2(nullptr); }
 // A boundary that never occurs leaves the position at the body, also where the open ends there.
 TEST(Open, ScanWithoutPartsLeavesThePositionAtTheBody) {
     RecordingHost host("Content-Type: multipart/mixed; boundary=b\r\n\r\nfirst\r\nsecond\r\n");
-    host.journal().fail(Entry::kAllocate, {4, false});  // behind context, buffer and boundary: the section
+    host.journal().fail(Entry::kAllocate, {4, false});  // after context, buffer and boundary: the section
     OpenedMessage opened(host);
     EXPECT_EQ(opened.result(), EML_NO_MEMORY);
     ASSERT_NE(opened.context(), nullptr);
@@ -158,7 +158,7 @@ const HeaderCase kHeaderCases[] = {
     {"boundary quoted keeps blanks", "Content-Type: multipart/mixed; boundary=\"a b;c\"\n", 9, 0, 7,
      "--a b;c"},
     {"empty boundary is two dashes", "Content-Type: multipart/mixed; boundary=\"\"\n", 9, 0, 7, "--"},
-    {"boundary with nothing behind the sign", "Content-Type: multipart/mixed; boundary=\n", 9, 0, 7, "--"},
+    {"boundary with nothing after the sign", "Content-Type: multipart/mixed; boundary=\n", 9, 0, 7, "--"},
     {"digest is text and takes no boundary", "Content-Type: multipart/digest; boundary=x\n", 0, 0, 7, kNone},
     {"boundary on a continuation line", "Content-Type: multipart/mixed;\n\tboundary=abc\n", 9, 0, 7, "--abc"},
     {"a continuation boundary needs a multipart class", "Content-Type: text/plain;\n boundary=abc\n", 0, 0, 7,
@@ -181,7 +181,7 @@ const HeaderCase kHeaderCases[] = {
      7, kNone},
     {"encoding in quotes", "Content-Transfer-Encoding: \"Base64\"\n", 0, 4, 7, kNone},
     {"binary is no encoding", "Content-Transfer-Encoding: binary\n", 0, 0, 7, kNone},
-    {"class without blank behind the colon", "Content-Type:text/html;charset=utf-8\n", 1, 0, 53, kNone},
+    {"class without blank after the colon", "Content-Type:text/html;charset=utf-8\n", 1, 0, 53, kNone},
     {"several blanks, tabs and semicolons before the parameter",
      "Content-Type: text/html ;\t; charset=utf-8\n", 1, 0, 53, kNone},
     {"a field whose name only begins alike", "Content-Types: text/html\n", 0, 0, 7, kNone},
@@ -262,8 +262,7 @@ TEST(Open, OnlyTheFirstPieceOfALongHeaderLineIsExamined) {
     OpenedMessage opened(host);
     EXPECT_EQ(opened.context()->contentClass, 0U);
     EXPECT_EQ(opened.charset(), 7U);
-    EXPECT_EQ(static_cast<uint32_t>(opened.context()->encoding), 4U)
-        << "the line behind it is examined again";
+    EXPECT_EQ(static_cast<uint32_t>(opened.context()->encoding), 4U) << "the line after it is examined again";
     EXPECT_EQ(bodyOf(message, opened.context()->plainBody), "Body");
 }
 
@@ -302,9 +301,9 @@ TEST(Open, LinesThatEndAtTheBorderOfABlock) {
         RecordingHost host(message);
         OpenedMessage opened(host);
         EXPECT_EQ(opened.context()->contentClass, row.headerGoesOn ? 1U : 0U);
-        const int64_t behindLine = static_cast<int64_t>(row.length + std::string(row.lineEnd).size());
+        const int64_t afterLine = static_cast<int64_t>(row.length + std::string(row.lineEnd).size());
         if (!row.headerGoesOn) {
-            EXPECT_EQ(opened.context()->bodyOffset, behindLine);
+            EXPECT_EQ(opened.context()->bodyOffset, afterLine);
         }
     }
 }
@@ -376,7 +375,7 @@ TEST(Open, NameOfTheMessageItself) {
         {"the first name is kept", "Content-Disposition: attachment; filename=a\n filename=b\n", "a"},
         {"only the first parameter", "Content-Disposition: attachment; size=1; filename=a\n", kNone},
         {"an empty name is none", "Content-Disposition: attachment; filename=\"\"\n", kNone},
-        {"behind an empty name the next counts",
+        {"after an empty name the next counts",
          "Content-Disposition: attachment; filename=\"\"\n filename=b\n", "b"},
         {"no quotes, no trimming", "Content-Disposition: attachment; filename=a b.txt \n", "a b.txt "},
         {"a name that climbs is given as it stands", "Content-Disposition: attachment; filename=\"../x\"\n",

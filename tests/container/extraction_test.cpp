@@ -128,8 +128,8 @@ TEST(Extraction, NumberWithoutASubFileGivesAnEmptyClosedOutput) {
     }
 }
 
-// An embedded message whose name cannot be copied ends the open; the attachments before it are counted, and it
-// is the last of them. What stands after it is found by number all the same.
+// An embedded message whose name cannot be copied ends the open; the attachments before it are counted, and
+// it is the last of them. What stands after it is found by number all the same.
 TEST(Extraction, AfterAnOpenThatFailedWhatWasFoundIsExtracted) {
     const std::string message = multipart("mixed",
                                           "--b\n\nplain\n--b\nContent-Disposition: inline; filename=x\n\n1\n"

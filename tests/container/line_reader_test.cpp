@@ -25,7 +25,7 @@ TEST(LineReader, LinesPiecesAndTheEnd) {
         at += row.length;
         EXPECT_EQ(context.position, at);
         if (row.kind == 0) continue;
-        EXPECT_EQ(context.lineBuffer[row.length], 0) << "a zero stands behind the line";
+        EXPECT_EQ(context.lineBuffer[row.length], 0) << "a zero follows the line";
         EXPECT_EQ(message.compare(static_cast<size_t>(at) - row.length, row.length,
                                   reinterpret_cast<const char*>(context.lineBuffer), row.length),
                   0);

@@ -172,7 +172,7 @@ TEST(RenderRtf, BodiesByTheirEncodingAndPacking) {
     struct Row {
         const char* encoding;
         std::string body;
-        std::string expected;  // behind a header
+        std::string expected;  // after a header
     };
     std::string stored = textOf(reference::packedRtfHeader("MELA", 5)) + "{\\rtf1";
     const Row rows[] = {

@@ -11,8 +11,8 @@
 #include "reference/bytes.h"
 #include "reference/dates.h"
 #include "reference/filter_values.h"
-#include "reference/parameters.h"
 #include "reference/names.h"
+#include "reference/parameters.h"
 #include "support/opened_message.h"
 
 namespace eml::test {

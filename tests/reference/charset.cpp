@@ -61,7 +61,7 @@ char lower(char character) {
     return character >= 'A' && character <= 'Z' ? static_cast<char>(character + 32) : character;
 }
 
-// A name matches the entries that it is a leading part of. Behind a zero byte, which meets the one that ends
+// A name matches the entries that it is a leading part of. After a zero byte, which meets the one that ends
 // the entry, nothing is looked at.
 bool isLeadingPart(std::string_view name, std::string_view entry) {
     for (size_t i = 0; i < name.size(); ++i) {
