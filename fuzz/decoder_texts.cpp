@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "check.h"
-#include "container/embedded_names.h"
+#include "container/embedded_name.h"
 #include "container/main_name_date.h"
 #include "filter/body_text.h"
 #include "filter/embedded_name.h"
@@ -16,8 +16,8 @@
 #include "reference/dates.h"
 #include "reference/filter_text.h"
 #include "reference/filter_values.h"
-#include "reference/header_values.h"
 #include "reference/names.h"
+#include "reference/parameters.h"
 
 namespace fuzz {
 namespace {

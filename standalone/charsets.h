@@ -28,7 +28,7 @@ struct Charset {
 const Charset* findCharset(uint32_t id) noexcept;
 
 /* True when `byte` opens a two-byte character in the charset `id`: in the East Asian code pages 932, 936, 949
- * and 950 (ids 1, 2, 4, 3), and in no other charset. */
+ * and 950 (Shift_JIS, GB2312, KSC_5601, Big5), and in no other charset. */
 bool isLeadByte(uint32_t id, uint32_t byte) noexcept;
 
 /*

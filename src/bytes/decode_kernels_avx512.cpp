@@ -132,7 +132,7 @@ EML_AVX512 inline const uint8_t* decodeLast(const uint8_t* pos, const uint8_t* e
     return pos + count;
 }
 
-// A block with something unusual, and what a register holds behind it, is left to the narrower kernel.
+// A block with something unusual, and what a register holds after it, is left to the narrower kernel.
 constexpr size_t kUnusual = 128;
 
 EML_AVX512 const uint8_t* quotedText(const uint8_t* pos, const uint8_t* end, QuotedStops stops,
@@ -143,7 +143,7 @@ EML_AVX512 const uint8_t* quotedText(const uint8_t* pos, const uint8_t* end, Quo
         if (pos == end) return end;
         const uint8_t* const limit = pos + std::min(static_cast<size_t>(end - pos), kUnusual);
         pos = avx2::quotedText(pos, limit, stops, out);
-        // In front of the limit it stops for want of the bytes behind that, too.
+        // It also stops before the limit, where the bytes after it are missing.
         if (pos != limit && (limit == end || limit - pos >= 3)) return pos;
     }
 }

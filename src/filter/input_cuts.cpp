@@ -45,7 +45,7 @@ int32_t lastOccurrence(const uint8_t* bytes, int32_t count, const BoundaryNeedle
 
 // The offset of the last such byte at or before `from`, or -1.
 int32_t lastAt(const uint8_t* bytes, int32_t from, uint8_t byte) {
-    return static_cast<int32_t>(behindLast(bytes, static_cast<size_t>(from) + 1, byte)) - 1;
+    return static_cast<int32_t>(indexAfterLast(bytes, static_cast<size_t>(from) + 1, byte)) - 1;
 }
 
 // The offset behind the last empty line, or 0. Offset 0 itself is never looked at.

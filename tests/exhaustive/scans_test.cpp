@@ -57,7 +57,7 @@ std::vector<Line> linesRead(const std::string& message) {
         const auto* const text = reinterpret_cast<const char*>(buffer.get());
         lines.push_back(
             {std::string(text, static_cast<size_t>(context.position - context.lineStart)), result});
-        EXPECT_EQ(buffer[lines.back().bytes.size()], 0) << "a zero byte stands behind the line";
+        EXPECT_EQ(buffer[lines.back().bytes.size()], 0) << "a zero byte follows the line";
     }
     return lines;
 }
@@ -71,7 +71,7 @@ TEST(EveryShortMessage, Lines) {
                          compared.comparison();
                          const std::string message = std::string(filler, 'f') + text;
                          const bool held = linesRead(message) == linesOf(message);
-                         EXPECT_TRUE(held) << shown(text) << " behind " << filler << " bytes";
+                         EXPECT_TRUE(held) << shown(text) << " after " << filler << " bytes";
                          return held;
                      });
     }

@@ -17,10 +17,10 @@ class Decoder {
     FilterValue decode() {
         for (;;) {
             decodeLine();
-            const size_t behind = at_ + lineEndAt(at_);
-            const bool folded = behind > at_ && behind < text_.size() && isBlank(text_[behind]);
+            const size_t after = at_ + lineEndAt(at_);
+            const bool folded = after > at_ && after < text_.size() && isBlank(text_[after]);
             if (!folded) break;
-            at_ = behind;
+            at_ = after;
             skipBlanks();
         }
         value_.records.push_back(lineBreakRecord());
@@ -83,9 +83,9 @@ class Decoder {
         if (charset != kDefaultCharset) announce(kDefaultCharset);
         if (restOfLine().starts_with("?")) ++at_;
         if (restOfLine().starts_with("=")) ++at_;
-        const size_t behind = at_;
+        const size_t after = at_;
         skipBlanks();
-        if (!restOfLine().starts_with("=?")) at_ = behind;
+        if (!restOfLine().starts_with("=?")) at_ = after;
     }
 
     void decodeContent() {

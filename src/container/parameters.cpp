@@ -1,4 +1,4 @@
-#include "container/header_values.h"
+#include "container/parameters.h"
 
 #include <algorithm>
 #include <string_view>
@@ -70,13 +70,9 @@ uint32_t classifyContentType(Cursor text) {
     return EML_CLASS_TEXT;
 }
 
-uint32_t classifyEncoding(Cursor text) {
+TransferEncoding classifyEncoding(Cursor text) {
     skipQuotesAndBlanks(text);
-    if (text.startsWithNoCase("7bit")) return EML_ENC_7BIT;
-    if (text.startsWithNoCase("8bit")) return EML_ENC_8BIT;
-    if (text.startsWithNoCase("quoted-printable")) return EML_ENC_QP;
-    if (text.startsWithNoCase("base64")) return EML_ENC_BASE64;
-    return EML_ENC_NONE;
+    return leadingEncoding(text);
 }
 
 HeaderValue boundaryValue(Cursor text) {

@@ -1,6 +1,7 @@
 // The open: its codes, the message's own header, and the messages without parts.
 #include <gtest/gtest.h>
 
+#include "container/encoded_words.h"
 #include "support/sections.h"
 
 namespace eml::test {
@@ -76,7 +77,7 @@ TEST(Open, CloseOfNothingIsIgnored) { emlShutdown2(nullptr); }
 // A boundary that never occurs leaves the position at the body, also where the open ends there.
 TEST(Open, ScanWithoutPartsLeavesThePositionAtTheBody) {
     RecordingHost host("Content-Type: multipart/mixed; boundary=b\r\n\r\nfirst\r\nsecond\r\n");
-    host.journal().fail(Entry::kAllocate, {4, false});  // behind context, buffer and boundary: the section
+    host.journal().fail(Entry::kAllocate, {4, false});  // after context, buffer and boundary: the section
     OpenedMessage opened(host);
     EXPECT_EQ(opened.result(), EML_NO_MEMORY);
     ASSERT_NE(opened.context(), nullptr);
@@ -157,7 +158,7 @@ const HeaderCase kHeaderCases[] = {
     {"boundary quoted keeps blanks", "Content-Type: multipart/mixed; boundary=\"a b;c\"\n", 9, 0, 7,
      "--a b;c"},
     {"empty boundary is two dashes", "Content-Type: multipart/mixed; boundary=\"\"\n", 9, 0, 7, "--"},
-    {"boundary with nothing behind the sign", "Content-Type: multipart/mixed; boundary=\n", 9, 0, 7, "--"},
+    {"boundary with nothing after the sign", "Content-Type: multipart/mixed; boundary=\n", 9, 0, 7, "--"},
     {"digest is text and takes no boundary", "Content-Type: multipart/digest; boundary=x\n", 0, 0, 7, kNone},
     {"boundary on a continuation line", "Content-Type: multipart/mixed;\n\tboundary=abc\n", 9, 0, 7, "--abc"},
     {"a continuation boundary needs a multipart class", "Content-Type: text/plain;\n boundary=abc\n", 0, 0, 7,
@@ -180,7 +181,7 @@ const HeaderCase kHeaderCases[] = {
      7, kNone},
     {"encoding in quotes", "Content-Transfer-Encoding: \"Base64\"\n", 0, 4, 7, kNone},
     {"binary is no encoding", "Content-Transfer-Encoding: binary\n", 0, 0, 7, kNone},
-    {"class without blank behind the colon", "Content-Type:text/html;charset=utf-8\n", 1, 0, 53, kNone},
+    {"class without blank after the colon", "Content-Type:text/html;charset=utf-8\n", 1, 0, 53, kNone},
     {"several blanks, tabs and semicolons before the parameter",
      "Content-Type: text/html ;\t; charset=utf-8\n", 1, 0, 53, kNone},
     {"a field whose name only begins alike", "Content-Types: text/html\n", 0, 0, 7, kNone},
@@ -198,7 +199,7 @@ TEST(Open, TheMessagesOwnHeader) {
         OpenedMessage opened(host);
         const EmlContainerContext& context = *opened.context();
         EXPECT_EQ(context.contentClass, row.contentClass);
-        EXPECT_EQ(context.encoding, row.encoding);
+        EXPECT_EQ(static_cast<uint32_t>(context.encoding), row.encoding);
         EXPECT_EQ(context.charset, row.charset);
         EXPECT_EQ(textOf(context.boundary), textOf(row.boundary));
         if (row.boundary != nullptr) {
@@ -261,7 +262,7 @@ TEST(Open, OnlyTheFirstPieceOfALongHeaderLineIsExamined) {
     OpenedMessage opened(host);
     EXPECT_EQ(opened.context()->contentClass, 0U);
     EXPECT_EQ(opened.charset(), 7U);
-    EXPECT_EQ(opened.context()->encoding, 4U) << "the line behind it is examined again";
+    EXPECT_EQ(static_cast<uint32_t>(opened.context()->encoding), 4U) << "the line after it is examined again";
     EXPECT_EQ(bodyOf(message, opened.context()->plainBody), "Body");
 }
 
@@ -300,9 +301,9 @@ TEST(Open, LinesThatEndAtTheBorderOfABlock) {
         RecordingHost host(message);
         OpenedMessage opened(host);
         EXPECT_EQ(opened.context()->contentClass, row.headerGoesOn ? 1U : 0U);
-        const int64_t behindLine = static_cast<int64_t>(row.length + std::string(row.lineEnd).size());
+        const int64_t afterLine = static_cast<int64_t>(row.length + std::string(row.lineEnd).size());
         if (!row.headerGoesOn) {
-            EXPECT_EQ(opened.context()->bodyOffset, behindLine);
+            EXPECT_EQ(opened.context()->bodyOffset, afterLine);
         }
     }
 }
@@ -315,7 +316,7 @@ TEST(Open, ZeroByteEndsTheTextOfALineButNotTheLine) {
     RecordingHost host(message);
     OpenedMessage opened(host);
     EXPECT_EQ(opened.context()->contentClass, 1U);
-    EXPECT_EQ(opened.context()->encoding, 0U);
+    EXPECT_EQ(static_cast<uint32_t>(opened.context()->encoding), 0U);
     EXPECT_EQ(opened.charset(), 6U) << "\"koi\" is the beginning of a name";
     EXPECT_EQ(bodyOf(message, opened.context()->htmlBody), "Body");
 }
@@ -344,7 +345,7 @@ TEST(Open, MessageNamedAsAnAttachmentIsHeaderAndContent) {
     EXPECT_EQ(textOf(sections[1]->fileName), "a b.pdf");
     for (const EmlSection* section : sections) {
         EXPECT_EQ(section->contentClass, 10U);
-        EXPECT_EQ(section->encoding, 4U);
+        EXPECT_EQ(static_cast<uint32_t>(section->encoding), 4U);
     }
     EXPECT_EQ(opened.context()->plainBody, sections[0]);
     EXPECT_EQ(opened.extract(1).bytes, "Man");
@@ -374,7 +375,7 @@ TEST(Open, NameOfTheMessageItself) {
         {"the first name is kept", "Content-Disposition: attachment; filename=a\n filename=b\n", "a"},
         {"only the first parameter", "Content-Disposition: attachment; size=1; filename=a\n", kNone},
         {"an empty name is none", "Content-Disposition: attachment; filename=\"\"\n", kNone},
-        {"behind an empty name the next counts",
+        {"after an empty name the next counts",
          "Content-Disposition: attachment; filename=\"\"\n filename=b\n", "b"},
         {"no quotes, no trimming", "Content-Disposition: attachment; filename=a b.txt \n", "a b.txt "},
         {"a name that climbs is given as it stands", "Content-Disposition: attachment; filename=\"../x\"\n",
@@ -478,57 +479,70 @@ TEST(Open, EncryptedMessageListsNoAttachments) {
     EXPECT_EQ(opened.describe(1).result, EML_INVALID_ARGUMENT);
 }
 
-// --- the line reader, which is exported
+// --- the size of the message
 
-TEST(LineReader, LinesPiecesAndTheEnd) {
-    const std::string message = "one\r\ntwo\nthree\r\r\n" + std::string(5000, 'x') + "\nlast";
-    RecordingHost host(message);
+TEST(Open, SizeIsAskedForOnce) {
+    RecordingHost host("Subject: x\r\n\r\ntext");
     OpenedMessage opened(host);
-    EmlContainerContext& context = *opened.context();
-    context.position = 0;
+    EXPECT_EQ(host.journal().calls(Entry::kInputTell), 1U);
+    opened.visitAll();
+    EXPECT_EQ(host.journal().calls(Entry::kInputTell), 1U);
+}
+
+TEST(Open, WithoutTellTheHeaderIsReadAndTheBodyIsEmpty) {
+    const std::string header =
+        "Subject: a name\r\nContent-Type: multipart/mixed; boundary=b; charset=utf-8\r\n";
     const struct {
-        int32_t kind;
-        uint32_t length;
-    } rows[] = {{1, 5}, {1, 4}, {1, 6}, {1, 2}, {2, 4096}, {1, 905}, {2, 4}, {0, 0}, {0, 0}};
-    int64_t at = 0;
+        const char* rule;
+        std::string message;
+        size_t read;  // bytes of it that count
+    } rows[] = {
+        {"a body is not looked for", header + "\r\n--b\r\nContent-Type: text/html\r\n\r\nx\r\n--b--\r\n",
+         header.size() + 2},
+        {"a header that nothing ends", header, header.size()},
+        {"a header longer than a block", header + "X: " + std::string(9000, 'x') + "\r\n\r\ntext",
+         header.size() + 9007},
+        {"nothing at all", "", 0},
+    };
     for (const auto& row : rows) {
-        EXPECT_EQ(eml2GetLine(&context), row.kind);
-        EXPECT_EQ(context.lineStart, at);
-        at += row.length;
-        EXPECT_EQ(context.position, at);
-        if (row.kind == 0) continue;
-        EXPECT_EQ(context.lineBuffer[row.length], 0) << "a zero stands behind the line";
-        EXPECT_EQ(message.compare(static_cast<size_t>(at) - row.length, row.length,
-                                  reinterpret_cast<const char*>(context.lineBuffer), row.length),
-                  0);
+        SCOPED_TRACE(row.rule);
+        RecordingHost host(row.message, {.heapMode = HeapMode::kGuarded});
+        host.remove(Entry::kInputTell);
+        OpenedMessage opened(host, EML_OPEN_CONVERTED_ATTACHMENTS);
+        ASSERT_EQ(opened.result(), EML_OK);
+        EXPECT_EQ(opened.context()->bodyOffset, static_cast<int64_t>(row.read));
+        EXPECT_EQ(opened.context()->fileSize, static_cast<int64_t>(row.read));
+        EXPECT_EQ(opened.describe(0).name, row.read == 0 ? "zteml.mail" : "a name.mail");
+        ASSERT_EQ(sectionsOf(opened).size(), 1U);
+        EXPECT_EQ(sectionsOf(opened)[0]->bodyStart, sectionsOf(opened)[0]->bodyEnd);
+        opened.visitAll();
     }
 }
 
-TEST(LineReader, EachLineIsOneSeekAndOneReadOfABlock) {
-    RecordingHost host("a\r\nb\r\n\r\n");
+TEST(Open, WithoutTellTheFileThatTheHeaderNamesIsEmpty) {
+    RecordingHost host(crlf("Content-Disposition: attachment; filename=x\n\ncontent"));
+    host.remove(Entry::kInputTell);
     OpenedMessage opened(host);
-    const uint64_t reads = host.journal().calls(Entry::kInputRead);
-    const uint64_t seeks = host.journal().calls(Entry::kInputSeek);
-    opened.context()->position = 3;
-    EXPECT_EQ(eml2GetLine(opened.context()), 1);
-    EXPECT_EQ(host.journal().calls(Entry::kInputRead), reads + 1);
-    EXPECT_EQ(host.journal().calls(Entry::kInputSeek), seeks + 1);
+    EXPECT_EQ(opened.subFileCount(), 2U);
+    EXPECT_EQ(opened.describe(1).info.size, 0);
+    EXPECT_EQ(opened.extract(1).bytes, "");
 }
 
-TEST(LineReader, OffsetsHave64Bits) {
-    const uint64_t size = (uint64_t{5} << 32) + 10;
-    RecordingHost host("a\n\nb");
-    host.extendTo(size, 8);
+// --- closing
+
+TEST(Close, InputIsClosedBetweenTheSectionsAndTheTexts) {
+    RecordingHost host(crlf("Content-Type: multipart/mixed; boundary=b\nSubject: x\n\ntext"));
     OpenedMessage opened(host);
-    EmlContainerContext& context = *opened.context();
-    EXPECT_EQ(context.fileSize, static_cast<int64_t>(size));
-    context.position = int64_t{5} << 32;
-    EXPECT_EQ(eml2GetLine(&context), 1);
-    EXPECT_EQ(context.position, (int64_t{5} << 32) + 1);
-    EXPECT_EQ(eml2GetLine(&context), 1);
-    EXPECT_EQ(context.position, (int64_t{5} << 32) + 9);
-    EXPECT_EQ(eml2GetLine(&context), 2);
-    EXPECT_EQ(eml2GetLine(&context), 0);
+    ASSERT_EQ(emlDecodeMetaText(*opened.context(), reinterpret_cast<const uint8_t*>("text"), 4), EML_OK);
+    ASSERT_NE(opened.context()->boundary, nullptr);
+    ASSERT_NE(opened.context()->metaData.entries, nullptr);
+    const size_t live = host.heap().liveBlocks();
+    host.journal().record();
+    opened.close();
+    // The line buffer, a section and its node; then decoded text, boundary, metadata and the context.
+    std::string expected = "free free free input.close";
+    for (size_t i = 3; i < live; ++i) expected += " free";
+    EXPECT_EQ(host.journal().sequenceText(), expected);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "container/header_scan.h"
+#include "container/metadata_scan.h"
 
 #include <string_view>
 
@@ -19,21 +19,21 @@ struct HeaderScan {
     bool priorityAliases;
 };
 
-// The next line of the header: 0 behind its end. Whether the end is reached is asked before the read.
+// The next line of the header; 0 after the last. The end of the header is checked before the read.
 int32_t nextHeaderLine(EmlContainerContext& context) {
     if (context.position >= context.headerStart + context.bodyOffset) return 0;
     const int32_t read = eml::getLine(context);
     return read != 0 && eml::isEmptyLine(context) ? 0 : read;
 }
 
-// Moves behind the field name and its colon when the line begins with them.
+// Moves past the field name and its colon when the line begins with them.
 bool acceptField(Cursor& line, std::string_view name) {
     if (!line.startsWithNoCase(name) || line.peek(name.size()) != ':') return false;
     line.skip(name.size() + 1);
     return true;
 }
 
-// Whether the line is one of an entry, by its first letter alone where that tells. The line moves on to the
+// Whether the line belongs to an entry; the first letter alone rules out most lines. Moves the line on to the
 // value.
 bool acceptEntry(HeaderScan& scan, Cursor& line, const EmlMetaDataEntry& entry) {
     const uint8_t letter = eml::toLower(line.peek());
@@ -50,7 +50,7 @@ bool acceptEntry(HeaderScan& scan, Cursor& line, const EmlMetaDataEntry& entry) 
     return accepted;
 }
 
-// The first entry that the line feeds, or NULL.
+// The first entry that the line belongs to, or NULL.
 EmlMetaDataEntry* matchEntry(HeaderScan& scan, Cursor& line) {
     for (int32_t i = 0; i < scan.list.count; ++i) {
         EmlMetaDataEntry* const entry = eml::metadataEntry(scan.list, i);
@@ -66,8 +66,8 @@ EmlResult appendValueText(EmlContainerContext& context, Cursor text) {
     return emlDecodeMetaText(context, begin, static_cast<uint32_t>(text.pos - begin));
 }
 
-// Gathers a value from the line in the buffer, behind its field name, and the lines that continue it. `read`
-// is what the line was; afterwards it is the next line, which stands in the buffer.
+// Collects a value from the rest of the line in the buffer and from its continuation lines. `read` is the
+// kind of that line and becomes the kind of the line that is in the buffer afterwards.
 EmlResult gatherValue(EmlContainerContext& context, Cursor line, int32_t& read) {
     constexpr uint8_t kBlank = ' ';
     context.decoded.length = 0;
@@ -89,7 +89,7 @@ EmlResult gatherValue(EmlContainerContext& context, Cursor line, int32_t& read) 
     return result;
 }
 
-// A field whose value is empty leaves its entry alone.
+// A field with an empty value leaves its entry unchanged.
 EmlResult storeGathered(HeaderScan& scan, EmlMetaDataEntry& entry) {
     const eml::GrowingBuffer& gathered = scan.context.decoded;
     if (gathered.length == 0) return EML_OK;

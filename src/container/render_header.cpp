@@ -1,4 +1,4 @@
-#include "container/header_rows.h"
+#include "container/render_header.h"
 
 #include "container/metadata.h"
 #include "host/metadata_records.h"

@@ -25,7 +25,7 @@ using Parts = std::vector<std::string>;
 
 struct ScanCase {
     const char* rule;
-    std::string rest;  // behind the header of a multipart/mixed message with the boundary "b"
+    std::string rest;  // after the header of a multipart/mixed message with the boundary "b"
     Parts parts;
 };
 
@@ -43,11 +43,11 @@ const ScanCase kScanCases[] = {
     {"KEPT: the boundary is a prefix, what follows is the part",
      "--b\r\n\r\none\r\n--bxy\r\n\r\ntwo\r\n--b--",
      {"\r\none", "xy\r\n\r\ntwo"}},
-    {"blanks, tabs and quotes behind a delimiter", "--b \t\"\"\r\nH\r\n\r\none\r\n--b--", {"H\r\n\r\none"}},
+    {"blanks, tabs and quotes after a delimiter", "--b \t\"\"\r\nH\r\n\r\none\r\n--b--", {"H\r\n\r\none"}},
     {"a lone LF ends a delimiter line", "--b\nH\n\none\n--b--", {"H\n\none"}},
     {"a lone CR ends a delimiter line", "--b\rH\r\rone\r--b--", {"H\r\rone\r"}},
     {"one CR and one LF at most", "--b\r\r\none\r\n--b\n\ntwo\r\n--b--", {"\r\none", "\ntwo"}},
-    {"text behind a delimiter begins the part", "--bH\r\n\r\none\r\n--b--", {"H\r\n\r\none"}},
+    {"text after a delimiter begins the part", "--bH\r\n\r\none\r\n--b--", {"H\r\n\r\none"}},
     {"two delimiters in a row: an empty part", "--b\r\n--b\r\n\r\none\r\n--b--", {"", "\r\none"}},
     {"one dash is no closing delimiter", "--b-\r\n\r\none\r\n--b--", {"-\r\n\r\none"}},
     {"a closing delimiter in the middle of a line",
@@ -128,7 +128,7 @@ TEST(Scan, DelimiterThatEndsBlockAndFile) {
     for (const char* lineEnd : {"\r", "\r\n", "\n", ""}) {
         const std::string first = "--b\r\n\r\n";
         const std::string last = std::string("\r\n--b") + lineEnd;
-        // The first block begins behind the header.
+        // The first block begins after the header.
         for (size_t size = kBlockSize - 1; size <= kBlockSize + 1; ++size) {
             const std::string text(size - first.size() - last.size(), 'x');
             EXPECT_EQ(partsOf(header + first + text + last), (Parts{"\r\n" + text, ""})) << size;
@@ -156,7 +156,7 @@ TEST(Scan, BoundaryThatNeverOccursLeavesOneSectionOfThatClass) {
 }
 
 // KEPT: the end of the range is tested where a block begins; a block that begins inside is searched to its
-// end. The inner part here has no inner delimiter before the outer one ends it, but one behind it.
+// end. The inner part here has no inner delimiter before the outer one ends it, but one after it.
 TEST(Scan, RangeEndIsTestedOnlyWhereABlockBegins) {
     const std::string message = multipart("mixed",
                                           "--b\nContent-Type: multipart/alternative; boundary=n\n\n"
@@ -194,7 +194,7 @@ std::string fillerOf(size_t length, const std::string& lineEnd) {
 
 const std::string kHead = "Content-Type: multipart/mixed; boundary=bound\r\n\r\n";
 
-// Moves a delimiter line over the border, byte by byte, behind filler with each kind of line end.
+// Moves a delimiter line over the border, byte by byte, after filler with each kind of line end.
 TEST(Scan, DelimiterLineAtEveryPlaceAcrossABlockBorder) {
     for (const std::string fillerEnd : {"\r\n", "\n", "\r"}) {
         for (const std::string lineEnd : {"\r\n", "\n", "\r", " \t\"\r\n"}) {
@@ -249,8 +249,8 @@ TEST(Scan, DelimiterBehindALineThatFillsTheBlock) {
     }
 }
 
-// KEPT: a full block is cut behind its last line end, and that line end is read again with the next block:
-// one byte less of the line behind it is seen at once.
+// KEPT: a full block is cut after its last line end, and that line end is read again with the next block:
+// one byte less of the line after it is seen at once.
 TEST(Scan, LastLineEndOfABlockIsReadAgain) {
     for (int64_t shift = 5; shift <= 9; ++shift) {
         const std::string message = kHead + fillerOf(kBlock, "\n") +
@@ -274,7 +274,7 @@ TEST(Scan, RunsOfZeroBytesAroundABlockBorder) {
     }
 }
 
-// A delimiter that a zero byte stands in is none; one right behind a zero is one.
+// A delimiter that a zero byte stands in is none; one right after a zero is one.
 TEST(Scan, ZeroByteEndsTheSearchOfABlock) {
     using namespace std::string_literals;
     const std::string message = kHead + "--bo\0und\r\n\0--bound\r\n\r\none\0--bound--\r\n"s;

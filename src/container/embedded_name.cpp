@@ -1,4 +1,4 @@
-#include "container/embedded_names.h"
+#include "container/embedded_name.h"
 
 #include <cstring>
 
@@ -17,8 +17,8 @@ constexpr size_t kStemLength = 8;
 
 using EmbeddedName = FixedText<kEmbeddedNameSize>;
 
-// Up to eight characters of the subject that every file system takes. A blank at the front gives way to what
-// follows.
+// Up to eight characters of the subject that are valid in any file system. A leading blank is replaced by the
+// character after it.
 EmbeddedName stemOfSubject(Cursor subject) {
     char stem[kStemLength];
     size_t length = 0;
@@ -55,9 +55,8 @@ EmlResult tabulateAttachments(EmlContainerContext& context) {
     const auto count = static_cast<uint32_t>(context.attachmentCount);
     context.attachments = allocateRecords<EmlSection*>(allocatorOf(context), count);
     if (context.attachments == nullptr) return EML_NO_MEMORY;
-    uint32_t index = 0;
     for (const EmlSectionNode* node = context.sections; node != nullptr; node = node->next) {
-        if (node->section->isAttachment != 0) context.attachments[index++] = node->section;
+        if (node->section->isAttachment != 0) context.attachments[context.tabulatedCount++] = node->section;
     }
     return EML_OK;
 }

@@ -32,7 +32,7 @@ TEST(EmbeddedMessage, IsNamedAfterItsSubject) {
         {"a folded line is not read on", "Subject: ab\n cd\n", "ab.eml"},
         {"a continuation line is no subject", " Subject: no\nSubject: yes\n", "yes.eml"},
         {"blanks inside are kept", "Subject: a b c d e f\n", "a b c d .eml"},
-        {"the subject behind the empty line is text", "From: y\n\nSubject: no\n", "zt0.eml"},
+        {"the subject after the empty line is text", "From: y\n\nSubject: no\n", "zt0.eml"},
         {"a zero byte ends it", "Subject: ab\0cd\n"s, "ab.eml"},
         {"encoded words stay", "Subject: =?utf-8?Q?x?=\n", "=utf-8Qx.eml"},
         {"an empty subject", "Subject:\n", "zt0.eml"},

@@ -15,10 +15,10 @@ namespace reference {
 // The value of a parameter that has to begin with "boundary="; without the two dashes.
 [[nodiscard]] std::optional<std::string> boundary(std::string_view text);
 
-// The value behind "name=" or "filename=".
+// The value after "name=" or "filename=".
 [[nodiscard]] std::optional<std::string> quotedValue(std::string_view text);
 
-// What is left of a line behind the token that it begins with and the separators behind that.
+// What is left of a line after the token that it begins with and the separators after that.
 [[nodiscard]] std::string_view firstParameter(std::string_view text);
 
 // The name of an embedded message whose "Subject:" line goes on with `subject`.

@@ -14,7 +14,7 @@ enum : size_t { kFrom, kDate, kTo, kCc, kBcc, kSubject, kPriority };
 
 struct Row {
     const char* rule;
-    std::string header;  // with LF, and without the empty line behind it
+    std::string header;  // with LF, and without the empty line after it
     size_t index;
     std::string value;
 };
@@ -36,7 +36,7 @@ const Row kRows[] = {
     {"folded: joined by one blank", "Subject: a\n b\n", kSubject, "a b"},
     {"blanks of the continuation are skipped", "Subject: a\n \t  b\n\tc\n", kSubject, "a b c"},
     {"KEPT: a value folded at once begins with a blank", "Subject:\n a\n", kSubject, " a"},
-    {"KEPT: also behind blanks", "Subject:   \n\ta\n", kSubject, " a"},
+    {"KEPT: also after blanks", "Subject:   \n\ta\n", kSubject, " a"},
     {"a continuation of blanks alone gives a blank", "Subject: a\n  \n b\n", kSubject, "a  b"},
     {"a value of blank continuations is no empty one", "Subject:\n \n", kSubject, " "},
     {"a continuation of another field is not taken", "X: 1\n Subject: x\nSubject: y\n", kSubject, "y"},
@@ -47,7 +47,7 @@ const Row kRows[] = {
     {"each line by itself: the encoding does not carry over", "Subject: =?x?Q?a?=\n =?x?Z?_?=\n", kSubject,
      "a _"},
     {"a value ends at a zero byte", "Subject: a\0b\n"s, kSubject, "a"},
-    {"and goes on behind the fold", "Subject: a\0b\n c\n"s, kSubject, "a c"},
+    {"and goes on after the fold", "Subject: a\0b\n c\n"s, kSubject, "a c"},
     {"a lone CR ends a line", "Subject: a\rFrom: b\n", kFrom, "b"},
     {"a field named From in mbox style is none", "From a@b Tue\n", kFrom, kNoValue},
     {"8-bit bytes stay", "Subject: Caf\xE9 \xFF\n", kSubject, "Caf\xE9 \xFF"},
@@ -161,7 +161,7 @@ TEST(HeaderScan, AContinuationMayBeLong) {
     EXPECT_EQ(defaultValues("Subject: a\n\t" + tail + "\nTo: b\n\n").at(kTo), "b");
 }
 
-// KEPT: a CR that is a block's last byte ends the line by itself; the LF behind it reads as an empty line,
+// KEPT: a CR that is a block's last byte ends the line by itself; the LF after it reads as an empty line,
 // and the header ends there.
 TEST(HeaderScan, ACrAtTheEndOfABlockEndsTheHeader) {
     const std::string message = "Subject: " + std::string(4095 - 9, 'x') + "\r\nTo: b\r\n\r\n";
@@ -207,8 +207,7 @@ TEST(HeaderScan, AWorkBufferThatCannotGrowEndsTheOpen) {
     } rows[] = {
         {"the next piece of a long line", std::string(6000, 'a')},
         {"a continuation", std::string(4000, 'a') + "\n " + std::string(200, 'b')},
-        {"the blank in front of a continuation",
-         std::string(2000, 'a') + "\n " + std::string(2095, 'b') + "\n c"},
+        {"the blank before a continuation", std::string(2000, 'a') + "\n " + std::string(2095, 'b') + "\n c"},
     };
     for (const auto& row : rows) {
         for (const bool fails : {false, true}) {

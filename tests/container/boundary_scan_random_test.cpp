@@ -95,7 +95,9 @@ TEST(RandomScan, RawAttachmentsAreTheBytesOfTheirBody) {
         OpenedMessage opened(host);
         for (int32_t k = 1; k <= opened.context()->attachmentCount; ++k) {
             const EmlSection& section = *opened.context()->attachments[k - 1];
-            if (section.encoding == EML_ENC_BASE64 || section.encoding == EML_ENC_QP) continue;
+            if (section.encoding == TransferEncoding::kBase64 ||
+                section.encoding == TransferEncoding::kQuotedPrintable)
+                continue;
             const std::string expected =
                 message.substr(static_cast<size_t>(section.bodyStart),
                                static_cast<size_t>(section.bodyEnd - section.bodyStart));

@@ -1,4 +1,4 @@
-#include "reference/header_values.h"
+#include "reference/parameters.h"
 
 namespace reference {
 namespace {

@@ -96,7 +96,7 @@ const PartCase kPartCases[] = {
 
 void expectPart(const EmlSection& section, const PartCase& row) {
     EXPECT_EQ(section.contentClass, row.contentClass);
-    EXPECT_EQ(section.encoding, row.encoding);
+    EXPECT_EQ(static_cast<uint32_t>(section.encoding), row.encoding);
     EXPECT_EQ(section.charset, row.charset);
     EXPECT_EQ(textOf(section.boundary), textOf(row.boundary));
     EXPECT_EQ(textOf(section.fileName), textOf(row.fileName));

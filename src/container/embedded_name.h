@@ -1,4 +1,4 @@
-// Attachments by number, and names for embedded messages that have none.
+// Counts the attachments, and names embedded messages that have no name.
 #pragma once
 
 #include "bytes/cursor.h"
@@ -8,8 +8,8 @@ namespace eml {
 
 inline constexpr size_t kEmbeddedNameSize = 100;
 
-// The name made from the value of a "Subject:" line (the text behind the colon), or "zt%d" with `number` when
-// nothing of it can be used; ".eml" appended, zero-terminated.
+// The name made from the value of a "Subject:" line (the text after the colon), or "zt%d" with `number` when
+// none of it can be used; ".eml" appended, zero-terminated.
 void makeEmbeddedName(Cursor subject, int32_t number, char (&name)[kEmbeddedNameSize]);
 
 // Counts the attachments of `sections`, names the embedded messages, and builds the table of attachments.

@@ -1,4 +1,4 @@
-#include "container/embedded_names.h"
+#include "container/embedded_name.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "reference/bytes.h"
-#include "reference/header_values.h"
+#include "reference/parameters.h"
 #include "support/opened_message.h"
 
 namespace {
@@ -35,7 +35,7 @@ const Row kRows[] = {
     {"at most eight characters", " Quarterly report", "Quarterl.eml"},
     {"exactly eight characters", " 12345678", "12345678.eml"},
     {"fewer characters", " abc", "abc.eml"},
-    {"Re: is skipped, and the blank behind it does not count", " Re: Quarterly report", "Quarterl.eml"},
+    {"Re: is skipped, and the blank after it does not count", " Re: Quarterly report", "Quarterl.eml"},
     {"re: in any case", "rE:abc", "abc.eml"},
     {"Fw: is skipped", " Fw: abc", "abc.eml"},
     {"fw: in any case", "\tFW:abc", "abc.eml"},
@@ -68,8 +68,8 @@ const Row kRows[] = {
      "b.eml"},
     {"dots, blanks and other punctuation stay", " a.b c,d;", "a.b c,d;.eml"},
     {"many blanks at the front do not count", " Re:      abc", "abc.eml"},
-    {"a blank in front of dropped characters does not count", " Re: ?\" abc", "abc.eml"},
-    {"blanks inside and behind stay", " a b  c  ", "a b  c  .eml"},
+    {"a blank before dropped characters does not count", " Re: ?\" abc", "abc.eml"},
+    {"blanks inside and after stay", " a b  c  ", "a b  c  .eml"},
     {"the ninth character is a blank", " 12345678 ", "12345678.eml"},
     {"a single blank stays when nothing follows it", " Re: ", " .eml"},
     {"CR ends the subject", " abc\r\ndef", "abc.eml"},
@@ -139,7 +139,7 @@ TEST(EmbeddedName, EveryShortSubjectAgreesWithTheReference) {
     }
 }
 
-// A message with two named attachments in front of one embedded message, whose header lines are `header`.
+// A message with two named attachments before one embedded message, whose header lines are `header`.
 std::string withEmbedded(const std::string& header) {
     return "Content-Type: multipart/mixed; boundary=b\r\n\r\n"
            "--b\r\nContent-Type: text/plain; name=a.txt\r\n\r\na\r\n"
@@ -175,7 +175,7 @@ TEST(EmbeddedNames, ComeFromTheSubjectOfTheEmbeddedMessage) {
         {"its continuation does not belong to it", "Subject:\r\n abc\r\n\r\n", "zt2.eml"},
         {"a continuation line is no subject", "X: y\r\n Subject: abc\r\n\tSubject: def\r\n\r\n", "zt2.eml"},
         {"the third attachment is number two", "From: x@example.org\r\n\r\ntext\r\n", "zt2.eml"},
-        {"a subject behind the empty line does not count", "From: x\r\n\r\nSubject: abc\r\n", "zt2.eml"},
+        {"a subject after the empty line does not count", "From: x\r\n\r\nSubject: abc\r\n", "zt2.eml"},
         {"no header at all", "\r\nSubject: abc\r\n", "zt2.eml"},
         {"nothing at all", "", "zt2.eml"},
         {"a header without an empty line", "Subject: abc", "abc.eml"},

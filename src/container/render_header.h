@@ -3,6 +3,7 @@
 
 #include "bytes/cursor.h"
 #include "container/container_context.h"
+#include "container/row_writer.h"
 
 namespace eml {
 
@@ -23,8 +24,8 @@ inline constexpr std::string_view kAttachmentsLabel = "Attachments: ";
 inline constexpr std::string_view kRichSeparator = "; F";
 inline constexpr std::string_view kTextSeparator = "; ";
 
-// The value of a row; empty when the row is not written. Zero bytes at its end are cut off for good, in the
-// list itself.
+// The value of a row; empty when the row is not written. Trailing zero bytes are removed from the list
+// itself, for good.
 [[nodiscard]] Cursor headerRowValue(EmlContainerContext& context, const HeaderRow& row);
 
 // Calls write(row, value) for every row that is written, in order.
@@ -45,6 +46,24 @@ void forEachAttachmentName(const EmlContainerContext& context, Write write) {
         if (section.isAttachment != 0 && section.fileName != nullptr)
             write(std::string_view(section.fileName));
     }
+}
+
+// The attachments of the HTML and RTF forms: writeLabel(writer, label) before the first name, the separator
+// before each other. False when there is no name.
+template <class WriteLabel, class WriteName>
+bool writeRichAttachmentNames(const EmlContainerContext& context, RowWriter& writer, WriteLabel writeLabel,
+                              WriteName writeName) {
+    bool any = false;
+    forEachAttachmentName(context, [&](std::string_view name) {
+        if (any) {
+            writer.append(kRichSeparator);
+        } else {
+            writeLabel(writer, kAttachmentsLabel);
+        }
+        any = true;
+        writeName(name);
+    });
+    return any;
 }
 
 }  // namespace eml

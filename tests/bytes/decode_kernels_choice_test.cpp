@@ -1,5 +1,5 @@
-// Which kernels the readers take. tests/CMakeLists.txt runs this again with GLIBC_TUNABLES=glibc.cpu.hwcaps=-AVX2 and
-// the like, which make the C library hide what the processor has.
+// Which kernels the readers take. tests/CMakeLists.txt runs this again with
+// GLIBC_TUNABLES=glibc.cpu.hwcaps=-AVX2 and the like, which make the C library hide what the processor has.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
