@@ -62,6 +62,22 @@ TEST(FilterSubFile, IsNumberedWithAndWithoutTheRootFolder) {
     }
 }
 
+// KEPT: a host may widen a name in place, to four bytes for each character.
+TEST(FilterSubFile, NameBlockHasFourBytesForEachCharacterAndEightMore) {
+    for (const uint32_t flags : {0U, kRoot, kFolder, kRoot | kFolder}) {
+        OpenFilter filter(twoAttachments(), flags);
+        const int32_t count = emlGetFileNumber(filter.context()) + (flags & kRoot ? 2 : 1);
+        for (int32_t number = 0; number < count; ++number) {
+            SCOPED_TRACE(std::to_string(flags) + ", " + std::to_string(number));
+            EmlSubFileInfo info{};
+            ASSERT_EQ(emlGetSubFileInfoEx(filter.context(), number, &info, &filter.host().record()), EML_OK);
+            EXPECT_EQ(filter.host().recordHeap().roomAt(info.name), 4 * std::strlen(info.name) + 8);
+            filter.host().recordHeap().give(info.name);
+            if (info.children != nullptr) filter.host().recordHeap().give(info.children);
+        }
+    }
+}
+
 TEST(FilterSubFile, SizeIsThatOfWhatStandsInTheMessage) {
     for (const uint32_t flags : {0U, kRoot}) {
         OpenFilter filter(twoAttachments(), flags);
