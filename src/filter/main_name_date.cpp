@@ -33,15 +33,18 @@ struct NameAndDate {
     bool dateDone;
 };
 
-// KEPT: four characters are skipped for the weekday and its comma, and the zone is ignored.
+// KEPT: four characters are skipped for the weekday and its comma, and the zone is ignored. The day is read as
+// a number, but its digits are skipped where the blanks ended: a sign or a line end before it leaves no date.
 std::optional<time_t> dateOf(Cursor value) {
     value.skipBlanks();
     value.skip(kWeekdayLength);
     value.skipBlanks();
     MailDate date{};
-    const std::optional<int32_t> day = readNumber(value);
+    Cursor number = value;
+    const std::optional<int32_t> day = readNumber(number);
     if (!day) return std::nullopt;
     date.day = *day;
+    skipDigits(value);
     value.skipBlanks();
     date.month = monthAt(value);
     value.skip(3);

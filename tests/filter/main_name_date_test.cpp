@@ -175,6 +175,15 @@ TEST(FilterDate, IsReadFromBehindFourCharacters) {
         {" Tue,", std::nullopt},
         {" T", std::nullopt},
         {"", std::nullopt},
+        // The digits are looked for where the blanks ended, and the number is read from behind a line end.
+        {" Tue, +5 Mar 2024 14:07:09", std::nullopt},
+        {" Tue, -5 Mar 2024 14:07:09", std::nullopt},
+        {" Tue,\r\n 5 Mar 2024 14:07:09", std::nullopt},
+        {" Tue, \n5 Mar 2024 14:07:09", std::nullopt},
+        {" Tue, \v5 Mar 2024 14:07:09", std::nullopt},
+        {" Tue, 5\t Mar 2024 14:07:09", kMarch},
+        {" Tue, 5Mar 2024 14:07:09", kMarch},
+        {" Tue, 00000000005 Mar 2024 14:07:09", kMarch},
         {" Tue, 99999999999 Mar 2024 14:07:09", std::nullopt},
     };
     for (const Row& row : kRows) {
