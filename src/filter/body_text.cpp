@@ -74,6 +74,8 @@ const uint8_t* findRunEnd(const EmlFilterContext& context, bool fieldMode) {
     return context.kernels->findTextRunEnd(context.readPos, context.readPos + length);
 }
 
+// Whether the output is full is looked at in front of each byte: the byte that ends a run is treated in the
+// step that writes the run, unless that was cut.
 Step convertRuns(EmlFilterContext& context, bool fieldMode) {
     while (context.readPos < context.inputEnd) {
         if (!fieldMode && eml::isFull(context)) return Step::kFull;
@@ -85,7 +87,6 @@ Step convertRuns(EmlFilterContext& context, bool fieldMode) {
         }
         if (Step step = flushRun(context, fieldMode, end); step != Step::kOn) return step;
         if (end == context.inputEnd) return Step::kOn;
-        if (!fieldMode && eml::isFull(context)) return Step::kFull;
         if (Step step = treatRunEnd(context, fieldMode); step != Step::kOn) return step;
     }
     return Step::kOn;

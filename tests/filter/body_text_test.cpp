@@ -231,6 +231,40 @@ TEST(PlainText, RunBeforeALineEndIsCutToo) {
     EXPECT_EQ(body.context->bufferFull, 0U);
 }
 
+// Whether the output is full is looked at in front of each byte, not between a run and the byte that ends it:
+// a run that is not cut takes that byte along. A run that is cut ends the call.
+TEST(PlainText, RunThatFillsTheOutputTakesTheByteBehindItAlong) {
+    const std::string run(60, 'x');
+    struct Row {
+        std::string bytes;
+        size_t capacity;
+        std::string records;
+        ptrdiff_t left;
+    };
+    const Row rows[] = {
+        {run + "\nyy", 1000, textRecord(run) + lineBreakRecord(), 2},
+        {run + "\r\nyy", 1000, textRecord(run) + lineBreakRecord(), 2},
+        {run + "\tyy", 1000, textRecord(run) + tabRecord(), 2},
+        {run + "\0yy"s, 1000, textRecord(run), 2},
+        {run + "\n\nyy", 1000, textRecord(run) + lineBreakRecord(), 3},
+        {run + "x\nyy", 1000, textRecord(run), 4},
+        {run + "\n", 1000, textRecord(run) + lineBreakRecord(), 0},
+        // A record for which there is no room is left to the next call.
+        {run + "\nyy", 73, textRecord(run), 3},
+        {run + "\nyy", 74, textRecord(run) + lineBreakRecord(), 2},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(escaped(row.bytes) + " at " + std::to_string(row.capacity));
+        Body body(row.bytes);
+        std::vector<uint8_t> buffer;
+        body.open(buffer, row.capacity, 60);
+        EXPECT_EQ(processEMLplainbody(*body.context, false), 1U);
+        EXPECT_EQ(escaped(body.written()), escaped(row.records));
+        EXPECT_EQ(body.context->inputEnd - body.context->readPos, row.left);
+        EXPECT_EQ(body.context->bufferFull, row.left != 0 ? 1U : 0U);
+    }
+}
+
 // KEPT rule: what a cut leaves as a single last byte is dropped by the next call.
 TEST(PlainText, SingleByteThatACutLeavesIsDropped) {
     Body body(std::string(61, 'x'));
