@@ -55,15 +55,19 @@ struct EncodedWord {
     Cursor text;
 };
 
-// Reads an encoded word from behind its "=?", on one line, and moves behind it. False when it lacks the "?"
-// behind its charset: nothing more of the line is shown then.
-bool readWord(Cursor& line, EncodedWord& word) {
+uint32_t charsetOfWord(const uint8_t* name, const uint8_t* end) {
+    if (name == end) return EML_CHARSET_WESTERN;  // the line may end here, with no byte to look at
+    const auto length = std::min(static_cast<size_t>(end - name), kCharsetNameLength);
+    const uint32_t charset = mapEMLcharset(name, static_cast<uint32_t>(length));
+    return charset != EML_CHARSET_UNKNOWN ? charset : EML_CHARSET_WESTERN;
+}
+
+// Reads an encoded word from after its "=?", on one line, and moves to its end. A word that lacks the "?" after
+// its charset takes the rest of the line and has no text.
+void readWord(Cursor& line, EncodedWord& word) {
     const uint8_t* const name = line.pos;
     skipTo(line, "?");
-    if (line.atEnd()) return false;
-    const auto length = std::min(static_cast<size_t>(line.pos - name), kCharsetNameLength);
-    word.charset = mapEMLcharset(name, static_cast<uint32_t>(length));
-    if (word.charset == EML_CHARSET_UNKNOWN) word.charset = EML_CHARSET_WESTERN;
+    word.charset = charsetOfWord(name, line.pos);
     line.skip(1);
     word.letter = toLower(line.peek());
     line.skip(1);
@@ -72,7 +76,6 @@ bool readWord(Cursor& line, EncodedWord& word) {
     skipTo(line, "?=");
     word.text.end = line.pos;
     line.skip(2);
-    return true;
 }
 
 // Decodes a word as a body that stands in the input buffer.
@@ -120,7 +123,7 @@ EmlResult outputLine(FieldOutput& output, Cursor line) {
         if (EmlResult result = emit(output, literal, line.pos); result != EML_OK) return result;
         line.skip(2);
         EncodedWord word{};
-        if (!readWord(line, word)) return EML_OK;
+        readWord(line, word);
         if (EmlResult result = outputWord(output, word); result != EML_OK) return result;
         skipBlanksBeforeWord(line);
     }
