@@ -75,14 +75,13 @@ void closeFilter(EmlFilterContext* context) {
     context->decodeBuffer.release(allocator);
     context->fieldBuffer.release(allocator);
     releaseStaging(*context);
-    if (EmlIOobj* const io = context->io) {
-        closeInput(*io);
-        if (context->ownsIo != 0) {
-            closeInput(*io);  // KEPT: an object that the library opened itself is closed twice
-            if (io->release != nullptr) io->release(io);
-        }
-    }
+    EmlIOobj* const io = context->io;
+    if (io != nullptr) closeInput(*io);
     freeBlock(allocator, context->extractBuffer);
+    if (io != nullptr && context->ownsIo != 0) {
+        closeInput(*io);  // KEPT: an object that the library opened itself is closed twice
+        if (io->release != nullptr) io->release(io);
+    }
     freeBlock(allocator, context->boundary);
     freeBlock(allocator, context);
 }
