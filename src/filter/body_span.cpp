@@ -105,7 +105,7 @@ EmlResult getBody(EmlFilterContext& context, eml::BodySpan& span) {
     context.transferEncoding = eml::kEncodingNone;
     eml::resetReader(context);
     if (!eml::seekFile(*context.io, part.start)) return EML_OBJECT_FAILED;
-    // A nested level's boundary serves this search alone: the next one begins as this one does.
+    // KEPT: a nested level's boundary serves this search alone. The one before it is put back afterwards.
     eml::SavedBoundary savedBoundary{};
     if (EmlResult result = eml::saveBoundary(context, savedBoundary); result != EML_OK) return result;
     char savedType[eml::kTypeSize];

@@ -205,8 +205,9 @@ uint32_t offsetOf(const HeaderBlock& block) {
     return static_cast<uint32_t>(block.context.messageOffset + inBuffer);
 }
 
-// Reads lines up to the empty one and behind it, or to the end of the buffer. In a part whose three fields
-// have all been seen the other lines are passed unread.
+// Reads lines up to the empty one and past it, or to the end of the buffer. KEPT: a line that begins with CR or
+// LF is an empty one, whatever the line ends of the message are. In a part whose three fields have all been seen
+// the other lines are passed unread, up to one that begins as the message's line ends do.
 EmlResult readLines(HeaderBlock& block) {
     EmlFilterContext& context = block.context;
     do {

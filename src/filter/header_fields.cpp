@@ -123,6 +123,7 @@ EmlResult collectField(HeaderPass& pass) {
     return EML_OK;
 }
 
+// KEPT: a metadata request is served from Content-* lines too, which the stream never shows.
 EmlResult treatLine(HeaderPass& pass) {
     const bool learnt = learnField(pass.context, pass.text);
     if (pass.metadataMode) return collectField(pass);

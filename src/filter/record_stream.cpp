@@ -158,6 +158,7 @@ Written writeCharset(EmlFilterContext& context, uint32_t charset) {
     return writeWords(context, kTagCharset, std::array<uint32_t, 1>{charset});
 }
 
+// KEPT: the charset of the prologue is the one that the open scan found, also after a fill has met another.
 Written writePrologue(EmlFilterContext& context) {
     Written written = writeWords(context, kTagOpening, std::array<uint32_t, 2>{0, 12});
     if (written == Written::kYes) written = writePage(context);

@@ -19,6 +19,8 @@ EmlResult makeDefaultEntries(EmlMetaData& list, EmlAllocator& allocator) {
     return result;
 }
 
+// KEPT: a request of another kind ends the call. Its slot and those after it stay NULL, and the list keeps its
+// full count.
 EmlResult makeRequestedEntries(EmlMetaData& list, EmlAllocator& allocator, int32_t count,
                                EmlMetaDataRequest* const* requests) {
     EmlResult result = makeMetadataList(list, allocator, count);

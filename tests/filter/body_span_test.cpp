@@ -135,6 +135,23 @@ TEST(FilterBody, LeavesTheContentTypeAsItWas) {
     EXPECT_STREQ(filter.opened().contentType, "image/x");
 }
 
+// KEPT: the boundary of a nested level serves one search.
+TEST(FilterBody, BoundaryIsPutBackAfterTheSearch) {
+    OpenFilter filter(crlf(std::string(kMixed) +
+                           "--b\nContent-Type: multipart/alternative; boundary=longer-one\n\n--longer-one\n"
+                           "Content-Type: text/html\n\ntext\n--longer-one--\n" +
+                           kAttachment));
+    ASSERT_STREQ(filter.opened().boundary, "--b");
+    BodySpan first{};
+    ASSERT_EQ(getBody(filter.opened(), first), EML_OK);
+    EXPECT_STREQ(filter.opened().boundary, "--b");
+    EXPECT_EQ(filter.opened().boundaryLength, 3);
+    BodySpan second{};
+    ASSERT_EQ(getBody(filter.opened(), second), EML_OK);
+    EXPECT_EQ(second.start, first.start);
+    EXPECT_EQ(second.end, first.end);
+}
+
 // The end of the span never comes before its start.
 TEST(FilterBody, StartBehindTheEndMakesItEmpty) {
     const std::string message = crlf(

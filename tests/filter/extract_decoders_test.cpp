@@ -357,6 +357,34 @@ TEST(FilterExtractToTarget, OpensClosesAndReleasesTheObject) {
     }
 }
 
+// Its entries are looked at when they are needed: the output is open and rewound when `write` turns out to be
+// missing, and written when `close` does. Without `open`, or an attachment with content, it is not touched.
+TEST(FilterExtract, EntriesOfTheOutputAreLookedAtOneByOne) {
+    struct OutputRow {
+        const char* what;
+        uint32_t index;
+        void (*spoil)(EmlIOobj& object);
+        EmlResult result;
+        const char* calls;
+    };
+    const OutputRow rows[] = {
+        {"nothing", 0, [](EmlIOobj&) {}, EML_OK, "open seek write close "},
+        {"no open", 0, [](EmlIOobj& object) { object.open = nullptr; }, EML_OBJECT_FAILED, ""},
+        {"no seek", 0, [](EmlIOobj& object) { object.seek = nullptr; }, EML_OBJECT_FAILED, "open "},
+        {"no write", 0, [](EmlIOobj& object) { object.write = nullptr; }, EML_OBJECT_FAILED, "open seek "},
+        {"no close", 0, [](EmlIOobj& object) { object.close = nullptr; }, EML_OBJECT_FAILED,
+         "open seek write "},
+        {"no such attachment", 1, [](EmlIOobj&) {}, EML_OBJECT_FAILED, ""},
+    };
+    for (const OutputRow& row : rows) {
+        OpenFilter filter(withAttachment("image/x", "base64", "QUJD"));
+        Target target;
+        row.spoil(target.object);
+        EXPECT_EQ(emlExtractAttachment(filter.context(), row.index, &target.object), row.result) << row.what;
+        EXPECT_EQ(target.calls, row.calls) << row.what;
+    }
+}
+
 TEST(FilterExtractToTarget, FailsWithTheStatedCodes) {
     OpenFilter filter(withAttachment("image/x", "base64", "QUJD"));
     EXPECT_EQ(emlExtractSubFileToIOobj(filter.context(), 0, nullptr), EML_NO_OUTPUT);

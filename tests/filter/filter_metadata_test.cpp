@@ -196,6 +196,39 @@ TEST(FilterMetadata, LeavesNothingBehindAndStartsTheStreamAnew) {
     EXPECT_EQ(buffer.substr(0, size), stream);
 }
 
+// A fill that stopped in the middle of a decoded body leaves its text to the next fill, not to the words of a
+// header.
+TEST(FilterMetadata, InTheMiddleOfAnEncodedBodyHasDecodedValues) {
+    const std::string base64 = "d29yZHMgb2YgYSBib2R5LCB3b3JkcyBvZiBhIGJvZHksIHdvcmRzIG9mIGEgYm9keQ==";
+    for (const std::string encoding : {"base64", "quoted-printable"}) {
+        const std::string body = encoding == "base64" ? base64 : std::string(60, 'x');
+        const std::string text = "From: =?us-ascii?B?Zm91cg==?=\r\nSubject: =?koi8-r?Q?two_words?=\r\n" +
+                                 ("Content-Transfer-Encoding: " + encoding) + "\r\n\r\n" + body + "\r\n";
+        OpenFilter filter(text);
+        std::string buffer(256, '\0');
+        uint32_t size = 0;
+        uint32_t progress = 0;
+        for (int calls = 0; calls < 20 && filter.opened().inBody == 0; ++calls) {
+            // The header is over when the body begins; a small rest of the buffer is then full at once.
+            const uint32_t capacity = filter.opened().prologuePending != 0 ? 256 : 40;
+            ASSERT_EQ(emlFillBuffer(filter.context(), buffer.data(), &size, &progress, capacity), EML_OK);
+        }
+        ASSERT_EQ(filter.opened().bufferFull, 1U) << encoding;
+        ASSERT_LT(progress, 100U) << encoding;
+        const FilterMetadata metadata = filter.metadata();
+        EXPECT_EQ(metadata.result, EML_OK) << encoding;
+        EXPECT_EQ(metadata.of("Subject"), "two words") << encoding;
+        EXPECT_EQ(metadata.of("From"), "four") << encoding;
+    }
+}
+
+// Lines that say what the body is are served like any other.
+TEST(FilterMetadata, FieldsOfTheContentCanBeAskedFor) {
+    OpenFilter filter(crlf("Content-Type: text/plain; charset=koi8-r\nContent-Transfer-Encoding: 8bit\n\n"));
+    EXPECT_EQ(filter.metadata({"Content-Type"}).of("Content-Type"), "text/plain; charset=koi8-r");
+    EXPECT_EQ(filter.metadata({"Content-Transfer-Encoding"}).of("Content-Transfer-Encoding"), "8bit");
+}
+
 TEST(FilterMetadata, FailsWithTheStatedCodes) {
     struct Row {
         Entry entry;
