@@ -61,6 +61,7 @@ TEST(FillArguments, SizeIsSetOnEveryPath) {
     StreamHost host(kMessage);
     StreamHost root(kMessage, EML_OPEN_ROOT_FOLDER);
     StreamHost encrypted("Content-Type: application/pkcs7-mime\r\n\r\nMIIB\r\n");
+    StreamHost both("Content-Type: application/pkcs7-mime\r\n\r\nMIIB\r\n", EML_OPEN_ROOT_FOLDER);
     struct {
         const char* path;
         EmlFilterContext* context;
@@ -73,6 +74,10 @@ TEST(FillArguments, SizeIsSetOnEveryPath) {
         {"the root folder", root.context, 0, EML_OK},
         {"an attachment under the root folder", root.context, 2, EML_INVALID_ARGUMENT},
         {"an encrypted message", encrypted.context, 0, EML_ENCRYPTED},
+        {"another sub-file than the encrypted message", encrypted.context, 1, EML_INVALID_ARGUMENT},
+        {"the root folder of an encrypted message", both.context, 0, EML_OK},
+        {"an encrypted message under the root folder", both.context, 1, EML_ENCRYPTED},
+        {"another sub-file under that folder", both.context, 2, EML_INVALID_ARGUMENT},
     };
     for (const auto& test : cases) {
         const Call made = call(test.context, test.subFile, 4096, 0, 0);
