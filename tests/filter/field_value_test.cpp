@@ -79,14 +79,14 @@ TEST(FilterFieldValue, TwoWordsInOneCharsetHaveNothingBetweenThem) {
                    "bc\xB6"}});
 }
 
-// KEPT: behind a word the charset is the default one, whatever the charset of the message is.
+// KEPT: after a word the charset is the default one, whatever the charset of the message is.
 TEST(FilterFieldValue, WordInAMessageOfAnotherCharsetIsFollowedByTheDefault) {
     EXPECT_EQ(headerRecords("Content-Type: text/plain; charset=koi8-r\r\n"
                             "Subject: one =?iso-8859-2?Q?two?= =?koi8-r?Q?three?=\r\n\r\n"),
               "*'Subject:'*\\t\\t' one '{5}'two'{7}{6}'three'{7}\\n");
 }
 
-// A decoded text goes through the step for plain text, with a zero byte behind it.
+// A decoded text goes through the step for plain text, with a zero byte after it.
 TEST(FilterFieldValue, DecodedTextIsTreatedAsABody) {
     expectValues({
         {"a single byte is dropped", "=?iso-8859-2?Q?a?=", "{5}{7}", ""},

@@ -27,7 +27,7 @@ TEST(FilterOpen, AsksTheHostInThisOrder) {
                                        Entry::kInputRead, Entry::kInputRead, Entry::kInputRead};
     EXPECT_EQ(filter.host().journal().sequence(), kCalls);
     ASSERT_NE(filter.context(), nullptr);
-    EXPECT_EQ(filter.opened().prologuePending, 1U);
+    EXPECT_TRUE(filter.opened().prologuePending);
     EXPECT_EQ(filter.opened().charset, 7U);
     EXPECT_EQ(filter.input().closes(), 0U);
 }
@@ -101,9 +101,12 @@ class Shutdown {
     explicit Shutdown(RecordingHost& host, EmlFilterContext& context)
         : free_(host.services().allocator.free) {
         current = this;
-        names_ = {{context.attachments, "attachments"}, {context.parts, "parts"},
-                  {context.decodeBuffer.data, "text"},  {context.extractBuffer, "block"},
-                  {context.boundary, "boundary"},       {&context, "context"}};
+        names_ = {{context.parts.attachments.records, "attachments"},
+                  {context.parts.bodies.records, "parts"},
+                  {context.body.decoded.data, "text"},
+                  {context.extractBuffer, "block"},
+                  {context.boundary.text, "boundary"},
+                  {&context, "context"}};
         host.services().allocator.free = [](EmlAllocator* self, void* block) {
             current->note(block);
             current->free_(self, block);
@@ -147,7 +150,7 @@ constexpr const char kEncoded[] =
     "--b\r\nContent-Type: text/plain\r\nContent-Transfer-Encoding: base64\r\n\r\nQUJD\r\n"
     "--b\r\nContent-Type: image/x; name=n\r\nContent-Transfer-Encoding: base64\r\n\r\nQUJD\r\n--b--\r\n";
 
-// The block of the extraction is freed behind the first close.
+// The block of the extraction is freed after the first close.
 TEST(FilterShutdown, FreesAndClosesInThisOrder) {
     OpenFilter filter(kEncoded);
     useAll(filter);
@@ -162,7 +165,7 @@ TEST(FilterShutdown, FreesAndClosesInThisOrder) {
 TEST(FilterShutdown, FreesBetweenTheTwoClosesOfAnObjectOfItsOwn) {
     OpenFilter filter(kEncoded);
     useAll(filter);
-    filter.opened().ownsIo = 1;
+    filter.opened().ownsIo = true;
     const Shutdown shutdown(filter.host(), filter.opened());
     filter.close();
     EXPECT_EQ(shutdown.calls(), "attachments parts text close block close release boundary context ");
@@ -177,7 +180,7 @@ TEST(FilterShutdown, FreesAStagingBufferThatIsPending) {
     uint32_t size = 0;
     uint32_t progress = 0;
     ASSERT_EQ(emlFillBuffer(filter.context(), buffer.data(), &size, &progress, 300), EML_OK);
-    ASSERT_NE(filter.opened().staging, nullptr);
+    ASSERT_NE(filter.opened().staging.data, nullptr);
     filter.close();
     EXPECT_EQ(filter.host().heap().liveBlocks(), 0U);
 }
@@ -187,7 +190,7 @@ TEST(FilterOpenByName, OwnsTheObject) {
     MemoryInput input(host, kMessage);
     EmlFilterContext* const context = emlInit(&input.object(), &host.services(), EML_OPEN_ROOT_FOLDER);
     ASSERT_NE(context, nullptr);
-    EXPECT_EQ(context->ownsIo, 1U);
+    EXPECT_TRUE(context->ownsIo);
     EXPECT_EQ(context->flags, EML_OPEN_ROOT_FOLDER);
     EXPECT_EQ(host.journal().calls(Entry::kOpenFile), 1U);
     host.journal().record();

@@ -162,7 +162,7 @@ TEST(FilterMetadata, OtherKindOfRequestFails) {
         EXPECT_EQ(metadata.result, EML_OBJECT_FAILED) << kind;
         EXPECT_TRUE(metadata.values.empty());
     }
-    // Entries in front of it stay with the host.
+    // Entries before it stay with the host.
     EmlMetaDataRequest good{EML_REQUEST_BY_NAME, "To"};
     EmlMetaDataRequest bad{2, "From"};
     EmlMetaDataRequest* requests[] = {&good, &bad};
@@ -186,8 +186,8 @@ TEST(FilterMetadata, LeavesNothingBehindAndStartsTheStreamAnew) {
     const size_t blocks = filter.host().heap().liveBlocks();
     EXPECT_EQ(filter.metadata().of("To"), "t");
     EXPECT_EQ(filter.host().heap().liveBlocks(), blocks);
-    EXPECT_EQ(filter.opened().prologuePending, 1U);
-    EXPECT_EQ(filter.opened().inBody, 0U);
+    EXPECT_TRUE(filter.opened().prologuePending);
+    EXPECT_FALSE(filter.opened().body.running);
     // Without a restart the next fill begins with the prologue.
     std::string buffer(65536, '\0');
     uint32_t size = 0;
@@ -208,12 +208,12 @@ TEST(FilterMetadata, InTheMiddleOfAnEncodedBodyHasDecodedValues) {
         std::string buffer(256, '\0');
         uint32_t size = 0;
         uint32_t progress = 0;
-        for (int calls = 0; calls < 20 && filter.opened().inBody == 0; ++calls) {
+        for (int calls = 0; calls < 20 && !filter.opened().body.running; ++calls) {
             // The header is over when the body begins; a small rest of the buffer is then full at once.
-            const uint32_t capacity = filter.opened().prologuePending != 0 ? 256 : 40;
+            const uint32_t capacity = filter.opened().prologuePending ? 256 : 40;
             ASSERT_EQ(emlFillBuffer(filter.context(), buffer.data(), &size, &progress, capacity), EML_OK);
         }
-        ASSERT_EQ(filter.opened().bufferFull, 1U) << encoding;
+        ASSERT_TRUE(filter.opened().output.full) << encoding;
         ASSERT_LT(progress, 100U) << encoding;
         const FilterMetadata metadata = filter.metadata();
         EXPECT_EQ(metadata.result, EML_OK) << encoding;

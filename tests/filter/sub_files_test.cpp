@@ -83,9 +83,9 @@ TEST(FilterSubFile, SizeIsThatOfWhatStandsInTheMessage) {
         OpenFilter filter(twoAttachments(), flags);
         const int32_t message = flags != 0 ? 1 : 0;
         EXPECT_EQ(filter.describe(message).info.size, static_cast<int32_t>(twoAttachments().size()));
-        EXPECT_EQ(filter.opened().attachments[0].size, -1);
+        EXPECT_EQ(filter.opened().parts.attachments.records[0].size, -1);
         EXPECT_EQ(filter.describe(message + 1).info.size, 9);
-        EXPECT_EQ(filter.opened().attachments[0].size, 9);
+        EXPECT_EQ(filter.opened().parts.attachments.records[0].size, 9);
         EXPECT_EQ(filter.describe(message + 2).info.size, 11);
         if (flags != 0) {
             EXPECT_EQ(static_cast<uint32_t>(filter.describe(0).info.size), kUntouched);
@@ -184,7 +184,7 @@ TEST(FilterSubFile, HalfWayThroughAConversionTheMessageHasItsDefaultName) {
 TEST(FilterSubFile, PartThatIsNotRecordedHasNoSize) {
     // A nested attachment in a part of type multipart/mixed is found, its part is not always recorded.
     OpenFilter filter(twoAttachments());
-    filter.opened().attachments[0].partIndex = 1000;
+    filter.opened().parts.attachments.records[0].partIndex = 1000;
     EXPECT_EQ(filter.describe(1).info.size, 0);
     EXPECT_EQ(filter.describe(1).result, EML_OK);
     const FilterExtracted content = filter.extract(1);
@@ -203,7 +203,7 @@ TEST(FilterAttachmentInfo, TakesTheIndexOfTheAttachment) {
         EXPECT_EQ(info.zero1, 0U);
         for (const uint32_t word : info.zero2) EXPECT_EQ(word, 0U);
         for (const uint32_t word : info.hostOwned) EXPECT_EQ(word, kUntouched);
-        EXPECT_EQ(filter.opened().attachments[0].size, 9);
+        EXPECT_EQ(filter.opened().parts.attachments.records[0].size, 9);
         ASSERT_EQ(emlGetSubFileInfo(filter.context(), 1, &info), EML_OK);
         EXPECT_STREQ(info.name, "b c.png");
         EXPECT_EQ(info.size, 11);
