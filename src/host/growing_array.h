@@ -16,9 +16,9 @@ struct GrowingArray {
     int32_t count;
     int32_t capacity;
 
-    // Makes room for one more record after the last. The table grows by one step or doubles, whichever
-    // is more, so that a long table grows in linear time. When the host cannot
-    // reallocate, the old block is lost: the table is empty then.
+    // Makes room for one more record after the last. The table grows by one step or doubles, whichever is more,
+    // so that a long table grows in linear time. When the host cannot reallocate, the old block is lost: the table
+    // is empty then.
     [[nodiscard]] EmlResult reserveOne(EmlAllocator& allocator) {
         if (count < capacity) return EML_OK;
         const int64_t wanted = int64_t{capacity} + (capacity > kArrayStep ? capacity : kArrayStep);

@@ -9,7 +9,7 @@ namespace eml {
 inline constexpr char kRootPrefix[] = "root/";
 inline constexpr char kAttachmentsPrefix[] = "Attachments/";
 
-// Prefix and name as one text of the host.
+// Prefix and name as one text of the host, with room to widen it in place.
 [[nodiscard]] EmlResult setName(EmlSubFileInfo& info, EmlAllocator& allocator, const char* prefix,
                                 const char* name);
 

@@ -52,17 +52,17 @@ class FilterText {
   public:
     FilterText() : context_(std::make_unique<EmlFilterContext>()) {
         context_->services = &host_.services();
-        context_->hostRecord = &host_.record();
+        context_->request.hostRecord = &host_.record();
         context_->kernels = &chooseKernels();
-        context_->requests = &list_;
-        EXPECT_EQ(context_->fieldBuffer.reserve(host_.services().allocator, 4096), EML_OK);
+        context_->request.list = &list_;
+        EXPECT_EQ(context_->request.value.reserve(host_.services().allocator, 4096), EML_OK);
         entry_.name = name_;
         list_.count = 1;
         list_.entries = entries_;
     }
     ~FilterText() {
-        context_->decodeBuffer.release(host_.services().allocator);
-        context_->fieldBuffer.release(host_.services().allocator);
+        context_->body.decoded.release(host_.services().allocator);
+        context_->request.value.release(host_.services().allocator);
     }
     FilterText(const FilterText&) = delete;
     FilterText& operator=(const FilterText&) = delete;
@@ -83,8 +83,8 @@ class FilterText {
     bool decode(const std::string& text, bool metadataMode, int32_t kind) {
         const uint8_t* const bytes = blocks_.copy(text);
         const uint8_t* position = bytes;
-        context_->inputEnd = bytes + text.size();
-        context_->readPos = bytes;
+        context_->input.end = bytes + text.size();
+        context_->input.readPos = bytes;
         const EmlResult result = outputEMLfieldbody(*context_, position, metadataMode, kind);
         end_ = position - bytes;
         EXPECT_EQ(result, EML_OK) << shown(text);

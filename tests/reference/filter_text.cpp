@@ -181,7 +181,7 @@ std::string convert(std::string& rest, Buffer& buffer) {
             continue;
         }
         start = flush(bytes, start, at, buffer);
-        if (start < at || isFull(buffer)) return stopAt(start);
+        if (start < at) return stopAt(start);
         const bool isLineEnd = byte == '\r' || byte == '\n';
         if (isLineEnd && !put(buffer, lineBreakRecord())) return stopAt(start);
         if (byte == '\t' && !put(buffer, tabRecord())) return stopAt(start);

@@ -1,9 +1,12 @@
-// The size of an attachment, and its extraction.
+// The tables of the open scan: the parts of the message, and its attachments.
 #pragma once
 
 #include "filter/filter_context.h"
 
 namespace eml {
+
+// Makes room for one more part. EML_NO_MEMORY when the table could not grow; it is lost then.
+[[nodiscard]] EmlResult makePartRoom(EmlFilterContext& context);
 
 // The attachment at `index`, or NULL when there is none.
 [[nodiscard]] EmlAttachment* attachmentAt(EmlFilterContext& context, uint32_t index);
@@ -14,7 +17,5 @@ int32_t measureAttachment(const EmlFilterContext& context, EmlAttachment& attach
 
 }  // namespace eml
 
-// Writes one attachment, decoded, into `output`, which is opened and closed. EML_OBJECT_FAILED when there is
-// no such attachment, or the output cannot be opened, rewound, written or closed.
-[[nodiscard]] EmlResult emlExtractAttachment(EmlFilterContext* context, uint32_t attachmentIndex,
-                                             EmlIOobj* output);
+// Makes room for one more attachment. EML_NO_MEMORY when the table could not grow; it is lost then.
+[[nodiscard]] EmlResult checkAttachments(EmlFilterContext& context);

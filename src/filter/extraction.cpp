@@ -1,11 +1,11 @@
-#include "filter/attachment_extraction.h"
+#include "filter/extraction.h"
 
 #include <string_view>
 
 #include "bytes/ascii.h"
-#include "bytes/unreachable.h"
-#include "filter/extract_decoders.h"
 #include "filter/filter_calls.h"
+#include "filter/part_tables.h"
+#include "filter/transfer_decoders.h"
 #include "host/container_queries.h"
 #include "host/host_file.h"
 
@@ -20,18 +20,21 @@ bool isText(const EmlAttachment& attachment) {
 
 // The decoder's own result is not looked at: what could be decoded has been written.
 void decodeAttachment(EmlFilterContext& context, const EmlAttachment& attachment, EmlIOobj& output) {
-    context.inBody = 1;
+    context.body.running = true;
     switch (attachment.encoding) {
-        case kEncodingBase64:
+        case TransferEncoding::kBase64:
             (void)emlbase64(context, output, attachment, isText(attachment));
             break;
-        case kEncodingQuotedPrintable:
+        case TransferEncoding::kQuotedPrintable:
             (void)emlqp(context, output, attachment);
             break;
-        default:
+        case TransferEncoding::kNone:
+        case TransferEncoding::k7Bit:
+        case TransferEncoding::k8Bit:
             (void)emlnone(context, output, attachment);
+            break;
     }
-    context.inBody = 0;
+    context.body.running = false;
     forgetInput(context);
 }
 
@@ -41,25 +44,9 @@ bool openOutput(EmlIOobj& output) {
 
 }  // namespace
 
-EmlAttachment* attachmentAt(EmlFilterContext& context, uint32_t index) {
-    if (context.attachments == nullptr || index >= static_cast<uint32_t>(context.attachmentCount))
-        return nullptr;
-    return &context.attachments[index];
-}
-
-int32_t measureAttachment(const EmlFilterContext& context, EmlAttachment& attachment) {
-    attachment.size = 0;
-    // A message that opened with an attachment has parts.
-    if (EML_NEVER(context.parts == nullptr)) return attachment.size;
-    if (attachment.partIndex < static_cast<uint32_t>(context.partCount)) {
-        attachment.size = context.parts[attachment.partIndex].end - static_cast<int32_t>(attachment.offset);
-    }
-    return attachment.size;
-}
-
 EmlResult extractFilterSubFile(EmlFilterContext* context, int32_t index, EmlIOobj* output, uint32_t options) {
     if (context == nullptr) return EML_OBJECT_FAILED;
-    context->bodyOnly = (options & EML_FILL_BODY_ONLY) != 0 ? 1 : 0;
+    context->bodyOnly = (options & EML_FILL_BODY_ONLY) != 0;
     const auto message = static_cast<int32_t>(rootShift(context->flags));
     if (message != 0 && index == 0) return EML_OK;
     if (index <= message) return EML_INVALID_ARGUMENT;

@@ -1,12 +1,11 @@
 // Attachments, decoded, into output objects.
-#include "filter/extract_decoders.h"
+#include "filter/extraction.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 
 #include "bytes/base64.h"
-#include "filter/attachment_extraction.h"
 #include "filter/scan_dump.h"
 #include "reference/decoders.h"
 #include "support/opened_message.h"
@@ -85,7 +84,7 @@ TEST(FilterExtract, DecodesAsTheEncodingSays) {
             EXPECT_EQ(content.bytes, row.bytes) << row.rule;
             EXPECT_EQ(content.sizeField, row.bytes.size()) << row.rule;
             EXPECT_TRUE(content.opened && content.closed) << row.rule;
-            EXPECT_EQ(filter.opened().inBody, 0U);
+            EXPECT_FALSE(filter.opened().body.running);
         }
     }
 }
@@ -114,7 +113,7 @@ TEST(FilterExtract, LongContentComesInBlocks) {
                                  Form{"quoted-printable", quoted, true}, Form{"8bit", bytes, false}}) {
             const std::string message = withAttachment("image/x", form.encoding, form.content);
             OpenFilter filter(message);
-            // The part can end behind its line end, or with the message, as the scan has cut its buffers.
+            // The part can end after its line end, or with the message, as the scan has cut its buffers.
             const auto size = static_cast<size_t>(filter.describe(1).info.size);
             ASSERT_GE(size, form.content.size()) << form.encoding << count;
             const size_t more = form.encoding[0] == 'b' ? 0 : size - form.content.size();
@@ -135,7 +134,7 @@ TEST(FilterExtract, LongContentComesInBlocks) {
     }
 }
 
-// What stands in the content counts byte by byte, zero bytes too. KEPT: a zero byte hides the boundary behind
+// What stands in the content counts byte by byte, zero bytes too. KEPT: a zero byte hides the boundary after
 // it, and the part runs on.
 TEST(FilterExtract, ZeroByteInTheContentIsCopied) {
     const std::string content = std::string("ab") + std::string(2, '\0') + "cd";
@@ -199,22 +198,22 @@ TEST(FilterExtract, NumbersAreThoseOfTheSubFiles) {
 }
 
 TEST(FilterExtract, EmptyContentLeavesTheOutputAlone) {
-    // The line end in front of the boundary belongs to the boundary.
+    // The line end before the boundary belongs to the boundary.
     OpenFilter filter(withAttachment("image/x", "base64", ""));
     const FilterExtracted content = filter.extract(1);
     EXPECT_EQ(content.result, EML_OK);
     EXPECT_FALSE(content.opened);
     EXPECT_EQ(content.sizeField, kNoSize);
-    EXPECT_EQ(filter.opened().attachments[0].size, 0);
+    EXPECT_EQ(filter.opened().parts.attachments.records[0].size, 0);
 }
 
 TEST(FilterExtract, KeepsTheOptionOfTheBody) {
     OpenFilter filter(withAttachment("image/x", "base64", "QUJD"), EML_OPEN_ROOT_FOLDER);
     for (const int32_t number : {0, 1, 2}) {
         (void)filter.extract(number, 0xFFFFFFFF);
-        EXPECT_EQ(filter.opened().bodyOnly, 1U);
+        EXPECT_TRUE(filter.opened().bodyOnly);
         (void)filter.extract(number, ~EML_FILL_BODY_ONLY);
-        EXPECT_EQ(filter.opened().bodyOnly, 0U);
+        EXPECT_FALSE(filter.opened().bodyOnly);
     }
 }
 
@@ -250,66 +249,9 @@ TEST(FilterExtract, DecoderThatFailsIsNotReported) {
             const FilterExtracted content = filter.extract(1);
             EXPECT_EQ(content.result, EML_OK) << encoding << entryName(entry);
             EXPECT_TRUE(content.closed);
-            EXPECT_EQ(filter.opened().inBody, 0U);
+            EXPECT_FALSE(filter.opened().body.running);
         }
     }
-}
-
-TEST(FilterExtractDecoder, HasTheseResults) {
-    struct Call {
-        const char* name;
-        EmlResult (*decode)(EmlFilterContext&, EmlIOobj&, const EmlAttachment&);
-        EmlResult withoutMemory;
-        EmlResult withoutSeek;
-        EmlResult withoutRead;
-        EmlResult withoutWrite;
-    };
-    const Call kCalls[] = {
-        {"none", &emlnone, EML_OK, EML_OBJECT_FAILED, EML_OK, EML_OBJECT_FAILED},
-        {"quoted-printable", &emlqp, EML_NO_MEMORY, EML_OBJECT_FAILED, EML_OBJECT_FAILED, EML_OK},
-        {"base64",
-         [](EmlFilterContext& context, EmlIOobj& output, const EmlAttachment& attachment) {
-             return emlbase64(context, output, attachment, false);
-         },
-         EML_NO_MEMORY, EML_OBJECT_FAILED, EML_OBJECT_FAILED, EML_OK},
-    };
-    for (const Call& call : kCalls) {
-        const auto resultWith = [&call](Entry entry) {
-            OpenFilter filter(withAttachment("image/x", "8bit", "QUJD"));
-            MemoryOutput output(filter.host());
-            (void)output.object().open(&output.object());
-            if (entry == Entry::kOutputWrite) output.remove(entry);
-            filter.host().journal().fail(entry, {filter.host().journal().calls(entry) + 1, true});
-            EmlAttachment attachment = filter.opened().attachments[0];
-            attachment.size = 4;
-            return call.decode(filter.opened(), output.object(), attachment);
-        };
-        EXPECT_EQ(resultWith(Entry::kAllocate), call.withoutMemory) << call.name;
-        EXPECT_EQ(resultWith(Entry::kInputSeek), call.withoutSeek) << call.name;
-        EXPECT_EQ(resultWith(Entry::kInputRead), call.withoutRead) << call.name;
-        EXPECT_EQ(resultWith(Entry::kOutputWrite), call.withoutWrite) << call.name;
-    }
-}
-
-TEST(FilterExtractDecoder, CopyOfNothingStoresASizeOfZero) {
-    OpenFilter filter(withAttachment("image/x", "8bit", "QUJD"));
-    for (const int32_t size : {0, -1, INT32_MIN}) {
-        MemoryOutput output(filter.host());
-        (void)output.object().open(&output.object());
-        EmlAttachment attachment = filter.opened().attachments[0];
-        attachment.size = size;
-        EXPECT_EQ(emlnone(filter.opened(), output.object(), attachment), EML_OK);
-        EXPECT_EQ(output.sizeField(), 0U);
-        EXPECT_TRUE(output.writes().empty());
-    }
-}
-
-TEST(FilterExtractDecoder, KeepsItsBlockForTheNextTime) {
-    OpenFilter filter(withAttachment("image/x", "base64", "QUJD"));
-    const uint64_t before = filter.host().journal().calls(Entry::kAllocate);
-    EXPECT_EQ(filter.extract(1).bytes, "ABC");
-    EXPECT_EQ(filter.extract(1).bytes, "ABC");
-    EXPECT_EQ(filter.host().journal().calls(Entry::kAllocate), before + 1);
 }
 
 // An output that the services' openFile gives: it may be closed twice, and is released.
@@ -354,6 +296,34 @@ TEST(FilterExtractToTarget, OpensClosesAndReleasesTheObject) {
         EXPECT_EQ(target.calls, "open seek write close close release ");
         EXPECT_EQ(target.object.size[0], 3U);
         EXPECT_EQ(target.object.size[1], 0U);
+    }
+}
+
+// Its entries are looked at when they are needed: the output is open and rewound when `write` turns out to be
+// missing, and written when `close` does. Without `open`, or an attachment with content, it is not touched.
+TEST(FilterExtract, EntriesOfTheOutputAreLookedAtOneByOne) {
+    struct OutputRow {
+        const char* what;
+        uint32_t index;
+        void (*spoil)(EmlIOobj& object);
+        EmlResult result;
+        const char* calls;
+    };
+    const OutputRow rows[] = {
+        {"nothing", 0, [](EmlIOobj&) {}, EML_OK, "open seek write close "},
+        {"no open", 0, [](EmlIOobj& object) { object.open = nullptr; }, EML_OBJECT_FAILED, ""},
+        {"no seek", 0, [](EmlIOobj& object) { object.seek = nullptr; }, EML_OBJECT_FAILED, "open "},
+        {"no write", 0, [](EmlIOobj& object) { object.write = nullptr; }, EML_OBJECT_FAILED, "open seek "},
+        {"no close", 0, [](EmlIOobj& object) { object.close = nullptr; }, EML_OBJECT_FAILED,
+         "open seek write "},
+        {"no such attachment", 1, [](EmlIOobj&) {}, EML_OBJECT_FAILED, ""},
+    };
+    for (const OutputRow& row : rows) {
+        OpenFilter filter(withAttachment("image/x", "base64", "QUJD"));
+        Target target;
+        row.spoil(target.object);
+        EXPECT_EQ(emlExtractAttachment(filter.context(), row.index, &target.object), row.result) << row.what;
+        EXPECT_EQ(target.calls, row.calls) << row.what;
     }
 }
 

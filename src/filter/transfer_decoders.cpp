@@ -1,4 +1,4 @@
-#include "filter/extract_decoders.h"
+#include "filter/transfer_decoders.h"
 
 #include "bytes/base64.h"
 #include "bytes/quoted_printable.h"

@@ -162,7 +162,7 @@ TEST(FilterMetadata, OtherKindOfRequestFails) {
         EXPECT_EQ(metadata.result, EML_OBJECT_FAILED) << kind;
         EXPECT_TRUE(metadata.values.empty());
     }
-    // Entries in front of it stay with the host.
+    // Entries before it stay with the host.
     EmlMetaDataRequest good{EML_REQUEST_BY_NAME, "To"};
     EmlMetaDataRequest bad{2, "From"};
     EmlMetaDataRequest* requests[] = {&good, &bad};
@@ -186,14 +186,47 @@ TEST(FilterMetadata, LeavesNothingBehindAndStartsTheStreamAnew) {
     const size_t blocks = filter.host().heap().liveBlocks();
     EXPECT_EQ(filter.metadata().of("To"), "t");
     EXPECT_EQ(filter.host().heap().liveBlocks(), blocks);
-    EXPECT_EQ(filter.opened().prologuePending, 1U);
-    EXPECT_EQ(filter.opened().inBody, 0U);
+    EXPECT_TRUE(filter.opened().prologuePending);
+    EXPECT_FALSE(filter.opened().body.running);
     // Without a restart the next fill begins with the prologue.
     std::string buffer(65536, '\0');
     uint32_t size = 0;
     uint32_t progress = 0;
     EXPECT_EQ(emlFillBuffer(filter.context(), buffer.data(), &size, &progress, 65536), EML_OK);
     EXPECT_EQ(buffer.substr(0, size), stream);
+}
+
+// A fill that stopped in the middle of a decoded body leaves its text to the next fill, not to the words of a
+// header.
+TEST(FilterMetadata, InTheMiddleOfAnEncodedBodyHasDecodedValues) {
+    const std::string base64 = "d29yZHMgb2YgYSBib2R5LCB3b3JkcyBvZiBhIGJvZHksIHdvcmRzIG9mIGEgYm9keQ==";
+    for (const std::string encoding : {"base64", "quoted-printable"}) {
+        const std::string body = encoding == "base64" ? base64 : std::string(60, 'x');
+        const std::string text = "From: =?us-ascii?B?Zm91cg==?=\r\nSubject: =?koi8-r?Q?two_words?=\r\n" +
+                                 ("Content-Transfer-Encoding: " + encoding) + "\r\n\r\n" + body + "\r\n";
+        OpenFilter filter(text);
+        std::string buffer(256, '\0');
+        uint32_t size = 0;
+        uint32_t progress = 0;
+        for (int calls = 0; calls < 20 && !filter.opened().body.running; ++calls) {
+            // The header is over when the body begins; a small rest of the buffer is then full at once.
+            const uint32_t capacity = filter.opened().prologuePending ? 256 : 40;
+            ASSERT_EQ(emlFillBuffer(filter.context(), buffer.data(), &size, &progress, capacity), EML_OK);
+        }
+        ASSERT_TRUE(filter.opened().output.full) << encoding;
+        ASSERT_LT(progress, 100U) << encoding;
+        const FilterMetadata metadata = filter.metadata();
+        EXPECT_EQ(metadata.result, EML_OK) << encoding;
+        EXPECT_EQ(metadata.of("Subject"), "two words") << encoding;
+        EXPECT_EQ(metadata.of("From"), "four") << encoding;
+    }
+}
+
+// Lines that say what the body is are served like any other.
+TEST(FilterMetadata, FieldsOfTheContentCanBeAskedFor) {
+    OpenFilter filter(crlf("Content-Type: text/plain; charset=koi8-r\nContent-Transfer-Encoding: 8bit\n\n"));
+    EXPECT_EQ(filter.metadata({"Content-Type"}).of("Content-Type"), "text/plain; charset=koi8-r");
+    EXPECT_EQ(filter.metadata({"Content-Transfer-Encoding"}).of("Content-Transfer-Encoding"), "8bit");
 }
 
 TEST(FilterMetadata, FailsWithTheStatedCodes) {

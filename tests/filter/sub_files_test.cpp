@@ -62,14 +62,30 @@ TEST(FilterSubFile, IsNumberedWithAndWithoutTheRootFolder) {
     }
 }
 
+// KEPT: a host may widen a name in place, to four bytes for each character.
+TEST(FilterSubFile, NameBlockHasFourBytesForEachCharacterAndEightMore) {
+    for (const uint32_t flags : {0U, kRoot, kFolder, kRoot | kFolder}) {
+        OpenFilter filter(twoAttachments(), flags);
+        const int32_t count = emlGetFileNumber(filter.context()) + (flags & kRoot ? 2 : 1);
+        for (int32_t number = 0; number < count; ++number) {
+            SCOPED_TRACE(std::to_string(flags) + ", " + std::to_string(number));
+            EmlSubFileInfo info{};
+            ASSERT_EQ(emlGetSubFileInfoEx(filter.context(), number, &info, &filter.host().record()), EML_OK);
+            EXPECT_EQ(filter.host().recordHeap().roomAt(info.name), 4 * std::strlen(info.name) + 8);
+            filter.host().recordHeap().give(info.name);
+            if (info.children != nullptr) filter.host().recordHeap().give(info.children);
+        }
+    }
+}
+
 TEST(FilterSubFile, SizeIsThatOfWhatStandsInTheMessage) {
     for (const uint32_t flags : {0U, kRoot}) {
         OpenFilter filter(twoAttachments(), flags);
         const int32_t message = flags != 0 ? 1 : 0;
         EXPECT_EQ(filter.describe(message).info.size, static_cast<int32_t>(twoAttachments().size()));
-        EXPECT_EQ(filter.opened().attachments[0].size, -1);
+        EXPECT_EQ(filter.opened().parts.attachments.records[0].size, -1);
         EXPECT_EQ(filter.describe(message + 1).info.size, 9);
-        EXPECT_EQ(filter.opened().attachments[0].size, 9);
+        EXPECT_EQ(filter.opened().parts.attachments.records[0].size, 9);
         EXPECT_EQ(filter.describe(message + 2).info.size, 11);
         if (flags != 0) {
             EXPECT_EQ(static_cast<uint32_t>(filter.describe(0).info.size), kUntouched);
@@ -168,7 +184,7 @@ TEST(FilterSubFile, HalfWayThroughAConversionTheMessageHasItsDefaultName) {
 TEST(FilterSubFile, PartThatIsNotRecordedHasNoSize) {
     // A nested attachment in a part of type multipart/mixed is found, its part is not always recorded.
     OpenFilter filter(twoAttachments());
-    filter.opened().attachments[0].partIndex = 1000;
+    filter.opened().parts.attachments.records[0].partIndex = 1000;
     EXPECT_EQ(filter.describe(1).info.size, 0);
     EXPECT_EQ(filter.describe(1).result, EML_OK);
     const FilterExtracted content = filter.extract(1);
@@ -187,7 +203,7 @@ TEST(FilterAttachmentInfo, TakesTheIndexOfTheAttachment) {
         EXPECT_EQ(info.zero1, 0U);
         for (const uint32_t word : info.zero2) EXPECT_EQ(word, 0U);
         for (const uint32_t word : info.hostOwned) EXPECT_EQ(word, kUntouched);
-        EXPECT_EQ(filter.opened().attachments[0].size, 9);
+        EXPECT_EQ(filter.opened().parts.attachments.records[0].size, 9);
         ASSERT_EQ(emlGetSubFileInfo(filter.context(), 1, &info), EML_OK);
         EXPECT_STREQ(info.name, "b c.png");
         EXPECT_EQ(info.size, 11);

@@ -19,6 +19,8 @@ EmlResult makeDefaultEntries(EmlMetaData& list, EmlAllocator& allocator) {
     return result;
 }
 
+// KEPT: a request of another kind ends the call. Its slot and those after it stay NULL, and the list keeps its
+// full count.
 EmlResult makeRequestedEntries(EmlMetaData& list, EmlAllocator& allocator, int32_t count,
                                EmlMetaDataRequest* const* requests) {
     EmlResult result = makeMetadataList(list, allocator, count);
@@ -32,14 +34,14 @@ EmlResult makeRequestedEntries(EmlMetaData& list, EmlAllocator& allocator, int32
 
 EmlResult fillEntries(EmlFilterContext& context, EmlMetaData& list, const EmlHostRecord& hostRecord) {
     EmlAllocator& allocator = allocatorOf(context);
-    context.fieldBuffer.length = 0;
-    EmlResult result = context.fieldBuffer.reserve(allocator, kGrowthUnit);
-    context.hostRecord = &hostRecord;
-    context.requests = &list;
+    context.request.value.length = 0;
+    EmlResult result = context.request.value.reserve(allocator, kGrowthUnit);
+    context.request.hostRecord = &hostRecord;
+    context.request.list = &list;
     if (result == EML_OK) result = processEMLheader(context, true);
-    context.hostRecord = nullptr;
-    context.requests = nullptr;
-    context.fieldBuffer.release(allocator);
+    context.request.hostRecord = nullptr;
+    context.request.list = nullptr;
+    context.request.value.release(allocator);
     return result;
 }
 
