@@ -2,8 +2,8 @@
 #include <string>
 #include <vector>
 
-#include "tool/command_line.h"
-#include "tool/temporary_file.h"
+#include "tool/cli/command_line.h"
+#include "tool/system/temporary_file.h"
 
 int main(int argc, char** argv) {
     std::signal(SIGXFSZ, SIG_IGN); /* a limit on file sizes is then an error like a full disk */

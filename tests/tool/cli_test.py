@@ -22,7 +22,7 @@ import tnef_writer as tnef
 EML = os.path.abspath(sys.argv[1]) if len(sys.argv) > 1 else sys.exit(__doc__)
 TESTS = []
 PATIENCE = 120  # seconds for one run
-with open(os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../tool/eml-1.schema.json"),
+with open(os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../tool/commands/eml-1.schema.json"),
           encoding="utf-8") as schema_file:
     SCHEMA = json.load(schema_file)
 

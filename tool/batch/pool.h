@@ -1,0 +1,96 @@
+/*
+ * The worker processes of a batch.
+ */
+#ifndef EMLREADER_TOOL_WORKER_POOL_H
+#define EMLREADER_TOOL_WORKER_POOL_H
+
+#include <poll.h>
+
+#include <chrono>
+#include <deque>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "tool/batch/process.h"
+
+namespace emltool {
+
+/* Something to read, and how often a worker has died of it. The caller derives from it and owns it. */
+struct PoolTask {
+    BatchItem item;
+    unsigned deaths = 0;
+};
+
+/* What became of a task. */
+struct PoolEvent {
+    enum class What {
+        Reply,
+        TimedOut,
+        Died,     /* the worker did, in the middle of it */
+        GivenBack /* nothing: its worker ended before it came to it */
+    };
+
+    PoolTask* task = nullptr;
+    What what = What::Reply;
+    RowKind kind = RowKind::Error;
+    std::string line;
+    int status = 0; /* of the process that died */
+};
+
+/*
+ * Keeps a number of workers busy. They are started when there is something to do; one that dies, hangs or has
+ * run out of memory is replaced. Each has at most two tasks, so that it need not wait for the next.
+ */
+class WorkerPool {
+  public:
+    /* `timeout` in milliseconds for each task; 0 is none. */
+    WorkerPool(unsigned count, std::chrono::milliseconds timeout, WorkerProcess::Body body);
+
+    bool hasRoom() const;
+    bool isIdle() const;
+
+    /* Gives the task to a worker. Throws Problem where none can be started. */
+    void give(PoolTask& task);
+
+    /* Waits until a worker says something, one of `others` is ready, or `milliseconds` have passed (-1 is no
+     * limit). */
+    std::vector<PoolEvent> wait(std::span<pollfd> others, int milliseconds);
+
+    /* Time that the workers could not be listened to does not count for their timeouts. */
+    void forgive(std::chrono::steady_clock::duration time);
+
+    /* Lets the workers end and waits for them. */
+    void finish();
+
+    /* Ends them by force. */
+    void kill() { workers_.clear(); }
+
+  private:
+    using Clock = std::chrono::steady_clock;
+    using Events = std::vector<PoolEvent>;
+
+    struct Worker {
+        std::unique_ptr<WorkerProcess> process; /* NULL until there is something to do */
+        std::deque<PoolTask*> tasks;            /* the first is being read */
+        Clock::time_point deadline;
+    };
+
+    static constexpr size_t kTasksEach = 2;
+
+    Worker& leastBusy();
+    void start(Worker& worker);
+    void listen(Worker& worker, Events& events);
+    static void end(Worker& worker, PoolEvent::What what, int status, Events& events);
+    void endLateOnes(Events& events);
+    int untilDeadline(int milliseconds) const;
+
+    std::vector<Worker> workers_;
+    std::chrono::milliseconds timeout_;
+    WorkerProcess::Body body_;
+};
+
+}  // namespace emltool
+
+#endif

@@ -1,0 +1,128 @@
+#include "tool/batch/process.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+
+namespace emltool {
+
+namespace {
+
+[[noreturn]] void failToStart(int failure) {
+    throw Problem(ExitCode::Internal, "no-worker", "",
+                  "cannot start a worker process: " + describe({failure, std::system_category()}));
+}
+
+}  // namespace
+
+WorkerProcess::Pipe WorkerProcess::makePipe() {
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0) failToStart(errno);
+    return {emlhost::UniqueDescriptor(ends[0]), emlhost::UniqueDescriptor(ends[1])};
+}
+
+pid_t WorkerProcess::launch(Pipe& tasks, Pipe& replies, const Body& body) {
+    pid_t parent = ::getpid();
+    pid_t child = ::fork();
+    if (child < 0) failToStart(errno);
+    if (child == 0) {
+        becomeWorker(parent);
+        tasks.writing.close();
+        replies.reading.close();
+        ::_exit(body(tasks.reading.get(), replies.writing.get()));
+    }
+    return child;
+}
+
+WorkerProcess::WorkerProcess(Pipe tasks, Pipe replies, const Body& body)
+    : id_(launch(tasks, replies, body)),
+      tasks_(std::move(tasks.writing)),
+      replies_(std::move(replies.reading)) {
+    for (int end : {tasks_.get(), replies_.get()}) ::fcntl(end, F_SETFL, O_NONBLOCK);
+}
+
+void WorkerProcess::send(const std::string& bytes) {
+    outgoing_ += bytes;
+    sendMore();
+}
+
+/* A worker that has ended is noticed by its other pipe. */
+void WorkerProcess::sendMore() {
+    while (!outgoing_.empty()) {
+        ssize_t written = ::write(tasks_.get(), outgoing_.data(), outgoing_.size());
+        if (written < 0 && errno == EINTR) continue;
+        if (written < 0 && errno != EAGAIN) outgoing_.clear();
+        if (written < 0) return;
+        outgoing_.erase(0, static_cast<size_t>(written));
+    }
+}
+
+bool WorkerProcess::receive() {
+    constexpr size_t kPiece = size_t{64} << 10;
+    incoming_.erase(0, taken_);
+    taken_ = 0;
+    size_t before = incoming_.size();
+    incoming_.resize(before + kPiece);
+    ssize_t got = -1;
+    do {
+        got = ::read(replies_.get(), incoming_.data() + before, kPiece);
+    } while (got < 0 && errno == EINTR);
+    bool open = got > 0 || (got < 0 && errno == EAGAIN);
+    incoming_.resize(before + static_cast<size_t>(std::max<ssize_t>(got, 0)));
+    return open;
+}
+
+bool WorkerProcess::nextReply(ReplyHeader& header, std::string& line) {
+    std::string_view rest = std::string_view(incoming_).substr(taken_);
+    if (broken_ || rest.size() < sizeof header) return false;
+    header = headerAt<ReplyHeader>(rest);
+    constexpr uint64_t kLongest = uint64_t{1} << 40;
+    auto last = static_cast<uint64_t>(RowKind::Mbox);
+    broken_ = header.kind < 1 || header.kind > last || header.retires > 1 || header.lineLength > kLongest;
+    if (broken_ || rest.size() - sizeof header < header.lineLength) return false;
+    line.assign(rest, sizeof header, static_cast<size_t>(header.lineLength));
+    taken_ += sizeof header + line.size();
+    return true;
+}
+
+int WorkerProcess::kill() {
+    if (id_ < 0) return 0;
+    ::kill(id_, SIGKILL);
+    return wait();
+}
+
+int WorkerProcess::wait() {
+    int status = 0;
+    if (id_ < 0) return status;
+    while (::waitpid(id_, &status, 0) < 0 && errno == EINTR) {
+    }
+    id_ = -1;
+    return status;
+}
+
+void becomeWorker(pid_t parent) {
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (::getppid() != parent) ::_exit(0);
+    for (int number : {SIGINT, SIGTERM, SIGHUP}) std::signal(number, SIG_IGN);
+    std::signal(SIGPIPE, SIG_DFL);
+    int score = ::open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC);
+    if (score >= 0) {
+        [[maybe_unused]] ssize_t written = ::write(score, "500", 3);
+        ::close(score);
+    }
+}
+
+std::string describeStatus(int status) {
+    if (!WIFSIGNALED(status)) return fmt::format("ended with exit code {}", WEXITSTATUS(status));
+    const char* name = ::sigabbrev_np(WTERMSIG(status));
+    return name != nullptr ? fmt::format("crashed (SIG{})", name)
+                           : fmt::format("crashed (signal {})", WTERMSIG(status));
+}
+
+}  // namespace emltool

@@ -1,0 +1,73 @@
+#include "tool/batch/sources.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+namespace emltool {
+
+namespace {
+
+FoundItem itemAt(std::string path, bool named) {
+    FoundItem found;
+    found.item.path = std::move(path);
+    found.named = named;
+    return found;
+}
+
+}  // namespace
+
+ItemSource::Next ArgumentSource::next(FoundItem& found) {
+    if (next_ == paths_.size()) return Next::End;
+    const std::string& path = paths_[next_++];
+    found = itemAt(path, true);
+    if (path == "-") found.source = std::make_unique<ListSource>(separator_);
+    return Next::Found;
+}
+
+ListSource::ListSource(char separator) : list_(STDIN_FILENO, separator) {}
+
+/* Whoever writes the paths may wait for rows, so this never waits. */
+ItemSource::Next ListSource::next(FoundItem& found) {
+    std::string path;
+    while (!list_.next(path)) {
+        if (list_.atEnd()) return Next::End;
+        pollfd input{list_.descriptor(), POLLIN, 0};
+        if (::poll(&input, 1, 0) <= 0) return Next::Later;
+        if (int failure = list_.read()) {
+            throw Problem(ExitCode::Input, "cannot-read", "standard input",
+                          describe({failure, std::system_category()}));
+        }
+    }
+    found = itemAt(std::move(path), true);
+    return Next::Found;
+}
+
+ItemSource::Next FolderSource::next(FoundItem& found) {
+    FolderWalk::Entry entry;
+    if (!walk_.next(entry)) return Next::End;
+    found = itemAt(std::move(entry.path), false);
+    found.problem = std::move(entry.problem);
+    found.leftOut = entry.leftOut;
+    return Next::Found;
+}
+
+/* An mbox that cannot be read to its end has its last row for that. */
+ItemSource::Next MboxSource::next(FoundItem& found) {
+    if (failed_) return Next::End;
+    found = itemAt(path_, false);
+    try {
+        if (scan_ == nullptr) scan_ = std::make_unique<MboxScan>(path_);
+        MboxRange range;
+        if (!scan_->next(range)) return Next::End;
+        found.item.index = range.index;
+        found.item.offset = range.offset;
+        found.item.length = range.length;
+    } catch (const Problem& problem) {
+        failed_ = true;
+        found.problem = problem;
+        found.item.index = scan_ == nullptr ? 0 : scan_->index();
+    }
+    return Next::Found;
+}
+
+}  // namespace emltool

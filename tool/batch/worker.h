@@ -1,0 +1,23 @@
+/*
+ * The inside of a worker process.
+ */
+#ifndef EMLREADER_TOOL_BATCH_WORKER_H
+#define EMLREADER_TOOL_BATCH_WORKER_H
+
+#include <cstdint>
+
+#include "tool/batch/row.h"
+
+namespace emltool {
+
+struct WorkerOptions {
+    RowOptions row;
+    uint64_t maxMemory = 0; /* bytes that one message may take; 0 is any number */
+};
+
+/* Takes items from one pipe and gives rows to the other, until the first ends. Gives the exit code. */
+int workThrough(int tasks, int replies, const WorkerOptions& options) noexcept;
+
+}  // namespace emltool
+
+#endif

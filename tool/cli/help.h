@@ -1,0 +1,16 @@
+#ifndef EMLREADER_TOOL_HELP_H
+#define EMLREADER_TOOL_HELP_H
+
+#include <string>
+
+#include "tool/cli/command.h"
+
+namespace emltool {
+
+/* What `eml --help` and `eml COMMAND --help` print. `app` has the options. */
+std::string mainHelp(const CLI::App& app, const Style& style);
+std::string commandHelp(const Command& command, const CLI::App& app, const Style& style);
+
+}  // namespace emltool
+
+#endif

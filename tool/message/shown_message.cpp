@@ -1,0 +1,135 @@
+#include "tool/message/shown_message.h"
+
+#include <emlreader/eml_host.h>
+
+#include "tool/text/name_decoding.h"
+
+namespace emltool {
+
+namespace {
+
+using emlhost::RecordTag;
+
+constexpr uint32_t kBoldOn = 0x8001;
+
+std::string_view trimmed(std::string_view text) {
+    size_t begin = text.find_first_not_of(" \t");
+    if (begin == std::string_view::npos) return {};
+    return text.substr(begin, text.find_last_not_of(" \t") - begin + 1);
+}
+
+}  // namespace
+
+void RecordReader::take(const emlhost::TextRecord& record) {
+    switch (record.tag) {
+        case RecordTag::Text:
+            takeText(record.text());
+            break;
+        case RecordTag::Tab:
+            /* Behind a field name there are two, which only align. */
+            if (where_ == Where::Body || where_ == Where::Doubt) pending_ += '\t';
+            lineBegun_ = true;
+            break;
+        case RecordTag::Attribute:
+            takeAttribute(record.word());
+            break;
+        case RecordTag::LineBreak:
+            takeLineBreak();
+            break;
+        case RecordTag::Charset:
+            takeCharset(record.word());
+            break;
+        default:
+            break; /* the page */
+    }
+}
+
+void RecordReader::takeText(std::string_view text) {
+    if (where_ == Where::Ended) goOnWithValue();
+    (where_ == Where::Name ? name_ : pending_) += text;
+    lineBegun_ = true;
+}
+
+/* A charset record stands in the prologue, around words of a value, and where the body begins. Behind a word
+ * it is always the default one. */
+void RecordReader::takeCharset(uint32_t charset) {
+    if (where_ == Where::Doubt) goOnWithValue(); /* no body has another one */
+    if (where_ == Where::Ended && charset != EML_CHARSET_WESTERN) {
+        where_ = Where::Doubt;
+        charset_ = charset;
+        lineBegun_ = false;
+        return;
+    }
+    convertPending();
+    charset_ = charset;
+    inWord_ = where_ == Where::Value && charset != EML_CHARSET_WESTERN;
+    if (where_ == Where::Prologue) {
+        where_ = Where::Fields;
+    } else if (where_ == Where::Fields || where_ == Where::Ended) {
+        beginBody();
+    }
+}
+
+void RecordReader::takeAttribute(uint32_t attribute) {
+    inWord_ = false;
+    if (where_ == Where::Ended) endValue();
+    if (where_ == Where::Doubt) beginBody();
+    if (attribute == kBoldOn) {
+        where_ = Where::Name;
+        name_.clear();
+    } else if (where_ == Where::Name) {
+        where_ = Where::Value;
+    }
+}
+
+void RecordReader::takeLineBreak() {
+    if (where_ == Where::Doubt) beginBody(); /* few words have a line end each, one behind the other */
+    convertPending();
+    if (inWord_) {
+        text_ += ' '; /* a line end that a word encodes: the value goes on */
+        return;
+    }
+    if (where_ == Where::Value || where_ == Where::Ended) {
+        where_ = Where::Ended;
+        return;
+    }
+    if (where_ == Where::Body) reader_.line(text_);
+    text_.clear();
+    lineBegun_ = false;
+}
+
+/* The line end before was one of the value. */
+void RecordReader::goOnWithValue() {
+    where_ = Where::Value;
+    text_ += ' ';
+}
+
+void RecordReader::endValue() {
+    while (name_.ends_with(':')) name_.pop_back();
+    reader_.field(name_, trimmed(text_));
+    text_.clear();
+    where_ = Where::Fields;
+    lineBegun_ = false;
+}
+
+/* In doubt the first line has begun already. */
+void RecordReader::beginBody() {
+    bool begun = where_ == Where::Doubt && lineBegun_;
+    if (where_ != Where::Fields) endValue();
+    where_ = Where::Body;
+    lineBegun_ = begun;
+    reader_.bodyBegins();
+}
+
+void RecordReader::convertPending() {
+    if (!pending_.empty()) text_ += fromUnlabelledCharset(pending_, charset_);
+    pending_.clear();
+}
+
+void RecordReader::finish() {
+    if (where_ == Where::Ended) endValue();
+    if (where_ == Where::Doubt) beginBody();
+    if (lineBegun_ && where_ == Where::Body) takeLineBreak();
+}
+
+}  // namespace emltool

@@ -1,0 +1,30 @@
+/*
+ * What list and info want to know of each attachment.
+ */
+#ifndef EMLREADER_TOOL_SIZE_VISITOR_H
+#define EMLREADER_TOOL_SIZE_VISITOR_H
+
+#include "tool/message/tree.h"
+#include "tool/text/safe_name.h"
+
+namespace emltool {
+
+/* Learns the decoded size and the safe name of each attachment. */
+class SizeVisitor final : public AttachmentVisitor {
+  public:
+    explicit SizeVisitor(bool recursive) : recursive_(recursive) {}
+
+    void visit(SubFileContent& content, SubFileEntry& entry) override {
+        entry.size = decodedSize(content);
+        entry.safeName = names_.take(safeName(entry.name, dotted(entry.path)));
+    }
+    bool opens(const SubFileEntry&) const override { return recursive_; }
+
+  private:
+    bool recursive_;
+    NameSet names_;
+};
+
+}  // namespace emltool
+
+#endif

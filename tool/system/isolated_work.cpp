@@ -1,0 +1,160 @@
+#include "tool/system/isolated_work.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <exception>
+#include <new>
+#include <system_error>
+
+#include "standalone/unique_descriptor.h"
+#include "tool/batch/process.h"
+#include "tool/system/process_limits.h"
+#include "tool/terminal/problem.h"
+
+namespace emltool {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+enum ExitStatus : int { kDone = 0, kFailed = 1, kNoMemory = 2 };
+
+/* Leaves the process nothing but `reply`, which it gives under its new number; -1 on failure. */
+int dropDescriptors(int reply) {
+    constexpr int kReply = STDERR_FILENO + 1;
+    /* Out of the way of the low numbers first. */
+    int kept = ::fcntl(reply, F_DUPFD, kReply + 1);
+    int nothing = ::open("/dev/null", O_RDWR);
+    if (kept < 0 || nothing < 0) return -1;
+    for (int number = STDIN_FILENO; number <= STDERR_FILENO; ++number) ::dup2(nothing, number);
+    if (::dup2(kept, kReply) < 0 || ::close_range(kReply + 1, ~0U, 0) != 0) return -1;
+    return kReply;
+}
+
+void acceptLimits(const IsolationLimits& limits) {
+    lowerLimit(RLIMIT_AS, static_cast<rlim_t>(addressSpace() + limits.memory));
+    lowerLimit(RLIMIT_CPU, limits.processorSeconds);
+    for (int resource : {RLIMIT_CORE, RLIMIT_FSIZE, RLIMIT_NOFILE, RLIMIT_NPROC}) lowerLimit(resource, 0);
+    /* Whoever watches over the program has nothing to do here. */
+    for (int number : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGXCPU}) {
+        std::signal(number, SIG_DFL);
+    }
+}
+
+[[noreturn]] void doIsolated(const IsolatedWork& work, const IsolationLimits& limits, int reply,
+                             pid_t parent) {
+    ExitStatus status = kFailed;
+    try {
+        becomeWorker(parent);
+        int descriptor = dropDescriptors(reply);
+        acceptLimits(limits);
+        if (descriptor >= 0 && work(descriptor)) status = kDone;
+    } catch (const std::bad_alloc&) {
+        status = kNoMemory;
+    } catch (const std::exception&) {
+        status = kFailed;
+    }
+    ::_exit(status);
+}
+
+/* How the reading of the reply ended. */
+enum class Reading { Whole, TooLong, TooLate, Failed };
+
+Reading readReply(int descriptor, const IsolationLimits& limits, std::vector<uint8_t>& bytes) {
+    constexpr size_t kPiece = size_t{64} << 10;
+    const Clock::time_point end = Clock::now() + limits.patience;
+    for (;;) {
+        auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
+        if (left <= 0) return Reading::TooLate;
+        struct pollfd waiting {
+            descriptor, POLLIN, 0
+        };
+        int ready = ::poll(&waiting, 1, static_cast<int>(std::min<decltype(left)>(left, 1000)));
+        if (ready < 0 && errno != EINTR) return Reading::Failed;
+        if (ready <= 0) continue;
+        size_t before = bytes.size();
+        bytes.resize(before + kPiece);
+        ssize_t got = ::read(descriptor, bytes.data() + before, kPiece);
+        bool again = got < 0 && errno == EINTR;
+        bytes.resize(before + static_cast<size_t>(std::max<ssize_t>(got, 0)));
+        if (got < 0 && !again) return Reading::Failed;
+        if (got == 0) return Reading::Whole;
+        if (bytes.size() > limits.reply) return Reading::TooLong;
+    }
+}
+
+/* A process that is ended and waited for, whatever happens. */
+class Child {
+  public:
+    explicit Child(pid_t id) : id_(id) {}
+    ~Child() { end(); }
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
+
+    /* Ends it, by force, and gives the status that wait knows: its own where it was ending already. */
+    int end() {
+        int status = 0;
+        if (id_ < 0) return status;
+        ::kill(id_, SIGKILL);
+        while (::waitpid(id_, &status, 0) < 0 && errno == EINTR) {
+        }
+        id_ = -1;
+        return status;
+    }
+
+  private:
+    pid_t id_;
+};
+
+std::string failureOf(Reading reading, int status) {
+    switch (reading) {
+        case Reading::TooLong:
+            return "gave more than there can be";
+        case Reading::TooLate:
+            return "took too long";
+        case Reading::Failed:
+            return "could not be heard";
+        case Reading::Whole:
+            break;
+    }
+    bool tooMuchWork = WIFSIGNALED(status) && (WTERMSIG(status) == SIGXCPU || WTERMSIG(status) == SIGKILL);
+    if (tooMuchWork) return "took too long";
+    if (!WIFEXITED(status)) return describeStatus(status);
+    if (WEXITSTATUS(status) == kDone) return "";
+    return WEXITSTATUS(status) == kNoMemory ? "ran out of memory" : "could not do it";
+}
+
+}  // namespace
+
+IsolatedReply workIsolated(const IsolatedWork& work, const IsolationLimits& limits) {
+    IsolatedReply reply;
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0) {
+        reply.failure = "cannot be started: " + describe({errno, std::system_category()});
+        return reply;
+    }
+    emlhost::UniqueDescriptor reading(ends[0]);
+    emlhost::UniqueDescriptor writing(ends[1]);
+    pid_t parent = ::getpid();
+    pid_t id = ::fork();
+    if (id == 0) doIsolated(work, limits, writing.get(), parent);
+    if (id < 0) {
+        reply.failure = "cannot be started: " + describe({errno, std::system_category()});
+        return reply;
+    }
+    Child child(id);
+    writing.close();
+    Reading result = readReply(reading.get(), limits, reply.bytes);
+    /* The end of an honest process is what closes its end of the pipe; what goes on behind that is none. */
+    reply.failure = failureOf(result, child.end());
+    if (!reply.done()) reply.bytes.clear();
+    return reply;
+}
+
+}  // namespace emltool
