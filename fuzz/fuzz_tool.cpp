@@ -58,7 +58,7 @@ void utf8(Choices&, std::string_view text) {
 
 void requireSafe(const std::string& name) {
     requireHarmless(name, "a safe name is harmless");
-    require(!name.empty() && name.size() <= emltool::kLongestName, "a safe name has 1 to 255 bytes");
+    require(!name.empty() && name.size() <= emltool::kMaxNameLength, "a safe name has 1 to 255 bytes");
     require(name.find_first_of("/\\") == std::string::npos, "a safe name is one component");
     const std::string_view ends = ". ";
     require(ends.find(name.front()) == std::string_view::npos, "a safe name begins with a character");
@@ -172,7 +172,7 @@ void json(Choices& choices, std::string_view text) {
     tree.subFiles.push_back(std::move(entry));
     const std::string source = next();
     requireJson(emltool::jsonLine(source, &tree, nullptr));
-    const emltool::Problem problem(emltool::ExitCode::Input, next(), next(), next());
+    const emltool::Problem problem(emltool::ExitCode::kInput, next(), next(), next());
     requireJson(emltool::jsonLine(source, nullptr, &problem));
 }
 

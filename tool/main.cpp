@@ -6,7 +6,7 @@
 #include "tool/system/temporary_file.h"
 
 int main(int argc, char** argv) {
-    std::signal(SIGXFSZ, SIG_IGN); /* a limit on file sizes is then an error like a full disk */
+    std::signal(SIGXFSZ, SIG_IGN);  // a limit on file sizes is then an error like a full disk
     emltool::installSignalHandlers();
     return emltool::runTool(std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc));
 }

@@ -21,7 +21,7 @@ struct CloseFolder {
     void operator()(DIR* folder) const { ::closedir(folder); }
 };
 
-/* `type` is what the folder says, which may be nothing. A dangling link is a file that cannot be read. */
+// `type` is what the folder says, which may be nothing. A dangling link is a file that cannot be read.
 char kindOf(const std::string& path, unsigned char type) {
     if (type == DT_REG) return kFile;
     if (type == DT_DIR) return kFolder;
@@ -45,8 +45,8 @@ FolderWalk::FolderWalk(const std::string& folder, std::string pattern) : pattern
     enter(folder);
 }
 
-/* A folder that breaks off while it is read counts as one that cannot be read: part of a list would look like
- * the whole. */
+// A folder that breaks off while it is read counts as one that cannot be read: part of a list would look like
+// the whole.
 void FolderWalk::enter(std::string folder) {
     Level level;
     level.prefix = folder.ends_with('/') ? folder : folder + "/";
@@ -68,7 +68,7 @@ void FolderWalk::enter(std::string folder) {
         level.names.emplace_back(std::move(name), kind);
     }
     if (failure != 0) {
-        Problem problem(ExitCode::Input, "cannot-read", folder, describe({failure, std::system_category()}));
+        Problem problem(ExitCode::kInput, "cannot-read", folder, describe({failure, std::system_category()}));
         failed_ = Entry{std::move(folder), std::move(problem), nullptr};
         return;
     }

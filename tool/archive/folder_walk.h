@@ -1,8 +1,5 @@
-/*
- * The files in a folder and the folders in it.
- */
-#ifndef EMLREADER_TOOL_FOLDER_WALK_H
-#define EMLREADER_TOOL_FOLDER_WALK_H
+// The files in a folder and the folders in it.
+#pragma once
 
 #include <optional>
 #include <string>
@@ -12,29 +9,27 @@
 
 namespace emltool {
 
-/*
- * Gives paths in the order of their bytes, as `find FOLDER | LC_ALL=C sort` does, on every machine and file
- * system. Links to files count as files; links to folders are not followed, since they may lead round in a
- * circle. Only the names of the folders that lead to the current file are held.
- */
+// Gives paths in the order of their bytes, as `find FOLDER | LC_ALL=C sort` does, on every machine and file
+// system. Links to files count as files; links to folders are not followed, since they may lead round in a
+// circle. Only the names of the folders that lead to the current file are held.
 class FolderWalk {
   public:
-    /* `pattern`: only files with such names ("*.eml"); all when it is empty. */
+    // `pattern`: only files with such names ("*.eml"); all when it is empty.
     FolderWalk(const std::string& folder, std::string pattern);
 
     struct Entry {
         std::string path;
-        std::optional<Problem> problem; /* a folder that cannot be read */
-        const char* leftOut = nullptr;  /* why this is none of the files */
+        std::optional<Problem> problem;  // a folder that cannot be read
+        const char* leftOut = nullptr;   // why this is none of the files
     };
 
-    /* False at the end. */
+    // False at the end.
     bool next(Entry& entry);
 
   private:
     struct Level {
-        std::string prefix;                              /* "archive/2024/" */
-        std::vector<std::pair<std::string, char>> names; /* with what they are; folders end with "/" */
+        std::string prefix;                               // "archive/2024/"
+        std::vector<std::pair<std::string, char>> names;  // with what they are; folders end with "/"
         size_t next = 0;
     };
 
@@ -42,12 +37,10 @@ class FolderWalk {
 
     std::string pattern_;
     std::vector<Level> levels_;
-    std::optional<Entry> failed_; /* the folder that enter could not read */
+    std::optional<Entry> failed_;  // the folder that enter could not read
 };
 
-/* Whether `path` is a folder, or a link to one. */
+// Whether `path` is a folder, or a link to one.
 bool isFolder(const std::string& path);
 
 }  // namespace emltool
-
-#endif

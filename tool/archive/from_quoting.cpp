@@ -8,14 +8,14 @@ constexpr std::string_view kFrom = "From ";
 
 }  // namespace
 
-/* Writes what is held back. */
+// Writes what is held back.
 void FromUnquoter::give() {
     text_.append(static_cast<size_t>(marks_), '>').append(kFrom.substr(0, letters_));
     marks_ = 0;
     letters_ = 0;
 }
 
-/* The beginning of a line; false when it goes on in the next piece. */
+// The beginning of a line; false when it goes on in the next piece.
 bool FromUnquoter::takeStart(std::string_view& piece) {
     while (!piece.empty()) {
         if (letters_ == 0 && piece[0] == '>') {

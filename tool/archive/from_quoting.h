@@ -1,8 +1,5 @@
-/*
- * Lines of an mbox that begin with "From " have a ">" before them.
- */
-#ifndef EMLREADER_TOOL_FROM_QUOTING_H
-#define EMLREADER_TOOL_FROM_QUOTING_H
+// Lines of an mbox that begin with "From " have a ">" before them.
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -10,8 +7,8 @@
 
 namespace emltool {
 
-/* Takes one ">" away from each line that is ">", any number of them, and "From ". Fed with pieces of any
- * size; appends to `text`, which may be emptied between two pieces. */
+// Takes one ">" away from each line that is ">", any number of them, and "From ". Fed with pieces of any
+// size; appends to `text`, which may be emptied between two pieces.
 class FromUnquoter {
   public:
     explicit FromUnquoter(std::string& text) : text_(text) {}
@@ -24,11 +21,9 @@ class FromUnquoter {
     bool takeStart(std::string_view& piece);
 
     std::string& text_;
-    bool atStart_ = true; /* of a line; what was seen of it is held back */
-    uint64_t marks_ = 0;  /* ">" held back */
-    size_t letters_ = 0;  /* of "From " held back */
+    bool atStart_ = true;  // of a line; what was seen of it is held back
+    uint64_t marks_ = 0;   // ">" held back
+    size_t letters_ = 0;   // of "From " held back
 };
 
 }  // namespace emltool
-
-#endif

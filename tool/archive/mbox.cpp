@@ -20,7 +20,7 @@ constexpr std::string_view kFrom = "From ";
 constexpr size_t kBlock = size_t{256} << 10;
 
 [[noreturn]] void failToRead(const std::string& path, int failure) {
-    throw Problem(ExitCode::Input, "cannot-read", path, describe({failure, std::system_category()}));
+    throw Problem(ExitCode::kInput, "cannot-read", path, describe({failure, std::system_category()}));
 }
 
 emlhost::UniqueDescriptor openFile(const std::string& path) {
@@ -38,7 +38,7 @@ size_t readSome(const std::string& path, int file, uint64_t position, std::span<
     }
 }
 
-/* A message in memory of its own. */
+// A message in memory of its own.
 class HeldInput final : public emlhost::Input {
   public:
     explicit HeldInput(std::string bytes) : Input(bytes.size()), bytes_(std::move(bytes)) {}
@@ -52,13 +52,13 @@ class HeldInput final : public emlhost::Input {
     std::string bytes_;
 };
 
-/* Collects a message: in memory, or when it is large in a temporary file. */
+// Collects a message: in memory, or when it is large in a temporary file.
 class Collector {
   public:
     std::string& text() { return text_; }
 
-    void spill(size_t most) {
-        if (text_.size() <= most) return;
+    void spill(size_t limit) {
+        if (text_.size() <= limit) return;
         if (file_ == nullptr) file_ = std::make_unique<TemporaryFile>();
         std::span<const uint8_t> bytes(reinterpret_cast<const uint8_t*>(text_.data()), text_.size());
         if (int failure = emlhost::writeAll(file_->descriptor(), bytes)) failToWrite(failure);
@@ -76,7 +76,7 @@ class Collector {
 
   private:
     [[noreturn]] static void failToWrite(int failure) {
-        throw Problem(ExitCode::Output, "write-failed", "temporary file",
+        throw Problem(ExitCode::kOutput, "write-failed", "temporary file",
                       describe({failure, std::system_category()}));
     }
 
@@ -96,7 +96,7 @@ bool MboxScan::refill() {
     return filled_ != 0;
 }
 
-/* Moves to the next line; false at the end. */
+// Moves to the next line; false at the end.
 bool MboxScan::nextLine() {
     constexpr size_t kHead = kFrom.size() + 1;
     lineStart_ = lineEnd_;
@@ -137,7 +137,7 @@ bool MboxScan::next(MboxRange& range) {
 }
 
 std::unique_ptr<emlhost::Input> openMboxMessage(const std::string& path, uint64_t offset, uint64_t length) {
-    constexpr size_t kLargestInMemory = size_t{4} << 20;
+    constexpr size_t kMaxInMemory = size_t{4} << 20;
     emlhost::UniqueDescriptor file = openFile(path);
     Collector collector;
     FromUnquoter unquoter(collector.text());
@@ -145,9 +145,9 @@ std::unique_ptr<emlhost::Input> openMboxMessage(const std::string& path, uint64_
     while (length > 0) {
         auto wanted = static_cast<size_t>(std::min<uint64_t>(length, block.size()));
         size_t got = readSome(path, file.get(), offset, {block.data(), wanted});
-        if (got == 0) break; /* the file has become shorter meanwhile */
+        if (got == 0) break;  // the file has become shorter meanwhile
         unquoter.take({block.data(), got});
-        collector.spill(kLargestInMemory);
+        collector.spill(kMaxInMemory);
         offset += got;
         length -= got;
     }

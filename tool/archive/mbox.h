@@ -1,8 +1,5 @@
-/*
- * Many messages in one file: mbox, with its quoting by ">" as mboxo and mboxrd do it.
- */
-#ifndef EMLREADER_TOOL_MBOX_H
-#define EMLREADER_TOOL_MBOX_H
+// Many messages in one file: mbox, with its quoting by ">" as mboxo and mboxrd do it.
+#pragma once
 
 #include <array>
 #include <cstdint>
@@ -15,29 +12,27 @@
 
 namespace emltool {
 
-/* Whether a file that begins with these bytes is an mbox. */
+// Whether a file that begins with these bytes is an mbox.
 bool beginsMbox(std::string_view beginning);
 
-/* One message of it. */
+// One message of it.
 struct MboxRange {
-    uint64_t index = 0;  /* from 0 on */
-    uint64_t offset = 0; /* behind the "From " line */
-    uint64_t length = 0; /* without the empty line before the next "From " line */
+    uint64_t index = 0;   // from 0 on
+    uint64_t offset = 0;  // behind the "From " line
+    uint64_t length = 0;  // without the empty line before the next "From " line
 };
 
-/*
- * Finds the messages of an mbox, one after the other. A message begins behind a line that begins with "From "
- * and is the first one or follows an empty line.
- */
+// Finds the messages of an mbox, one after the other. A message begins behind a line that begins with "From "
+// and is the first one or follows an empty line.
 class MboxScan {
   public:
-    /* Throws Problem. */
+    // Throws Problem.
     explicit MboxScan(const std::string& path);
 
-    /* False behind the last one. Throws Problem where the file cannot be read. */
+    // False behind the last one. Throws Problem where the file cannot be read.
     bool next(MboxRange& range);
 
-    /* Of the message that next looks for. */
+    // Of the message that next looks for.
     uint64_t index() const { return index_; }
 
   private:
@@ -52,17 +47,15 @@ class MboxScan {
     size_t filled_ = 0;
     uint64_t lineStart_ = 0;
     uint64_t lineEnd_ = 0;
-    std::string head_; /* the first bytes of the line */
+    std::string head_;  // the first bytes of the line
     uint64_t start_ = 0;
     uint64_t index_ = 0;
     bool begun_ = false;
     bool ended_ = false;
 };
 
-/* The message at that place of the mbox `path`, with one ">" less in each line that begins with "From "
- * behind them. Throws Problem. */
+// The message at that place of the mbox `path`, with one ">" less in each line that begins with "From "
+// behind them. Throws Problem.
 std::unique_ptr<emlhost::Input> openMboxMessage(const std::string& path, uint64_t offset, uint64_t length);
 
 }  // namespace emltool
-
-#endif

@@ -1,31 +1,26 @@
-/*
- * Paths that come from a pipe, one per line.
- */
-#ifndef EMLREADER_TOOL_PATH_LIST_H
-#define EMLREADER_TOOL_PATH_LIST_H
+// Paths that come from a pipe, one per line.
+#pragma once
 
 #include <string>
 
 namespace emltool {
 
-/*
- * Reads only when it is told to, so that whoever writes the paths may wait for an answer to each of them.
- * Empty lines are left out. What follows the last separator is a path too.
- */
+// Reads only when it is told to, so that whoever writes the paths may wait for an answer to each of them.
+// Empty lines are left out. What follows the last separator is a path too.
 class PathList {
   public:
-    /* The descriptor stays the caller's. */
+    // The descriptor stays the caller's.
     PathList(int descriptor, char separator) : descriptor_(descriptor), separator_(separator) {}
 
     int descriptor() const { return descriptor_; }
 
-    /* The next path that is there already. */
+    // The next path that is there already.
     bool next(std::string& path);
 
-    /* Nothing more comes. */
+    // Nothing more comes.
     bool atEnd() const { return ended_ && position_ >= buffer_.size(); }
 
-    /* Waits for more and takes it. Gives 0 or an errno. */
+    // Waits for more and takes it. Gives 0 or an errno.
     int read();
 
   private:
@@ -33,10 +28,8 @@ class PathList {
     char separator_;
     bool ended_ = false;
     std::string buffer_;
-    size_t position_ = 0; /* of the next path */
-    size_t searched_ = 0; /* no separator stands between position_ and here */
+    size_t position_ = 0;  // of the next path
+    size_t searched_ = 0;  // no separator stands between position_ and here
 };
 
 }  // namespace emltool
-
-#endif

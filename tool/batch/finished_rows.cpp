@@ -44,7 +44,7 @@ std::string fromBase64(std::string_view text) {
     return bytes;
 }
 
-/* Takes the object "source" of a row, and then stops the reader by giving false. */
+// Takes the object "source" of a row, and then stops the reader by giving false.
 class SourceHandler : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, SourceHandler> {
   public:
     bool Key(const char* text, rapidjson::SizeType length, bool) {
@@ -62,7 +62,7 @@ class SourceHandler : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Sou
         return true;
     }
     bool EndObject(rapidjson::SizeType) {
-        complete = true; /* the first object that ends is the source */
+        complete = true;  // the first object that ends is the source
         return false;
     }
 
@@ -84,8 +84,8 @@ bool takeRow(std::string_view line, FinishedRows& finished) {
     return handler.complete;
 }
 
-/* What a run leaves when it is killed while it writes; or a machine that loses its power, which may leave
- * zero bytes. */
+// What a run leaves when it is killed while it writes; or a machine that loses its power, which may leave
+// zero bytes.
 bool isTornRow(std::string_view text) {
     size_t known = std::min(text.size(), kRowBegins.size());
     return text.substr(0, known) == kRowBegins.substr(0, known) ||
@@ -93,7 +93,7 @@ bool isTornRow(std::string_view text) {
 }
 
 Problem noRow(const std::string& name, uint64_t line) {
-    return {ExitCode::Output, "not-rows", name,
+    return {ExitCode::kOutput, "not-rows", name,
             fmt::format("line {} is no row of eml batch, so nothing is continued here; choose another file",
                         line)};
 }
@@ -134,7 +134,7 @@ bool FinishedRows::take(std::string_view path, std::optional<uint64_t> index) {
 uint64_t readFinishedRows(int descriptor, const std::string& name, FinishedRows& finished) {
     constexpr size_t kPiece = size_t{1} << 20;
     std::string buffer;
-    uint64_t position = 0; /* of the end of the buffer */
+    uint64_t position = 0;  // of the end of the buffer
     uint64_t line = 1;
     for (;;) {
         size_t searched = buffer.size();
@@ -144,7 +144,7 @@ uint64_t readFinishedRows(int descriptor, const std::string& name, FinishedRows&
             got = ::pread(descriptor, buffer.data() + searched, kPiece, static_cast<off_t>(position));
         } while (got < 0 && errno == EINTR);
         if (got < 0) {
-            throw Problem(ExitCode::Output, "cannot-read", name, describe({errno, std::system_category()}));
+            throw Problem(ExitCode::kOutput, "cannot-read", name, describe({errno, std::system_category()}));
         }
         buffer.resize(searched + static_cast<size_t>(got));
         position += static_cast<uint64_t>(got);

@@ -1,8 +1,5 @@
-/*
- * What an earlier run of a batch has already written.
- */
-#ifndef EMLREADER_TOOL_FINISHED_ROWS_H
-#define EMLREADER_TOOL_FINISHED_ROWS_H
+// What an earlier run of a batch has already written.
+#pragma once
 
 #include <array>
 #include <cstdint>
@@ -13,15 +10,15 @@
 
 namespace emltool {
 
-/* The sources of rows, 16 bytes for each: the beginning of a digest. */
+// The sources of rows, 16 bytes for each: the beginning of a digest.
 class FinishedRows {
   public:
     void add(std::string_view path, std::optional<uint64_t> index);
 
-    /* Nothing more is added. */
+    // Nothing more is added.
     void seal();
 
-    /* Whether this source has a row that no earlier call asked about. A path that is named twice has two. */
+    // Whether this source has a row that no earlier call asked about. A path that is named twice has two.
     bool take(std::string_view path, std::optional<uint64_t> index);
 
     size_t size() const { return keys_.size(); }
@@ -35,10 +32,8 @@ class FinishedRows {
     std::vector<bool> taken_;
 };
 
-/* Reads the rows in the open file `descriptor`, called `name`, and gives the length of the whole lines:
- * behind them there may be the beginning of one more. Throws Problem where the file holds something else. */
+// Reads the rows in the open file `descriptor`, called `name`, and gives the length of the whole lines:
+// behind them there may be the beginning of one more. Throws Problem where the file holds something else.
 uint64_t readFinishedRows(int descriptor, const std::string& name, FinishedRows& finished);
 
 }  // namespace emltool
-
-#endif

@@ -1,9 +1,6 @@
-/*
- * What the processes of a batch say to each other through pipes. Both ends are the same program on the same
- * machine, so numbers travel as they lie in memory.
- */
-#ifndef EMLREADER_TOOL_WORKER_FRAMES_H
-#define EMLREADER_TOOL_WORKER_FRAMES_H
+// What the processes of a batch say to each other through pipes. Both ends are the same program on the same
+// machine, so numbers travel as they lie in memory.
+#pragma once
 
 #include <cstdint>
 #include <cstring>
@@ -14,7 +11,7 @@
 
 namespace emltool {
 
-/* Goes before the path of an item. */
+// Goes before the path of an item.
 struct TaskHeader {
     uint64_t pathLength;
     uint64_t hasIndex;
@@ -23,11 +20,11 @@ struct TaskHeader {
     uint64_t length;
 };
 
-/* Goes before the row. */
+// Goes before the row.
 struct ReplyHeader {
     uint64_t lineLength;
-    uint64_t kind;    /* RowKind */
-    uint64_t retires; /* the worker ends itself behind this row */
+    uint64_t kind;     // RowKind
+    uint64_t retires;  // the worker ends itself behind this row
 };
 
 template <typename Header>
@@ -35,7 +32,7 @@ void appendHeader(std::string& bytes, const Header& header) {
     bytes.append(reinterpret_cast<const char*>(&header), sizeof header);
 }
 
-/* `bytes` holds a whole header. */
+// `bytes` holds a whole header.
 template <typename Header>
 Header headerAt(std::string_view bytes) {
     Header header;
@@ -51,5 +48,3 @@ inline std::string taskFrame(const BatchItem& item) {
 }
 
 }  // namespace emltool
-
-#endif

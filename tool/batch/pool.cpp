@@ -17,7 +17,7 @@ bool WorkerPool::isIdle() const {
                        [](const Worker& worker) { return worker.tasks.empty(); });
 }
 
-/* One that waits comes before one that has to be started. */
+// One that waits comes before one that has to be started.
 WorkerPool::Worker& WorkerPool::leastBusy() {
     return *std::min_element(workers_.begin(), workers_.end(), [](const Worker& a, const Worker& b) {
         return a.tasks.size() != b.tasks.size() ? a.tasks.size() < b.tasks.size()
@@ -27,8 +27,8 @@ WorkerPool::Worker& WorkerPool::leastBusy() {
 
 void WorkerPool::start(Worker& worker) {
     worker.process = std::make_unique<WorkerProcess>([this](int tasks, int replies) {
-        /* The pipes of the others are not its business: a worker would not see its own end as long as another
-         * one holds it open. */
+        // The pipes of the others are not its business: a worker would not see its own end as long as another
+        // one holds it open.
         for (Worker& other : workers_) {
             if (other.process == nullptr) continue;
             ::close(other.process->taskPipe());
@@ -46,7 +46,7 @@ void WorkerPool::give(PoolTask& task) {
     worker.process->send(taskFrame(task.item));
 }
 
-void WorkerPool::forgive(Clock::duration time) {
+void WorkerPool::extendDeadlines(Clock::duration time) {
     for (Worker& worker : workers_) worker.deadline += time;
 }
 
@@ -55,8 +55,8 @@ int WorkerPool::untilDeadline(int milliseconds) const {
     for (const Worker& worker : workers_) {
         if (worker.tasks.empty()) continue;
         auto left = std::chrono::ceil<std::chrono::milliseconds>(worker.deadline - Clock::now()).count();
-        int most = static_cast<int>(std::clamp<decltype(left)>(left, 0, 3600'000));
-        milliseconds = milliseconds < 0 ? most : std::min(milliseconds, most);
+        int untilThen = static_cast<int>(std::clamp<decltype(left)>(left, 0, 3600'000));
+        milliseconds = milliseconds < 0 ? untilThen : std::min(milliseconds, untilThen);
     }
     return milliseconds;
 }
@@ -68,7 +68,7 @@ std::vector<PoolEvent> WorkerPool::wait(std::span<pollfd> others, int millisecon
         if (worker.process == nullptr) continue;
         polled.push_back({worker.process->replyPipe(), POLLIN, 0});
         whose.push_back(&worker);
-        /* A closed pipe is an event that nobody asked for; poll leaves out what is negative. */
+        // A closed pipe is an event that nobody asked for; poll leaves out what is negative.
         int tasks = worker.process->hasMoreToSend() ? worker.process->taskPipe() : -1;
         polled.push_back({tasks, POLLOUT, 0});
     }
@@ -82,7 +82,7 @@ std::vector<PoolEvent> WorkerPool::wait(std::span<pollfd> others, int millisecon
             if (pipes[0].revents != 0) listen(*whose[i], events);
         }
     }
-    endLateOnes(events);
+    killTimedOut(events);
     return events;
 }
 
@@ -93,39 +93,39 @@ void WorkerPool::listen(Worker& worker, Events& events) {
     ReplyHeader header{};
     std::string line;
     while (!retires && !worker.tasks.empty() && worker.process->nextReply(header, line)) {
-        events.push_back({worker.tasks.front(), PoolEvent::What::Reply, static_cast<RowKind>(header.kind),
+        events.push_back({worker.tasks.front(), PoolEvent::Kind::kReply, static_cast<RowKind>(header.kind),
                           std::move(line), 0});
         worker.tasks.pop_front();
         retires = header.retires != 0;
     }
     if (retires) {
-        end(worker, PoolEvent::What::GivenBack, worker.process->kill(), events);
+        end(worker, PoolEvent::Kind::kGivenBack, worker.process->kill(), events);
     } else if (worker.process->broken()) {
-        end(worker, PoolEvent::What::Died, worker.process->kill(), events);
+        end(worker, PoolEvent::Kind::kDied, worker.process->kill(), events);
     } else if (!open) {
-        end(worker, PoolEvent::What::Died, worker.process->wait(), events);
+        end(worker, PoolEvent::Kind::kDied, worker.process->wait(), events);
     }
 }
 
-/* What the worker was at has ended as `what` says; what else it had is given back. */
-void WorkerPool::end(Worker& worker, PoolEvent::What what, int status, Events& events) {
+// What the worker was at has ended as `kind` says; what else it had is given back.
+void WorkerPool::end(Worker& worker, PoolEvent::Kind kind, int status, Events& events) {
     worker.process.reset();
     for (PoolTask* task : worker.tasks) {
-        events.push_back({task, what, RowKind::Error, "", status});
-        what = PoolEvent::What::GivenBack;
+        events.push_back({task, kind, RowKind::kError, "", status});
+        kind = PoolEvent::Kind::kGivenBack;
     }
     worker.tasks.clear();
 }
 
-/* Looks once more whether something has come: a worker that has been heard is not late. */
-void WorkerPool::endLateOnes(Events& events) {
+// Looks once more whether something has come: a worker that has been heard is not late.
+void WorkerPool::killTimedOut(Events& events) {
     if (timeout_.count() == 0) return;
     for (Worker& worker : workers_) {
         if (worker.tasks.empty() || Clock::now() < worker.deadline) continue;
         pollfd reply{worker.process->replyPipe(), POLLIN, 0};
         if (::poll(&reply, 1, 0) > 0) continue;
         int status = worker.process->kill();
-        end(worker, PoolEvent::What::TimedOut, status, events);
+        end(worker, PoolEvent::Kind::kTimedOut, status, events);
     }
 }
 

@@ -1,8 +1,5 @@
-/*
- * The worker processes of a batch.
- */
-#ifndef EMLREADER_TOOL_WORKER_POOL_H
-#define EMLREADER_TOOL_WORKER_POOL_H
+// The worker processes of a batch.
+#pragma once
 
 #include <poll.h>
 
@@ -17,54 +14,52 @@
 
 namespace emltool {
 
-/* Something to read, and how often a worker has died of it. The caller derives from it and owns it. */
+// Something to read, and how often a worker has died of it. The caller derives from it and owns it.
 struct PoolTask {
     BatchItem item;
     unsigned deaths = 0;
 };
 
-/* What became of a task. */
+// What became of a task.
 struct PoolEvent {
-    enum class What {
-        Reply,
-        TimedOut,
-        Died,     /* the worker did, in the middle of it */
-        GivenBack /* nothing: its worker ended before it came to it */
+    enum class Kind {
+        kReply,
+        kTimedOut,
+        kDied,      // the worker did, in the middle of it
+        kGivenBack  // nothing: its worker ended before it came to it
     };
 
     PoolTask* task = nullptr;
-    What what = What::Reply;
-    RowKind kind = RowKind::Error;
+    Kind kind = Kind::kReply;
+    RowKind row = RowKind::kError;
     std::string line;
-    int status = 0; /* of the process that died */
+    int status = 0;  // of the process that died
 };
 
-/*
- * Keeps a number of workers busy. They are started when there is something to do; one that dies, hangs or has
- * run out of memory is replaced. Each has at most two tasks, so that it need not wait for the next.
- */
+// Keeps a number of workers busy. They are started when there is something to do; one that dies, hangs or has
+// run out of memory is replaced. Each has at most two tasks, so that it need not wait for the next.
 class WorkerPool {
   public:
-    /* `timeout` in milliseconds for each task; 0 is none. */
+    // `timeout` in milliseconds for each task; 0 is none.
     WorkerPool(unsigned count, std::chrono::milliseconds timeout, WorkerProcess::Body body);
 
     bool hasRoom() const;
     bool isIdle() const;
 
-    /* Gives the task to a worker. Throws Problem where none can be started. */
+    // Gives the task to a worker. Throws Problem where none can be started.
     void give(PoolTask& task);
 
-    /* Waits until a worker says something, one of `others` is ready, or `milliseconds` have passed (-1 is no
-     * limit). */
+    // Waits until a worker says something, one of `others` is ready, or `milliseconds` have passed (-1 is no
+    // limit).
     std::vector<PoolEvent> wait(std::span<pollfd> others, int milliseconds);
 
-    /* Time that the workers could not be listened to does not count for their timeouts. */
-    void forgive(std::chrono::steady_clock::duration time);
+    // Time that the workers could not be listened to does not count for their timeouts.
+    void extendDeadlines(std::chrono::steady_clock::duration time);
 
-    /* Lets the workers end and waits for them. */
+    // Lets the workers end and waits for them.
     void finish();
 
-    /* Ends them by force. */
+    // Ends them by force.
     void kill() { workers_.clear(); }
 
   private:
@@ -72,8 +67,8 @@ class WorkerPool {
     using Events = std::vector<PoolEvent>;
 
     struct Worker {
-        std::unique_ptr<WorkerProcess> process; /* NULL until there is something to do */
-        std::deque<PoolTask*> tasks;            /* the first is being read */
+        std::unique_ptr<WorkerProcess> process;  // NULL until there is something to do
+        std::deque<PoolTask*> tasks;             // the first is being read
         Clock::time_point deadline;
     };
 
@@ -82,8 +77,8 @@ class WorkerPool {
     Worker& leastBusy();
     void start(Worker& worker);
     void listen(Worker& worker, Events& events);
-    static void end(Worker& worker, PoolEvent::What what, int status, Events& events);
-    void endLateOnes(Events& events);
+    static void end(Worker& worker, PoolEvent::Kind kind, int status, Events& events);
+    void killTimedOut(Events& events);
     int untilDeadline(int milliseconds) const;
 
     std::vector<Worker> workers_;
@@ -92,5 +87,3 @@ class WorkerPool {
 };
 
 }  // namespace emltool
-
-#endif

@@ -15,7 +15,7 @@ namespace emltool {
 namespace {
 
 [[noreturn]] void failToStart(int failure) {
-    throw Problem(ExitCode::Internal, "no-worker", "",
+    throw Problem(ExitCode::kInternal, "no-worker", "",
                   "cannot start a worker process: " + describe({failure, std::system_category()}));
 }
 
@@ -52,7 +52,7 @@ void WorkerProcess::send(const std::string& bytes) {
     sendMore();
 }
 
-/* A worker that has ended is noticed by its other pipe. */
+// A worker that has ended is noticed by its other pipe.
 void WorkerProcess::sendMore() {
     while (!outgoing_.empty()) {
         ssize_t written = ::write(tasks_.get(), outgoing_.data(), outgoing_.size());
@@ -82,9 +82,10 @@ bool WorkerProcess::nextReply(ReplyHeader& header, std::string& line) {
     std::string_view rest = std::string_view(incoming_).substr(taken_);
     if (broken_ || rest.size() < sizeof header) return false;
     header = headerAt<ReplyHeader>(rest);
-    constexpr uint64_t kLongest = uint64_t{1} << 40;
-    auto last = static_cast<uint64_t>(RowKind::Mbox);
-    broken_ = header.kind < 1 || header.kind > last || header.retires > 1 || header.lineLength > kLongest;
+    constexpr uint64_t kMaxLineLength = uint64_t{1} << 40;
+    auto last = static_cast<uint64_t>(RowKind::kMbox);
+    broken_ =
+        header.kind < 1 || header.kind > last || header.retires > 1 || header.lineLength > kMaxLineLength;
     if (broken_ || rest.size() - sizeof header < header.lineLength) return false;
     line.assign(rest, sizeof header, static_cast<size_t>(header.lineLength));
     taken_ += sizeof header + line.size();

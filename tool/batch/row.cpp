@@ -16,10 +16,10 @@ namespace emltool {
 
 namespace {
 
-/* An output that keeps nothing but the digest. */
+// An output that keeps nothing but the digest.
 class DigestOutput final : public emlhost::Output {
   public:
-    DigestOutput() : Output(Seeking::NotAtAll) {}
+    DigestOutput() : Output(Seeking::kNotAtAll) {}
 
     std::string digest() { return hexText(hash_.finish()); }
 
@@ -36,7 +36,7 @@ class DigestOutput final : public emlhost::Output {
     Sha256 hash_;
 };
 
-/* Learns the sizes, and the digests where they are wanted. */
+// Learns the sizes, and the digests where they are wanted.
 class RowVisitor final : public AttachmentVisitor {
   public:
     explicit RowVisitor(const RowOptions& options) : options_(options) {}
@@ -61,7 +61,7 @@ class RowVisitor final : public AttachmentVisitor {
     NameSet names_;
 };
 
-/* Calls take(piece) for the bytes of `input` until it gives false. */
+// Calls take(piece) for the bytes of `input` until it gives false.
 template <typename Take>
 void readPieces(emlhost::Input& input, Take take) {
     EmlIOobj* object = input.object();
@@ -83,7 +83,7 @@ std::string digestOf(emlhost::Input& input) {
     return hexText(hash.finish());
 }
 
-/* What comes from a pipe cannot be read twice, so it counts as one message. */
+// What comes from a pipe cannot be read twice, so it counts as one message.
 bool isMbox(const std::string& path, emlhost::Input& input) {
     bool begins = false;
     readPieces(input, [&](std::span<const uint8_t> piece) {
@@ -109,14 +109,14 @@ BatchRow readMessage(std::unique_ptr<emlhost::Input> input, const BatchItem& ite
         problem = caught;
     }
     BatchRow row;
-    row.kind = problem ? RowKind::Error : RowKind::Good;
+    row.kind = problem ? RowKind::kError : RowKind::kGood;
     row.outOfMemory = problem && problem->code == "out-of-memory";
     row.line = jsonLine(item.path, tree ? &*tree : nullptr, problem ? &*problem : nullptr, item.index);
     return row;
 }
 
 BatchRow errorRow(const BatchItem& item, const Problem& problem) {
-    return {RowKind::Error, problemRow(item, problem), problem.code == "out-of-memory"};
+    return {RowKind::kError, problemRow(item, problem), problem.code == "out-of-memory"};
 }
 
 }  // namespace
@@ -129,15 +129,15 @@ BatchRow readItem(const BatchItem& item, const RowOptions& options) {
     try {
         std::unique_ptr<emlhost::Input> input =
             item.index ? openMboxMessage(item.path, item.offset, item.length) : openMessageInput(item.path);
-        if (!item.index && isMbox(item.path, *input)) return {RowKind::Mbox, "", false};
+        if (!item.index && isMbox(item.path, *input)) return {RowKind::kMbox, "", false};
         return readMessage(std::move(input), item, options);
     } catch (const Problem& problem) {
-        if (!item.index && problem.code == "is-a-directory") return {RowKind::Folder, "", false};
+        if (!item.index && problem.code == "is-a-directory") return {RowKind::kFolder, "", false};
         return errorRow(item, problem);
     } catch (const std::bad_alloc&) {
         return errorRow(item, outOfMemory(item.path));
     } catch (const std::exception& error) {
-        return errorRow(item, {ExitCode::Internal, "internal", item.path,
+        return errorRow(item, {ExitCode::kInternal, "internal", item.path,
                                fmt::format("internal error: {}", error.what())});
     }
 }

@@ -1,8 +1,5 @@
-/*
- * One message of a batch, as its row.
- */
-#ifndef EMLREADER_TOOL_BATCH_ROW_H
-#define EMLREADER_TOOL_BATCH_ROW_H
+// One message of a batch, as its row.
+#pragma once
 
 #include <cstdint>
 #include <optional>
@@ -12,41 +9,39 @@
 
 namespace emltool {
 
-/* What is to be read: a file, or one message of an mbox file. */
+// What is to be read: a file, or one message of an mbox file.
 struct BatchItem {
     std::string path;
-    std::optional<uint64_t> index; /* in the mbox; nothing for a whole file */
-    uint64_t offset = 0;           /* where that message is */
+    std::optional<uint64_t> index;  // in the mbox; nothing for a whole file
+    uint64_t offset = 0;            // where that message is
     uint64_t length = 0;
 };
 
 struct RowOptions {
     bool force = false;
-    bool recursive = false; /* opens embedded messages */
+    bool recursive = false;  // opens embedded messages
     bool text = false;
     bool digest = false;
 };
 
-/* What came of an item. The numbers travel from process to process. */
+// What came of an item. The numbers travel from process to process.
 enum class RowKind : uint8_t {
-    Good = 1,
-    Error = 2,  /* the row says what is wrong */
-    Folder = 3, /* no row: this is a folder, whose files are to be read */
-    Mbox = 4    /* no row: this is an mbox, whose messages are to be read */
+    kGood = 1,
+    kError = 2,   // the row says what is wrong
+    kFolder = 3,  // no row: this is a folder, whose files are to be read
+    kMbox = 4     // no row: this is an mbox, whose messages are to be read
 };
 
 struct BatchRow {
-    RowKind kind = RowKind::Error;
+    RowKind kind = RowKind::kError;
     std::string line;
     bool outOfMemory = false;
 };
 
-/* Reads the item. Throws std::bad_alloc where even the row does not fit. */
+// Reads the item. Throws std::bad_alloc where even the row does not fit.
 BatchRow readItem(const BatchItem& item, const RowOptions& options);
 
-/* The row of an item that cannot be read. */
+// The row of an item that cannot be read.
 std::string problemRow(const BatchItem& item, const Problem& problem);
 
 }  // namespace emltool
-
-#endif

@@ -15,7 +15,7 @@ namespace emltool {
 namespace {
 
 Problem outputProblem(const std::string& path, int failure, const char* advice = "") {
-    return {ExitCode::Output, "write-failed", path, describe({failure, std::system_category()}) + advice};
+    return {ExitCode::kOutput, "write-failed", path, describe({failure, std::system_category()}) + advice};
 }
 
 bool isDirectory(const std::string& path) {
@@ -38,22 +38,22 @@ void RowOutput::create(bool resume) {
     file_ = emlhost::UniqueDescriptor(::open(path_.c_str(), flags, 0644));
     int failure = errno;
     if (!file_.valid() && isDirectory(path_)) {
-        throw Problem(ExitCode::Output, "is-a-directory", path_, "is a directory; name a file in it");
+        throw Problem(ExitCode::kOutput, "is-a-directory", path_, "is a directory; name a file in it");
     }
     if (!file_.valid() && failure == EEXIST) {
-        throw Problem(ExitCode::Output, "exists", path_,
+        throw Problem(ExitCode::kOutput, "exists", path_,
                       "already exists, not overwritten; --resume continues it, or choose another file");
     }
     struct stat found {};
     if (!file_.valid()) throw outputProblem(path_, failure);
     if (::fstat(file_.get(), &found) != 0) throw outputProblem(path_, errno);
     if (!S_ISREG(found.st_mode)) {
-        throw Problem(ExitCode::Output, "no-file", path_,
+        throw Problem(ExitCode::kOutput, "no-file", path_,
                       "is no regular file; redirect standard output to it");
     }
-    /* An engine may start a task again while the first attempt is still at work. */
+    // An engine may start a task again while the first attempt is still at work.
     if (::flock(file_.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
-        throw Problem(ExitCode::Output, "in-use", path_, "another eml is writing it");
+        throw Problem(ExitCode::kOutput, "in-use", path_, "another eml is writing it");
     }
 }
 
@@ -71,7 +71,7 @@ void RowOutput::write(std::string_view lines) {
         int failure = errno;
         if (path_.empty() && failure == EPIPE) throw BrokenPipe{};
         if (path_.empty()) {
-            throw StandardOutputProblem(ExitCode::Output, "write-failed", "standard output",
+            throw StandardOutputProblem(ExitCode::kOutput, "write-failed", "standard output",
                                         describe({failure, std::system_category()}));
         }
         cutAfterWholeLine(lines.substr(0, lines.size() - rest.size()));
@@ -81,8 +81,8 @@ void RowOutput::write(std::string_view lines) {
 }
 
 void RowOutput::cutAfterWholeLine(std::string_view written) {
-    size_t whole = written.rfind('\n') + 1; /* 0 where there is none */
-    /* Where this fails as well, --resume cuts. */
+    size_t whole = written.rfind('\n') + 1;  // 0 where there is none
+    // Where this fails as well, --resume cuts.
     [[maybe_unused]] int result = ::ftruncate(file_.get(), static_cast<off_t>(length_ + whole));
 }
 

@@ -1,8 +1,5 @@
-/*
- * Where the rows of a batch go.
- */
-#ifndef EMLREADER_TOOL_ROW_OUTPUT_H
-#define EMLREADER_TOOL_ROW_OUTPUT_H
+// Where the rows of a batch go.
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -13,15 +10,15 @@
 
 namespace emltool {
 
-/* Standard output, or a file that only one run at a time can write. */
+// Standard output, or a file that only one run at a time can write.
 class RowOutput {
   public:
-    /* `path` is "" for standard output. With `resume` the file is continued: what follows its last whole line
-     * is cut off, and its rows are `finished`; without, it must not exist. Throws Problem. */
+    // `path` is "" for standard output. With `resume` the file is continued: what follows its last whole line
+    // is cut off, and its rows are `finished`; without, it must not exist. Throws Problem.
     RowOutput(std::string path, bool resume, FinishedRows& finished);
 
-    /* Writes whole lines. Throws Problem, StandardOutputProblem or BrokenPipe. A file then ends with the last
-     * whole line that fits. */
+    // Writes whole lines. Throws Problem, StandardOutputProblem or BrokenPipe. A file then ends with the last
+    // whole line that fits.
     void write(std::string_view lines);
 
     int descriptor() const;
@@ -36,5 +33,3 @@ class RowOutput {
 };
 
 }  // namespace emltool
-
-#endif

@@ -12,11 +12,11 @@ namespace emltool {
 
 namespace {
 
-constexpr size_t kMostSlots = 4096;                 /* rows and tasks that wait for one before them */
-constexpr size_t kMostHeldBytes = size_t{64} << 20; /* in such rows */
-constexpr unsigned kMostDeaths = 3;                 /* of workers, of one message */
+constexpr size_t kMaxSlots = 4096;                  // rows and tasks that wait for one before them
+constexpr size_t kMaxHeldBytes = size_t{64} << 20;  // in such rows
+constexpr unsigned kMaxDeaths = 3;                  // of workers, of one message
 
-/* A worker holds neither the input of the parent nor its output open. */
+// A worker holds neither the input of the parent nor its output open.
 void leaveStreams(int output) {
     if (output > STDERR_FILENO) ::close(output);
     int nothing = ::open("/dev/null", O_RDWR | O_CLOEXEC);
@@ -26,16 +26,16 @@ void leaveStreams(int output) {
 
 Problem timeoutProblem(const std::string& path, std::chrono::milliseconds timeout) {
     double seconds = std::chrono::duration<double>(timeout).count();
-    return {ExitCode::Internal, "timeout", path, fmt::format("not read within {:g} s", seconds)};
+    return {ExitCode::kInternal, "timeout", path, fmt::format("not read within {:g} s", seconds)};
 }
 
 Problem deathProblem(const std::string& path, int status) {
-    return {ExitCode::Internal, "crashed", path,
-            fmt::format("the reader {}, {} times", describeStatus(status), kMostDeaths)};
+    return {ExitCode::kInternal, "crashed", path,
+            fmt::format("the reader {}, {} times", describeStatus(status), kMaxDeaths)};
 }
 
 Problem zeroByteProblem(const std::string& path) {
-    return {ExitCode::Input, "no-such-file", path,
+    return {ExitCode::kInput, "no-such-file", path,
             "no such file; the path holds a zero byte (is -0 missing?)"};
 }
 
@@ -77,8 +77,8 @@ BatchCounts BatchRun::run() {
     return counts_;
 }
 
-/* Gives the workers what they have room for. False when there is nothing now that they could be given; true
- * also after a good deal of work without an end, since workers want to be heard in between. */
+// Gives the workers what they have room for. False when there is nothing now that they could be given; true
+// also after a good deal of work without an end, since workers want to be heard in between.
 bool BatchRun::fill() {
     constexpr int kGoodDeal = 1000;
     awaited_ = -1;
@@ -94,23 +94,23 @@ bool BatchRun::fill() {
     return true;
 }
 
-/* One step of one source. False when there is nothing to take now. */
+// One step of one source. False when there is nothing to take now.
 bool BatchRun::take() {
     if (open_.empty()) return false;
-    bool isFull = isOrdered() && (slots_.size() >= kMostSlots || heldBytes_ >= kMostHeldBytes);
-    /* What comes before all others must go on, or nothing ever would. */
+    bool isFull = isOrdered() && (slots_.size() >= kMaxSlots || heldBytes_ >= kMaxHeldBytes);
+    // What comes before all others must go on, or nothing ever would.
     if (isFull && slots_.front().source == nullptr) return false;
     Slot& slot = isFull ? slots_.front() : *open_.back();
     FoundItem found;
     switch (slot.source->next(found)) {
-        case ItemSource::Next::Later:
+        case ItemSource::Next::kLater:
             awaited_ = slot.source->descriptor();
             return false;
-        case ItemSource::Next::End:
+        case ItemSource::Next::kEnd:
             std::erase(open_, &slot);
             slots_.erase(slot.self);
             return true;
-        case ItemSource::Next::Found:
+        case ItemSource::Next::kFound:
             break;
     }
     add(slot, std::move(found));
@@ -129,7 +129,7 @@ BatchRun::Slot& BatchRun::insert(Slots::iterator before) {
     return *slot;
 }
 
-/* Puts what was found before the open slot that gave it. */
+// Puts what was found before the open slot that gave it.
 void BatchRun::add(Slot& before, FoundItem found) {
     const BatchItem& item = found.item;
     if (found.leftOut != nullptr) {
@@ -141,7 +141,7 @@ void BatchRun::add(Slot& before, FoundItem found) {
         open(before.self, std::move(found.source));
         return;
     }
-    /* All messages of an mbox belong to the shard that has its path. */
+    // All messages of an mbox belong to the shard that has its path.
     if (!item.index && options_.shards > 1 && shardOf(item.path, options_.shards) != options_.shard) {
         if (found.named && isFolder(item.path)) {
             open(before.self, std::make_unique<FolderSource>(item.path, options_.pattern));
@@ -165,33 +165,33 @@ void BatchRun::add(Slot& before, FoundItem found) {
 void BatchRun::handle(PoolEvent& event) {
     auto& slot = static_cast<Slot&>(*event.task);
     const std::string& path = slot.item.path;
-    switch (event.what) {
-        case PoolEvent::What::GivenBack:
+    switch (event.kind) {
+        case PoolEvent::Kind::kGivenBack:
             again_.push_front(&slot);
             return;
-        case PoolEvent::What::TimedOut:
+        case PoolEvent::Kind::kTimedOut:
             settle(slot, problemRow(slot.item, timeoutProblem(path, options_.timeout)), true);
             return;
-        case PoolEvent::What::Died:
-            /* Somebody else may have ended the worker, so the message has another chance. */
-            if (++slot.deaths < kMostDeaths) {
+        case PoolEvent::Kind::kDied:
+            // Somebody else may have ended the worker, so the message has another chance.
+            if (++slot.deaths < kMaxDeaths) {
                 again_.push_back(&slot);
             } else {
                 settle(slot, problemRow(slot.item, deathProblem(path, event.status)), true);
             }
             return;
-        case PoolEvent::What::Reply:
+        case PoolEvent::Kind::kReply:
             break;
     }
-    switch (event.kind) {
-        case RowKind::Folder:
+    switch (event.row) {
+        case RowKind::kFolder:
             slot.source = std::make_unique<FolderSource>(path, options_.pattern);
             break;
-        case RowKind::Mbox:
+        case RowKind::kMbox:
             slot.source = std::make_unique<MboxSource>(path);
             break;
         default:
-            settle(slot, std::move(event.line), event.kind == RowKind::Error);
+            settle(slot, std::move(event.line), event.row == RowKind::kError);
             return;
     }
     open_.push_back(&slot);
@@ -210,7 +210,7 @@ void BatchRun::settle(Slot& slot, std::string row, bool isError) {
     }
 }
 
-/* Writes all rows whose turn it is. */
+// Writes all rows whose turn it is.
 void BatchRun::deliver() {
     while (!slots_.empty() && slots_.front().done) {
         ready_ += slots_.front().row;
@@ -221,7 +221,7 @@ void BatchRun::deliver() {
     auto begin = std::chrono::steady_clock::now();
     output_.write(ready_);
     ready_.clear();
-    pool_.forgive(std::chrono::steady_clock::now() - begin);
+    pool_.extendDeadlines(std::chrono::steady_clock::now() - begin);
 }
 
 void BatchRun::showProgress() {

@@ -1,8 +1,5 @@
-/*
- * A batch from its paths to its rows.
- */
-#ifndef EMLREADER_TOOL_BATCH_RUN_H
-#define EMLREADER_TOOL_BATCH_RUN_H
+// A batch from its paths to its rows.
+#pragma once
 
 #include <chrono>
 #include <deque>
@@ -23,13 +20,13 @@ namespace emltool {
 
 struct BatchOptions {
     std::vector<std::string> paths;
-    char separator = '\n'; /* of the paths on standard input */
-    std::string pattern;   /* of the names of files in folders; empty is all */
-    std::string output;    /* empty is standard output */
+    char separator = '\n';  // of the paths on standard input
+    std::string pattern;    // of the names of files in folders; empty is all
+    std::string output;     // empty is standard output
     bool resume = false;
     unsigned jobs = 1;
     bool ordered = false;
-    unsigned shard = 1; /* of `shards`, from 1 on */
+    unsigned shard = 1;  // of `shards`, from 1 on
     unsigned shards = 1;
     std::chrono::milliseconds timeout{};
     WorkerOptions worker;
@@ -37,38 +34,38 @@ struct BatchOptions {
 
 struct BatchCounts {
     uint64_t rows = 0;
-    uint64_t errors = 0;   /* among them */
-    uint64_t finished = 0; /* rows of an earlier run */
+    uint64_t errors = 0;    // among them
+    uint64_t finished = 0;  // rows of an earlier run
 };
 
-/* The shard, from 1 on, that takes this path: the first 8 bytes of its SHA-256, as a big-endian number,
- * modulo `shards`, plus 1. The same everywhere and always. */
+// The shard, from 1 on, that takes this path: the first 8 bytes of its SHA-256, as a big-endian number,
+// modulo `shards`, plus 1. The same everywhere and always.
 unsigned shardOf(std::string_view path, unsigned shards);
 
 class BatchRun {
   public:
-    /* Opens the output. Throws Problem. */
+    // Opens the output. Throws Problem.
     BatchRun(const BatchOptions& options, Console& console);
     ~BatchRun();
     BatchRun(const BatchRun&) = delete;
     BatchRun& operator=(const BatchRun&) = delete;
 
-    /* Reads everything. Throws Problem, StandardOutputProblem or BrokenPipe where it cannot go on. A signal
-     * that asks for the end ends the process, once the output is whole. */
+    // Reads everything. Throws Problem, StandardOutputProblem or BrokenPipe where it cannot go on. A signal
+    // that asks for the end ends the process, once the output is whole.
     BatchCounts run();
 
   private:
-    /* The slots are the order of the input. One that has a source is open: what the source gives is put before
-     * it, until that ends. */
+    // The slots are the order of the input. One that has a source is open: what the source gives is put before
+    // it, until that ends.
     struct Slot : PoolTask {
         std::list<Slot>::iterator self;
-        std::unique_ptr<ItemSource> source; /* an open one has it */
+        std::unique_ptr<ItemSource> source;  // an open one has it
         bool done = false;
-        std::string row; /* of a done one */
+        std::string row;  // of a done one
     };
     using Slots = std::list<Slot>;
 
-    /* One worker keeps the order by itself, save that an mbox is known for one only when it is looked at. */
+    // One worker keeps the order by itself, save that an mbox is known for one only when it is looked at.
     bool isOrdered() const { return options_.ordered || options_.jobs == 1; }
 
     void open(Slots::iterator before, std::unique_ptr<ItemSource> source);
@@ -89,14 +86,12 @@ class BatchRun {
     ProgressLine progress_;
     WorkerPool pool_;
     Slots slots_;
-    std::vector<Slot*> open_; /* the last is taken from first */
-    std::deque<Slot*> again_; /* to be given to a worker once more */
-    size_t heldBytes_ = 0;    /* in rows that wait for their turn */
-    std::string ready_;       /* rows for the output */
-    int awaited_ = -1;        /* the descriptor of a source that has nothing now */
+    std::vector<Slot*> open_;  // the last is taken from first
+    std::deque<Slot*> again_;  // to be given to a worker once more
+    size_t heldBytes_ = 0;     // in rows that wait for their turn
+    std::string ready_;        // rows for the output
+    int awaited_ = -1;         // the descriptor of a source that has nothing now
     BatchCounts counts_;
 };
 
 }  // namespace emltool
-
-#endif

@@ -17,48 +17,48 @@ FoundItem itemAt(std::string path, bool named) {
 }  // namespace
 
 ItemSource::Next ArgumentSource::next(FoundItem& found) {
-    if (next_ == paths_.size()) return Next::End;
+    if (next_ == paths_.size()) return Next::kEnd;
     const std::string& path = paths_[next_++];
     found = itemAt(path, true);
     if (path == "-") found.source = std::make_unique<ListSource>(separator_);
-    return Next::Found;
+    return Next::kFound;
 }
 
 ListSource::ListSource(char separator) : list_(STDIN_FILENO, separator) {}
 
-/* Whoever writes the paths may wait for rows, so this never waits. */
+// Whoever writes the paths may wait for rows, so this never waits.
 ItemSource::Next ListSource::next(FoundItem& found) {
     std::string path;
     while (!list_.next(path)) {
-        if (list_.atEnd()) return Next::End;
+        if (list_.atEnd()) return Next::kEnd;
         pollfd input{list_.descriptor(), POLLIN, 0};
-        if (::poll(&input, 1, 0) <= 0) return Next::Later;
+        if (::poll(&input, 1, 0) <= 0) return Next::kLater;
         if (int failure = list_.read()) {
-            throw Problem(ExitCode::Input, "cannot-read", "standard input",
+            throw Problem(ExitCode::kInput, "cannot-read", "standard input",
                           describe({failure, std::system_category()}));
         }
     }
     found = itemAt(std::move(path), true);
-    return Next::Found;
+    return Next::kFound;
 }
 
 ItemSource::Next FolderSource::next(FoundItem& found) {
     FolderWalk::Entry entry;
-    if (!walk_.next(entry)) return Next::End;
+    if (!walk_.next(entry)) return Next::kEnd;
     found = itemAt(std::move(entry.path), false);
     found.problem = std::move(entry.problem);
     found.leftOut = entry.leftOut;
-    return Next::Found;
+    return Next::kFound;
 }
 
-/* An mbox that cannot be read to its end has its last row for that. */
+// An mbox that cannot be read to its end has its last row for that.
 ItemSource::Next MboxSource::next(FoundItem& found) {
-    if (failed_) return Next::End;
+    if (failed_) return Next::kEnd;
     found = itemAt(path_, false);
     try {
         if (scan_ == nullptr) scan_ = std::make_unique<MboxScan>(path_);
         MboxRange range;
-        if (!scan_->next(range)) return Next::End;
+        if (!scan_->next(range)) return Next::kEnd;
         found.item.index = range.index;
         found.item.offset = range.offset;
         found.item.length = range.length;
@@ -67,7 +67,7 @@ ItemSource::Next MboxSource::next(FoundItem& found) {
         found.problem = problem;
         found.item.index = scan_ == nullptr ? 0 : scan_->index();
     }
-    return Next::Found;
+    return Next::kFound;
 }
 
 }  // namespace emltool

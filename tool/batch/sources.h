@@ -1,8 +1,5 @@
-/*
- * Where the items of a batch come from.
- */
-#ifndef EMLREADER_TOOL_BATCH_SOURCES_H
-#define EMLREADER_TOOL_BATCH_SOURCES_H
+// Where the items of a batch come from.
+#pragma once
 
 #include <memory>
 #include <optional>
@@ -18,28 +15,28 @@ namespace emltool {
 
 class ItemSource;
 
-/* One thing that a source gives: an item to read, or one that cannot be, or another source in its place. */
+// One thing that a source gives: an item to read, or one that cannot be, or another source in its place.
 struct FoundItem {
     BatchItem item;
-    bool named = false; /* by the user; not found in a folder or an mbox */
+    bool named = false;  // by the user; not found in a folder or an mbox
     std::optional<Problem> problem;
-    const char* leftOut = nullptr; /* why this is nothing to read */
+    const char* leftOut = nullptr;  // why this is nothing to read
     std::unique_ptr<ItemSource> source;
 };
 
 class ItemSource {
   public:
-    enum class Next { Found, Later, End };
+    enum class Next { kFound, kLater, kEnd };
 
     virtual ~ItemSource() = default;
 
     virtual Next next(FoundItem& found) = 0;
 
-    /* After Later: next has more when this descriptor can be read. */
+    // After Later: next has more when this descriptor can be read.
     virtual int descriptor() const { return -1; }
 };
 
-/* The paths of the command line; the `list`, if there is one, stands where "-" is. */
+// The paths of the command line; the `list`, if there is one, stands where "-" is.
 class ArgumentSource final : public ItemSource {
   public:
     ArgumentSource(std::vector<std::string> paths, char separator)
@@ -53,7 +50,7 @@ class ArgumentSource final : public ItemSource {
     size_t next_ = 0;
 };
 
-/* The paths that standard input names. */
+// The paths that standard input names.
 class ListSource final : public ItemSource {
   public:
     explicit ListSource(char separator);
@@ -65,7 +62,7 @@ class ListSource final : public ItemSource {
     PathList list_;
 };
 
-/* The files in a folder. */
+// The files in a folder.
 class FolderSource final : public ItemSource {
   public:
     FolderSource(const std::string& folder, const std::string& pattern) : walk_(folder, pattern) {}
@@ -76,7 +73,7 @@ class FolderSource final : public ItemSource {
     FolderWalk walk_;
 };
 
-/* The messages of an mbox. */
+// The messages of an mbox.
 class MboxSource final : public ItemSource {
   public:
     explicit MboxSource(std::string path) : path_(std::move(path)) {}
@@ -90,5 +87,3 @@ class MboxSource final : public ItemSource {
 };
 
 }  // namespace emltool
-
-#endif

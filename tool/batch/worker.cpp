@@ -42,12 +42,12 @@ bool writeReply(int descriptor, const BatchRow& row) {
     return emlhost::writeAll(descriptor, {reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()}) == 0;
 }
 
-/* Memory above what the program itself takes. The hard limit stays, so that liftMemoryLimit can. */
-void limitMemory(uint64_t most) {
-    if (most != 0) setSoftLimit(RLIMIT_AS, static_cast<rlim_t>(addressSpace() + most));
+// Memory above what the program itself takes. The hard limit stays, so that liftMemoryLimit can.
+void limitMemory(uint64_t maxBytes) {
+    if (maxBytes != 0) setSoftLimit(RLIMIT_AS, static_cast<rlim_t>(addressSpace() + maxBytes));
 }
 
-/* A row that says that memory ran out must itself find some. */
+// A row that says that memory ran out must itself find some.
 void liftMemoryLimit() { setSoftLimit(RLIMIT_AS, RLIM_INFINITY); }
 
 BatchRow readWithinLimits(const BatchItem& item, const RowOptions& options) {
@@ -55,14 +55,14 @@ BatchRow readWithinLimits(const BatchItem& item, const RowOptions& options) {
         return readItem(item, options);
     } catch (const std::bad_alloc&) {
         liftMemoryLimit();
-        return {RowKind::Error, problemRow(item, outOfMemory(item.path)), true};
+        return {RowKind::kError, problemRow(item, outOfMemory(item.path)), true};
     }
 }
 
 }  // namespace
 
 int workThrough(int tasks, int replies, const WorkerOptions& options) noexcept {
-    setSoftLimit(RLIMIT_CORE, 0); /* thousands of bad messages should not leave thousands of core files */
+    setSoftLimit(RLIMIT_CORE, 0);  // thousands of bad messages should not leave thousands of core files
     limitMemory(options.maxMemory);
     try {
         BatchItem item;
@@ -73,7 +73,7 @@ int workThrough(int tasks, int replies, const WorkerOptions& options) noexcept {
         }
         return 0;
     } catch (const std::exception&) {
-        return static_cast<int>(ExitCode::Internal);
+        return static_cast<int>(ExitCode::kInternal);
     }
 }
 

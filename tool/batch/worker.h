@@ -1,8 +1,5 @@
-/*
- * The inside of a worker process.
- */
-#ifndef EMLREADER_TOOL_BATCH_WORKER_H
-#define EMLREADER_TOOL_BATCH_WORKER_H
+// The inside of a worker process.
+#pragma once
 
 #include <cstdint>
 
@@ -12,12 +9,10 @@ namespace emltool {
 
 struct WorkerOptions {
     RowOptions row;
-    uint64_t maxMemory = 0; /* bytes that one message may take; 0 is any number */
+    uint64_t maxMemory = 0;  // bytes that one message may take; 0 is any number
 };
 
-/* Takes items from one pipe and gives rows to the other, until the first ends. Gives the exit code. */
+// Takes items from one pipe and gives rows to the other, until the first ends. Gives the exit code.
 int workThrough(int tasks, int replies, const WorkerOptions& options) noexcept;
 
 }  // namespace emltool
-
-#endif

@@ -1,8 +1,5 @@
-/*
- * The commands of the tool, each in a file of its own: command_NAME.cpp.
- */
-#ifndef EMLREADER_TOOL_COMMAND_H
-#define EMLREADER_TOOL_COMMAND_H
+// The commands of the tool, each in a file of its own: command_NAME.cpp.
+#pragma once
 
 #include <memory>
 #include <span>
@@ -15,27 +12,27 @@ class App;
 
 namespace emltool {
 
-/* Options that every command knows. */
+// Options that every command knows.
 struct GlobalOptions {
     bool json = false;
 };
 
-/* One command with its options. */
+// One command with its options.
 class CommandRun {
   public:
     virtual ~CommandRun() = default;
 
-    /* Throws Problem, for instance where the options make no sense; BrokenPipe; std::bad_alloc. */
+    // Throws Problem, for instance where the options make no sense; BrokenPipe; std::bad_alloc.
     virtual ExitCode run(Console& console, const GlobalOptions& options) = 0;
 };
 
-/* A row of the table of commands. */
+// A row of the table of commands.
 struct Command {
     const char* name;
     const char* summary;
-    const char* arguments; /* what stands behind the options: "FILE..." */
-    const char* footer;    /* behind the options in `eml NAME --help` */
-    /* Declares the options of the command in `app`; they are filled in when it has parsed. */
+    const char* arguments;  // what stands behind the options: "FILE..."
+    const char* footer;     // behind the options in `eml NAME --help`
+    // Declares the options of the command in `app`; they are filled in when it has parsed.
     std::unique_ptr<CommandRun> (*declare)(CLI::App& app);
 };
 
@@ -51,9 +48,7 @@ extern const Command kSchemaCommand;
 extern const Command kCompletionsCommand;
 extern const Command kVersionCommand;
 
-/* All of them, in the order of the help. */
+// All of them, in the order of the help.
 std::span<const Command* const> commands();
 
 }  // namespace emltool
-
-#endif

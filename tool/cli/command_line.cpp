@@ -26,7 +26,7 @@ struct Parsed {
     std::unique_ptr<CommandRun> run;
 };
 
-/* Names of the options that can stand where `option` stood: "--json", "-r". */
+// Names of the options that can stand where `option` stood: "--json", "-r".
 std::vector<std::string> optionNames(const CLI::App& app) {
     std::vector<std::string> names;
     for (const CLI::Option* option : app.get_options()) {
@@ -48,7 +48,7 @@ Problem unknownOption(const std::string& argument, const CLI::App& app, const Pa
         std::vector<std::string> more = optionNames(*parsed.commandApp);
         names.insert(names.end(), more.begin(), more.end());
     }
-    /* One letter is like every other. */
+    // One letter is like every other.
     std::string hint = option.size() > 2 ? didYouMean(option, names) : "";
     if (hint.empty()) {
         std::string command = parsed.command == nullptr ? "" : std::string(parsed.command->name) + " ";
@@ -70,8 +70,8 @@ bool isCommand(const std::string& word) {
                        [&](const Command* command) { return word == command->name; });
 }
 
-/* "eml FILE" shows the file: where the first word is no command but a file, or standard input, "show" is put
- * before it. */
+// "eml FILE" shows the file: where the first word is no command but a file, or standard input, "show" is put
+// before it.
 std::vector<std::string> withDefaultCommand(std::vector<std::string> arguments) {
     for (size_t i = 0; i < arguments.size(); ++i) {
         const std::string& word = arguments[i];
@@ -83,7 +83,7 @@ std::vector<std::string> withDefaultCommand(std::vector<std::string> arguments) 
         size_t at = word == "--" ? i + 1 : i;
         if (at >= arguments.size()) break;
         struct stat found {};
-        /* Commands have neither dots nor slashes: a file that is missing is reported as one. */
+        // Commands have neither dots nor slashes: a file that is missing is reported as one.
         bool isFile = arguments[at].find_first_of("./") != std::string::npos || arguments[at] == "-" ||
                       ::stat(arguments[at].c_str(), &found) == 0;
         if (isFile && (at != i || !isCommand(word)))
@@ -93,7 +93,7 @@ std::vector<std::string> withDefaultCommand(std::vector<std::string> arguments) 
     return arguments;
 }
 
-/* What nobody has taken: an unknown option, else a word where no command stood before it. */
+// What nobody has taken: an unknown option, else a word where no command stood before it.
 void refuseExtras(const CLI::App& app, const Parsed& parsed) {
     std::vector<std::string> extras = app.remaining(true);
     std::erase(extras, "--");
@@ -105,7 +105,7 @@ void refuseExtras(const CLI::App& app, const Parsed& parsed) {
     throw usageProblem(fmt::format("{}: unexpected argument {}", parsed.command->name, extras.front()));
 }
 
-/* The option that the parser's text is about: it begins with the name. */
+// The option that the parser's text is about: it begins with the name.
 const CLI::Option* optionNamed(const CLI::App& app, std::string_view name) {
     for (const CLI::Option* option : app.get_options()) {
         if (option->get_name() == name) return option;
@@ -116,7 +116,7 @@ const CLI::Option* optionNamed(const CLI::App& app, std::string_view name) {
     return nullptr;
 }
 
-/* "--force=maybe", for an option that is there or not. */
+// "--force=maybe", for an option that is there or not.
 std::string flagWithValue(const CLI::App& app, const std::vector<std::string>& arguments) {
     for (const std::string& argument : arguments) {
         size_t equals = argument.find('=');
@@ -128,7 +128,7 @@ std::string flagWithValue(const CLI::App& app, const std::vector<std::string>& a
     return "";
 }
 
-/* What the parser did not like, in our words. */
+// What the parser did not like, in our words.
 Problem parserProblem(const CLI::ParseError& error, const CLI::App& app,
                       const std::vector<std::string>& arguments) {
     std::string flag = flagWithValue(app, arguments);
@@ -148,17 +148,17 @@ Problem parserProblem(const CLI::ParseError& error, const CLI::App& app,
 }
 
 ColorChoice parseColor(const std::string& text) {
-    if (text == "auto") return ColorChoice::Auto;
-    if (text == "always") return ColorChoice::Always;
-    if (text == "never") return ColorChoice::Never;
+    if (text == "auto") return ColorChoice::kAuto;
+    if (text == "always") return ColorChoice::kAlways;
+    if (text == "never") return ColorChoice::kNever;
     throw usageProblem(fmt::format("--color={}: no such choice; it is auto, always or never", text));
 }
 
-/* Each command declares its options in an application of its own; the global ones stand anywhere. */
+// Each command declares its options in an application of its own; the global ones stand anywhere.
 void parse(CLI::App& app, const std::vector<std::string>& arguments, Parsed& parsed) {
     declareGlobalOptions(app, parsed.global);
     app.allow_extras();
-    app.require_subcommand(0, 1); /* a file may be called like a command */
+    app.require_subcommand(0, 1);  // a file may be called like a command
     std::vector<std::pair<CLI::App*, std::unique_ptr<CommandRun>>> runs;
     for (const Command* command : commands()) {
         CLI::App* commandApp = app.add_subcommand(command->name, command->summary);
@@ -183,15 +183,15 @@ void parse(CLI::App& app, const std::vector<std::string>& arguments, Parsed& par
 ExitCode runParsed(CLI::App& app, Parsed& parsed, Console& console) {
     refuseExtras(app, parsed);
     GlobalOptions options{parsed.global.json};
-    Verbosity verbosity = parsed.global.quiet     ? Verbosity::Quiet
-                          : parsed.global.verbose ? Verbosity::Verbose
-                                                  : Verbosity::Normal;
+    Verbosity verbosity = parsed.global.quiet     ? Verbosity::kQuiet
+                          : parsed.global.verbose ? Verbosity::kVerbose
+                                                  : Verbosity::kNormal;
     console = Console(parseColor(parsed.global.color), verbosity);
     if (parsed.global.help) {
         console.print(parsed.command == nullptr
                           ? mainHelp(app, console.style())
                           : commandHelp(*parsed.command, *parsed.commandApp, console.style()));
-        return ExitCode::Done;
+        return ExitCode::kDone;
     }
     if (parsed.global.version) return kVersionCommand.declare(app)->run(console, options);
     if (parsed.run == nullptr) throw usageProblem("no command given; see \"eml --help\"");
@@ -199,7 +199,7 @@ ExitCode runParsed(CLI::App& app, Parsed& parsed, Console& console) {
 }
 
 int endByBrokenPipe() {
-    /* As the signal does where it is not ignored. */
+    // As the signal does where it is not ignored.
     std::signal(SIGPIPE, SIG_DFL);
     std::raise(SIGPIPE);
     return 128 + SIGPIPE;
@@ -209,7 +209,7 @@ int endByBrokenPipe() {
 
 int runTool(const std::vector<std::string>& arguments) {
     Console console;
-    ExitCode code = ExitCode::Done;
+    ExitCode code = ExitCode::kDone;
     try {
         CLI::App app;
         Parsed parsed;
@@ -223,7 +223,7 @@ int runTool(const std::vector<std::string>& arguments) {
             code = problem.exit;
         } catch (const std::bad_alloc&) {
             console.report(outOfMemory(""));
-            code = ExitCode::Internal;
+            code = ExitCode::kInternal;
         }
         console.flush();
     } catch (const BrokenPipe&) {
@@ -232,8 +232,9 @@ int runTool(const std::vector<std::string>& arguments) {
         console.report(problem);
         code = problem.exit;
     } catch (const std::exception& error) {
-        console.report({ExitCode::Internal, "internal", "", fmt::format("internal error: {}", error.what())});
-        code = ExitCode::Internal;
+        console.report(
+            {ExitCode::kInternal, "internal", "", fmt::format("internal error: {}", error.what())});
+        code = ExitCode::kInternal;
     }
     return static_cast<int>(code);
 }

@@ -1,17 +1,12 @@
-/*
- * The command line, from the arguments to the exit code.
- */
-#ifndef EMLREADER_TOOL_COMMAND_LINE_H
-#define EMLREADER_TOOL_COMMAND_LINE_H
+// The command line, from the arguments to the exit code.
+#pragma once
 
 #include <string>
 #include <vector>
 
 namespace emltool {
 
-/* Runs the tool with the arguments behind its name and gives its exit code. Reports all problems itself. */
+// Runs the tool with the arguments behind its name and gives its exit code. Reports all problems itself.
 int runTool(const std::vector<std::string>& arguments);
 
 }  // namespace emltool
-
-#endif

@@ -14,7 +14,7 @@ namespace emltool {
 
 namespace {
 
-/* Options whose value is one of a few words. */
+// Options whose value is one of a few words.
 struct Choices {
     const char* option;
     const char* words;
@@ -96,21 +96,21 @@ std::string words(const std::vector<OptionRow>& rows) {
     return fmt::format("{}", fmt::join(all, " "));
 }
 
-/* "'" in a word within single quotes of a shell. */
+// "'" in a word within single quotes of a shell.
 std::string inSingleQuotes(std::string_view text) {
     std::string result;
     for (char c : text) result += c == '\'' ? std::string("'\\''") : std::string(1, c);
     return result;
 }
 
-/* The names of all commands, with `separator` between them. */
+// The names of all commands, with `separator` between them.
 std::string commandNames(const std::vector<CommandRow>& rows, std::string_view separator = " ") {
     std::string names;
     for (const CommandRow& row : rows) (names += names.empty() ? "" : separator) += row.name;
     return names;
 }
 
-/* Words behind an option that takes one of them, for the case statement of bash. */
+// Words behind an option that takes one of them, for the case statement of bash.
 std::string bashValues(const std::vector<OptionRow>& rows) {
     std::string text;
     for (const OptionRow& row : rows) {
@@ -126,7 +126,7 @@ std::string bashValues(const std::vector<OptionRow>& rows) {
     return text;
 }
 
-/* _arguments of zsh: '(-o --output)'{-o,--output}'[text]:DIR:_files' */
+// _arguments of zsh: '(-o --output)'{-o,--output}'[text]:DIR:_files'
 std::string zshOption(const OptionRow& row) {
     std::string text;
     std::string description;

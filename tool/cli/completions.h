@@ -1,18 +1,13 @@
-/*
- * Completion of command lines, for shells.
- */
-#ifndef EMLREADER_TOOL_COMPLETIONS_H
-#define EMLREADER_TOOL_COMPLETIONS_H
+// Completion of command lines, for shells.
+#pragma once
 
 #include <string>
 
 namespace emltool {
 
-/* The script that teaches a shell the commands and their options, made from the same table as the help. */
+// The script that teaches a shell the commands and their options, made from the same table as the help.
 std::string bashCompletions();
 std::string zshCompletions();
 std::string fishCompletions();
 
 }  // namespace emltool
-
-#endif

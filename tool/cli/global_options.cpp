@@ -5,7 +5,7 @@
 namespace emltool {
 
 void declareGlobalOptions(CLI::App& app, GlobalArguments& arguments) {
-    app.set_help_flag(); /* help is asked for before anything else is looked at */
+    app.set_help_flag();  // help is asked for before anything else is looked at
     app.add_flag("--json", arguments.json, "answer in JSON, one line for each message");
     app.add_option("--color", arguments.color, "auto (the default), always or never; NO_COLOR is honoured")
         ->type_name("WHEN");

@@ -1,8 +1,5 @@
-/*
- * The options that stand before or behind every command.
- */
-#ifndef EMLREADER_TOOL_GLOBAL_OPTIONS_H
-#define EMLREADER_TOOL_GLOBAL_OPTIONS_H
+// The options that stand before or behind every command.
+#pragma once
 
 #include <string>
 
@@ -21,9 +18,7 @@ struct GlobalArguments {
     bool version = false;
 };
 
-/* Declares them in `app`, which fills `arguments` in when it has parsed. */
+// Declares them in `app`, which fills `arguments` in when it has parsed.
 void declareGlobalOptions(CLI::App& app, GlobalArguments& arguments);
 
 }  // namespace emltool
-
-#endif

@@ -9,7 +9,7 @@ namespace emltool {
 
 namespace {
 
-/* "-o, --output DIR" */
+// "-o, --output DIR"
 std::string optionSyntax(const CLI::Option& option) {
     std::vector<std::string> names;
     for (const std::string& name : option.get_snames()) names.push_back("-" + name);
@@ -35,7 +35,7 @@ std::string optionRows(const CLI::App& app, const Style& style) {
     return text;
 }
 
-/* "FILE...", or "FILE": the positional argument, with its row. */
+// "FILE...", or "FILE": the positional argument, with its row.
 const CLI::Option* positional(const CLI::App& app) {
     std::vector<const CLI::Option*> options = app.get_options();
     auto found = std::find_if(options.begin(), options.end(),

@@ -1,5 +1,4 @@
-#ifndef EMLREADER_TOOL_HELP_H
-#define EMLREADER_TOOL_HELP_H
+#pragma once
 
 #include <string>
 
@@ -7,10 +6,8 @@
 
 namespace emltool {
 
-/* What `eml --help` and `eml COMMAND --help` print. `app` has the options. */
+// What `eml --help` and `eml COMMAND --help` print. `app` has the options.
 std::string mainHelp(const CLI::App& app, const Style& style);
 std::string commandHelp(const Command& command, const CLI::App& app, const Style& style);
 
 }  // namespace emltool
-
-#endif

@@ -1,10 +1,7 @@
-#ifndef EMLREADER_TOOL_VERSION_H
-#define EMLREADER_TOOL_VERSION_H
+#pragma once
 
 namespace emltool {
 
 inline constexpr const char* kVersion = EML_VERSION;
 
 }  // namespace emltool
-
-#endif

@@ -1,4 +1,4 @@
-/* eml batch: many messages, one JSON line each. */
+// eml batch: many messages, one JSON line each.
 #include <fmt/format.h>
 #include <sched.h>
 #include <unistd.h>
@@ -15,10 +15,10 @@ namespace emltool {
 
 namespace {
 
-constexpr unsigned kMostJobs = 4096;
-constexpr uint64_t kLeastMemory = uint64_t{16} << 20;
+constexpr unsigned kMaxJobs = 4096;
+constexpr uint64_t kMinMemory = uint64_t{16} << 20;
 
-/* Those that this process may use. */
+// Those that this process may use.
 unsigned processors() {
     cpu_set_t set;
     int count = ::sched_getaffinity(0, sizeof set, &set) == 0 ? CPU_COUNT(&set) : 1;
@@ -65,7 +65,7 @@ class BatchCommandRun final : public CommandRun {
         }
         bool isForPerson = ::isatty(STDERR_FILENO) != 0 && ::isatty(STDOUT_FILENO) == 0;
         if (counts.errors > 0 || isForPerson || console.verbose()) console.note(summary(counts));
-        return counts.errors > 0 && !errorsOk_ ? ExitCode::InPart : ExitCode::Done;
+        return counts.errors > 0 && !errorsOk_ ? ExitCode::kInPart : ExitCode::kDone;
     }
 
   private:
@@ -83,8 +83,8 @@ class BatchCommandRun final : public CommandRun {
 
     void completeJobs() {
         std::optional<unsigned> jobs = parseNumber(jobs_);
-        if (!jobs || *jobs > kMostJobs) {
-            throw usageProblem(fmt::format("-j {}: not a number from 0 to {}", jobs_, kMostJobs));
+        if (!jobs || *jobs > kMaxJobs) {
+            throw usageProblem(fmt::format("-j {}: not a number from 0 to {}", jobs_, kMaxJobs));
         }
         options_.jobs = *jobs == 0 ? processors() : *jobs;
     }
@@ -103,16 +103,16 @@ class BatchCommandRun final : public CommandRun {
     }
 
     void completeLimits() {
-        constexpr double kLongest = 1e6;
+        constexpr double kMaxTimeout = 1e6;
         std::optional<double> timeout = parseDecimal(timeout_);
-        if (!timeout || !std::isfinite(*timeout) || *timeout < 0 || *timeout > kLongest) {
+        if (!timeout || !std::isfinite(*timeout) || *timeout < 0 || *timeout > kMaxTimeout) {
             throw usageProblem(
-                fmt::format("--timeout={}: not a number of seconds from 0 to {:.0f}", timeout_, kLongest));
+                fmt::format("--timeout={}: not a number of seconds from 0 to {:.0f}", timeout_, kMaxTimeout));
         }
         options_.timeout = std::chrono::milliseconds(static_cast<int64_t>(std::ceil(*timeout * 1000)));
         if (memory_.empty()) return;
         std::optional<uint64_t> memory = parseSize(memory_);
-        if (!memory || *memory < kLeastMemory) {
+        if (!memory || *memory < kMinMemory) {
             throw usageProblem(
                 fmt::format("--max-memory={}: not a size of 16M or more, as in 512M or 2G", memory_));
         }

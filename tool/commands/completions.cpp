@@ -1,4 +1,4 @@
-/* eml completions: what a shell needs to complete command lines. */
+// eml completions: what a shell needs to complete command lines.
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
@@ -29,7 +29,7 @@ class CompletionsRun final : public CommandRun {
             throw usageProblem(
                 fmt::format("completions: no such shell, {}; it is bash, zsh or fish", shell_));
         }
-        return ExitCode::Done;
+        return ExitCode::kDone;
     }
 
   private:

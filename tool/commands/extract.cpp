@@ -1,4 +1,4 @@
-/* eml extract: attachments to files, or one to standard output. */
+// eml extract: attachments to files, or one to standard output.
 #include <fmt/format.h>
 #include <unistd.h>
 
@@ -14,7 +14,7 @@ namespace emltool {
 
 namespace {
 
-/* Notes which sub-files are chosen, and does nothing else. */
+// Notes which sub-files are chosen, and does nothing else.
 class ChoiceVisitor final : public AttachmentVisitor {
   public:
     explicit ChoiceVisitor(Selection& selection) : selection_(selection) {}
@@ -31,7 +31,7 @@ class ChoiceVisitor final : public AttachmentVisitor {
     std::vector<SubFilePath> chosen_;
 };
 
-/* Writes the one sub-file `path` to standard output. */
+// Writes the one sub-file `path` to standard output.
 class StandardOutputVisitor final : public AttachmentVisitor {
   public:
     StandardOutputVisitor(MessageFile& file, const SubFilePath& path) : file_(file), path_(path) {}
@@ -43,10 +43,10 @@ class StandardOutputVisitor final : public AttachmentVisitor {
         file_.checkReads();
         if (output.error() == std::errc::broken_pipe) throw BrokenPipe{};
         if (output.error()) {
-            throw Problem(ExitCode::Output, "write-failed", "standard output", describe(output.error()));
+            throw Problem(ExitCode::kOutput, "write-failed", "standard output", describe(output.error()));
         }
         if (extraction.status != EML_OK || !entry.isInFile()) {
-            throw Problem(ExitCode::NoSubFile, "not-in-file", file_.name(),
+            throw Problem(ExitCode::kNoSubFile, "not-in-file", file_.name(),
                           fmt::format("sub-file {}: only its name is in the message", dotted(path_)));
         }
     }
@@ -64,17 +64,17 @@ std::string plural(size_t count, std::string_view noun) {
     return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
 }
 
-/* Every entry that was asked for, in the order of the messages. */
+// Every entry that was asked for, in the order of the messages.
 void gatherResults(const MessageTree& tree, std::vector<const SubFileEntry*>& results) {
     for (const SubFileEntry& entry : tree.subFiles) {
-        if (entry.outcome != Outcome::None) results.push_back(&entry);
+        if (entry.outcome != Outcome::kNone) results.push_back(&entry);
         if (entry.message != nullptr) gatherResults(*entry.message, results);
     }
 }
 
 std::string noteOf(const SubFileEntry& entry) {
     std::vector<std::string> notes;
-    if (entry.outcome == Outcome::Skipped) {
+    if (entry.outcome == Outcome::kSkipped) {
         notes.emplace_back("skipped, the file exists");
     } else if (entry.safeName != entry.name) {
         notes.push_back(fmt::format("renamed; the message said {}", visible(entry.name)));
@@ -117,7 +117,7 @@ class ExtractRun final : public CommandRun {
         try {
             MessageFile file(files_[0], force_);
             if (isEncrypted(file)) {
-                throw Problem(ExitCode::Encrypted, "encrypted", file.name(),
+                throw Problem(ExitCode::kEncrypted, "encrypted", file.name(),
                               "encrypted (S/MIME); only the header can be shown");
             }
             if (toStandardOutput) return writeToStandardOutput(file, selection);
@@ -140,7 +140,7 @@ class ExtractRun final : public CommandRun {
     Problem noSubFile(const MessageFile& file, const std::string& number) const {
         const char* recursive = number.find('.') == std::string::npos ? "" : "-r ";
         return {
-            ExitCode::NoSubFile, "no-sub-file", file.name(),
+            ExitCode::kNoSubFile, "no-sub-file", file.name(),
             fmt::format("no sub-file {}; see \"eml list {}{}\"", number, recursive, shellWord(files_[0]))};
     }
 
@@ -150,7 +150,7 @@ class ExtractRun final : public CommandRun {
         std::vector<std::string> missing = selection.notFound();
         if (!missing.empty()) throw noSubFile(file, missing[0]);
         if (choice.chosen().empty()) {
-            throw Problem(ExitCode::NoSubFile, "no-sub-file", file.name(), "no attachments");
+            throw Problem(ExitCode::kNoSubFile, "no-sub-file", file.name(), "no attachments");
         }
         if (choice.chosen().size() > 1) {
             throw usageProblem(fmt::format("-o - writes one sub-file, and {} are chosen; choose one with -n",
@@ -158,7 +158,7 @@ class ExtractRun final : public CommandRun {
         }
         StandardOutputVisitor writer(file, choice.chosen()[0]);
         readTree(file, writer);
-        return ExitCode::Done;
+        return ExitCode::kDone;
     }
 
     ExitCode report(Console& console, const GlobalOptions& options, const MessageFile& file,
@@ -168,7 +168,7 @@ class ExtractRun final : public CommandRun {
         gatherResults(tree, results);
         printWarnings(console, file, tree);
         for (const SubFileEntry* entry : results) {
-            /* What only has its name in the message is a failure for one who asked for it. */
+            // What only has its name in the message is a failure for one who asked for it.
             bool harmless = entry->problem && !entry->isInFile() && selection.isAll();
             if (harmless) {
                 console.warn(file.name(), entry->problem->text);
@@ -208,18 +208,18 @@ class ExtractRun final : public CommandRun {
         size_t skipped = 0;
         uint64_t bytes = 0;
         for (const SubFileEntry* entry : results) {
-            if (entry->outcome == Outcome::Failed) continue;
+            if (entry->outcome == Outcome::kFailed) continue;
             pathWidth = std::max(pathWidth, displayWidth(visible(entry->filePath)));
-            ++(entry->outcome == Outcome::Skipped ? skipped : written);
+            ++(entry->outcome == Outcome::kSkipped ? skipped : written);
             bytes += entry->size.value_or(0);
         }
         for (const SubFileEntry* entry : results) {
-            if (entry->outcome == Outcome::Failed) continue;
+            if (entry->outcome == Outcome::kFailed) continue;
             std::string path = visible(entry->filePath);
             uint64_t size = entry->size.value_or(0);
             std::string sizeText = console.verbose() ? fmt::format("{} B ", size) : humanSize(size);
             std::string note = noteOf(*entry);
-            if (entry->outcome == Outcome::Skipped) sizeText = "-   ";
+            if (entry->outcome == Outcome::kSkipped) sizeText = "-   ";
             std::string row =
                 fmt::format("{}{:{}}  {:>8}", path, "", pathWidth - displayWidth(path), sizeText);
             if (!note.empty()) row += "  " + style.note("(" + note + ")");

@@ -1,4 +1,4 @@
-/* eml info: who, when and what of a message. */
+// eml info: who, when and what of a message.
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
@@ -34,7 +34,7 @@ std::string subFileText(const SubFileEntry& entry) {
     return fmt::format("{}  {} ({})", dotted(entry.path), entry.name, size);
 }
 
-/* A message without a name of its own: its fields by the names that people know. */
+// A message without a name of its own: its fields by the names that people know.
 void printTree(Console& console, const MessageTree& tree) {
     for (const MetadataField& field : tree.metadata) {
         if (field.text) printRow(console, field.name, *field.text);

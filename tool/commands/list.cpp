@@ -1,4 +1,4 @@
-/* eml list: the message and its sub-files. */
+// eml list: the message and its sub-files.
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
@@ -21,7 +21,7 @@ const char* kindOf(const SubFileEntry& entry) {
     return "attachment";
 }
 
-/* What a person should know about an entry beyond its columns. */
+// What a person should know about an entry beyond its columns.
 std::string notesOf(const SubFileEntry& entry, bool verbose) {
     std::vector<std::string> notes;
     bool encrypted = (entry.info.flags & EML_SUB_FILE_ENCRYPTED) != 0;
@@ -47,14 +47,14 @@ std::string sizeText(const std::optional<uint64_t>& size, bool exact) {
 
 void gatherRows(const MessageTree& tree, bool exact, std::vector<Row>& rows) {
     for (const SubFileEntry& entry : tree.subFiles) {
-        /* The message inside an embedded message is the embedded message. */
+        // The message inside an embedded message is the embedded message.
         bool repeated = entry.info.kind == EML_KIND_MESSAGE && entry.path.size() > 1;
         if (!repeated) rows.push_back({dotted(entry.path), sizeText(entry.size, exact), &entry});
         if (entry.message != nullptr) gatherRows(*entry.message, exact, rows);
     }
 }
 
-/* Sizes stand below each other at their units, so the heading does as well. */
+// Sizes stand below each other at their units, so the heading does as well.
 void printRows(Console& console, const std::vector<Row>& rows) {
     size_t numberWidth = 4;
     size_t sizeWidth = 9;

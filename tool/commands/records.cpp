@@ -1,4 +1,4 @@
-/* eml records: the stream of text records, record by record. */
+// eml records: the stream of text records, record by record.
 #include <fmt/format.h>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
@@ -22,25 +22,25 @@ using emlhost::TextRecord;
 
 const char* nameOf(RecordTag tag) {
     switch (tag) {
-        case RecordTag::Text:
+        case RecordTag::kText:
             return "text";
-        case RecordTag::Indents:
+        case RecordTag::kIndents:
             return "indents";
-        case RecordTag::TabStops:
+        case RecordTag::kTabStops:
             return "tab-stops";
-        case RecordTag::Tab:
+        case RecordTag::kTab:
             return "tab";
-        case RecordTag::Attribute:
+        case RecordTag::kAttribute:
             return "attribute";
-        case RecordTag::Lone:
+        case RecordTag::kLone:
             return "lone";
-        case RecordTag::LineBreak:
+        case RecordTag::kLineBreak:
             return "line-break";
-        case RecordTag::Opening:
+        case RecordTag::kOpening:
             return "opening";
-        case RecordTag::Page:
+        case RecordTag::kPage:
             return "page";
-        case RecordTag::Charset:
+        case RecordTag::kCharset:
             return "charset";
     }
     return "unknown";
@@ -57,14 +57,14 @@ std::string hex(std::span<const uint8_t> bytes) {
     return text;
 }
 
-/* What a record says, for a person. */
+// What a record says, for a person.
 std::string meaning(const TextRecord& record) {
     switch (record.tag) {
-        case RecordTag::Text:
+        case RecordTag::kText:
             return "\"" + visible(record.text()) + "\"";
-        case RecordTag::Attribute:
+        case RecordTag::kAttribute:
             return fmt::format("{:#x} ({})", record.word(), record.word() == 1 ? "bold off" : "bold on");
-        case RecordTag::Charset:
+        case RecordTag::kCharset:
             return fmt::format("{} ({})", record.word(), charsetName(record.word()));
         default:
             return hex(record.payload);
@@ -81,7 +81,7 @@ std::string jsonOf(const TextRecord& record) {
     json.String(nameOf(record.tag));
     json.Key("length");
     json.Uint64(record.length);
-    bool readable = record.tag == RecordTag::Text && isUtf8(record.text());
+    bool readable = record.tag == RecordTag::kText && isUtf8(record.text());
     std::string payload = readable ? std::string(record.text()) : hex(record.payload);
     json.Key(readable ? "text" : "payload");
     json.String(payload.data(), static_cast<rapidjson::SizeType>(payload.size()));
@@ -104,10 +104,10 @@ class RecordsRun final : public CommandRun {
         if (files_.size() > 1) {
             throw usageProblem(fmt::format("records takes one FILE; {} is one too many", files_[1]));
         }
-        constexpr uint32_t kLargest = uint32_t{1} << 30;
+        constexpr uint32_t kMaxCapacity = uint32_t{1} << 30;
         std::optional<uint32_t> capacity = parseNumber(capacity_);
-        if (!capacity || *capacity < 1 || *capacity > kLargest) {
-            throw usageProblem(fmt::format("--capacity={}: it is 1 to {}", capacity_, kLargest));
+        if (!capacity || *capacity < 1 || *capacity > kMaxCapacity) {
+            throw usageProblem(fmt::format("--capacity={}: it is 1 to {}", capacity_, kMaxCapacity));
         }
         FilterFile file(files_[0], force_, !bodyOnly_);
         if (file.isEncrypted()) console.warn(file.name(), "encrypted (S/MIME): the body is no text");
@@ -120,7 +120,7 @@ class RecordsRun final : public CommandRun {
                 return true;
             },
             *capacity);
-        return ExitCode::Done;
+        return ExitCode::kDone;
     }
 
   private:

@@ -1,4 +1,4 @@
-/* eml render: the message as one document. */
+// eml render: the message as one document.
 #include <fmt/format.h>
 #include <unistd.h>
 
@@ -65,12 +65,12 @@ class RenderRun final : public CommandRun {
         }
         MessageFile file(files_[0], force_);
         if ((file.message().describe(0).flags & EML_SUB_FILE_ENCRYPTED) != 0) {
-            throw Problem(ExitCode::Encrypted, "encrypted", file.name(),
+            throw Problem(ExitCode::kEncrypted, "encrypted", file.name(),
                           "encrypted (S/MIME); only the header can be shown");
         }
         Rendering rendering = choose(file, form, *charset);
         bool toTerminal = outputPath_.empty() && ::isatty(STDOUT_FILENO) != 0;
-        if (form == Form::Html && (toTerminal || !outputPath_.empty())) {
+        if (form == Form::kHtml && (toTerminal || !outputPath_.empty())) {
             console.warn(
                 file.name(),
                 "the sender's HTML, scripts and all; open it only in a sandbox, as \"eml view\" does");
@@ -83,21 +83,21 @@ class RenderRun final : public CommandRun {
         } else {
             writeFile(file, rendering);
         }
-        return ExitCode::Done;
+        return ExitCode::kDone;
     }
 
   private:
-    /* The library chooses among the bodies that the message has: rich asks for HTML, then RTF, first. */
+    // The library chooses among the bodies that the message has: rich asks for HTML, then RTF, first.
     Rendering choose(MessageFile& file, Form form, uint32_t charset) const {
-        uint32_t options = form == Form::Text ? 0 : EML_EXTRACT_PREFER_RICH;
+        uint32_t options = form == Form::kText ? 0 : EML_EXTRACT_PREFER_RICH;
         Form given = formOf(file.message(), options);
         if (given != form) {
             throw Problem(
-                ExitCode::NoSubFile, "no-such-form", file.name(),
+                ExitCode::kNoSubFile, "no-such-form", file.name(),
                 fmt::format("has no {} body; --to={} gives what it has", nameOf(form), nameOf(given)));
         }
         if (bodyOnly_) options |= EML_EXTRACT_BODY_ONLY;
-        return {options, form == Form::Text ? charset : 0};
+        return {options, form == Form::kText ? charset : 0};
     }
 
     void extract(MessageFile& file, const Rendering& rendering, emlhost::Output& output) const {
@@ -107,18 +107,18 @@ class RenderRun final : public CommandRun {
         if (output.error() == std::errc::broken_pipe) throw BrokenPipe{};
         if (output.error()) {
             bool toFile = !outputPath_.empty();
-            throw Problem(ExitCode::Output, "write-failed", toFile ? outputPath_ : "standard output",
+            throw Problem(ExitCode::kOutput, "write-failed", toFile ? outputPath_ : "standard output",
                           describe(output.error()) + (toFile ? "; partial file removed" : ""));
         }
         if (extraction.status == EML_NO_MEMORY) throw outOfMemory(file.name());
         if (extraction.status != EML_OK && extraction.status != EML_INPUT_UNUSABLE) {
             throw Problem(
-                ExitCode::Input, "cannot-read", file.name(),
+                ExitCode::kInput, "cannot-read", file.name(),
                 fmt::format("the body cannot be read (result {} of the reader)", extraction.status));
         }
     }
 
-    /* On a terminal no byte of the sender may drive it. */
+    // On a terminal no byte of the sender may drive it.
     void printVisibly(Console& console, MessageFile& file, const Rendering& rendering) const {
         emlhost::MemoryOutput output;
         extract(file, rendering, output);

@@ -1,4 +1,4 @@
-/* eml schema */
+// eml schema
 #include "tool/cli/command.h"
 #include "tool/commands/schema_text.h"
 
@@ -10,7 +10,7 @@ class SchemaRun final : public CommandRun {
   public:
     ExitCode run(Console& console, const GlobalOptions&) override {
         console.print(kSchemaText);
-        return ExitCode::Done;
+        return ExitCode::kDone;
     }
 };
 

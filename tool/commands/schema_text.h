@@ -1,11 +1,8 @@
-#ifndef EMLREADER_TOOL_SCHEMA_TEXT_H
-#define EMLREADER_TOOL_SCHEMA_TEXT_H
+#pragma once
 
 namespace emltool {
 
-/* The file eml-1.schema.json, which the build puts in here. */
+// The file eml-1.schema.json, which the build puts in here.
 extern const char* const kSchemaText;
 
 }  // namespace emltool
-
-#endif

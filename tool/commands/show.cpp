@@ -1,4 +1,4 @@
-/* eml show: header and text, as a person reads them. */
+// eml show: header and text, as a person reads them.
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
@@ -21,7 +21,7 @@ namespace {
 
 constexpr size_t kLabelWidth = 14;
 
-/* A line with its tabs as they are, everything else visible. */
+// A line with its tabs as they are, everything else visible.
 std::string visibleLine(std::string_view line) {
     std::string shown;
     for (;;) {
@@ -33,7 +33,7 @@ std::string visibleLine(std::string_view line) {
     }
 }
 
-/* Prints as it reads. HTML is gathered first, since its lines say nothing. */
+// Prints as it reads. HTML is gathered first, since its lines say nothing.
 class Printer final : public MessageReader {
   public:
     Printer(Console& console, bool withFields, bool withBody, bool source)
@@ -46,7 +46,7 @@ class Printer final : public MessageReader {
         size_t width = displayWidth(label);
         std::string gap(width < kLabelWidth ? kLabelWidth - width : 1, ' ');
         std::string line = console_.style().label(label);
-        /* The names of attachments are as the message writes them. */
+        // The names of attachments are as the message writes them.
         if (!value.empty()) line += gap + visible(isList ? decodeName(value, EML_CHARSET_UNKNOWN) : value);
         console_.print(line + "\n");
     }
@@ -56,7 +56,7 @@ class Printer final : public MessageReader {
     void line(std::string_view text) override {
         if (!withBody_) return;
         bool isEmpty = text.find_first_not_of(" \t\r") == std::string_view::npos;
-        if (isEmpty && !anyLine_) return; /* the empty line between header and body is printed anyway */
+        if (isEmpty && !anyLine_) return;  // the empty line between header and body is printed anyway
         if (!anyLine_) begin(text);
         if (html_) {
             (htmlText_ += text) += '\n';
@@ -87,7 +87,7 @@ class Printer final : public MessageReader {
     bool source_;
     bool anyLine_ = false;
     bool html_ = false;
-    size_t emptyLines_ = 0; /* held back, so that none stands at the end */
+    size_t emptyLines_ = 0;  // held back, so that none stands at the end
     std::string htmlText_;
 };
 
@@ -122,7 +122,7 @@ class ShowRun final : public CommandRun {
         });
         reader.finish();
         if (file.isEncrypted()) {
-            throw Problem(ExitCode::Encrypted, "encrypted", file.name(),
+            throw Problem(ExitCode::kEncrypted, "encrypted", file.name(),
                           "encrypted (S/MIME); only the header can be shown");
         }
         printer.finish();

@@ -1,4 +1,4 @@
-/* eml version */
+// eml version
 #include <fmt/format.h>
 
 #include "tool/cli/command.h"
@@ -20,7 +20,7 @@ class VersionRun final : public CommandRun {
             console.print(fmt::format("TNEF (winmail.dat): {}\n",
                                       readsTnef() ? "unpacked" : "not unpacked, built without libytnef"));
         }
-        return ExitCode::Done;
+        return ExitCode::kDone;
     }
 };
 

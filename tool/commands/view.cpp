@@ -1,4 +1,4 @@
-/* eml view: the message as one safe HTML page, opened in a browser. */
+// eml view: the message as one safe HTML page, opened in a browser.
 #include <fmt/format.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -18,10 +18,10 @@ namespace emltool {
 
 namespace {
 
-/* A message is private: nobody else may read its page. */
+// A message is private: nobody else may read its page.
 constexpr mode_t kPageMode = 0600;
 
-/* Hands `path` to the desktop's browser. False when there is none. */
+// Hands `path` to the desktop's browser. False when there is none.
 bool openInBrowser(const std::string& path) {
     const char* chosen = std::getenv("BROWSER");
     const char* opener = chosen != nullptr && *chosen != '\0' ? chosen : "xdg-open";
@@ -50,7 +50,7 @@ void put(emlhost::Output& output, std::string_view page, const std::string& name
         object->write(object, piece.data(), static_cast<uint32_t>(piece.size()));
     }
     if (open) object->close(object);
-    if (output.error()) throw Problem(ExitCode::Output, "write-failed", name, describe(output.error()));
+    if (output.error()) throw Problem(ExitCode::kOutput, "write-failed", name, describe(output.error()));
 }
 
 class ViewRun final : public CommandRun {
@@ -61,8 +61,7 @@ class ViewRun final : public CommandRun {
             ->type_name("OUT");
         app.add_flag("--no-open", noOpen_, "only write the page and print its path");
         app.add_flag("--overwrite", overwrite_, "replace OUT if it exists");
-        app.add_option("--max-embed", mostEmbedded_,
-                       "leave out attachments above this size; 25M is the default")
+        app.add_option("--max-embed", maxEmbed_, "leave out attachments above this size; 25M is the default")
             ->type_name("SIZE");
         app.add_flag("--force", force_, "read the file even if it does not look like a message");
     }
@@ -72,27 +71,27 @@ class ViewRun final : public CommandRun {
         if (files_.size() > 1)
             throw usageProblem(fmt::format("view takes one FILE; {} is one too many", files_[1]));
         if (options.json) throw usageProblem("view has no JSON form; see \"eml --json info\"");
-        std::optional<uint64_t> mostEmbedded = parseSize(mostEmbedded_);
-        if (!mostEmbedded) {
+        std::optional<uint64_t> maxEmbed = parseSize(maxEmbed_);
+        if (!maxEmbed) {
             throw usageProblem(
-                fmt::format("--max-embed={}: no size; it is bytes, or like 512K, 25M", mostEmbedded_));
+                fmt::format("--max-embed={}: no size; it is bytes, or like 512K, 25M", maxEmbed_));
         }
         MessageFile file(files_[0], force_);
-        ViewPage page = buildViewPage(file, {*mostEmbedded});
+        ViewPage page = buildViewPage(file, {*maxEmbed});
         for (const std::string& warning : page.warnings) console.warn(file.name(), warning);
         if (outputPath_ == "-") {
             console.print(page.html);
-            return ExitCode::Done;
+            return ExitCode::kDone;
         }
         std::string path = outputPath_.empty() ? writeTemporary(page.html) : writeNamed(page.html);
         bool open = outputPath_.empty() && !noOpen_;
         console.print(visible(path) + "\n");
         console.flush();
-        if (!open) return ExitCode::Done;
+        if (!open) return ExitCode::kDone;
         if (!hasDisplay() || !openInBrowser(path)) {
             console.warn("", "no browser could be started; open the page above yourself");
         }
-        return ExitCode::Done;
+        return ExitCode::kDone;
     }
 
   private:
@@ -103,14 +102,14 @@ class ViewRun final : public CommandRun {
         return outputPath_;
     }
 
-    /* The browser reads it when this program has ended, so it stays. */
+    // The browser reads it when this program has ended, so it stays.
     static std::string writeTemporary(std::string_view html) {
         const char* chosen = std::getenv("TMPDIR");
         std::string path =
             std::string(chosen != nullptr && *chosen != '\0' ? chosen : "/tmp") + "/eml-view-XXXXXX.html";
         emlhost::UniqueDescriptor descriptor(::mkstemps(path.data(), 5));
         if (descriptor.get() < 0) {
-            throw Problem(ExitCode::Output, "cannot-write", path, describe({errno, std::system_category()}));
+            throw Problem(ExitCode::kOutput, "cannot-write", path, describe({errno, std::system_category()}));
         }
         emlhost::DescriptorOutput output(descriptor.get());
         try {
@@ -124,7 +123,7 @@ class ViewRun final : public CommandRun {
 
     std::vector<std::string> files_;
     std::string outputPath_;
-    std::string mostEmbedded_ = "25M";
+    std::string maxEmbed_ = "25M";
     bool noOpen_ = false;
     bool overwrite_ = false;
     bool force_ = false;

@@ -12,7 +12,7 @@ constexpr std::string_view kBlanks = " \t\r\n";
 
 char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
-/* `lowered` is in small letters. */
+// `lowered` is in small letters.
 bool startsWith(std::string_view text, std::string_view lowered) {
     return text.size() >= lowered.size() && std::equal(lowered.begin(), lowered.end(), text.begin(),
                                                        [](char a, char b) { return a == lower(b); });
@@ -22,7 +22,7 @@ void skipBlanks(std::string_view& text) {
     text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
 }
 
-/* The line at the start of `text`, which it is taken from, without its line end. */
+// The line at the start of `text`, which it is taken from, without its line end.
 std::string_view takeLine(std::string_view& text) {
     size_t end = std::min(text.find('\n'), text.size());
     std::string_view line = text.substr(0, end);
@@ -31,7 +31,7 @@ std::string_view takeLine(std::string_view& text) {
     return line;
 }
 
-/* The first Content-Type field of a header, unfolded, without its name. */
+// The first Content-Type field of a header, unfolded, without its name.
 std::string contentType(std::string_view header) {
     constexpr std::string_view kName = "content-type:";
     std::string value;
@@ -50,8 +50,8 @@ std::string contentType(std::string_view header) {
     return value;
 }
 
-/* What stands in front of the next `stop`, quoted strings taken as one (RFC 2045 section 5.1); taken from
- * `text` with that stop. Quotes and the backslashes inside them are left out. */
+// What stands in front of the next `stop`, quoted strings taken as one (RFC 2045 section 5.1); taken from
+// `text` with that stop. Quotes and the backslashes inside them are left out.
 std::string takeUntil(std::string_view& text, char stop) {
     std::string taken;
     bool quoted = false;

@@ -1,9 +1,6 @@
-/*
- * Whether a message ends where it should: a multipart message without its closing delimiter was cut off on the
- * way, and what lies last in it is likely to be incomplete.
- */
-#ifndef EMLREADER_TOOL_MESSAGE_END_H
-#define EMLREADER_TOOL_MESSAGE_END_H
+// Whether a message ends where it should: a multipart message without its closing delimiter was cut off on the
+// way, and what lies last in it is likely to be incomplete.
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -12,14 +9,12 @@
 
 namespace emltool {
 
-/* The boundary (RFC 2046 section 5.1.1) that the header at the start of `beginning` names for the message
- * itself; empty when it is no multipart message, or the boundary cannot be told. */
+// The boundary (RFC 2046 section 5.1.1) that the header at the start of `beginning` names for the message
+// itself; empty when it is no multipart message, or the boundary cannot be told.
 std::string boundaryOf(std::string_view beginning);
 
-/* True when the message names a boundary, a delimiter with it stands in the first 64 KiB, and no closing one in
- * the last. Some programs take the parts out of a message and leave its header as it was: that is not cut off. */
+// True when the message names a boundary, a delimiter with it stands in the first 64 KiB, and no closing one in
+// the last. Some programs take the parts out of a message and leave its header as it was: that is not cut off.
 bool lacksClosingDelimiter(emlhost::Input& input);
 
 }  // namespace emltool
-
-#endif

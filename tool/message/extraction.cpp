@@ -17,23 +17,23 @@ bool beginsWith(const SubFilePath& path, const SubFilePath& beginning) {
     return path.size() >= beginning.size() && std::equal(beginning.begin(), beginning.end(), path.begin());
 }
 
-/* Whether anything has this name, also a link that leads nowhere. */
+// Whether anything has this name, also a link that leads nowhere.
 bool exists(const std::string& path) {
     struct stat found {};
     return ::lstat(path.c_str(), &found) == 0;
 }
 
 Problem cannotWrite(const std::string& path, const std::error_code& error, bool removed) {
-    return {ExitCode::Output, "write-failed", path,
+    return {ExitCode::kOutput, "write-failed", path,
             describe(error) + (removed ? "; partial file removed" : "")};
 }
 
 Problem conflict(const std::string& path) {
-    return {ExitCode::Output, "exists", path,
+    return {ExitCode::kOutput, "exists", path,
             "already exists, not overwritten; choose --on-conflict=rename, skip or overwrite"};
 }
 
-/* A file under its temporary name, which a signal removes. */
+// A file under its temporary name, which a signal removes.
 class PendingFile {
   public:
     explicit PendingFile(const std::string& folder) {
@@ -60,10 +60,10 @@ class PendingFile {
 }  // namespace
 
 OnConflict parseOnConflict(const std::string& text) {
-    if (text == "rename") return OnConflict::Rename;
-    if (text == "skip") return OnConflict::Skip;
-    if (text == "overwrite") return OnConflict::Overwrite;
-    if (text == "fail") return OnConflict::Fail;
+    if (text == "rename") return OnConflict::kRename;
+    if (text == "skip") return OnConflict::kSkip;
+    if (text == "overwrite") return OnConflict::kOverwrite;
+    if (text == "fail") return OnConflict::kFail;
     throw usageProblem(
         fmt::format("--on-conflict={}: no such choice; it is rename, skip, overwrite or fail", text));
 }
@@ -119,8 +119,8 @@ void Extractor::visit(SubFileContent& content, SubFileEntry& entry) {
     try {
         extract(content, entry);
     } catch (const Problem& problem) {
-        if (problem.exit == ExitCode::Internal) throw;
-        entry.outcome = Outcome::Failed;
+        if (problem.exit == ExitCode::kInternal) throw;
+        entry.outcome = Outcome::kFailed;
         entry.problem = problem;
     }
 }
@@ -128,21 +128,21 @@ void Extractor::visit(SubFileContent& content, SubFileEntry& entry) {
 void Extractor::extract(SubFileContent& content, SubFileEntry& entry) {
     if (!entry.isInFile()) {
         std::string text = fmt::format("sub-file {}: only its name is in the message", dotted(entry.path));
-        throw Problem(ExitCode::NoSubFile, "not-in-file", file_.name(), text);
+        throw Problem(ExitCode::kNoSubFile, "not-in-file", file_.name(), text);
     }
     entry.safeName = names_.take(safeName(entry.name, dotted(entry.path)));
     entry.filePath = pathOf(entry.safeName);
     if (options_.onlyPlan) {
         entry.size = decodedSize(content);
-        entry.outcome = Outcome::Planned;
+        entry.outcome = Outcome::kPlanned;
         return;
     }
     prepareFolder();
-    /* The commit looks again; here it saves the work. */
-    bool keeps = options_.onConflict == OnConflict::Fail || options_.onConflict == OnConflict::Skip;
+    // The commit looks again; here it saves the work.
+    bool keeps = options_.onConflict == OnConflict::kFail || options_.onConflict == OnConflict::kSkip;
     if (keeps && exists(entry.filePath)) {
-        if (options_.onConflict == OnConflict::Fail) throw conflict(entry.filePath);
-        entry.outcome = Outcome::Skipped;
+        if (options_.onConflict == OnConflict::kFail) throw conflict(entry.filePath);
+        entry.outcome = Outcome::kSkipped;
         return;
     }
     PendingFile pending(options_.folder);
@@ -155,7 +155,7 @@ void Extractor::extract(SubFileContent& content, SubFileEntry& entry) {
     if (output.error()) throw cannotWrite(entry.filePath, output.error(), true);
     if (extraction.status == EML_NO_MEMORY) throw outOfMemory(file_.name());
     if (extraction.status != EML_OK) {
-        throw Problem(ExitCode::Input, "cannot-extract", file_.name(),
+        throw Problem(ExitCode::kInput, "cannot-extract", file_.name(),
                       fmt::format("sub-file {}: cannot be read (result {} of the reader)", dotted(entry.path),
                                   extraction.status));
     }
@@ -164,23 +164,23 @@ void Extractor::extract(SubFileContent& content, SubFileEntry& entry) {
 }
 
 void Extractor::commit(emlhost::FileOutput& output, SubFileEntry& entry) {
-    bool overwrite = options_.onConflict == OnConflict::Overwrite;
-    auto policy = overwrite ? emlhost::CommitPolicy::Replace : emlhost::CommitPolicy::KeepExisting;
+    bool overwrite = options_.onConflict == OnConflict::kOverwrite;
+    auto policy = overwrite ? emlhost::CommitPolicy::kReplace : emlhost::CommitPolicy::kKeepExisting;
     std::string wanted = entry.safeName;
     for (;;) {
         SignalsHeldBack heldBack;
         std::error_code error = output.commit(entry.safeName, policy);
         if (!error) {
             removeOnSignal("");
-            entry.outcome = Outcome::Written;
+            entry.outcome = Outcome::kWritten;
             return;
         }
         if (error != std::errc::file_exists || overwrite) {
             throw cannotWrite(entry.filePath, error, error != std::errc::is_a_directory);
         }
-        if (options_.onConflict == OnConflict::Fail) throw conflict(entry.filePath);
-        if (options_.onConflict == OnConflict::Skip) {
-            entry.outcome = Outcome::Skipped;
+        if (options_.onConflict == OnConflict::kFail) throw conflict(entry.filePath);
+        if (options_.onConflict == OnConflict::kSkip) {
+            entry.outcome = Outcome::kSkipped;
             return;
         }
         entry.safeName = names_.take(wanted);
@@ -193,7 +193,7 @@ void Extractor::prepareFolder() {
     std::error_code error;
     std::filesystem::create_directories(options_.folder, error);
     if (error) {
-        throw Problem(ExitCode::Output, "cannot-create-folder", options_.folder,
+        throw Problem(ExitCode::kOutput, "cannot-create-folder", options_.folder,
                       "the folder cannot be created: " + describe(error));
     }
     folderReady_ = true;

@@ -1,8 +1,5 @@
-/*
- * Sub-files written to disk.
- */
-#ifndef EMLREADER_TOOL_EXTRACTION_H
-#define EMLREADER_TOOL_EXTRACTION_H
+// Sub-files written to disk.
+#pragma once
 
 #include <string>
 #include <vector>
@@ -13,28 +10,28 @@
 
 namespace emltool {
 
-/* What happens to a file that exists already under the name of a new one. */
-enum class OnConflict { Rename, Skip, Overwrite, Fail };
+// What happens to a file that exists already under the name of a new one.
+enum class OnConflict { kRename, kSkip, kOverwrite, kFail };
 
-/* The policy of that name; throws Problem. */
+// The policy of that name; throws Problem.
 OnConflict parseOnConflict(const std::string& text);
 
-/* The sub-files that the user chose. Without any choice all attachments are. */
+// The sub-files that the user chose. Without any choice all attachments are.
 class Selection {
   public:
-    /* `numbers` as the user wrote them. With `recursive` what is inside a chosen message is chosen as well.
-     * Throws Problem. */
+    // `numbers` as the user wrote them. With `recursive` what is inside a chosen message is chosen as well.
+    // Throws Problem.
     Selection(const std::vector<std::string>& numbers, bool recursive);
 
-    /* Whether this sub-file is chosen; it counts as found then. */
+    // Whether this sub-file is chosen; it counts as found then.
     bool wants(const SubFilePath& path);
 
-    /* Whether something inside this embedded message may be chosen. */
+    // Whether something inside this embedded message may be chosen.
     bool reachesInto(const SubFilePath& path) const;
 
     bool isAll() const { return choices_.empty(); }
 
-    /* The choices that wants was never asked about. */
+    // The choices that wants was never asked about.
     std::vector<std::string> notFound() const;
 
   private:
@@ -48,12 +45,12 @@ class Selection {
 };
 
 struct ExtractionOptions {
-    std::string folder; /* "" is the current one */
-    OnConflict onConflict = OnConflict::Fail;
+    std::string folder;  // "" is the current one
+    OnConflict onConflict = OnConflict::kFail;
     bool onlyPlan = false;
 };
 
-/* Writes each chosen attachment into a file of the folder. What fails is noted in its entry. */
+// Writes each chosen attachment into a file of the folder. What fails is noted in its entry.
 class Extractor final : public AttachmentVisitor {
   public:
     Extractor(MessageFile& file, Selection& selection, ExtractionOptions options);
@@ -75,5 +72,3 @@ class Extractor final : public AttachmentVisitor {
 };
 
 }  // namespace emltool
-
-#endif

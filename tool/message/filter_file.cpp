@@ -21,7 +21,7 @@ FilterFile::FilterFile(std::shared_ptr<MessageFile> file, bool withFields)
     file_->checkReads();
     if (filter_.status() == EML_NO_MEMORY) throw outOfMemory(name());
     if (!filter_.usable()) {
-        throw Problem(ExitCode::NoMessage, "no-text", name(),
+        throw Problem(ExitCode::kNoMessage, "no-text", name(),
                       fmt::format("cannot be read as text (result {} of the reader)", filter_.status()));
     }
     filter_.restart(withFields);
@@ -36,13 +36,13 @@ void FilterFile::read(const std::function<bool(const emlhost::TextRecord&)>& tak
             if (!take(record)) return;
         }
         if (!walker.complete()) {
-            throw Problem(ExitCode::Internal, "internal", name(), "internal error: broken record stream");
+            throw Problem(ExitCode::kInternal, "internal", name(), "internal error: broken record stream");
         }
     }
     file_->checkReads();
     if (filter_.status() == EML_NO_MEMORY) throw outOfMemory(name());
     if (filter_.status() != EML_OK) {
-        throw Problem(ExitCode::Input, "cannot-read", name(),
+        throw Problem(ExitCode::kInput, "cannot-read", name(),
                       fmt::format("the text breaks off (result {} of the reader)", filter_.status()));
     }
     if (filter_.progress() < 100) {

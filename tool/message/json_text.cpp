@@ -48,15 +48,15 @@ void putProblem(Writer& json, const Problem& problem) {
 
 const char* outcomeName(Outcome outcome) {
     switch (outcome) {
-        case Outcome::Planned:
+        case Outcome::kPlanned:
             return "planned";
-        case Outcome::Written:
+        case Outcome::kWritten:
             return "written";
-        case Outcome::Skipped:
+        case Outcome::kSkipped:
             return "skipped";
-        case Outcome::Failed:
+        case Outcome::kFailed:
             return "failed";
-        case Outcome::None:
+        case Outcome::kNone:
             break;
     }
     return "none";
@@ -92,7 +92,7 @@ void putEntry(Writer& json, const SubFileEntry& entry) {
     }
     putFlags(json, entry);
     if (!entry.sha256.empty()) putField(json, "sha256", entry.sha256);
-    if (entry.outcome != Outcome::None) {
+    if (entry.outcome != Outcome::kNone) {
         putField(json, "outcome", outcomeName(entry.outcome));
         if (!entry.filePath.empty()) putField(json, "path", entry.filePath);
     }
@@ -106,7 +106,7 @@ void putEntry(Writer& json, const SubFileEntry& entry) {
     json.EndObject();
 }
 
-/* The keys are the names in lower case. Bytes that belong to no character are also given raw, in base64. */
+// The keys are the names in lower case. Bytes that belong to no character are also given raw, in base64.
 void putMetadata(Writer& json, const std::vector<MetadataField>& fields) {
     auto key = [](std::string name) {
         for (char& c : name) c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);

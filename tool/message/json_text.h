@@ -1,8 +1,5 @@
-/*
- * Answers for programs, one line of JSON each.
- */
-#ifndef EMLREADER_TOOL_JSON_TEXT_H
-#define EMLREADER_TOOL_JSON_TEXT_H
+// Answers for programs, one line of JSON each.
+#pragma once
 
 #include <cstdint>
 #include <optional>
@@ -13,15 +10,13 @@
 
 namespace emltool {
 
-/* The line for the message `source`, with its line end. `index` says which message of that file it is, where
- * there are several. `tree` is NULL when it could not be read, which `problem` then explains. Fields are only
- * ever added. */
+// The line for the message `source`, with its line end. `index` says which message of that file it is, where
+// there are several. `tree` is NULL when it could not be read, which `problem` then explains. Fields are only
+// ever added.
 std::string jsonLine(std::string_view source, const MessageTree* tree, const Problem* problem,
                      std::optional<uint64_t> index = std::nullopt);
 
-/* Characters that JSON lets stand but a terminal may obey, as escapes. They occur in strings only. */
+// Characters that JSON lets stand but a terminal may obey, as escapes. They occur in strings only.
 std::string withVisibleControls(std::string_view json);
 
 }  // namespace emltool
-
-#endif

@@ -15,16 +15,16 @@ namespace {
 
 Problem inputProblem(const std::string& path, const std::error_code& error, const std::string& hint = "") {
     if (error == std::errc::no_such_file_or_directory) {
-        return {ExitCode::Input, "no-such-file", path, "no such file" + hint};
+        return {ExitCode::kInput, "no-such-file", path, "no such file" + hint};
     }
     if (error == std::errc::is_a_directory) {
         std::string_view folder = path;
         if (folder.ends_with('/')) folder.remove_suffix(1);
-        return {ExitCode::Input, "is-a-directory", path,
+        return {ExitCode::kInput, "is-a-directory", path,
                 fmt::format("is a directory; to read a folder use \"eml batch {}\"", shellWord(folder))};
     }
     if (error == std::errc::not_enough_memory) return outOfMemory(path);
-    return {ExitCode::Input, "cannot-read", path, describe(error)};
+    return {ExitCode::kInput, "cannot-read", path, describe(error)};
 }
 
 std::string nameOf(const std::string& path) { return path == "-" ? "standard input" : path; }
@@ -43,7 +43,7 @@ std::unique_ptr<emlhost::Input> open(const std::string& path, const std::string&
                        near.empty() ? "" : fmt::format("; did you mean {}?", near));
 }
 
-/* "Name:", the name being printable ASCII; blanks before the colon are tolerated. */
+// "Name:", the name being printable ASCII; blanks before the colon are tolerated.
 bool isHeaderField(std::string_view line) {
     size_t end = 0;
     while (end < line.size() && line[end] > ' ' && line[end] < '\x7F' && line[end] != ':') ++end;
@@ -93,17 +93,17 @@ MessageFile::MessageFile(const std::string& path, bool force)
 
 MessageFile::MessageFile(std::unique_ptr<emlhost::Input> input, std::string name, bool force)
     : name_(std::move(name)), input_(std::move(input)) {
-    if (input_->size() == 0) throw Problem(ExitCode::NoMessage, "empty", name_, "the file is empty");
+    if (input_->size() == 0) throw Problem(ExitCode::kNoMessage, "empty", name_, "the file is empty");
     if (!force && !looksLikeMessage(*input_)) {
         checkReads();
-        throw Problem(ExitCode::NoMessage, "no-message", name_,
+        throw Problem(ExitCode::kNoMessage, "no-message", name_,
                       "not an e-mail message (no header field found); --force reads it anyway");
     }
     message_ = std::make_unique<emlhost::OpenMessage>(*input_, services_, kOpenFlags);
     checkReads();
     if (message_->status() == EML_NO_MEMORY) throw outOfMemory(name_);
     if (!message_->usable()) {
-        throw Problem(ExitCode::Input, "cannot-open", name_,
+        throw Problem(ExitCode::kInput, "cannot-open", name_,
                       fmt::format("cannot be opened (result {} of the reader)", message_->status()));
     }
 }

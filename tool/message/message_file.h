@@ -1,8 +1,5 @@
-/*
- * A message that the user named, opened.
- */
-#ifndef EMLREADER_TOOL_MESSAGE_FILE_H
-#define EMLREADER_TOOL_MESSAGE_FILE_H
+// A message that the user named, opened.
+#pragma once
 
 #include <memory>
 #include <string>
@@ -15,21 +12,21 @@ namespace emltool {
 
 class MessageFile {
   public:
-    /* Opens `path`, "-" being standard input. With `force` also what does not look like a message. Throws
-     * Problem. */
+    // Opens `path`, "-" being standard input. With `force` also what does not look like a message. Throws
+    // Problem.
     MessageFile(const std::string& path, bool force);
 
-    /* The same for an input that is open already; `name` is what problems call it. */
+    // The same for an input that is open already; `name` is what problems call it.
     MessageFile(std::unique_ptr<emlhost::Input> input, std::string name, bool force);
 
-    /* The path, or words for standard input. */
+    // The path, or words for standard input.
     const std::string& name() const { return name_; }
 
     emlhost::Services& services() { return services_; }
     emlhost::Input& input() { return *input_; }
     emlhost::OpenMessage& message() { return *message_; }
 
-    /* Throws when some read of the file has failed, which the library takes for its end. */
+    // Throws when some read of the file has failed, which the library takes for its end.
     void checkReads() const;
 
   private:
@@ -39,19 +36,17 @@ class MessageFile {
     std::unique_ptr<emlhost::OpenMessage> message_;
 };
 
-/* The file `path`, which may be called "-", as an input. Throws Problem; for a folder its code is
- * "is-a-directory". Looks for no other file that may be meant. */
+// The file `path`, which may be called "-", as an input. Throws Problem; for a folder its code is
+// "is-a-directory". Looks for no other file that may be meant.
 std::unique_ptr<emlhost::Input> openMessageInput(const std::string& path);
 
-/* Open flags that the tool uses for every message. */
+// Open flags that the tool uses for every message.
 inline constexpr uint32_t kOpenFlags = EML_OPEN_CONVERTED_ATTACHMENTS;
 
-/* True when some line before the first empty one is a header field. Looks at the first 64 KiB. */
+// True when some line before the first empty one is a header field. Looks at the first 64 KiB.
 bool looksLikeMessage(emlhost::Input& input);
 
-/* The same for the beginning of a message in memory. */
+// The same for the beginning of a message in memory.
 bool hasHeaderField(std::string_view beginning);
 
 }  // namespace emltool
-
-#endif

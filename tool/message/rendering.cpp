@@ -10,10 +10,10 @@ namespace emltool {
 
 namespace {
 
-/* Keeps the beginning of a document. */
+// Keeps the beginning of a document.
 class BeginningOutput final : public emlhost::Output {
   public:
-    BeginningOutput() : Output(Seeking::Anywhere) {}
+    BeginningOutput() : Output(Seeking::kAnywhere) {}
 
     std::string_view text() const { return {buffer_.data(), length_}; }
 
@@ -35,9 +35,9 @@ class BeginningOutput final : public emlhost::Output {
 Form formOf(emlhost::OpenMessage& message, uint32_t options) {
     BeginningOutput output;
     message.extract(0, output, options);
-    if (output.text().starts_with("<html>\r\n<head>")) return Form::Html;
-    if (output.text().starts_with("{\\rtf1\\ansi\\ansicpg")) return Form::Rtf;
-    return Form::Text;
+    if (output.text().starts_with("<html>\r\n<head>")) return Form::kHtml;
+    if (output.text().starts_with("{\\rtf1\\ansi\\ansicpg")) return Form::kRtf;
+    return Form::kText;
 }
 
 }  // namespace emltool

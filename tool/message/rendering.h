@@ -1,8 +1,5 @@
-/*
- * The forms in which the library renders a message.
- */
-#ifndef EMLREADER_TOOL_RENDERING_H
-#define EMLREADER_TOOL_RENDERING_H
+// The forms in which the library renders a message.
+#pragma once
 
 #include <cstdint>
 
@@ -10,11 +7,9 @@
 
 namespace emltool {
 
-enum class Form { Html, Rtf, Text };
+enum class Form { kHtml, kRtf, kText };
 
-/* The form that the library gives with these EML_EXTRACT_... option bits. Its header block tells. */
+// The form that the library gives with these EML_EXTRACT_... option bits. Its header block tells.
 Form formOf(emlhost::OpenMessage& message, uint32_t options);
 
 }  // namespace emltool
-
-#endif

@@ -22,85 +22,85 @@ std::string_view trimmed(std::string_view text) {
 
 void RecordReader::take(const emlhost::TextRecord& record) {
     switch (record.tag) {
-        case RecordTag::Text:
+        case RecordTag::kText:
             takeText(record.text());
             break;
-        case RecordTag::Tab:
-            /* Behind a field name there are two, which only align. */
-            if (where_ == Where::Body || where_ == Where::Doubt) pending_ += '\t';
+        case RecordTag::kTab:
+            // Behind a field name there are two, which only align.
+            if (where_ == Where::kBody || where_ == Where::kDoubt) pending_ += '\t';
             lineBegun_ = true;
             break;
-        case RecordTag::Attribute:
+        case RecordTag::kAttribute:
             takeAttribute(record.word());
             break;
-        case RecordTag::LineBreak:
+        case RecordTag::kLineBreak:
             takeLineBreak();
             break;
-        case RecordTag::Charset:
+        case RecordTag::kCharset:
             takeCharset(record.word());
             break;
         default:
-            break; /* the page */
+            break;  // the page
     }
 }
 
 void RecordReader::takeText(std::string_view text) {
-    if (where_ == Where::Ended) goOnWithValue();
-    (where_ == Where::Name ? name_ : pending_) += text;
+    if (where_ == Where::kEnded) goOnWithValue();
+    (where_ == Where::kName ? name_ : pending_) += text;
     lineBegun_ = true;
 }
 
-/* A charset record stands in the prologue, around words of a value, and where the body begins. Behind a word
- * it is always the default one. */
+// A charset record stands in the prologue, around words of a value, and where the body begins. Behind a word
+// it is always the default one.
 void RecordReader::takeCharset(uint32_t charset) {
-    if (where_ == Where::Doubt) goOnWithValue(); /* no body has another one */
-    if (where_ == Where::Ended && charset != EML_CHARSET_WESTERN) {
-        where_ = Where::Doubt;
+    if (where_ == Where::kDoubt) goOnWithValue();  // no body has another one
+    if (where_ == Where::kEnded && charset != EML_CHARSET_WESTERN) {
+        where_ = Where::kDoubt;
         charset_ = charset;
         lineBegun_ = false;
         return;
     }
     convertPending();
     charset_ = charset;
-    inWord_ = where_ == Where::Value && charset != EML_CHARSET_WESTERN;
-    if (where_ == Where::Prologue) {
-        where_ = Where::Fields;
-    } else if (where_ == Where::Fields || where_ == Where::Ended) {
+    inWord_ = where_ == Where::kValue && charset != EML_CHARSET_WESTERN;
+    if (where_ == Where::kPrologue) {
+        where_ = Where::kFields;
+    } else if (where_ == Where::kFields || where_ == Where::kEnded) {
         beginBody();
     }
 }
 
 void RecordReader::takeAttribute(uint32_t attribute) {
     inWord_ = false;
-    if (where_ == Where::Ended) endValue();
-    if (where_ == Where::Doubt) beginBody();
+    if (where_ == Where::kEnded) endValue();
+    if (where_ == Where::kDoubt) beginBody();
     if (attribute == kBoldOn) {
-        where_ = Where::Name;
+        where_ = Where::kName;
         name_.clear();
-    } else if (where_ == Where::Name) {
-        where_ = Where::Value;
+    } else if (where_ == Where::kName) {
+        where_ = Where::kValue;
     }
 }
 
 void RecordReader::takeLineBreak() {
-    if (where_ == Where::Doubt) beginBody(); /* few words have a line end each, one behind the other */
+    if (where_ == Where::kDoubt) beginBody();  // few words have a line end each, one behind the other
     convertPending();
     if (inWord_) {
-        text_ += ' '; /* a line end that a word encodes: the value goes on */
+        text_ += ' ';  // a line end that a word encodes: the value goes on
         return;
     }
-    if (where_ == Where::Value || where_ == Where::Ended) {
-        where_ = Where::Ended;
+    if (where_ == Where::kValue || where_ == Where::kEnded) {
+        where_ = Where::kEnded;
         return;
     }
-    if (where_ == Where::Body) reader_.line(text_);
+    if (where_ == Where::kBody) reader_.line(text_);
     text_.clear();
     lineBegun_ = false;
 }
 
-/* The line end before was one of the value. */
+// The line end before was one of the value.
 void RecordReader::goOnWithValue() {
-    where_ = Where::Value;
+    where_ = Where::kValue;
     text_ += ' ';
 }
 
@@ -108,15 +108,15 @@ void RecordReader::endValue() {
     while (name_.ends_with(':')) name_.pop_back();
     reader_.field(name_, trimmed(text_));
     text_.clear();
-    where_ = Where::Fields;
+    where_ = Where::kFields;
     lineBegun_ = false;
 }
 
-/* In doubt the first line has begun already. */
+// In doubt the first line has begun already.
 void RecordReader::beginBody() {
-    bool begun = where_ == Where::Doubt && lineBegun_;
-    if (where_ != Where::Fields) endValue();
-    where_ = Where::Body;
+    bool begun = where_ == Where::kDoubt && lineBegun_;
+    if (where_ != Where::kFields) endValue();
+    where_ = Where::kBody;
     lineBegun_ = begun;
     reader_.bodyBegins();
 }
@@ -127,9 +127,9 @@ void RecordReader::convertPending() {
 }
 
 void RecordReader::finish() {
-    if (where_ == Where::Ended) endValue();
-    if (where_ == Where::Doubt) beginBody();
-    if (lineBegun_ && where_ == Where::Body) takeLineBreak();
+    if (where_ == Where::kEnded) endValue();
+    if (where_ == Where::kDoubt) beginBody();
+    if (lineBegun_ && where_ == Where::kBody) takeLineBreak();
 }
 
 }  // namespace emltool

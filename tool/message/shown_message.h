@@ -1,8 +1,5 @@
-/*
- * A message as a person reads it, drawn from the text records of the message filter.
- */
-#ifndef EMLREADER_TOOL_SHOWN_MESSAGE_H
-#define EMLREADER_TOOL_SHOWN_MESSAGE_H
+// A message as a person reads it, drawn from the text records of the message filter.
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -12,37 +9,37 @@
 
 namespace emltool {
 
-/* Takes what is read. Texts are UTF-8, and not safe for a terminal. */
+// Takes what is read. Texts are UTF-8, and not safe for a terminal.
 class MessageReader {
   public:
     virtual ~MessageReader() = default;
 
-    /* A field: "From" and its value. */
+    // A field: "From" and its value.
     virtual void field(std::string_view name, std::string_view value) = 0;
 
-    /* The fields have ended. */
+    // The fields have ended.
     virtual void bodyBegins() = 0;
 
-    /* A line of the body, without its line end. */
+    // A line of the body, without its line end.
     virtual void line(std::string_view text) = 0;
 };
 
-/* Turns the records of one conversion into fields and lines. */
+// Turns the records of one conversion into fields and lines.
 class RecordReader {
   public:
     explicit RecordReader(MessageReader& reader) : reader_(reader) {}
 
     void take(const emlhost::TextRecord& record);
 
-    /* No record follows. */
+    // No record follows.
     void finish();
 
-    bool inBody() const { return where_ == Where::Body; }
+    bool inBody() const { return where_ == Where::kBody; }
 
   private:
-    /* Ended: behind a line end that may end a value, or stand in one of its words. Doubt: behind a charset
-     * record there, which begins a word of the value or the body. */
-    enum class Where { Prologue, Fields, Name, Value, Ended, Doubt, Body };
+    // Ended: behind a line end that may end a value, or stand in one of its words. Doubt: behind a charset
+    // record there, which begins a word of the value or the body.
+    enum class Where { kPrologue, kFields, kName, kValue, kEnded, kDoubt, kBody };
 
     void takeText(std::string_view text);
     void takeCharset(uint32_t charset);
@@ -54,15 +51,13 @@ class RecordReader {
     void convertPending();
 
     MessageReader& reader_;
-    Where where_ = Where::Prologue;
+    Where where_ = Where::kPrologue;
     uint32_t charset_ = 0;
     std::string name_;
-    std::string pending_; /* bytes in charset_ that are not converted yet */
-    std::string text_;    /* the value or the line so far, in UTF-8 */
+    std::string pending_;  // bytes in charset_ that are not converted yet
+    std::string text_;     // the value or the line so far, in UTF-8
     bool lineBegun_ = false;
-    bool inWord_ = false; /* of a value, in a charset of its own */
+    bool inWord_ = false;  // of a value, in a charset of its own
 };
 
 }  // namespace emltool
-
-#endif

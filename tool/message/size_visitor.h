@@ -1,15 +1,12 @@
-/*
- * What list and info want to know of each attachment.
- */
-#ifndef EMLREADER_TOOL_SIZE_VISITOR_H
-#define EMLREADER_TOOL_SIZE_VISITOR_H
+// What list and info want to know of each attachment.
+#pragma once
 
 #include "tool/message/tree.h"
 #include "tool/text/safe_name.h"
 
 namespace emltool {
 
-/* Learns the decoded size and the safe name of each attachment. */
+// Learns the decoded size and the safe name of each attachment.
 class SizeVisitor final : public AttachmentVisitor {
   public:
     explicit SizeVisitor(bool recursive) : recursive_(recursive) {}
@@ -26,5 +23,3 @@ class SizeVisitor final : public AttachmentVisitor {
 };
 
 }  // namespace emltool
-
-#endif

@@ -6,7 +6,7 @@
 
 namespace emltool {
 
-/* Passes everything on to an output, and notes the bytes at its beginning. */
+// Passes everything on to an output, and notes the bytes at its beginning.
 class PartContent::Watch {
   public:
     Watch(EmlIOobj* target, PartContent& content) : record_(this), target_(target), content_(content) {

@@ -1,8 +1,5 @@
-/*
- * Where the content of a sub-file comes from.
- */
-#ifndef EMLREADER_TOOL_SUB_FILE_CONTENT_H
-#define EMLREADER_TOOL_SUB_FILE_CONTENT_H
+// Where the content of a sub-file comes from.
+#pragma once
 
 #include <array>
 #include <cstdint>
@@ -14,15 +11,15 @@
 
 namespace emltool {
 
-/* A sub-file of an open message. */
+// A sub-file of an open message.
 class PartContent final : public SubFileContent {
   public:
     PartContent(emlhost::OpenMessage& message, int32_t number) : message_(message), number_(number) {}
 
     emlhost::Extraction extract(emlhost::Output& output) override;
 
-    /* The first bytes; fewer where there are no more. They are noted while the sub-file is extracted, so that
-     * it need not be decoded once more to look at them. */
+    // The first bytes; fewer where there are no more. They are noted while the sub-file is extracted, so that
+    // it need not be decoded once more to look at them.
     std::span<const uint8_t> beginning();
 
   private:
@@ -36,7 +33,7 @@ class PartContent final : public SubFileContent {
     bool extracted_ = false;
 };
 
-/* Bytes in memory, which must outlive it. */
+// Bytes in memory, which must outlive it.
 class BytesContent final : public SubFileContent {
   public:
     explicit BytesContent(std::span<const uint8_t> bytes) : bytes_(bytes) {}
@@ -48,5 +45,3 @@ class BytesContent final : public SubFileContent {
 };
 
 }  // namespace emltool
-
-#endif

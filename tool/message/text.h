@@ -1,8 +1,5 @@
-/*
- * The body of a message as a person reads it.
- */
-#ifndef EMLREADER_TOOL_MESSAGE_TEXT_H
-#define EMLREADER_TOOL_MESSAGE_TEXT_H
+// The body of a message as a person reads it.
+#pragma once
 
 #include <optional>
 #include <string>
@@ -11,10 +8,8 @@
 
 namespace emltool {
 
-/* The lines that `eml show --body-only` prints, each with its line end, before it makes them visible; UTF-8.
- * Nothing when the message is encrypted. Throws Problem. */
+// The lines that `eml show --body-only` prints, each with its line end, before it makes them visible; UTF-8.
+// Nothing when the message is encrypted. Throws Problem.
 std::optional<std::string> bodyText(MessageFile& file);
 
 }  // namespace emltool
-
-#endif

@@ -14,22 +14,22 @@ namespace emltool {
 
 namespace {
 
-/* Both processes are the same program, so numbers travel as they lie in memory. */
+// Both processes are the same program, so numbers travel as they lie in memory.
 struct Frame {
     uint32_t kind;
-    uint32_t flag;       /* a file: the name is UTF-8; the end: everything was there */
-    uint32_t nameLength; /* the end: the code page */
+    uint32_t flag;        // a file: the name is UTF-8; the end: everything was there
+    uint32_t nameLength;  // the end: the code page
     uint32_t typeLength;
     uint64_t size;
 };
 
 constexpr uint32_t kFile = 1;
 constexpr uint32_t kEnd = 2;
-constexpr uint32_t kLongestText = 4096;
+constexpr uint32_t kMaxTextLength = 4096;
 
 constexpr std::string_view kNonsense = "gave an answer that makes no sense";
 
-/* The label that iconv knows a code page of Windows by. */
+// The label that iconv knows a code page of Windows by.
 std::string labelOf(uint32_t codePage) {
     constexpr uint32_t kUtf8 = 65001;
     return codePage == kUtf8 ? "utf-8" : fmt::format("cp{}", codePage);
@@ -40,7 +40,7 @@ std::string decodedName(std::string_view name, bool isUtf8, uint32_t codePage) {
     return decoded ? *decoded : fromUnlabelledCharset(name, EML_CHARSET_WESTERN);
 }
 
-/* Takes pieces off the front, never more than there is. */
+// Takes pieces off the front, never more than there is.
 class Pieces {
   public:
     explicit Pieces(std::span<const uint8_t> bytes) : rest_(bytes) {}
@@ -74,20 +74,22 @@ struct FoundFile {
     std::span<const uint8_t> bytes;
 };
 
-/* The frames of a whole reply; the last one is `end`. False when it is none. */
-bool readFrames(std::span<const uint8_t> reply, uint64_t most, std::vector<FoundFile>& files, Frame& end) {
+// The frames of a whole reply; the last one is `end`. False when it is none.
+bool readFrames(std::span<const uint8_t> reply, uint64_t maxBytes, std::vector<FoundFile>& files,
+                Frame& end) {
     Pieces pieces(reply);
     while (pieces.take(end)) {
         if (end.kind == kEnd) return pieces.empty();
-        if (files.size() == kMostTnefFiles) return false;
-        if (end.kind != kFile || end.nameLength > kLongestText || end.typeLength > kLongestText) return false;
+        if (files.size() == kMaxTnefFiles) return false;
+        if (end.kind != kFile || end.nameLength > kMaxTextLength || end.typeLength > kMaxTextLength)
+            return false;
         std::span<const uint8_t> name;
         std::span<const uint8_t> type;
         std::span<const uint8_t> bytes;
         if (!pieces.take(end.nameLength, name) || !pieces.take(end.typeLength, type)) return false;
-        /* Nothing is compressed: all files have their place in the TNEF, behind each other. */
-        if (end.size > most || !pieces.take(end.size, bytes)) return false;
-        most -= end.size;
+        // Nothing is compressed: all files have their place in the TNEF, behind each other.
+        if (end.size > maxBytes || !pieces.take(end.size, bytes)) return false;
+        maxBytes -= end.size;
         files.push_back({textOf(name), end.flag != 0, textOf(type), bytes});
     }
     return false;
@@ -101,8 +103,8 @@ bool beginsTnef(std::span<const uint8_t> bytes) {
 }
 
 std::vector<uint8_t> withoutEmptyAttributes(std::span<const uint8_t> bytes, bool& breaksOff) {
-    constexpr size_t kStart = 6;  /* signature and key */
-    constexpr size_t kHeader = 9; /* level, name and type, length */
+    constexpr size_t kStart = 6;   // signature and key
+    constexpr size_t kHeader = 9;  // level, name and type, length
     constexpr size_t kChecksum = 2;
     std::vector<uint8_t> kept(bytes.begin(),
                               bytes.begin() + static_cast<ptrdiff_t>(std::min(kStart, bytes.size())));
@@ -130,8 +132,8 @@ void TnefSink::put(std::string_view text) {
 
 void TnefSink::file(std::string_view name, bool isUtf8, std::string_view type,
                     std::span<const uint8_t> bytes) {
-    name = name.substr(0, kLongestText);
-    type = type.substr(0, kLongestText);
+    name = name.substr(0, kMaxTextLength);
+    type = type.substr(0, kMaxTextLength);
     Frame frame{kFile, isUtf8 ? 1U : 0U, static_cast<uint32_t>(name.size()),
                 static_cast<uint32_t>(type.size()), bytes.size()};
     put(std::span(reinterpret_cast<const uint8_t*>(&frame), sizeof frame));
@@ -146,12 +148,12 @@ bool TnefSink::end(uint32_t codePage, bool complete) {
     return !failed_;
 }
 
-TnefContent parseTnefReply(std::vector<uint8_t> reply, uint64_t most) {
+TnefContent parseTnefReply(std::vector<uint8_t> reply, uint64_t maxBytes) {
     TnefContent content;
     std::vector<FoundFile> files;
     Frame end{};
     content.storage = std::move(reply);
-    if (!readFrames(content.storage, most, files, end)) {
+    if (!readFrames(content.storage, maxBytes, files, end)) {
         content.problem = fmt::format("its reader {}", kNonsense);
         return content;
     }
@@ -166,7 +168,7 @@ TnefContent parseTnefReply(std::vector<uint8_t> reply, uint64_t most) {
 }
 
 TnefContent unpackTnef(std::span<const uint8_t> bytes, TnefReader reader) {
-    /* The library holds each file up to three times. Around a file of one byte a TNEF has more than a frame. */
+    // The library holds each file up to three times. Around a file of one byte a TNEF has more than a frame.
     IsolationLimits limits{4 * bytes.size() + (uint64_t{64} << 20), 10, std::chrono::minutes(2),
                            2 * bytes.size() + (size_t{1} << 20)};
     IsolatedReply reply = workIsolated(

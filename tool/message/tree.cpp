@@ -17,10 +17,10 @@ namespace emltool {
 
 namespace {
 
-/* An output that keeps nothing but the count. */
+// An output that keeps nothing but the count.
 class CountingOutput final : public emlhost::Output {
   public:
-    CountingOutput() : Output(Seeking::Anywhere) {}
+    CountingOutput() : Output(Seeking::kAnywhere) {}
 
   private:
     int put(uint64_t, std::span<const uint8_t>) noexcept override { return 0; }
@@ -35,7 +35,7 @@ MetadataField fieldOf(const emlhost::HeaderValue& value, uint32_t charset) {
     return field;
 }
 
-/* The fields of a message, and its date with the zone that its "Date" field names. */
+// The fields of a message, and its date with the zone that its "Date" field names.
 void readMetadata(emlhost::OpenMessage& message, const std::optional<int64_t>& date, MessageTree& tree) {
     std::string sent;
     for (const emlhost::HeaderValue& value : message.metadata()) {
@@ -47,7 +47,7 @@ void readMetadata(emlhost::OpenMessage& message, const std::optional<int64_t>& d
 
 uint64_t storedSize(const SubFileEntry& entry) { return static_cast<uint64_t>(std::max(entry.info.size, 0)); }
 
-/* A file of a TNEF that is an e-mail message: by its type or its name, and by how it begins. */
+// A file of a TNEF that is an e-mail message: by its type or its name, and by how it begins.
 bool isMessage(const TnefFile& file) {
     constexpr size_t kExamined = size_t{64} << 10;
     constexpr std::string_view kSuffix = ".eml";
@@ -63,7 +63,7 @@ bool isMessage(const TnefFile& file) {
 class TreeReader {
   public:
     TreeReader(MessageFile& file, AttachmentVisitor& visitor)
-        : file_(file), visitor_(visitor), budget_(file.input().size() * kDeepestMessage) {}
+        : file_(file), visitor_(visitor), budget_(file.input().size() * kMaxDepth) {}
 
     MessageTree read() {
         MessageTree tree = readMessage(file_.message(), file_.input().size(), {});
@@ -85,11 +85,11 @@ class TreeReader {
 
     MessageFile& file_;
     AttachmentVisitor& visitor_;
-    /* Messages that lie inside each other are never larger than what is around them. Boundaries can be made
-     * to let parts overlap, though, and then the work would grow with every level; so the embedded messages
-     * that are opened may have as many bytes together as ordinary ones at the greatest depth. */
+    // Messages that lie inside each other are never larger than what is around them. Boundaries can be made
+    // to let parts overlap, though, and then the work would grow with every level; so the embedded messages
+    // that are opened may have as many bytes together as ordinary ones at the greatest depth.
     uint64_t budget_;
-    uint64_t tnefInMemory_ = 0; /* bytes of TNEF that are being unpacked, one inside the other */
+    uint64_t tnefInMemory_ = 0;  // bytes of TNEF that are being unpacked, one inside the other
 };
 
 MessageTree TreeReader::readMessage(emlhost::OpenMessage& message, uint64_t bytes, const SubFilePath& path) {
@@ -122,15 +122,15 @@ SubFileEntry TreeReader::readEntry(emlhost::OpenMessage& message, int32_t number
     entry.path.push_back(number);
     entry.info = message.describe(number);
     if (entry.info.status == EML_NO_MEMORY) throw outOfMemory(file_.name());
-    if (entry.info.status != EML_OK) entry.info.kind = EML_KIND_ATTACHMENT; /* a part without a name */
+    if (entry.info.status != EML_OK) entry.info.kind = EML_KIND_ATTACHMENT;  // a part without a name
     entry.name = decodeName(entry.info.name, message.charset());
-    /* The size of a message is that of its plain text, which it may not have. */
+    // The size of a message is that of its plain text, which it may not have.
     bool isMessage = entry.info.kind == EML_KIND_MESSAGE;
     if (isMessage && entry.info.size > 0) entry.size = static_cast<uint64_t>(entry.info.size);
     return entry;
 }
 
-/* Opens what is inside a sub-file, where it is something that is opened. */
+// Opens what is inside a sub-file, where it is something that is opened.
 void TreeReader::openPart(PartContent& content, SubFileEntry& entry, Warnings& warnings) {
     if (entry.isEmbeddedMessage()) {
         openEmbedded(content, entry, warnings);
@@ -139,7 +139,7 @@ void TreeReader::openPart(PartContent& content, SubFileEntry& entry, Warnings& w
     entry.isTnef = readsTnef() && entry.isInFile() && beginsTnef(content.beginning());
     uint64_t stored = storedSize(entry);
     if (!entry.isTnef || !mayOpen(entry, stored, warnings)) return;
-    if (stored > 2 * kLargestTnef) {
+    if (stored > 2 * kMaxTnefSize) {
         warnings.push_back(fmt::format("sub-file {}: not unpacked, it is too large", dotted(entry.path)));
         return;
     }
@@ -149,11 +149,11 @@ void TreeReader::openPart(PartContent& content, SubFileEntry& entry, Warnings& w
     openTnef(output.bytes(), entry, warnings);
 }
 
-/* Whether something of so many bytes may be opened; they are counted then. */
+// Whether something of so many bytes may be opened; they are counted then.
 bool TreeReader::mayOpen(const SubFileEntry& entry, uint64_t bytes, Warnings& warnings) {
-    if (entry.path.size() > kDeepestMessage) {
+    if (entry.path.size() > kMaxDepth) {
         warnings.push_back(fmt::format("sub-file {}: not opened, more than {} messages inside each other",
-                                       dotted(entry.path), kDeepestMessage));
+                                       dotted(entry.path), kMaxDepth));
         return false;
     }
     if (bytes > budget_) {
@@ -165,13 +165,13 @@ bool TreeReader::mayOpen(const SubFileEntry& entry, uint64_t bytes, Warnings& wa
     return true;
 }
 
-/* Extracts an embedded message and opens what came out. */
+// Extracts an embedded message and opens what came out.
 void TreeReader::openEmbedded(PartContent& content, SubFileEntry& entry, Warnings& warnings) {
     uint64_t stored = storedSize(entry);
     if (!mayOpen(entry, stored, warnings)) return;
 
-    constexpr uint64_t kLargestInMemory = uint64_t{4} << 20;
-    if (stored <= kLargestInMemory) {
+    constexpr uint64_t kMaxInMemory = uint64_t{4} << 20;
+    if (stored <= kMaxInMemory) {
         emlhost::MemoryOutput output;
         emlhost::Extraction extraction = content.extract(output);
         if (extraction.status == EML_NO_MEMORY || output.error()) throw outOfMemory(file_.name());
@@ -185,7 +185,7 @@ void TreeReader::openEmbedded(PartContent& content, SubFileEntry& entry, Warning
     std::error_code error = output.error();
     std::unique_ptr<emlhost::DescriptorInput> input;
     if (!error) input = emlhost::DescriptorInput::fromDescriptor(temporary.release(), error);
-    if (input == nullptr) throw Problem(ExitCode::Output, "write-failed", "temporary file", describe(error));
+    if (input == nullptr) throw Problem(ExitCode::kOutput, "write-failed", "temporary file", describe(error));
     openEmbedded(*input, entry, warnings);
 }
 
@@ -200,9 +200,9 @@ void TreeReader::openEmbedded(emlhost::Input& input, SubFileEntry& entry, Warnin
     entry.message = std::make_unique<MessageTree>(readMessage(embedded, input.size(), entry.path));
 }
 
-/* The files of a TNEF become its sub-files, numbered from 1 as the attachments of a message are. */
+// The files of a TNEF become its sub-files, numbered from 1 as the attachments of a message are.
 void TreeReader::openTnef(std::span<const uint8_t> bytes, SubFileEntry& entry, Warnings& warnings) {
-    if (tnefInMemory_ + bytes.size() > kLargestTnef) {
+    if (tnefInMemory_ + bytes.size() > kMaxTnefSize) {
         warnings.push_back(fmt::format("sub-file {}: not unpacked, it is too large", dotted(entry.path)));
         return;
     }
@@ -231,7 +231,7 @@ SubFileEntry TreeReader::readTnefFile(const TnefFile& file, const SubFilePath& p
     entry.name = file.name;
     entry.info.name = file.name;
     entry.info.kind = EML_KIND_ATTACHMENT;
-    entry.info.size = -1; /* no place of its own in the message */
+    entry.info.size = -1;  // no place of its own in the message
     if (isMessage(file)) entry.info.flags |= EML_SUB_FILE_MESSAGE;
     BytesContent content(file.bytes);
     visitor_.visit(content, entry);

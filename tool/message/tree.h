@@ -1,8 +1,5 @@
-/*
- * A message and its sub-files, and the messages embedded in it.
- */
-#ifndef EMLREADER_TOOL_MESSAGE_TREE_H
-#define EMLREADER_TOOL_MESSAGE_TREE_H
+// A message and its sub-files, and the messages embedded in it.
+#pragma once
 
 #include <cstdint>
 #include <memory>
@@ -18,43 +15,43 @@
 
 namespace emltool {
 
-/* Where a sub-file is: {3, 1} is sub-file 1 of the message that is sub-file 3; written "3.1". */
+// Where a sub-file is: {3, 1} is sub-file 1 of the message that is sub-file 3; written "3.1".
 using SubFilePath = std::vector<int32_t>;
 
 std::string dotted(const SubFilePath& path);
 
-/* The path that `text` writes; nothing when it is none. */
+// The path that `text` writes; nothing when it is none.
 std::optional<SubFilePath> parseSubFilePath(std::string_view text);
 
 struct MessageTree;
 
-/* One header value of a message. */
+// One header value of a message.
 struct MetadataField {
-    std::string name;                /* "From", "Sent", "To", "Cc", "Bcc", "Subject", "Priority" */
-    std::optional<std::string> text; /* UTF-8; nothing when the message has no such field */
-    std::optional<std::string> raw;  /* the bytes, where some of them belong to no character */
+    std::string name;                 // "From", "Sent", "To", "Cc", "Bcc", "Subject", "Priority"
+    std::optional<std::string> text;  // UTF-8; nothing when the message has no such field
+    std::optional<std::string> raw;   // the bytes, where some of them belong to no character
 };
 
-/* What `extract` did with a sub-file. */
+// What `extract` did with a sub-file.
 enum class Outcome {
-    None,    /* not asked for */
-    Planned, /* would be written */
-    Written,
-    Skipped, /* its file exists and stays */
-    Failed
+    kNone,     // not asked for
+    kPlanned,  // would be written
+    kWritten,
+    kSkipped,  // its file exists and stays
+    kFailed
 };
 
 struct SubFileEntry {
     SubFilePath path;
     emlhost::SubFile info;
-    std::string name;                     /* as a person reads it, UTF-8; not safe as a path */
-    std::string safeName;                 /* attachments: the name for its file */
-    std::optional<uint64_t> size;         /* decoded; none when it is not known */
-    std::string sha256;                   /* of the decoded bytes, in hexadecimal; empty unless asked for */
-    bool isTnef = false;                  /* found when it was to be opened */
-    std::unique_ptr<MessageTree> message; /* what is inside an embedded message or a TNEF that was opened */
+    std::string name;                      // as a person reads it, UTF-8; not safe as a path
+    std::string safeName;                  // attachments: the name for its file
+    std::optional<uint64_t> size;          // decoded; none when it is not known
+    std::string sha256;                    // of the decoded bytes, in hexadecimal; empty unless asked for
+    bool isTnef = false;                   // found when it was to be opened
+    std::unique_ptr<MessageTree> message;  // what is inside an embedded message or a TNEF that was opened
 
-    Outcome outcome = Outcome::None;
+    Outcome outcome = Outcome::kNone;
     std::string filePath;
     std::optional<Problem> problem;
 
@@ -62,50 +59,48 @@ struct SubFileEntry {
     bool isInFile() const { return (info.flags & EML_SUB_FILE_NOT_IN_FILE) == 0; }
 };
 
-/* A message, or the files of a TNEF, which are nothing but sub-files. */
+// A message, or the files of a TNEF, which are nothing but sub-files.
 struct MessageTree {
     bool isMessage = true;
-    std::string name; /* empty when the message has none */
+    std::string name;  // empty when the message has none
     uint32_t charset = 0;
     bool encrypted = false;
-    uint64_t bytes = 0; /* the whole message as it is stored */
-    std::string date;   /* as dateText gives it; empty without a date that can be read */
+    uint64_t bytes = 0;  // the whole message as it is stored
+    std::string date;    // as dateText gives it; empty without a date that can be read
     std::vector<MetadataField> metadata;
     std::vector<SubFileEntry> subFiles;
-    std::string sha256;              /* of the message as it is stored; empty unless asked for */
-    std::optional<std::string> text; /* what a person reads, UTF-8; nothing unless asked for */
+    std::string sha256;               // of the message as it is stored; empty unless asked for
+    std::optional<std::string> text;  // what a person reads, UTF-8; nothing unless asked for
     std::vector<std::string> warnings;
 };
 
-/* The content of one sub-file. */
+// The content of one sub-file.
 class SubFileContent {
   public:
     virtual ~SubFileContent() = default;
 
-    /* Writes it, decoded, into `output`. Look at the output's error() too. */
+    // Writes it, decoded, into `output`. Look at the output's error() too.
     virtual emlhost::Extraction extract(emlhost::Output& output) = 0;
 };
 
-/* What is to be done with each attachment, in the order of the messages, while its message is open. */
+// What is to be done with each attachment, in the order of the messages, while its message is open.
 class AttachmentVisitor {
   public:
     virtual ~AttachmentVisitor() = default;
 
     virtual void visit(SubFileContent& content, SubFileEntry& entry) = 0;
 
-    /* Whether this one is to be opened too where it is an embedded message or a TNEF. Asked after visit. */
+    // Whether this one is to be opened too where it is an embedded message or a TNEF. Asked after visit.
     virtual bool opens(const SubFileEntry& entry) const = 0;
 };
 
-/* Embedded messages and TNEF are opened to this depth. */
-inline constexpr size_t kDeepestMessage = 32;
+// Embedded messages and TNEF are opened to this depth.
+inline constexpr size_t kMaxDepth = 32;
 
-/* Reads the whole tree of `file`. Throws Problem. */
+// Reads the whole tree of `file`. Throws Problem.
 MessageTree readTree(MessageFile& file, AttachmentVisitor& visitor);
 
-/* Counts the bytes that a sub-file decodes to; nothing where they are not in the message. */
+// Counts the bytes that a sub-file decodes to; nothing where they are not in the message.
 std::optional<uint64_t> decodedSize(SubFileContent& content);
 
 }  // namespace emltool
-
-#endif

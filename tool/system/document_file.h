@@ -1,8 +1,5 @@
-/*
- * A file that the user named for one document.
- */
-#ifndef EMLREADER_TOOL_DOCUMENT_FILE_H
-#define EMLREADER_TOOL_DOCUMENT_FILE_H
+// A file that the user named for one document.
+#pragma once
 
 #include <sys/types.h>
 
@@ -13,12 +10,10 @@
 
 namespace emltool {
 
-/* An output that becomes the file `path` when it is kept. Throws Problem. */
+// An output that becomes the file `path` when it is kept. Throws Problem.
 std::unique_ptr<emlhost::FileOutput> createDocument(const std::string& path, mode_t mode = 0644);
 
-/* Gives the document its name. A file that has it stays, unless it may be overwritten. Throws Problem. */
+// Gives the document its name. A file that has it stays, unless it may be overwritten. Throws Problem.
 void keepDocument(emlhost::FileOutput& output, const std::string& path, bool overwrite);
 
 }  // namespace emltool
-
-#endif

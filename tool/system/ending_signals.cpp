@@ -15,7 +15,7 @@ namespace {
 
 constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
-/* Written by the handler. */
+// Written by the handler.
 volatile sig_atomic_t caughtSignal = 0;
 int pipeOfHandler = -1;
 
@@ -42,7 +42,7 @@ extern "C" void note(int number) {
 EndingSignals::EndingSignals() {
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
-        throw Problem(ExitCode::Internal, "internal", "", describe({errno, std::system_category()}));
+        throw Problem(ExitCode::kInternal, "internal", "", describe({errno, std::system_category()}));
     }
     reading_ = emlhost::UniqueDescriptor(ends[0]);
     writing_ = emlhost::UniqueDescriptor(ends[1]);
@@ -53,7 +53,7 @@ EndingSignals::EndingSignals() {
     ::sigemptyset(&action.sa_mask);
     for (int number : kSignals) {
         struct sigaction before {};
-        /* One that the parent process has switched off (nohup) stays off. */
+        // One that the parent process has switched off (nohup) stays off.
         bool ignored = ::sigaction(number, nullptr, &before) == 0 && before.sa_handler == SIG_IGN;
         if (!ignored) ::sigaction(number, &action, nullptr);
     }

@@ -1,30 +1,27 @@
-/*
- * Signals that ask for the end, for work that ends in good order.
- */
-#ifndef EMLREADER_TOOL_ENDING_SIGNALS_H
-#define EMLREADER_TOOL_ENDING_SIGNALS_H
+// Signals that ask for the end, for work that ends in good order.
+#pragma once
 
 #include "standalone/unique_descriptor.h"
 
 namespace emltool {
 
-/* While it lives, SIGINT, SIGTERM and SIGHUP are only noted; a second one ends the process at once. SIGPIPE
- * is an error of the write. One object at a time. */
+// While it lives, SIGINT, SIGTERM and SIGHUP are only noted; a second one ends the process at once. SIGPIPE
+// is an error of the write. One object at a time.
 class EndingSignals {
   public:
-    /* Throws Problem. */
+    // Throws Problem.
     EndingSignals();
     ~EndingSignals();
     EndingSignals(const EndingSignals&) = delete;
     EndingSignals& operator=(const EndingSignals&) = delete;
 
-    /* Can be read once a signal has come. */
+    // Can be read once a signal has come.
     int descriptor() const { return reading_.get(); }
 
-    /* The signal, or 0. */
+    // The signal, or 0.
     static int caught();
 
-    /* Ends the process as the signal does that has come. */
+    // Ends the process as the signal does that has come.
     [[noreturn]] static void end();
 
   private:
@@ -33,5 +30,3 @@ class EndingSignals {
 };
 
 }  // namespace emltool
-
-#endif

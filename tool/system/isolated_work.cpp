@@ -25,10 +25,10 @@ using Clock = std::chrono::steady_clock;
 
 enum ExitStatus : int { kDone = 0, kFailed = 1, kNoMemory = 2 };
 
-/* Leaves the process nothing but `reply`, which it gives under its new number; -1 on failure. */
+// Leaves the process nothing but `reply`, which it gives under its new number; -1 on failure.
 int dropDescriptors(int reply) {
     constexpr int kReply = STDERR_FILENO + 1;
-    /* Out of the way of the low numbers first. */
+    // Out of the way of the low numbers first.
     int kept = ::fcntl(reply, F_DUPFD, kReply + 1);
     int nothing = ::open("/dev/null", O_RDWR);
     if (kept < 0 || nothing < 0) return -1;
@@ -41,7 +41,7 @@ void acceptLimits(const IsolationLimits& limits) {
     lowerLimit(RLIMIT_AS, static_cast<rlim_t>(addressSpace() + limits.memory));
     lowerLimit(RLIMIT_CPU, limits.processorSeconds);
     for (int resource : {RLIMIT_CORE, RLIMIT_FSIZE, RLIMIT_NOFILE, RLIMIT_NPROC}) lowerLimit(resource, 0);
-    /* Whoever watches over the program has nothing to do here. */
+    // Whoever watches over the program has nothing to do here.
     for (int number : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGXCPU}) {
         std::signal(number, SIG_DFL);
     }
@@ -63,33 +63,33 @@ void acceptLimits(const IsolationLimits& limits) {
     ::_exit(status);
 }
 
-/* How the reading of the reply ended. */
-enum class Reading { Whole, TooLong, TooLate, Failed };
+// How the reading of the reply ended.
+enum class Reading { kWhole, kTooLong, kTooLate, kFailed };
 
 Reading readReply(int descriptor, const IsolationLimits& limits, std::vector<uint8_t>& bytes) {
     constexpr size_t kPiece = size_t{64} << 10;
-    const Clock::time_point end = Clock::now() + limits.patience;
+    const Clock::time_point end = Clock::now() + limits.timeout;
     for (;;) {
         auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
-        if (left <= 0) return Reading::TooLate;
+        if (left <= 0) return Reading::kTooLate;
         struct pollfd waiting {
             descriptor, POLLIN, 0
         };
         int ready = ::poll(&waiting, 1, static_cast<int>(std::min<decltype(left)>(left, 1000)));
-        if (ready < 0 && errno != EINTR) return Reading::Failed;
+        if (ready < 0 && errno != EINTR) return Reading::kFailed;
         if (ready <= 0) continue;
         size_t before = bytes.size();
         bytes.resize(before + kPiece);
         ssize_t got = ::read(descriptor, bytes.data() + before, kPiece);
         bool again = got < 0 && errno == EINTR;
         bytes.resize(before + static_cast<size_t>(std::max<ssize_t>(got, 0)));
-        if (got < 0 && !again) return Reading::Failed;
-        if (got == 0) return Reading::Whole;
-        if (bytes.size() > limits.reply) return Reading::TooLong;
+        if (got < 0 && !again) return Reading::kFailed;
+        if (got == 0) return Reading::kWhole;
+        if (bytes.size() > limits.reply) return Reading::kTooLong;
     }
 }
 
-/* A process that is ended and waited for, whatever happens. */
+// A process that is ended and waited for, whatever happens.
 class Child {
   public:
     explicit Child(pid_t id) : id_(id) {}
@@ -97,7 +97,7 @@ class Child {
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
 
-    /* Ends it, by force, and gives the status that wait knows: its own where it was ending already. */
+    // Ends it, by force, and gives the status that wait knows: its own where it was ending already.
     int end() {
         int status = 0;
         if (id_ < 0) return status;
@@ -114,13 +114,13 @@ class Child {
 
 std::string failureOf(Reading reading, int status) {
     switch (reading) {
-        case Reading::TooLong:
+        case Reading::kTooLong:
             return "gave more than there can be";
-        case Reading::TooLate:
+        case Reading::kTooLate:
             return "took too long";
-        case Reading::Failed:
+        case Reading::kFailed:
             return "could not be heard";
-        case Reading::Whole:
+        case Reading::kWhole:
             break;
     }
     bool tooMuchWork = WIFSIGNALED(status) && (WTERMSIG(status) == SIGXCPU || WTERMSIG(status) == SIGKILL);
@@ -151,7 +151,7 @@ IsolatedReply workIsolated(const IsolatedWork& work, const IsolationLimits& limi
     Child child(id);
     writing.close();
     Reading result = readReply(reading.get(), limits, reply.bytes);
-    /* The end of an honest process is what closes its end of the pipe; what goes on behind that is none. */
+    // The end of an honest process is what closes its end of the pipe; what goes on behind that is none.
     reply.failure = failureOf(result, child.end());
     if (!reply.done()) reply.bytes.clear();
     return reply;

@@ -15,12 +15,12 @@ namespace {
 
 constexpr int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
-/* Read by the signal handler. */
+// Read by the signal handler.
 char fileToRemove[4096 + 256];
 
 extern "C" void removeFileAndEnd(int signalNumber) {
     if (fileToRemove[0] != '\0') ::unlink(fileToRemove);
-    /* The action has been reset, so the signal now ends the program, and the shell sees which it was. */
+    // The action has been reset, so the signal now ends the program, and the shell sees which it was.
     ::raise(signalNumber);
 }
 
@@ -31,11 +31,11 @@ TemporaryFile::TemporaryFile() {
     std::string name = variable != nullptr && *variable != '\0' ? variable : "/tmp";
     descriptor_ = emlhost::UniqueDescriptor(::open(name.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
     if (descriptor_.valid()) return;
-    /* Not every file system knows files without a name. */
+    // Not every file system knows files without a name.
     name += "/eml-XXXXXX";
     descriptor_ = emlhost::UniqueDescriptor(::mkostemp(name.data(), O_CLOEXEC));
     if (!descriptor_.valid()) {
-        throw Problem(ExitCode::Output, "write-failed", "temporary file",
+        throw Problem(ExitCode::kOutput, "write-failed", "temporary file",
                       describe({errno, std::system_category()}));
     }
     ::unlink(name.c_str());
@@ -48,7 +48,7 @@ void installSignalHandlers() {
     ::sigemptyset(&action.sa_mask);
     for (int number : kEndingSignals) {
         struct sigaction before {};
-        /* A signal that the parent process has switched off (nohup) stays off. */
+        // A signal that the parent process has switched off (nohup) stays off.
         bool ignored = ::sigaction(number, nullptr, &before) == 0 && before.sa_handler == SIG_IGN;
         if (!ignored) ::sigaction(number, &action, nullptr);
     }

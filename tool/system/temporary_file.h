@@ -1,9 +1,6 @@
-/*
- * Temporary files: one without a name for what is only read again, and the care for those with a name when a
- * signal ends the program.
- */
-#ifndef EMLREADER_TOOL_TEMPORARY_FILE_H
-#define EMLREADER_TOOL_TEMPORARY_FILE_H
+// Temporary files: one without a name for what is only read again, and the care for those with a name when a
+// signal ends the program.
+#pragma once
 
 #include <csignal>
 #include <string>
@@ -12,7 +9,7 @@
 
 namespace emltool {
 
-/* An open file without a name, in $TMPDIR or /tmp. Throws Problem. */
+// An open file without a name, in $TMPDIR or /tmp. Throws Problem.
 class TemporaryFile {
   public:
     TemporaryFile();
@@ -24,14 +21,14 @@ class TemporaryFile {
     emlhost::UniqueDescriptor descriptor_;
 };
 
-/* Lets SIGINT, SIGTERM and SIGHUP remove the file that removeOnSignal named, and then end the program as they
- * always do. */
+// Lets SIGINT, SIGTERM and SIGHUP remove the file that removeOnSignal named, and then end the program as they
+// always do.
 void installSignalHandlers();
 
-/* The one file to remove; "" for none. Call it while signals are held back. */
+// The one file to remove; "" for none. Call it while signals are held back.
 void removeOnSignal(const std::string& path);
 
-/* Holds back the signals of installSignalHandlers, so that a file and the note of it come and go together. */
+// Holds back the signals of installSignalHandlers, so that a file and the note of it come and go together.
 class SignalsHeldBack {
   public:
     SignalsHeldBack();
@@ -44,5 +41,3 @@ class SignalsHeldBack {
 };
 
 }  // namespace emltool
-
-#endif

@@ -13,7 +13,7 @@ namespace emltool {
 namespace {
 
 bool wantsColor(ColorChoice choice, int descriptor) {
-    if (choice != ColorChoice::Auto) return choice == ColorChoice::Always;
+    if (choice != ColorChoice::kAuto) return choice == ColorChoice::kAlways;
     const char* noColor = std::getenv("NO_COLOR");
     if (noColor != nullptr && *noColor != '\0') return false;
     const char* terminal = std::getenv("TERM");
@@ -21,7 +21,7 @@ bool wantsColor(ColorChoice choice, int descriptor) {
     return ::isatty(descriptor) != 0;
 }
 
-/* Gives 0 or an errno. */
+// Gives 0 or an errno.
 int writeAll(int descriptor, std::string_view text) {
     while (!text.empty()) {
         ssize_t written = ::write(descriptor, text.data(), text.size());
@@ -54,14 +54,14 @@ void Console::flush() {
     pending_.clear();
     if (failure == EPIPE) throw BrokenPipe{};
     if (failure != 0) {
-        throw StandardOutputProblem(ExitCode::Output, "write-failed", "standard output",
+        throw StandardOutputProblem(ExitCode::kOutput, "write-failed", "standard output",
                                     describe({failure, std::system_category()}));
     }
 }
 
 void Console::report(const Problem& problem) {
     std::string subject = problem.subject.empty() ? "" : visible(problem.subject) + ": ";
-    /* Nothing can be done where standard error is closed. */
+    // Nothing can be done where standard error is closed.
     writeAll(STDERR_FILENO,
              fmt::format("{} {}{}\n", errorStyle_.error("eml:"), subject, visible(problem.text)));
 }

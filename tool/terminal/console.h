@@ -1,8 +1,5 @@
-/*
- * Standard output and standard error.
- */
-#ifndef EMLREADER_TOOL_CONSOLE_H
-#define EMLREADER_TOOL_CONSOLE_H
+// Standard output and standard error.
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -11,18 +8,18 @@
 
 namespace emltool {
 
-enum class ColorChoice { Auto, Always, Never };
-enum class Verbosity { Quiet, Normal, Verbose };
+enum class ColorChoice { kAuto, kAlways, kNever };
+enum class Verbosity { kQuiet, kNormal, kVerbose };
 
-/* Standard output is a pipe that nobody reads any more. */
+// Standard output is a pipe that nobody reads any more.
 struct BrokenPipe {};
 
-/* Standard output cannot be written, so there is no use in going on with the next file. */
+// Standard output cannot be written, so there is no use in going on with the next file.
 struct StandardOutputProblem : Problem {
     using Problem::Problem;
 };
 
-/* Emphasis, which never says anything by itself. */
+// Emphasis, which never says anything by itself.
 class Style {
   public:
     explicit Style(bool on) : on_(on) {}
@@ -41,23 +38,23 @@ class Style {
 
 class Console {
   public:
-    explicit Console(ColorChoice color = ColorChoice::Auto, Verbosity verbosity = Verbosity::Normal);
+    explicit Console(ColorChoice color = ColorChoice::kAuto, Verbosity verbosity = Verbosity::kNormal);
 
-    bool quiet() const { return verbosity_ == Verbosity::Quiet; }
-    bool verbose() const { return verbosity_ == Verbosity::Verbose; }
+    bool quiet() const { return verbosity_ == Verbosity::kQuiet; }
+    bool verbose() const { return verbosity_ == Verbosity::kVerbose; }
 
-    /* How standard output is to be emphasised. */
+    // How standard output is to be emphasised.
     const Style& style() const { return outStyle_; }
 
-    /* Data, for standard output. Gathered until flush, or until it is much. Throws
-     * StandardOutputProblem, or BrokenPipe. */
+    // Data, for standard output. Gathered until flush, or until it is much. Throws
+    // StandardOutputProblem, or BrokenPipe.
     void print(std::string_view text);
     void flush();
 
-    /* One line each on standard error: "eml: SUBJECT: TEXT". The texts are shown as visible() has them. A
-     * warning is left out where the user asked for quiet. */
+    // One line each on standard error: "eml: SUBJECT: TEXT". The texts are shown as visible() has them. A
+    // warning is left out where the user asked for quiet.
     void report(const Problem& problem);
-    void note(std::string_view text) const; /* no warning: how something ended */
+    void note(std::string_view text) const;  // no warning: how something ended
     void warn(std::string_view subject, std::string_view text);
 
   private:
@@ -68,5 +65,3 @@ class Console {
 };
 
 }  // namespace emltool
-
-#endif

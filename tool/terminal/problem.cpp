@@ -2,10 +2,10 @@
 
 namespace emltool {
 
-Problem usageProblem(std::string text) { return {ExitCode::Usage, "usage", "", std::move(text)}; }
+Problem usageProblem(std::string text) { return {ExitCode::kUsage, "usage", "", std::move(text)}; }
 
 Problem outOfMemory(std::string subject) {
-    return {ExitCode::Internal, "out-of-memory", std::move(subject), "out of memory"};
+    return {ExitCode::kInternal, "out-of-memory", std::move(subject), "out of memory"};
 }
 
 std::string describe(const std::error_code& error) {

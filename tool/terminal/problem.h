@@ -1,8 +1,5 @@
-/*
- * What goes wrong, as the user is told it.
- */
-#ifndef EMLREADER_TOOL_PROBLEM_H
-#define EMLREADER_TOOL_PROBLEM_H
+// What goes wrong, as the user is told it.
+#pragma once
 
 #include <exception>
 #include <string>
@@ -11,18 +8,18 @@
 namespace emltool {
 
 enum class ExitCode : int {
-    Done = 0,
-    InPart = 1, /* some files or messages failed */
-    Usage = 2,
-    Input = 3,     /* cannot be read */
-    NoMessage = 4, /* empty, or not an e-mail message */
-    Encrypted = 5,
-    Output = 6, /* cannot be written */
-    NoSubFile = 7,
-    Internal = 70
+    kDone = 0,
+    kInPart = 1,  // some files or messages failed
+    kUsage = 2,
+    kInput = 3,      // cannot be read
+    kNoMessage = 4,  // empty, or not an e-mail message
+    kEncrypted = 5,
+    kOutput = 6,  // cannot be written
+    kNoSubFile = 7,
+    kInternal = 70
 };
 
-/* One problem; thrown where it ends the work on a file. */
+// One problem; thrown where it ends the work on a file.
 struct Problem : std::exception {
     Problem(ExitCode exitCode, std::string shortName, std::string concerned, std::string description)
         : exit(exitCode),
@@ -33,33 +30,31 @@ struct Problem : std::exception {
     const char* what() const noexcept override { return text.c_str(); }
 
     ExitCode exit;
-    std::string code;    /* for programs: "no-such-file" */
-    std::string subject; /* the file or option that it is about; may be empty */
-    std::string text;    /* what is wrong and what to do, in one line */
+    std::string code;     // for programs: "no-such-file"
+    std::string subject;  // the file or option that it is about; may be empty
+    std::string text;     // what is wrong and what to do, in one line
 };
 
 Problem usageProblem(std::string text);
 Problem outOfMemory(std::string subject);
 
-/* A system error in the words of this tool: "no such file or directory" and the like in lower case. */
+// A system error in the words of this tool: "no such file or directory" and the like in lower case.
 std::string describe(const std::error_code& error);
 
-/* The exit code of work on several things. */
+// The exit code of work on several things.
 class Tally {
   public:
     void succeeded() { anyDone_ = true; }
     void failed(ExitCode code) {
-        if (first_ == ExitCode::Done) first_ = code;
+        if (first_ == ExitCode::kDone) first_ = code;
     }
 
-    /* Done; or the first failure when nothing succeeded; or InPart. */
-    ExitCode exitCode() const { return first_ != ExitCode::Done && anyDone_ ? ExitCode::InPart : first_; }
+    // Done; or the first failure when nothing succeeded; or InPart.
+    ExitCode exitCode() const { return first_ != ExitCode::kDone && anyDone_ ? ExitCode::kInPart : first_; }
 
   private:
     bool anyDone_ = false;
-    ExitCode first_ = ExitCode::Done;
+    ExitCode first_ = ExitCode::kDone;
 };
 
 }  // namespace emltool
-
-#endif

@@ -31,7 +31,7 @@ size_t terminalWidth() {
     return known ? size.ws_col : kUsual;
 }
 
-/* The beginning of `text` that leaves the last column free, where some terminals begin a new line. */
+// The beginning of `text` that leaves the last column free, where some terminals begin a new line.
 std::string cut(std::string_view text) {
     size_t room = terminalWidth() - 1;
     std::string shown = visible(text);
@@ -46,7 +46,7 @@ std::string cut(std::string_view text) {
 }
 
 void put(std::string_view text) {
-    /* Whether it arrives plays no role. */
+    // Whether it arrives plays no role.
     [[maybe_unused]] ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
 }
 

@@ -1,8 +1,5 @@
-/*
- * One line on standard error that says how far long work has come.
- */
-#ifndef EMLREADER_TOOL_PROGRESS_H
-#define EMLREADER_TOOL_PROGRESS_H
+// One line on standard error that says how far long work has come.
+#pragma once
 
 #include <chrono>
 #include <string_view>
@@ -11,16 +8,14 @@
 
 namespace emltool {
 
-/*
- * It is there only for a person: standard error is a terminal, standard output is none (its lines would run
- * into this one), and nobody asked for quiet. It comes after half a second of work, changes at most ten times
- * a second, and the destructor takes it away.
- *
- *     ProgressLine progress(console);
- *     while (work()) {
- *         if (progress.due()) progress.show(fmt::format("{} of {} messages", done, all));
- *     }
- */
+// It is there only for a person: standard error is a terminal, standard output is none (its lines would run
+// into this one), and nobody asked for quiet. It comes after half a second of work, changes at most ten times
+// a second, and the destructor takes it away.
+//
+//     ProgressLine progress(console);
+//     while (work()) {
+//         if (progress.due()) progress.show(fmt::format("{} of {} messages", done, all));
+//     }
 class ProgressLine {
   public:
     explicit ProgressLine(const Console& console);
@@ -28,19 +23,19 @@ class ProgressLine {
     ProgressLine(const ProgressLine&) = delete;
     ProgressLine& operator=(const ProgressLine&) = delete;
 
-    /* Whether it is time to show something. Cheap enough for every message. */
+    // Whether it is time to show something. Cheap enough for every message.
     bool due() const { return on_ && Clock::now() >= next_; }
 
-    /* Milliseconds until due() is true, for a poll that waits; -1 when it never is. */
+    // Milliseconds until due() is true, for a poll that waits; -1 when it never is.
     int untilDue() const;
 
-    /* Puts `text`, cut to the width of the terminal, in the place of what was shown before. */
+    // Puts `text`, cut to the width of the terminal, in the place of what was shown before.
     void show(std::string_view text);
 
-    /* Takes the line away, for instance before a warning is written. The next one may follow at once. */
+    // Takes the line away, for instance before a warning is written. The next one may follow at once.
     void clear();
 
-    /* Seconds since the work began. */
+    // Seconds since the work began.
     double seconds() const { return std::chrono::duration<double>(Clock::now() - begin_).count(); }
 
   private:
@@ -53,5 +48,3 @@ class ProgressLine {
 };
 
 }  // namespace emltool
-
-#endif

@@ -1,4 +1,4 @@
-/* Text in a charset that a message names. */
+// Text in a charset that a message names.
 #include <emlreader/eml_host.h>
 #include <iconv.h>
 #include <strings.h>
@@ -21,8 +21,8 @@ struct Label {
     uint32_t charset;
 };
 
-/* Labels whose text is better read with the host's charset than with the one that they literally name: mail
- * says the standard and means the vendor's superset. Every other label is iconv's. */
+// Labels whose text is better read with the host's charset than with the one that they literally name: mail
+// says the standard and means the vendor's superset. Every other label is iconv's.
 constexpr std::array<Label, 20> kLabels = {{
     {"ascii", EML_CHARSET_WESTERN},
     {"us-ascii", EML_CHARSET_WESTERN},
@@ -50,16 +50,16 @@ std::string fromHostCharset(std::string_view bytes, uint32_t charset) {
     try {
         return emlhost::convert(bytes, charset, EML_CHARSET_UTF_8, U'\uFFFD');
     } catch (const std::system_error&) {
-        return withoutInvalidBytes(bytes); /* iconv's tables are not installed */
+        return withoutInvalidBytes(bytes);  // iconv's tables are not installed
     }
 }
 
-/* A label goes to iconv only when it can be nothing but a name: "//" asks for options there. */
+// A label goes to iconv only when it can be nothing but a name: "//" asks for options there.
 bool isPlainLabel(std::string_view label) {
     constexpr std::string_view kLetters =
         "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_.:";
-    constexpr size_t kLongest = 40;
-    return !label.empty() && label.size() <= kLongest &&
+    constexpr size_t kMaxLength = 40;
+    return !label.empty() && label.size() <= kMaxLength &&
            label.find_first_not_of(kLetters) == std::string_view::npos;
 }
 
@@ -94,7 +94,7 @@ class Iconv {
                 ::iconv(handle_, nullptr, nullptr, nullptr, nullptr);
             }
         }
-        char last[64]; /* what a charset with combining marks has kept back */
+        char last[64];  // what a charset with combining marks has kept back
         char* to = last;
         size_t room = sizeof last;
         ::iconv(handle_, nullptr, nullptr, &to, &room);
@@ -105,7 +105,7 @@ class Iconv {
     iconv_t handle_;
 };
 
-/* ISO-2022-JP is made of ASCII bytes; its escape sequences tell it from ASCII and UTF-8. */
+// ISO-2022-JP is made of ASCII bytes; its escape sequences tell it from ASCII and UTF-8.
 bool isIso2022Jp(std::string_view bytes) {
     return bytes.find("\x1b$") != std::string_view::npos && bytes.find("\x1b(") != std::string_view::npos;
 }
@@ -113,22 +113,22 @@ bool isIso2022Jp(std::string_view bytes) {
 }  // namespace
 
 std::optional<std::string> fromLabelledCharset(std::string_view label, std::string_view bytes) {
-    std::string name(label.substr(0, label.find('*'))); /* a language may follow: "utf-8*en" */
+    std::string name(label.substr(0, label.find('*')));  // a language may follow: "utf-8*en"
     for (const Label& known : kLabels) {
         if (::strcasecmp(name.c_str(), known.label) == 0) return fromHostCharset(bytes, known.charset);
     }
     if (!isPlainLabel(name)) return std::nullopt;
     Iconv converter(name.c_str());
     if (!converter.valid()) return std::nullopt;
-    /* Whatever a charset of iconv gives, what leaves here is UTF-8. */
+    // Whatever a charset of iconv gives, what leaves here is UTF-8.
     return withoutInvalidBytes(converter.convert(bytes));
 }
 
 std::string fromUnlabelledCharset(std::string_view bytes, uint32_t charset) {
     if (isIso2022Jp(bytes)) return fromHostCharset(bytes, EML_CHARSET_ISO_2022_JP);
     if (isUtf8(bytes) && charset != EML_CHARSET_UTF_7) return std::string(bytes);
-    /* A name is bytes, so a charset of 16-bit units cannot be meant; and bytes that are no UTF-8 in a message
-     * that claims to be are most often Western. */
+    // A name is bytes, so a charset of 16-bit units cannot be meant; and bytes that are no UTF-8 in a message
+    // that claims to be are most often Western.
     bool useless = charset == EML_CHARSET_UNKNOWN || charset == EML_CHARSET_UTF_8 ||
                    charset == EML_CHARSET_UTF_16 || charset == EML_CHARSET_TEXT_16;
     return fromHostCharset(bytes, useless ? EML_CHARSET_WESTERN : charset);

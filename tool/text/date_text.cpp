@@ -10,15 +10,15 @@ namespace {
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
-/* "+0100" anywhere in the field is its zone (RFC 5322 section 3.3); older mail has names, of which three are
- * common. */
+// "+0100" anywhere in the field is its zone (RFC 5322 section 3.3); older mail has names, of which three are
+// common.
 std::string zoneOf(std::string_view sent) {
     for (size_t at = sent.size(); at-- > 0;) {
         std::string_view zone = sent.substr(at, 5);
         bool isSign = zone[0] == '+' || zone[0] == '-';
         if (!isSign || zone.size() < 5) continue;
         bool areDigits = isDigit(zone[1]) && isDigit(zone[2]) && isDigit(zone[3]) && isDigit(zone[4]);
-        /* RFC 3339 has no "+99:99". */
+        // RFC 3339 has no "+99:99".
         if (areDigits && zone.substr(1, 2) <= "23" && zone[3] <= '5') {
             return fmt::format("{}:{}", zone.substr(0, 3), zone.substr(3));
         }

@@ -23,12 +23,12 @@ std::string lowerCase(std::string_view text) {
     return result;
 }
 
-/* Elements that begin a new line, and those that leave an empty one before them. */
+// Elements that begin a new line, and those that leave an empty one before them.
 constexpr std::array<std::string_view, 18> kBlocks = {"br", "div", "tr", "li", "table", "ul",
                                                       "ol", "dt",  "dd", "hr", "h1",    "h2",
                                                       "h3", "h4",  "h5", "h6", "form",  "title"};
 constexpr std::array<std::string_view, 3> kParagraphs = {"p", "blockquote", "pre"};
-/* Elements whose content is no text. */
+// Elements whose content is no text.
 constexpr std::array<std::string_view, 4> kHidden = {"script", "style", "head", "template"};
 
 struct Entity {
@@ -48,7 +48,7 @@ bool contains(const List& list, std::string_view name) {
     return std::find(list.begin(), list.end(), name) != list.end();
 }
 
-/* The character that `name` stands for, written without "&" and ";". */
+// The character that `name` stands for, written without "&" and ";".
 std::optional<char32_t> entity(std::string_view name) {
     if (name.starts_with('#')) {
         bool hex = name.size() > 1 && lower(name[1]) == 'x';
@@ -100,7 +100,7 @@ class HtmlText {
 
     void endLine() {
         blank_ = false;
-        if (line_.ends_with(' ')) line_.pop_back(); /* behind the mark of a list item */
+        if (line_.ends_with(' ')) line_.pop_back();  // behind the mark of a list item
         if (!line_.empty()) lines_.push_back(std::move(line_));
         line_.clear();
     }
@@ -111,8 +111,8 @@ class HtmlText {
     }
 
     void readEntity() {
-        constexpr size_t kLongest = 10;
-        std::string_view name = html_.substr(at_ + 1, kLongest + 1);
+        constexpr size_t kMaxLength = 10;
+        std::string_view name = html_.substr(at_ + 1, kMaxLength + 1);
         size_t length = name.find(';');
         std::optional<char32_t> character;
         if (length != std::string_view::npos) character = entity(name.substr(0, length));
@@ -127,7 +127,7 @@ class HtmlText {
         for (char c : text) put(c);
     }
 
-    /* Moves behind `text`, or to the end without it. */
+    // Moves behind `text`, or to the end without it.
     void skipBehind(std::string_view text) {
         size_t found = html_.find(text, at_);
         at_ = found == std::string_view::npos ? html_.size() : found + text.size();
@@ -159,7 +159,7 @@ class HtmlText {
         if (name == "li" && !closing) line_ = "* ";
     }
 
-    /* Moves behind the closing tag. One that is missing hides nothing, and is not looked for again. */
+    // Moves behind the closing tag. One that is missing hides nothing, and is not looked for again.
     void skipElement(const std::string& name) {
         if (contains(unclosed_, name)) return;
         std::string wanted = "</" + name;
@@ -179,7 +179,7 @@ class HtmlText {
     std::string line_;
     bool blank_ = false;
     std::vector<std::string> lines_;
-    std::vector<std::string> unclosed_; /* hidden elements without a closing tag from here on */
+    std::vector<std::string> unclosed_;  // hidden elements without a closing tag from here on
 };
 
 }  // namespace

@@ -1,8 +1,5 @@
-/*
- * The text in HTML, for reading on a terminal. It is no browser: tags are left out, blocks become lines.
- */
-#ifndef EMLREADER_TOOL_HTML_TEXT_H
-#define EMLREADER_TOOL_HTML_TEXT_H
+// The text in HTML, for reading on a terminal. It is no browser: tags are left out, blocks become lines.
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -10,13 +7,11 @@
 
 namespace emltool {
 
-/* Whether a text that begins with this line is HTML. */
+// Whether a text that begins with this line is HTML.
 bool looksLikeHtml(std::string_view firstLine);
 
-/* The lines of text in `html`, UTF-8: white space folded, scripts and styles left out, at most one empty line
- * between two others. */
+// The lines of text in `html`, UTF-8: white space folded, scripts and styles left out, at most one empty line
+// between two others.
 std::vector<std::string> htmlToLines(std::string_view html);
 
 }  // namespace emltool
-
-#endif

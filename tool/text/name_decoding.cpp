@@ -15,7 +15,7 @@ int hexDigit(char c) {
     return -1;
 }
 
-/* The byte that two hex digits at `position` give; -1 when there are none. */
+// The byte that two hex digits at `position` give; -1 when there are none.
 int hexByte(std::string_view text, size_t position) {
     if (text.size() < position + 2) return -1;
     int high = hexDigit(text[position]);
@@ -56,11 +56,11 @@ std::string decodeB(std::string_view text) {
     return bytes;
 }
 
-/* One encoded word: =?charset?B|Q?text?= */
+// One encoded word: =?charset?B|Q?text?=
 struct EncodedWord {
     std::string_view charset;
     std::string bytes;
-    size_t end; /* position behind it */
+    size_t end;  // position behind it
 };
 
 std::optional<EncodedWord> encodedWordAt(std::string_view text, size_t start) {
@@ -69,7 +69,7 @@ std::optional<EncodedWord> encodedWordAt(std::string_view text, size_t start) {
     if (charsetEnd == std::string_view::npos || text.size() < charsetEnd + 3) return std::nullopt;
     char encoding = text[charsetEnd + 1];
     if (text[charsetEnd + 2] != '?') return std::nullopt;
-    /* The text may be broken and hold blanks; it ends at the first "?=" all the same. */
+    // The text may be broken and hold blanks; it ends at the first "?=" all the same.
     size_t contentStart = charsetEnd + 3;
     size_t contentEnd = text.find("?=", contentStart);
     if (contentEnd == std::string_view::npos) return std::nullopt;
@@ -86,8 +86,8 @@ std::optional<EncodedWord> encodedWordAt(std::string_view text, size_t start) {
     return word;
 }
 
-/* Text with encoded words in it. Blanks between two words are no text; words that follow each other in one
- * charset are converted together, since mailers cut characters in two. */
+// Text with encoded words in it. Blanks between two words are no text; words that follow each other in one
+// charset are converted together, since mailers cut characters in two.
 std::string decodeWords(std::string_view text, uint32_t charset) {
     std::string result;
     size_t plainStart = 0;
@@ -118,9 +118,9 @@ std::string decodeWords(std::string_view text, uint32_t charset) {
     return result + fromUnlabelledCharset(text.substr(plainStart), charset);
 }
 
-/* Some mailers put a value of RFC 2231 where a plain one belongs: utf-8''na%C3%AFve.txt. Only what can be
- * nothing else is read so: a known charset, a language without blanks, and at least one %xx and no stray "%".
- * The shortest labels that iconv knows are also words ("it", "no", "us"), and mail does not use them. */
+// Some mailers put a value of RFC 2231 where a plain one belongs: utf-8''na%C3%AFve.txt. Only what can be
+// nothing else is read so: a known charset, a language without blanks, and at least one %xx and no stray "%".
+// The shortest labels that iconv knows are also words ("it", "no", "us"), and mail does not use them.
 std::optional<std::string> decodePercentForm(std::string_view name) {
     size_t language = name.find('\'');
     constexpr size_t kShortestLabel = 4;

@@ -9,8 +9,8 @@ namespace emltool {
 
 namespace {
 
-/* A longer one is no extension but a name with a dot in it. */
-constexpr size_t kLongestExtension = 32;
+// A longer one is no extension but a name with a dot in it.
+constexpr size_t kMaxExtensionLength = 32;
 
 std::string_view withoutDotsAndBlanks(std::string_view text) {
     size_t first = text.find_first_not_of(". ");
@@ -18,25 +18,25 @@ std::string_view withoutDotsAndBlanks(std::string_view text) {
     return text.substr(first, text.find_last_not_of(". ") - first + 1);
 }
 
-/* Where the extension begins, with its dot; the size where there is none. */
+// Where the extension begins, with its dot; the size where there is none.
 size_t extensionStart(std::string_view name) {
     size_t dot = name.rfind('.');
-    if (dot == std::string_view::npos || dot == 0 || name.size() - dot > kLongestExtension) {
+    if (dot == std::string_view::npos || dot == 0 || name.size() - dot > kMaxExtensionLength) {
         return name.size();
     }
     return dot;
 }
 
-/* The longest beginning of `text` of at most `limit` bytes that ends between two characters. */
+// The longest beginning of `text` of at most `limit` bytes that ends between two characters.
 std::string_view cutOnCharacter(std::string_view text, size_t limit) {
     if (text.size() <= limit) return text;
     while (limit > 0 && (static_cast<uint8_t>(text[limit]) & 0xC0) == 0x80) --limit;
     return text.substr(0, limit);
 }
 
-/* `stem` `suffix` `extension`, with the stem cut so that it all fits. */
+// `stem` `suffix` `extension`, with the stem cut so that it all fits.
 std::string fitted(std::string_view stem, std::string_view suffix, std::string_view extension) {
-    std::string_view room = cutOnCharacter(stem, kLongestName - suffix.size() - extension.size());
+    std::string_view room = cutOnCharacter(stem, kMaxNameLength - suffix.size() - extension.size());
     std::string name(room.substr(0, room.find_last_not_of(". ") + 1));
     name += suffix;
     name += extension;
@@ -57,7 +57,7 @@ std::string safeName(std::string_view name, std::string_view number) {
     }
     std::string_view trimmed = withoutDotsAndBlanks(cleaned);
     if (trimmed.empty()) return "part-" + std::string(number);
-    if (trimmed.size() <= kLongestName) return std::string(trimmed);
+    if (trimmed.size() <= kMaxNameLength) return std::string(trimmed);
     size_t extension = extensionStart(trimmed);
     return fitted(trimmed.substr(0, extension), "", trimmed.substr(extension));
 }

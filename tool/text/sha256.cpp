@@ -8,7 +8,7 @@ namespace emltool {
 
 namespace {
 
-/* The first 32 bits of the fractional parts of the cube roots of the first 64 primes. */
+// The first 32 bits of the fractional parts of the cube roots of the first 64 primes.
 constexpr uint32_t kRound[64] = {
     0x428A2F98, 0x71374491, 0xB5C0FBCF, 0xE9B5DBA5, 0x3956C25B, 0x59F111F1, 0x923F82A4, 0xAB1C5ED5,
     0xD807AA98, 0x12835B01, 0x243185BE, 0x550C7DC3, 0x72BE5D74, 0x80DEB1FE, 0x9BDC06A7, 0xC19BF174,

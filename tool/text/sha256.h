@@ -1,8 +1,5 @@
-/*
- * SHA-256.
- */
-#ifndef EMLREADER_TOOL_SHA256_H
-#define EMLREADER_TOOL_SHA256_H
+// SHA-256.
+#pragma once
 
 #include <array>
 #include <cstddef>
@@ -19,7 +16,7 @@ class Sha256 {
 
     void update(std::span<const uint8_t> bytes) noexcept;
 
-    /* The digest of all updates. The object is done with then. */
+    // The digest of all updates. The object is done with then.
     Digest finish() noexcept;
 
     static Digest of(std::string_view text) noexcept;
@@ -36,9 +33,7 @@ class Sha256 {
     uint64_t length_ = 0;
 };
 
-/* 64 lower case hexadecimal digits. */
+// 64 lower case hexadecimal digits.
 std::string hexText(const Sha256::Digest& digest);
 
 }  // namespace emltool
-
-#endif

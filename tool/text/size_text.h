@@ -1,8 +1,5 @@
-/*
- * Sizes and numbers as people write them in options.
- */
-#ifndef EMLREADER_TOOL_SIZE_TEXT_H
-#define EMLREADER_TOOL_SIZE_TEXT_H
+// Sizes and numbers as people write them in options.
+#pragma once
 
 #include <cstdint>
 #include <optional>
@@ -10,15 +7,13 @@
 
 namespace emltool {
 
-/* "4096", "64K", "512M", "2G": bytes, or powers of 1024 of them. Nothing for any other text. */
+// "4096", "64K", "512M", "2G": bytes, or powers of 1024 of them. Nothing for any other text.
 std::optional<uint64_t> parseSize(std::string_view text);
 
-/* A whole number in decimal digits and nothing else. */
+// A whole number in decimal digits and nothing else.
 std::optional<uint32_t> parseNumber(std::string_view text);
 
-/* A number that may have a fraction, "0.5". */
+// A number that may have a fraction, "0.5".
 std::optional<double> parseDecimal(std::string_view text);
 
 }  // namespace emltool
-
-#endif

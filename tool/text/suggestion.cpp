@@ -10,15 +10,15 @@ namespace {
 
 char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
-/* A word may have one error, and one more for every three letters beyond the first three. */
+// A word may have one error, and one more for every three letters beyond the first three.
 size_t toleratedErrors(std::string_view word) { return std::max<size_t>(1, word.size() / 3); }
 
-constexpr size_t kLongestWord = 255;
+constexpr size_t kMaxWordLength = 255;
 
 }  // namespace
 
 size_t typingErrors(std::string_view a, std::string_view b) {
-    /* Rows of the table of distances between all beginnings of both: the current one and two before. */
+    // Rows of the table of distances between all beginnings of both: the current one and two before.
     std::vector<size_t> beforeLast(b.size() + 1);
     std::vector<size_t> last(b.size() + 1);
     std::vector<size_t> row(b.size() + 1);
@@ -42,14 +42,14 @@ std::string closest(std::string_view word, std::span<const std::string> candidat
     return closest(word, candidates, toleratedErrors(word));
 }
 
-std::string closest(std::string_view word, std::span<const std::string> candidates, size_t mostErrors) {
+std::string closest(std::string_view word, std::span<const std::string> candidates, size_t maxErrors) {
     std::string best;
-    size_t fewest = mostErrors + 1;
-    if (word.empty() || word.size() > kLongestWord) return best;
+    size_t fewest = maxErrors + 1;
+    if (word.empty() || word.size() > kMaxWordLength) return best;
     for (const std::string& candidate : candidates) {
-        if (candidate.size() > kLongestWord) continue;
+        if (candidate.size() > kMaxWordLength) continue;
         size_t errors = typingErrors(word, candidate);
-        /* Of equals the first in the alphabet: folders are listed in any order. */
+        // Of equals the first in the alphabet: folders are listed in any order.
         if (errors < fewest || (errors == fewest && !best.empty() && candidate < best)) {
             fewest = errors;
             best = candidate;
@@ -60,17 +60,17 @@ std::string closest(std::string_view word, std::span<const std::string> candidat
 
 std::string closestFile(const std::string& path) {
     namespace fs = std::filesystem;
-    constexpr size_t kMostEntries = 10000;
+    constexpr size_t kMaxEntries = 10000;
     fs::path folder = fs::path(path).parent_path();
     std::error_code error;
     std::vector<std::string> names;
     fs::directory_iterator entry(folder.empty() ? "." : folder, error);
-    for (; !error && entry != fs::directory_iterator() && names.size() < kMostEntries;
+    for (; !error && entry != fs::directory_iterator() && names.size() < kMaxEntries;
          entry.increment(error)) {
         std::error_code ignored;
         if (!entry->is_directory(ignored)) names.push_back(entry->path().filename().string());
     }
-    /* The extension is mostly the same: it must not make up for errors in the name. */
+    // The extension is mostly the same: it must not make up for errors in the name.
     const fs::path wanted(path);
     std::string name = closest(wanted.filename().string(), names, toleratedErrors(wanted.stem().string()));
     return name.empty() ? name : (folder / name).string();

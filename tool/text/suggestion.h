@@ -1,8 +1,5 @@
-/*
- * "did you mean ...?"
- */
-#ifndef EMLREADER_TOOL_SUGGESTION_H
-#define EMLREADER_TOOL_SUGGESTION_H
+// "did you mean ...?"
+#pragma once
 
 #include <cstddef>
 #include <span>
@@ -11,20 +8,18 @@
 
 namespace emltool {
 
-/* Letters to insert, delete, replace or swap with their neighbour until `a` is `b`; upper and lower case
- * count as the same. */
+// Letters to insert, delete, replace or swap with their neighbour until `a` is `b`; upper and lower case
+// count as the same.
 size_t typingErrors(std::string_view a, std::string_view b);
 
-/* The candidate that `word` most likely stands for; empty when none is near. */
+// The candidate that `word` most likely stands for; empty when none is near.
 std::string closest(std::string_view word, std::span<const std::string> candidates);
 
-/* The same with at most so many typing errors. */
-std::string closest(std::string_view word, std::span<const std::string> candidates, size_t mostErrors);
+// The same with at most so many typing errors.
+std::string closest(std::string_view word, std::span<const std::string> candidates, size_t maxErrors);
 
-/* The path of an existing file that `path`, which does not exist, most likely stands for; empty when there is
- * none. */
+// The path of an existing file that `path`, which does not exist, most likely stands for; empty when there is
+// none.
 std::string closestFile(const std::string& path);
 
 }  // namespace emltool
-
-#endif

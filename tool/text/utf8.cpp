@@ -17,9 +17,9 @@ char32_t nextCharacter(std::string_view text, size_t& position) noexcept {
         if ((next & 0xC0) != 0x80) return kNoCharacter;
         character = character << 6 | (next & 0x3Fu);
     }
-    constexpr char32_t kSmallest[] = {0, 0x80, 0x800, 0x10000};
+    constexpr char32_t kMinOfLength[] = {0, 0x80, 0x800, 0x10000};
     bool surrogate = character >= 0xD800 && character <= 0xDFFF;
-    if (character < kSmallest[more] || character > 0x10FFFF || surrogate) return kNoCharacter;
+    if (character < kMinOfLength[more] || character > 0x10FFFF || surrogate) return kNoCharacter;
     position += more;
     return character;
 }

@@ -1,8 +1,5 @@
-/*
- * Text in UTF-8, character by character.
- */
-#ifndef EMLREADER_TOOL_UTF8_H
-#define EMLREADER_TOOL_UTF8_H
+// Text in UTF-8, character by character.
+#pragma once
 
 #include <cstddef>
 #include <string>
@@ -10,20 +7,18 @@
 
 namespace emltool {
 
-/* What nextCharacter gives for a byte that belongs to no character. */
+// What nextCharacter gives for a byte that belongs to no character.
 inline constexpr char32_t kNoCharacter = 0xFFFFFFFF;
 
-/* The character at `position`, which is before the end of `text`, and moves `position` behind it. A byte that
- * begins no well-formed character is passed by itself. */
+// The character at `position`, which is before the end of `text`, and moves `position` behind it. A byte that
+// begins no well-formed character is passed by itself.
 char32_t nextCharacter(std::string_view text, size_t& position) noexcept;
 
 bool isUtf8(std::string_view text) noexcept;
 
 void appendUtf8(std::string& text, char32_t character);
 
-/* `text` with U+FFFD for each byte that belongs to no character. */
+// `text` with U+FFFD for each byte that belongs to no character.
 std::string withoutInvalidBytes(std::string_view text);
 
 }  // namespace emltool
-
-#endif

@@ -1,8 +1,5 @@
-/*
- * Text from strangers, made safe to look at.
- */
-#ifndef EMLREADER_TOOL_VISIBLE_TEXT_H
-#define EMLREADER_TOOL_VISIBLE_TEXT_H
+// Text from strangers, made safe to look at.
+#pragma once
 
 #include <cstddef>
 #include <string>
@@ -10,23 +7,21 @@
 
 namespace emltool {
 
-/* Control characters, which can drive a terminal; and the invisible ones that end a line or turn the order of
- * what follows, by which "gpj.exe" passes for "exe.jpg". */
+// Control characters, which can drive a terminal; and the invisible ones that end a line or turn the order of
+// what follows, by which "gpj.exe" passes for "exe.jpg".
 bool isControl(char32_t character) noexcept;
 bool isDirectionOverride(char32_t character) noexcept;
 
-/* `text` for a person: such characters as \x1b or \u202e, bytes that are no UTF-8 as \x.. */
+// `text` for a person: such characters as \x1b or \u202e, bytes that are no UTF-8 as \x..
 std::string visible(std::string_view text);
 
-/* Columns that `text` takes on a terminal. */
+// Columns that `text` takes on a terminal.
 size_t displayWidth(std::string_view text);
 
-/* A file name as one would type it in a shell, for hints that can be copied. */
+// A file name as one would type it in a shell, for hints that can be copied.
 std::string shellWord(std::string_view name);
 
-/* Bytes for a person: "59 B ", "1.4 kB", "12 MB"; the unit always takes two columns. */
+// Bytes for a person: "59 B ", "1.4 kB", "12 MB"; the unit always takes two columns.
 std::string humanSize(unsigned long long bytes);
 
 }  // namespace emltool
-
-#endif

@@ -9,7 +9,7 @@ namespace {
 
 char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
-/* Whether `word`, in lower case, stands at the beginning of `text`, in any case. */
+// Whether `word`, in lower case, stands at the beginning of `text`, in any case.
 bool begins(std::string_view text, std::string_view word) {
     return text.size() >= word.size() &&
            std::equal(word.begin(), word.end(), text.begin(), [](char n, char t) { return n == lower(t); });
@@ -25,7 +25,7 @@ constexpr std::array<std::string_view, 14> kRenamed = {"a",    "applet", "area",
                                                        "link", "meta",   "object", "portal"};
 constexpr std::array<std::string_view, 5> kLoading = {"src", "srcset", "background", "poster", "data"};
 
-/* The value behind "NAME=" or "url(" at the beginning of `text`: quotes and blanks are stepped over. */
+// The value behind "NAME=" or "url(" at the beginning of `text`: quotes and blanks are stepped over.
 std::string_view valueOf(std::string_view text) {
     size_t start = text.find_first_not_of(" \t\r\n\"'");
     return start == std::string_view::npos ? std::string_view() : text.substr(start);
@@ -40,7 +40,7 @@ void countValue(std::string_view value, BlockedContent& blocked) {
     if (begins(value, "cid:")) ++blocked.inlineImages;
 }
 
-/* Counts what stands at the beginning of `rest`, which is behind `before`. */
+// Counts what stands at the beginning of `rest`, which is behind `before`.
 void count(std::string_view rest, char before, BlockedContent& blocked) {
     if (rest[0] == '<') {
         std::string_view tag = rest.substr(1);
@@ -59,7 +59,7 @@ void count(std::string_view rest, char before, BlockedContent& blocked) {
     }
 }
 
-/* Where "x-" is to be put when an element to rename begins `text`; else 0. */
+// Where "x-" is to be put when an element to rename begins `text`; else 0.
 size_t renamedAt(std::string_view text) {
     size_t at = text.size() > 1 && text[1] == '/' ? 2 : 1;
     std::string_view rest = text.substr(std::min(at, text.size()));
@@ -70,7 +70,7 @@ size_t renamedAt(std::string_view text) {
 }
 
 InertHtml withRenamedElements(std::string_view html) {
-    constexpr std::string_view kCounted = "<usbpd"; /* what can begin something to count */
+    constexpr std::string_view kCounted = "<usbpd";  // what can begin something to count
     InertHtml inert;
     inert.html.reserve(html.size());
     for (size_t i = 0; i < html.size(); ++i) {
@@ -92,7 +92,7 @@ InertHtml withRenamedElements(std::string_view html) {
 }  // namespace
 
 InertHtml makeInert(std::string_view html) {
-    /* Browsers differ about zero bytes; first of all none is left, so that none can hide a name. */
+    // Browsers differ about zero bytes; first of all none is left, so that none can hide a name.
     std::string whole(html);
     std::erase(whole, '\0');
     return withRenamedElements(whole);

@@ -20,7 +20,7 @@ namespace emltool {
 
 namespace {
 
-/* The page and the frame have the same policy. */
+// The page and the frame have the same policy.
 constexpr std::string_view kPolicy =
     "default-src 'none'; img-src data:; style-src 'unsafe-inline'; base-uri 'none'; form-action 'none'";
 
@@ -32,10 +32,10 @@ std::string policyTags() {
         kPolicy);
 }
 
-/* Text from a stranger, in HTML. */
+// Text from a stranger, in HTML.
 std::string shown(std::string_view text) { return escapeHtml(visible(text)); }
 
-/* Lines of text: tabs and line ends stay what they are. */
+// Lines of text: tabs and line ends stay what they are.
 std::string shownLines(std::string_view text) {
     std::string result;
     while (!text.empty()) {
@@ -52,16 +52,16 @@ std::string_view textOf(const emlhost::MemoryOutput& output) {
     return {reinterpret_cast<const char*>(output.bytes().data()), output.bytes().size()};
 }
 
-/* Keeps the bytes of attachments that are small enough, by their number. */
+// Keeps the bytes of attachments that are small enough, by their number.
 class BytesVisitor final : public AttachmentVisitor {
   public:
-    explicit BytesVisitor(uint64_t most) : most_(most) {}
+    explicit BytesVisitor(uint64_t maxSize) : maxSize_(maxSize) {}
 
     void visit(SubFileContent& content, SubFileEntry& entry) override {
         auto number = static_cast<size_t>(entry.path.back());
         bytes_.resize(std::max(bytes_.size(), number + 1));
         entry.size = decodedSize(content);
-        if (!entry.size || *entry.size > most_) return;
+        if (!entry.size || *entry.size > maxSize_) return;
         emlhost::MemoryOutput output;
         content.extract(output);
         if (output.error()) throw outOfMemory("");
@@ -74,7 +74,7 @@ class BytesVisitor final : public AttachmentVisitor {
     }
 
   private:
-    uint64_t most_;
+    uint64_t maxSize_;
     std::vector<std::vector<uint8_t>> bytes_;
 };
 
@@ -93,7 +93,7 @@ class PageBuilder {
                   std::string& tree, std::string& inner);
 
     const ViewOptions& options_;
-    uint64_t budget_; /* bytes of embedded messages that are opened; see TreeReader */
+    uint64_t budget_;  // bytes of embedded messages that are opened; see TreeReader
     std::string title_;
     std::vector<std::string> warnings_;
 };
@@ -135,8 +135,8 @@ std::string blockedText(const BlockedContent& blocked) {
 
 std::string note(std::string_view text) { return fmt::format("<p class=\"note\">{}</p>\n", text); }
 
-/* A frame cannot grow with what is in it unless a script runs. Text alone tells how high it will be, roughly;
- * what it does not tell can be scrolled to. */
+// A frame cannot grow with what is in it unless a script runs. Text alone tells how high it will be, roughly;
+// what it does not tell can be scrolled to.
 std::string frameHeight(std::string_view html, std::string_view plainText) {
     bool hasMore =
         html.find("<img") != std::string_view::npos || html.find("<table") != std::string_view::npos;
@@ -170,25 +170,25 @@ std::string PageBuilder::body(MessageFile& file, const MessageTree& tree) {
     try {
         text = bodyText(file);
     } catch (const Problem& problem) {
-        if (problem.exit == ExitCode::Internal) throw;
+        if (problem.exit == ExitCode::kInternal) throw;
         warnings_.push_back(problem.text);
     }
     std::string plain = text && !text->empty() ? "<pre>" + shownLines(*text) + "</pre>\n" : "";
-    if (form == Form::Html) {
+    if (form == Form::kHtml) {
         std::string section = htmlBody(file, tree, text.value_or(""));
         if (!plain.empty()) section += "<details><summary>As plain text</summary>\n" + plain + "</details>\n";
         return section;
     }
-    if (form == Form::Rtf) plain += note("The message also has an RTF form: eml render --to=rtf.");
+    if (form == Form::kRtf) plain += note("The message also has an RTF form: eml render --to=rtf.");
     return plain.empty() ? note("No text.") : plain;
 }
 
-/* An embedded message becomes an article of its own behind the one that holds it. */
+// An embedded message becomes an article of its own behind the one that holds it.
 void PageBuilder::embedded(const SubFileEntry& entry, const BytesVisitor& bytes, const SubFilePath& path,
                            std::string& tree, std::string& inner) {
     const std::vector<uint8_t>& content = bytes.of(entry);
     if (!entry.isEmbeddedMessage() || content.empty()) return;
-    if (path.size() > kDeepestMessage || content.size() > budget_) {
+    if (path.size() > kMaxDepth || content.size() > budget_) {
         warnings_.push_back(fmt::format("sub-file {}: a message that is not opened", dotted(path)));
         return;
     }
@@ -201,13 +201,13 @@ std::string PageBuilder::attachment(const SubFileEntry& entry, const BytesVisito
                                     const SubFilePath& path, std::string& tree, std::string& inner) {
     std::string name = entry.name.empty() ? "(no name)" : entry.name;
     std::string size = entry.size ? humanSize(*entry.size) : "not in the message";
-    bool isHere = entry.size && *entry.size <= options_.mostEmbedded;
+    bool isHere = entry.size && *entry.size <= options_.maxEmbed;
     tree += fmt::format("<li><a href=\"#{}\">{}</a>", idOf(path), shown(name));
     std::string item;
     if (isHere) {
         const std::vector<uint8_t>& content = bytes.of(entry);
         std::string data = base64({reinterpret_cast<const char*>(content.data()), content.size()});
-        /* One type for all: the browser stores it and does not show it. */
+        // One type for all: the browser stores it and does not show it.
         item = fmt::format("<a download=\"{}\" href=\"data:application/octet-stream;base64,{}\">{}</a>",
                            escapeHtml(safeName(entry.name, dotted(path))), data, shown(name));
     } else {
@@ -222,7 +222,7 @@ std::string PageBuilder::attachment(const SubFileEntry& entry, const BytesVisito
 }
 
 std::string PageBuilder::article(MessageFile& file, const SubFilePath& path, std::string& tree) {
-    BytesVisitor bytes(std::max(options_.mostEmbedded, uint64_t{4} << 20));
+    BytesVisitor bytes(std::max(options_.maxEmbed, uint64_t{4} << 20));
     MessageTree message = readTree(file, bytes);
     for (const std::string& warning : message.warnings) warnings_.push_back(warning);
     std::string subject = subjectOf(message);
@@ -268,7 +268,7 @@ ViewPage PageBuilder::build(MessageFile& file) {
 }  // namespace
 
 ViewPage buildViewPage(MessageFile& file, const ViewOptions& options) {
-    return PageBuilder(options, file.input().size() * kDeepestMessage).build(file);
+    return PageBuilder(options, file.input().size() * kMaxDepth).build(file);
 }
 
 }  // namespace emltool

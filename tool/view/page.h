@@ -1,12 +1,9 @@
-/*
- * A message as one safe HTML page.
- *
- * The page needs nothing from elsewhere and runs nothing: no script, a Content-Security-Policy that forbids
- * every request, and the sender's HTML in a frame that is sandboxed and carries the same policy. Attachments
- * are links that hold their bytes.
- */
-#ifndef EMLREADER_TOOL_VIEW_PAGE_H
-#define EMLREADER_TOOL_VIEW_PAGE_H
+// A message as one safe HTML page.
+//
+// The page needs nothing from elsewhere and runs nothing: no script, a Content-Security-Policy that forbids
+// every request, and the sender's HTML in a frame that is sandboxed and carries the same policy. Attachments
+// are links that hold their bytes.
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -17,7 +14,7 @@
 namespace emltool {
 
 struct ViewOptions {
-    uint64_t mostEmbedded; /* bytes of the largest attachment that goes into the page */
+    uint64_t maxEmbed;  // bytes of the largest attachment that goes into the page
 };
 
 struct ViewPage {
@@ -25,9 +22,7 @@ struct ViewPage {
     std::vector<std::string> warnings;
 };
 
-/* The page for `file` and the messages inside it. Throws Problem. */
+// The page for `file` and the messages inside it. Throws Problem.
 ViewPage buildViewPage(MessageFile& file, const ViewOptions& options);
 
 }  // namespace emltool
-
-#endif

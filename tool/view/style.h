@@ -1,9 +1,6 @@
-/*
- * How the page of `eml view` looks: beside the tree on a wide screen, below it on a narrow one; light or dark
- * as the reader's system is. The sender's HTML stays on white, which it was made for.
- */
-#ifndef EMLREADER_TOOL_VIEW_STYLE_H
-#define EMLREADER_TOOL_VIEW_STYLE_H
+// How the page of `eml view` looks: beside the tree on a wide screen, below it on a narrow one; light or dark
+// as the reader's system is. The sender's HTML stays on white, which it was made for.
+#pragma once
 
 #include <string_view>
 
@@ -54,5 +51,3 @@ footer { color: var(--soft); font-size: .8125rem; }
 )css";
 
 }  // namespace emltool
-
-#endif

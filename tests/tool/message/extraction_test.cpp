@@ -40,7 +40,7 @@ TEST(Selection, RefusesWhatIsNoAttachment) {
             Selection selection({bad}, false);
             FAIL() << bad;
         } catch (const Problem& problem) {
-            EXPECT_EQ(problem.exit, ExitCode::Usage) << bad;
+            EXPECT_EQ(problem.exit, ExitCode::kUsage) << bad;
         }
     }
 }

@@ -11,24 +11,24 @@ namespace {
 
 using emlhost::RecordTag;
 
-/* Records made by hand, one behind the other. */
+// Records made by hand, one behind the other.
 class Records {
   public:
     Records& text(std::string_view bytes) {
-        add(RecordTag::Text, word(static_cast<uint32_t>(bytes.size())) + std::string(bytes));
+        add(RecordTag::kText, word(static_cast<uint32_t>(bytes.size())) + std::string(bytes));
         return *this;
     }
-    Records& charset(uint32_t id) { return add(RecordTag::Charset, word(id)); }
-    Records& bold(bool on) { return add(RecordTag::Attribute, word(on ? 0x8001 : 1)); }
-    Records& tab() { return add(RecordTag::Tab, std::string(1, '\0')); }
-    Records& lineBreak() { return add(RecordTag::LineBreak, ""); }
-    Records& page() { return add(RecordTag::Page, std::string(33, '\x7F')); }
+    Records& charset(uint32_t id) { return add(RecordTag::kCharset, word(id)); }
+    Records& bold(bool on) { return add(RecordTag::kAttribute, word(on ? 0x8001 : 1)); }
+    Records& tab() { return add(RecordTag::kTab, std::string(1, '\0')); }
+    Records& lineBreak() { return add(RecordTag::kLineBreak, ""); }
+    Records& page() { return add(RecordTag::kPage, std::string(33, '\x7F')); }
     Records& lone() {
-        bytes_.push_back(static_cast<uint8_t>(RecordTag::Lone));
+        bytes_.push_back(static_cast<uint8_t>(RecordTag::kLone));
         return *this;
     }
 
-    /* As the message filter writes it. */
+    // As the message filter writes it.
     Records& field(std::string_view name, std::string_view value) {
         return bold(true).text(name).bold(false).tab().tab().text(value).lineBreak();
     }
@@ -51,7 +51,7 @@ class Records {
     std::vector<uint8_t> bytes_;
 };
 
-/* Writes down what it is told, a line each. */
+// Writes down what it is told, a line each.
 class Listener final : public MessageReader {
   public:
     void field(std::string_view name, std::string_view value) override {
@@ -122,18 +122,18 @@ TEST(RecordReader, ALineEndInsideAWordEndsNoValue) {
 
 TEST(RecordReader, ALineEndInsideAWordOfTheDefaultCharsetEndsNoValue) {
     Records
-        another; /* =?us-ascii?Q?a=0A?= =?utf-8?Q?b?= in a message in UTF-8, whose body begins with a text */
+        another;  // =?us-ascii?Q?a=0A?= =?utf-8?Q?b?= in a message in UTF-8, whose body begins with a text
     another.charset(EML_CHARSET_UTF_8).bold(true).text("Subject:").bold(false).tab().tab().text("a");
     another.lineBreak().charset(EML_CHARSET_UTF_8).text("b").charset(EML_CHARSET_WESTERN).lineBreak();
     another.field("To:", "d").charset(EML_CHARSET_UTF_8).text("e").lineBreak().text("f").lineBreak();
     EXPECT_EQ(read(another), "Subject=a b|\nTo=d|\nbody\ne|\nf|\n");
 
-    Records plain; /* =?us-ascii?Q?a=0Ab=0A?= and no other word */
+    Records plain;  // =?us-ascii?Q?a=0Ab=0A?= and no other word
     plain.charset(EML_CHARSET_WESTERN).bold(true).text("Subject:").bold(false).tab().tab().text("a");
     plain.lineBreak().text("b").lineBreak().lineBreak().charset(EML_CHARSET_WESTERN).lineBreak().text("c");
     EXPECT_EQ(read(plain), "Subject=a b|\nbody\n|\nc|\n");
 
-    Records last; /* the same word, and the body of one line without a line end */
+    Records last;  // the same word, and the body of one line without a line end
     last.charset(EML_CHARSET_UTF_8).field("Subject:", "a").lineBreak().charset(EML_CHARSET_UTF_8).text("c");
     EXPECT_EQ(read(last), "Subject=a|\nbody\nc|\n");
 

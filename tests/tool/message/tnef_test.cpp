@@ -14,7 +14,7 @@ using Bytes = std::vector<uint8_t>;
 Bytes bytesOf(std::string_view text) { return {text.begin(), text.end()}; }
 std::string textOf(std::span<const uint8_t> bytes) { return {bytes.begin(), bytes.end()}; }
 
-/* A frame between the two processes. */
+// A frame between the two processes.
 std::string frame(uint32_t kind, uint32_t flag, uint32_t nameLength, uint32_t typeLength, uint64_t size) {
     std::string text(24, '\0');
     const uint32_t words[] = {kind, flag, nameLength, typeLength};
@@ -33,7 +33,7 @@ std::string fileFrame(std::string_view name, bool isUtf8, std::string_view type,
 
 std::string endFrame(uint32_t codePage, bool complete) { return frame(2, complete ? 1 : 0, codePage, 0, 0); }
 
-/* An attribute of a TNEF. */
+// An attribute of a TNEF.
 std::string attribute(std::string_view content, uint32_t claimed) {
     std::string text = "\x02\x0F\x80\x06";
     text.push_back('\0');
@@ -114,10 +114,10 @@ TEST(TnefReply, ReadsNamesInTheirCodePage) {
 TEST(TnefReply, IsRefusedWhereItMakesNoSense) {
     const std::string whole = fileFrame("a", true, "t", "abc") + endFrame(1252, true);
     std::vector<std::string> cases = {
-        whole + "x",                                          /* something behind the end */
-        whole + endFrame(1252, true),                         /* two ends */
-        fileFrame("a", true, "", "abc"),                      /* no end */
-        fileFrame("a", true, "", "abcd") + endFrame(0, true), /* more than the TNEF has */
+        whole + "x",                                           // something behind the end
+        whole + endFrame(1252, true),                          // two ends
+        fileFrame("a", true, "", "abc"),                       // no end
+        fileFrame("a", true, "", "abcd") + endFrame(0, true),  // more than the TNEF has
         fileFrame("a", true, "", "ab") + fileFrame("a", true, "", "cd") + endFrame(0, true),
         frame(0, 0, 0, 0, 0) + endFrame(0, true),
         frame(3, 0, 0, 0, 0) + endFrame(0, true),
@@ -128,7 +128,7 @@ TEST(TnefReply, IsRefusedWhereItMakesNoSense) {
     };
     for (size_t length = 0; length < whole.size(); ++length) cases.push_back(whole.substr(0, length));
     std::string many;
-    for (size_t i = 0; i <= kMostTnefFiles; ++i) many += fileFrame("a", true, "", "");
+    for (size_t i = 0; i <= kMaxTnefFiles; ++i) many += fileFrame("a", true, "", "");
     cases.push_back(many + endFrame(0, true));
     for (const std::string& reply : cases) {
         TnefContent content = parseTnefReply(bytesOf(reply), 3);

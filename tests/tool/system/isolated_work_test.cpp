@@ -24,7 +24,7 @@ bool say(int descriptor, std::string_view text) {
 
 std::string textOf(const IsolatedReply& reply) { return {reply.bytes.begin(), reply.bytes.end()}; }
 
-/* A number that both processes see. */
+// A number that both processes see.
 class SharedNumber {
   public:
     SharedNumber()
@@ -90,7 +90,7 @@ TEST(IsolatedWork, EndsALoop) {
 
 TEST(IsolatedWork, WaitsForNobodyWhoSleeps) {
     IsolationLimits limits = kLimits;
-    limits.patience = std::chrono::milliseconds(200);
+    limits.timeout = std::chrono::milliseconds(200);
     IsolatedReply reply = workIsolated(
         [](int) -> bool {
             for (;;) ::pause();
@@ -108,7 +108,7 @@ TEST(IsolatedWork, WaitsForNobodyWhoSleeps) {
 
 TEST(IsolatedWork, BoundsItsMemory) {
     constexpr size_t kPiece = size_t{1} << 20;
-    constexpr uint64_t kAll = 4096; /* pieces */
+    constexpr uint64_t kAll = 4096;  // pieces
     SharedNumber pieces;
     IsolatedReply reply = workIsolated(
         [&](int) {

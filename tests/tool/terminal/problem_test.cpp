@@ -7,16 +7,16 @@ namespace {
 
 TEST(Tally, TellsPartialSuccess) {
     Tally none;
-    EXPECT_EQ(none.exitCode(), ExitCode::Done);
+    EXPECT_EQ(none.exitCode(), ExitCode::kDone);
     Tally tally;
-    tally.failed(ExitCode::Input);
-    tally.failed(ExitCode::Output);
-    EXPECT_EQ(tally.exitCode(), ExitCode::Input);
+    tally.failed(ExitCode::kInput);
+    tally.failed(ExitCode::kOutput);
+    EXPECT_EQ(tally.exitCode(), ExitCode::kInput);
     tally.succeeded();
-    EXPECT_EQ(tally.exitCode(), ExitCode::InPart);
+    EXPECT_EQ(tally.exitCode(), ExitCode::kInPart);
     Tally good;
     good.succeeded();
-    EXPECT_EQ(good.exitCode(), ExitCode::Done);
+    EXPECT_EQ(good.exitCode(), ExitCode::kDone);
 }
 
 }  // namespace

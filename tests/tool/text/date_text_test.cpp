@@ -9,7 +9,7 @@
 namespace emltool {
 namespace {
 
-/* Sets the time zone of the process while it lives. */
+// Sets the time zone of the process while it lives.
 class TimeZone {
   public:
     explicit TimeZone(const char* zone) {
@@ -33,7 +33,7 @@ class TimeZone {
     std::optional<std::string> before_;
 };
 
-constexpr int64_t kMarch = 1741079722; /* 2025-03-04 09:15:22 UTC */
+constexpr int64_t kMarch = 1741079722;  // 2025-03-04 09:15:22 UTC
 
 TEST(DateText, HasTheZoneOfTheField) {
     TimeZone utc("UTC0");
@@ -80,7 +80,7 @@ TEST(DateText, HasFourDigitsForTheYear) {
     EXPECT_EQ(dateText(2147483647, "GMT"), "2038-01-19T03:14:07+00:00");
     EXPECT_EQ(dateText(INT64_MAX, "GMT"), "");
     EXPECT_EQ(dateText(INT64_MIN, "GMT"), "");
-    if (sizeof(time_t) < sizeof(int64_t)) return; /* the rest is beyond its clock */
+    if (sizeof(time_t) < sizeof(int64_t)) return;  // the rest is beyond its clock
     EXPECT_EQ(dateText(253402300799, "GMT"), "9999-12-31T23:59:59+00:00");
     EXPECT_EQ(dateText(253402300800, "GMT"), "");
     EXPECT_EQ(dateText(-62167219200, "GMT"), "0000-01-01T00:00:00+00:00");

@@ -54,7 +54,7 @@ TEST(HtmlToLines, FollowsItsRules) {
 }
 
 TEST(HtmlToLines, ReadsEachByteAFewTimesAtMost) {
-    /* Where something is missing it must not be looked for again and again, or the work grows with the square. */
+    // Where something is missing it must not be looked for again and again, or the work grows with the square.
     constexpr size_t kMany = 1000000;
     EXPECT_EQ(htmlToLines(std::string(kMany, '&')), Lines{std::string(kMany, '&')});
     std::string open;

@@ -52,19 +52,19 @@ TEST(SafeName, HasAtMost255BytesAndKeepsItsExtension) {
     EXPECT_EQ(cut, std::string(251, 'a') + ".pdf");
     EXPECT_EQ(safeName(std::string(255, 'a'), "1"), std::string(255, 'a'));
     EXPECT_EQ(safeName(std::string(256, 'a'), "1"), std::string(255, 'a'));
-    /* What stands behind the dot is too long for an extension. */
+    // What stands behind the dot is too long for an extension.
     EXPECT_EQ(safeName("a." + std::string(300, 'b'), "1"), "a." + std::string(253, 'b'));
 }
 
 TEST(SafeName, IsCutBetweenCharacters) {
-    /* At each offset of a character of 2, 3 and 4 bytes. */
+    // At each offset of a character of 2, 3 and 4 bytes.
     for (const std::string character : {"ü", "日", "😀"}) {
         for (size_t shift = 0; shift < 4; ++shift) {
             std::string name(shift, 'x');
             while (name.size() < 400) name += character;
             std::string cut = safeName(name + ".txt", "1");
-            EXPECT_LE(cut.size(), kLongestName);
-            EXPECT_GT(cut.size(), kLongestName - 4);
+            EXPECT_LE(cut.size(), kMaxNameLength);
+            EXPECT_GT(cut.size(), kMaxNameLength - 4);
             EXPECT_TRUE(isUtf8(cut)) << cut;
             EXPECT_TRUE(cut.ends_with(".txt"));
         }
@@ -99,7 +99,7 @@ TEST(NameSet, GivesLongNamesOnce) {
     std::string first = names.take(safeName(std::string(300, 'a'), "1"));
     std::string second = names.take(safeName(std::string(300, 'a'), "2"));
     EXPECT_NE(first, second);
-    EXPECT_LE(second.size(), kLongestName);
+    EXPECT_LE(second.size(), kMaxNameLength);
 }
 
 }  // namespace
