@@ -20,6 +20,7 @@
 #include "tool/message/message_file.h"
 #include "tool/message/shown_message.h"
 #include "tool/message/tree.h"
+#include "tool/text/charset_labels.h"
 #include "tool/text/date_text.h"
 #include "tool/text/html_text.h"
 #include "tool/text/name_decoding.h"

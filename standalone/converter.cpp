@@ -1,5 +1,5 @@
-// Conversion in two stages, source -> UTF-32 -> target, so that a byte that is no text and a character that
-// the target lacks are told apart: iconv reports both the same way.
+// Conversion in two stages, source -> UTF-32 -> target, so that an invalid byte and a character that the
+// target lacks can be told apart: iconv reports both the same way.
 #include <emlreader/eml_host.h>
 #include <iconv.h>
 
@@ -35,7 +35,7 @@ std::string swapBytePairs(std::string_view text) {
     return swapped;
 }
 
-// The text as the decoder wants it; `storage` keeps it where that is not the text itself.
+// The text as the decoder needs it; `storage` holds it if it differs from `text`.
 std::string_view prepare(uint32_t charset, std::string_view text, std::string& storage) {
     if (charset == EML_CHARSET_ISO_2022_JP) return storage = eucFromIso2022Jp(text);
     if (charset == EML_CHARSET_UTF_16) {
@@ -45,7 +45,8 @@ std::string_view prepare(uint32_t charset, std::string_view text, std::string& s
     return text;
 }
 
-// glibc reads UTF-8 of four bytes up to U+1FFFFF. Unicode ends at U+10FFFF: behind it each byte is invalid.
+// glibc reads UTF-8 of four bytes up to U+1FFFFF. Unicode ends at U+10FFFF, so each byte of a higher code is
+// invalid.
 void replaceBehindUnicode(std::wstring& wide, wchar_t substitute) {
     constexpr wchar_t kLast = 0x10FFFF;
     constexpr size_t kBytes = 4;
@@ -62,7 +63,7 @@ void replaceBehindUnicode(std::wstring& wide, wchar_t substitute) {
     wide = std::move(replaced);
 }
 
-// Bytes to go on after an invalid one: text of 16-bit units stays aligned.
+// Bytes to skip after an invalid one, so that text of 16-bit units stays aligned.
 size_t unitSize(uint32_t charset) {
     return charset == EML_CHARSET_UTF_16 || charset == EML_CHARSET_TEXT_16 ? 2 : 1;
 }
@@ -83,7 +84,7 @@ class Converter::Stage {
     Stage(const Stage&) = delete;
     Stage& operator=(const Stage&) = delete;
 
-    // Forgets what an earlier text has left.
+    // Drops what an earlier text has left.
     void reset() { ::iconv(descriptor_, nullptr, nullptr, nullptr, nullptr); }
 
     // Appends what the descriptor holds back, and what brings the target back to its initial state.
@@ -93,7 +94,7 @@ class Converter::Stage {
         run(nullptr, nothing, target);
     }
 
-    // Converts from the front of `source` on, and takes off what it has converted.
+    // Converts from the front of `source`, and removes what it has converted.
     template <typename Text>
     Stop convert(std::string_view& source, Text& target) {
         char* position = const_cast<char*>(source.data());  // iconv's old signature; it does not write

@@ -14,7 +14,7 @@ namespace emlhost {
 
 namespace {
 
-// A name that nobody else uses. Uniqueness is not left to chance: the file is created exclusively.
+// A name that nobody else uses. Chance is not trusted with that: the file is created exclusively.
 std::string randomName() {
     uint64_t number = 0;
     if (::getrandom(&number, sizeof number, GRND_NONBLOCK) != sizeof number) {
@@ -30,7 +30,7 @@ bool isPlainName(const std::string& name) {
     return name.find_first_of(std::string_view("/\0", 2)) == std::string::npos;
 }
 
-// Renames within `directory` unless `to` exists. Gives 0 or an errno.
+// Renames within `directory` unless `to` exists. Returns 0 or an errno.
 int renameToFreeName(int directory, const char* from, const char* to) {
     if (::renameat2(directory, from, directory, to, RENAME_NOREPLACE) == 0) return 0;
     if (errno != EINVAL && errno != ENOSYS) return errno;

@@ -28,21 +28,21 @@ class MessageFilter {
     EmlResult status() const noexcept { return status_; }
     bool usable() const noexcept { return context_ != nullptr; }
 
-    // The context, for calls that have no method here; NULL when not usable. Stays this object's.
+    // The context, for calls that have no method here; NULL when not usable. This object keeps it.
     EmlFilterContext* context() noexcept { return context_; }
 
-    // Begins the conversion anew. Without fields neither header fields nor attachment names are written.
+    // Restarts the conversion. Without fields neither header fields nor attachment names are written.
     void restart(bool withFields = true) noexcept;
 
-    // The next records, in `buffer`; 256 bytes or more. Also of an encrypted message, whose fields can be
-    // shown.
+    // The next records, in `buffer`; 256 bytes or more. An encrypted message has records too, since its
+    // fields can be shown.
     std::span<const uint8_t> fill(std::span<uint8_t> buffer) noexcept;
 
     // The share of the body that has been converted, 0 to 100.
     uint32_t progress() const noexcept { return progress_; }
 
-    // Nothing more comes: the conversion is complete, or it has failed. A buffer that is too small for the
-    // next record ends it as well.
+    // Nothing follows: the conversion is complete, or it has failed. A buffer that is too small for the next
+    // record ends the conversion too.
     bool finished() const noexcept { return finished_; }
 
   private:

@@ -9,18 +9,18 @@
 
 namespace emlhost {
 
-// What a heap has seen. Bytes are those that were asked for, without the heap's own header of each block.
+// What a heap has counted. Bytes are those requested, without the header that the heap adds to each block.
 struct HeapCounts {
     uint64_t liveBlocks = 0;
     uint64_t liveBytes = 0;
-    uint64_t peakBytes = 0;    // the most live bytes at any moment since resetPeak
-    uint64_t allocations = 0;  // calls that gave a block, reallocations included
+    uint64_t peakBytes = 0;    // the maximum of live bytes since resetPeak
+    uint64_t allocations = 0;  // calls that returned a block, including reallocations
 };
 
 // An EmlAllocator over malloc that counts.
 //
-// Every block is a member of a list, for two reasons: the library forgets a block whose reallocation failed,
-// and a host should not depend on others for its own leaks. The destructor frees whatever is still live.
+// Every block is a member of a list, for two reasons: the library drops a block whose reallocation failed,
+// and a host should not depend on others to avoid leaks. The destructor frees whatever is still live.
 //
 // A heap belongs to one thread at a time, and must outlive every record that it was installed in.
 class CountingHeap {
@@ -36,7 +36,7 @@ class CountingHeap {
     // Makes `record`, for instance the one embedded in EmlHostServices, allocate from this heap too.
     void install(EmlAllocator& record) noexcept;
 
-    // A block of `size` bytes, aligned for any type; NULL when memory is exhausted. A size of 0 gives a
+    // A block of `size` bytes, aligned for any type; NULL when memory is exhausted. A size of 0 returns a
     // block.
     void* allocate(size_t size) noexcept;
 
@@ -44,7 +44,7 @@ class CountingHeap {
     // not fit.
     void* allocateZeroed(size_t count, size_t size) noexcept;
 
-    // Resizes `block`, NULL being an empty one. On failure gives NULL; the old block stays live and
+    // Resizes `block`, NULL being an empty one. Returns NULL on failure; the old block stays live and
     // untouched.
     void* reallocate(void* block, size_t newSize) noexcept;
 
@@ -60,7 +60,7 @@ class CountingHeap {
     void resetPeak() noexcept { counts_.peakBytes = counts_.liveBytes; }
 
   private:
-    // Stands in front of each block; its size keeps the block behind it aligned.
+    // Precedes each block; its size keeps the block after it aligned.
     struct alignas(alignof(std::max_align_t)) Block {
         Block* previous;
         Block* next;

@@ -16,7 +16,7 @@ struct Escape {
     Set set;
 };
 
-// JIS X 0201 Roman is taken for ASCII: it differs in two signs, and mail means the ASCII ones.
+// JIS X 0201 Roman is read as ASCII: they differ in two characters, and mail means the ASCII ones.
 constexpr std::array<Escape, 7> kEscapes = {{
     {"\x1B(B", Set::kAscii},
     {"\x1B(J", Set::kAscii},
@@ -38,7 +38,7 @@ bool isGraphic(char byte) { return byte > 0x20 && byte < 0x7F; }
 
 char withHighBit(char byte) { return static_cast<char>(static_cast<unsigned char>(byte) | 0x80u); }
 
-// Appends the character at the start of `rest` and gives its length. `rest` is not empty.
+// Appends the character at the start of `rest` and returns its length. `rest` is not empty.
 size_t appendCharacter(std::string& euc, Set set, std::string_view rest) {
     char first = rest.front();
     bool inRange = set == Set::kKana ? first > 0x20 && first < 0x60 : isGraphic(first);
@@ -71,7 +71,7 @@ std::string eucFromIso2022Jp(std::string_view text) {
             text.remove_prefix(escape->bytes.size());
             continue;
         }
-        if (text.front() == '\n') set = Set::kAscii;  // each line starts in ASCII, also after a damaged one
+        if (text.front() == '\n') set = Set::kAscii;  // each line starts in ASCII, even after a damaged one
         text.remove_prefix(appendCharacter(euc, set, text));
     }
     return euc;

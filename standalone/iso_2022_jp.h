@@ -10,8 +10,8 @@ namespace emlhost {
 // Rewrites ISO-2022-JP as EUC-JP: the same characters without escape sequences.
 //
 // Mail programs write more under this label than the standard has: half-width kana and the vendor characters
-// of rows 13 and 89 to 92. iconv's ISO-2022-JP stops at those, its EUC-JP-MS knows them all. What is no valid
-// text becomes the byte 0xFF, which no EUC-JP character contains. Throws std::bad_alloc.
+// of rows 13 and 89 to 92. iconv's ISO-2022-JP stops at those; its EUC-JP-MS has them all. Invalid text
+// becomes the byte 0xFF, which no EUC-JP character contains. Throws std::bad_alloc.
 std::string eucFromIso2022Jp(std::string_view text);
 
 }  // namespace emlhost

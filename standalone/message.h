@@ -16,7 +16,7 @@
 
 namespace emlhost {
 
-// What the library says about one sub-file. Fields that do not concern its kind are zero.
+// What the library says about one sub-file. Fields that do not apply to its kind are zero.
 struct SubFile {
     EmlResult status = EML_OK;    // of the call; the other fields count only when it is EML_OK
     std::string name;             // as the message has it: not decoded, never to be used as a path
@@ -43,8 +43,8 @@ struct Extraction {
 
 // An open message. The input and the services must outlive it; the destructor closes the message.
 //
-// status() tells whether opening succeeded. After some failures the message can still be used, which usable()
-// tells; where it is false every call gives EML_INVALID_ARGUMENT.
+// status() tells whether opening succeeded. After some failures the message can still be used, as usable()
+// tells; if it is false, every call returns EML_INVALID_ARGUMENT.
 //
 // Methods throw std::bad_alloc when a std::string or std::vector cannot grow, and nothing else.
 class OpenMessage {
@@ -60,7 +60,7 @@ class OpenMessage {
     EmlResult status() const noexcept { return status_; }
     bool usable() const noexcept { return context_ != nullptr; }
 
-    // The context, for calls that have no method here; NULL when not usable. Stays this object's.
+    // The context, for calls that have no method here; NULL when not usable. This object keeps it.
     EmlContainerContext* context() noexcept { return context_; }
 
     // Number of sub-files, the message itself included; 0 when not usable.
@@ -72,13 +72,13 @@ class OpenMessage {
     // Describes sub-file `number`.
     SubFile describe(int32_t number);
 
-    // The default list of header values: From, Sent, To, Cc, Bcc, Subject, Priority. Shorter when memory ran
+    // The default list of header values: From, Sent, To, Cc, Bcc, Subject, Priority. Shorter if memory ran
     // out.
     std::vector<HeaderValue> metadata();
 
     // Writes sub-file `number` into `output`. `options` are EML_EXTRACT_... option bits; `outputCharset` is
-    // the charset id that the text of the message is wanted in, 0 for none. Look at the output's error() too:
-    // the library does not report what could not be written.
+    // the charset id that the text of the message is wanted in, 0 for none. Check the output's error() too:
+    // the library does not report failed writes.
     Extraction extract(int32_t number, EmlIOobj* output, uint32_t options = 0,
                        uint32_t outputCharset = 0) noexcept;
     Extraction extract(int32_t number, Output& output, uint32_t options = 0,

@@ -36,12 +36,12 @@ struct TextRecord {
     uint32_t word(size_t offset = 0) const noexcept;
 };
 
-// Walks the records of a buffer. A length that cannot be ends the walk and is remembered.
+// Walks the records of a buffer. An impossible length ends the walk, as complete() then tells.
 class RecordWalker {
   public:
     explicit RecordWalker(std::span<const uint8_t> buffer) noexcept : rest_(buffer) {}
 
-    // Moves to the next record. False at the end, and where no whole record stands.
+    // Moves to the next record. False at the end, and where there is no whole record.
     bool next(TextRecord& record) noexcept;
 
     // True when all bytes were records.

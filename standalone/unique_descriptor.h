@@ -27,8 +27,8 @@ class UniqueDescriptor {
     bool valid() const noexcept { return number_ >= 0; }
     int get() const noexcept { return number_; }
 
-    // Closes it now. Gives 0, or the errno that the system had kept for this moment (a network file system
-    // may report a full disk only here).
+    // Closes it now. Returns 0, or the errno that the system reports only now (a network file system may
+    // report a full disk here).
     int close() noexcept {
         if (number_ < 0) return 0;
         // Never repeated: Linux has freed the number even when it answers EINTR.

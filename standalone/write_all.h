@@ -10,13 +10,13 @@
 
 namespace emlhost {
 
-// Gives 0 or an errno.
+// Returns 0 or an errno.
 inline int writeAll(int descriptor, std::span<const uint8_t> bytes) noexcept {
     while (!bytes.empty()) {
         ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
         if (written < 0 && errno == EINTR) continue;
         if (written < 0) return errno;
-        if (written == 0) return EIO;  // nothing else can be said, and repeating might never end
+        if (written == 0) return EIO;  // there is no other cause, and repeating might never end
         bytes = bytes.subspan(static_cast<size_t>(written));
     }
     return 0;

@@ -14,7 +14,7 @@ using emlhost_test::TemporaryFolder;
 
 EmlTextSpan spanOf(std::string& text) { return {text.data(), static_cast<uint32_t>(text.size())}; }
 
-// Both calls of convertTextFrom, with a guard behind the room that is given.
+// Both calls of convertTextFrom, with a guard after the room that is given.
 std::string convertFrom(Services& services, uint32_t charset, std::string text) {
     EmlHostServices* record = services.record();
     EmlTextSpan source = spanOf(text);

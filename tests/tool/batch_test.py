@@ -555,7 +555,7 @@ def resume_touches_no_other_file():
     for what, content, line in (
         ("text", b"my notes\n", 1), ("text without a line end", b"my notes", 1),
         ("other JSON", b'{"a": 1}\n', 1),
-        ("behind a row", row + b"notes\n", 2), ("half a row in the middle", row[:60] + b"\n" + row, 1),
+        ("after a row", row + b"notes\n", 2), ("half a row in the middle", row[:60] + b"\n" + row, 1),
         ("another tail", row + b"notes", 2),
     ):
         write("out", content)

@@ -1306,7 +1306,7 @@ def double_dash_ends_the_options():
 
 
 @test
-def options_stand_before_and_behind_the_command():
+def options_stand_before_and_after_the_command():
     write("plain.eml", PLAIN)
     line = eml("--json", "list", "plain.eml").out
     equal(line.startswith('{"schema":"eml/1"'), True)

@@ -21,7 +21,8 @@ struct CloseFolder {
     void operator()(DIR* folder) const { ::closedir(folder); }
 };
 
-// `type` is what the folder says, which may be nothing. A dangling link is a file that cannot be read.
+// `type` is what the folder says, which may be "unknown". A dangling link counts as a file that cannot be
+// read.
 char kindOf(const std::string& path, unsigned char type) {
     if (type == DT_REG) return kFile;
     if (type == DT_DIR) return kFolder;
@@ -45,7 +46,7 @@ FolderWalk::FolderWalk(const std::string& folder, std::string pattern) : pattern
     enter(folder);
 }
 
-// A folder that breaks off while it is read counts as one that cannot be read: part of a list would look like
+// If reading a folder fails half-way, it counts as one that cannot be read: part of a list would look like
 // the whole.
 void FolderWalk::enter(std::string folder) {
     Level level;

@@ -9,9 +9,9 @@
 
 namespace emltool {
 
-// Gives paths in the order of their bytes, as `find FOLDER | LC_ALL=C sort` does, on every machine and file
-// system. Links to files count as files; links to folders are not followed, since they may lead round in a
-// circle. Only the names of the folders that lead to the current file are held.
+// Returns paths in the order of their bytes, as `find FOLDER | LC_ALL=C sort` does, on every machine and file
+// system. Links to files count as files; links to folders are not followed, since they may form a circle.
+// Only the names in the folders that lead to the current file are in memory.
 class FolderWalk {
   public:
     // `pattern`: only files with such names ("*.eml"); all when it is empty.
@@ -20,7 +20,7 @@ class FolderWalk {
     struct Entry {
         std::string path;
         std::optional<Problem> problem;  // a folder that cannot be read
-        const char* leftOut = nullptr;   // why this is none of the files
+        const char* leftOut = nullptr;   // why this is not one of the files
     };
 
     // False at the end.
@@ -29,7 +29,7 @@ class FolderWalk {
   private:
     struct Level {
         std::string prefix;                               // "archive/2024/"
-        std::vector<std::pair<std::string, char>> names;  // with what they are; folders end with "/"
+        std::vector<std::pair<std::string, char>> names;  // and their kinds; folders end with "/"
         size_t next = 0;
     };
 

@@ -15,7 +15,7 @@ void FromUnquoter::give() {
     letters_ = 0;
 }
 
-// The beginning of a line; false when it goes on in the next piece.
+// Reads the beginning of a line; false if it continues in the next piece.
 bool FromUnquoter::takeStart(std::string_view& piece) {
     while (!piece.empty()) {
         if (letters_ == 0 && piece[0] == '>') {

@@ -7,8 +7,8 @@
 
 namespace emltool {
 
-// Takes one ">" away from each line that is ">", any number of them, and "From ". Fed with pieces of any
-// size; appends to `text`, which may be emptied between two pieces.
+// Removes one ">" from each line that begins with one or more ">" and then "From ". Takes pieces of any size;
+// appends to `text`, which may be emptied between two pieces.
 class FromUnquoter {
   public:
     explicit FromUnquoter(std::string& text) : text_(text) {}

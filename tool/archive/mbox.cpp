@@ -7,9 +7,8 @@
 #include <cstring>
 #include <span>
 
-#include "standalone/write_all.h"
 #include "tool/archive/from_quoting.h"
-#include "tool/system/temporary_file.h"
+#include "tool/system/spooled_file.h"
 #include "tool/terminal/problem.h"
 
 namespace emltool {
@@ -37,52 +36,6 @@ size_t readSome(const std::string& path, int file, uint64_t position, std::span<
         return static_cast<size_t>(got);
     }
 }
-
-// A message in memory of its own.
-class HeldInput final : public emlhost::Input {
-  public:
-    explicit HeldInput(std::string bytes) : Input(bytes.size()), bytes_(std::move(bytes)) {}
-
-  private:
-    size_t readAt(uint64_t position, uint8_t* buffer, size_t count) noexcept override {
-        std::memcpy(buffer, bytes_.data() + static_cast<size_t>(position), count);
-        return count;
-    }
-
-    std::string bytes_;
-};
-
-// Collects a message: in memory, or when it is large in a temporary file.
-class Collector {
-  public:
-    std::string& text() { return text_; }
-
-    void spill(size_t limit) {
-        if (text_.size() <= limit) return;
-        if (file_ == nullptr) file_ = std::make_unique<TemporaryFile>();
-        std::span<const uint8_t> bytes(reinterpret_cast<const uint8_t*>(text_.data()), text_.size());
-        if (int failure = emlhost::writeAll(file_->descriptor(), bytes)) failToWrite(failure);
-        text_.clear();
-    }
-
-    std::unique_ptr<emlhost::Input> finish() {
-        if (file_ == nullptr) return std::make_unique<HeldInput>(std::move(text_));
-        spill(0);
-        std::error_code error;
-        auto input = emlhost::DescriptorInput::fromDescriptor(file_->release(), error);
-        if (input == nullptr) failToWrite(error.value());
-        return input;
-    }
-
-  private:
-    [[noreturn]] static void failToWrite(int failure) {
-        throw Problem(ExitCode::kOutput, "write-failed", "temporary file",
-                      describe({failure, std::system_category()}));
-    }
-
-    std::string text_;
-    std::unique_ptr<TemporaryFile> file_;
-};
 
 }  // namespace
 
@@ -137,22 +90,24 @@ bool MboxScan::next(MboxRange& range) {
 }
 
 std::unique_ptr<emlhost::Input> openMboxMessage(const std::string& path, uint64_t offset, uint64_t length) {
-    constexpr size_t kMaxInMemory = size_t{4} << 20;
     emlhost::UniqueDescriptor file = openFile(path);
-    Collector collector;
-    FromUnquoter unquoter(collector.text());
+    SpooledFile message;
+    std::string text;
+    FromUnquoter unquoter(text);
     std::vector<char> block(static_cast<size_t>(std::min<uint64_t>(length, kBlock)));
     while (length > 0) {
         auto wanted = static_cast<size_t>(std::min<uint64_t>(length, block.size()));
         size_t got = readSome(path, file.get(), offset, {block.data(), wanted});
         if (got == 0) break;  // the file has become shorter meanwhile
         unquoter.take({block.data(), got});
-        collector.spill(kMaxInMemory);
+        message.append(text);
+        text.clear();
         offset += got;
         length -= got;
     }
     unquoter.finish();
-    return collector.finish();
+    message.append(text);
+    return message.takeInput(path);
 }
 
 }  // namespace emltool

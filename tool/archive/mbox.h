@@ -1,4 +1,4 @@
-// Many messages in one file: mbox, with its quoting by ">" as mboxo and mboxrd do it.
+// Many messages in one file: mbox, with the ">" quoting of mboxo and mboxrd.
 #pragma once
 
 #include <array>
@@ -18,21 +18,21 @@ bool beginsMbox(std::string_view beginning);
 // One message of it.
 struct MboxRange {
     uint64_t index = 0;   // from 0 on
-    uint64_t offset = 0;  // behind the "From " line
+    uint64_t offset = 0;  // after the "From " line
     uint64_t length = 0;  // without the empty line before the next "From " line
 };
 
-// Finds the messages of an mbox, one after the other. A message begins behind a line that begins with "From "
-// and is the first one or follows an empty line.
+// Finds the messages of an mbox, one after the other. A message begins after a line that begins with "From "
+// and is the first line or follows an empty one.
 class MboxScan {
   public:
     // Throws Problem.
     explicit MboxScan(const std::string& path);
 
-    // False behind the last one. Throws Problem where the file cannot be read.
+    // False after the last one. Throws Problem if the file cannot be read.
     bool next(MboxRange& range);
 
-    // Of the message that next looks for.
+    // The index of the message that next() looks for.
     uint64_t index() const { return index_; }
 
   private:
@@ -54,8 +54,8 @@ class MboxScan {
     bool ended_ = false;
 };
 
-// The message at that place of the mbox `path`, with one ">" less in each line that begins with "From "
-// behind them. Throws Problem.
+// The message at that place of the mbox `path`, with one ">" removed from each line where ">" and "From "
+// follow. Throws Problem.
 std::unique_ptr<emlhost::Input> openMboxMessage(const std::string& path, uint64_t offset, uint64_t length);
 
 }  // namespace emltool

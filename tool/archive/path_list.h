@@ -5,8 +5,8 @@
 
 namespace emltool {
 
-// Reads only when it is told to, so that whoever writes the paths may wait for an answer to each of them.
-// Empty lines are left out. What follows the last separator is a path too.
+// Reads only on request, so that the writer of the paths may wait for an answer to each. Empty lines are
+// skipped. What follows the last separator is a path too.
 class PathList {
   public:
     // The descriptor stays the caller's.
@@ -14,13 +14,13 @@ class PathList {
 
     int descriptor() const { return descriptor_; }
 
-    // The next path that is there already.
+    // The next path that has already been read.
     bool next(std::string& path);
 
-    // Nothing more comes.
+    // All paths have been taken.
     bool atEnd() const { return ended_ && position_ >= buffer_.size(); }
 
-    // Waits for more and takes it. Gives 0 or an errno.
+    // Waits for more and reads it. Returns 0 or an errno.
     int read();
 
   private:

@@ -44,7 +44,7 @@ std::string fromBase64(std::string_view text) {
     return bytes;
 }
 
-// Takes the object "source" of a row, and then stops the reader by giving false.
+// Reads the object "source" of a row, and then returns false to stop the reader.
 class SourceHandler : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, SourceHandler> {
   public:
     bool Key(const char* text, rapidjson::SizeType length, bool) {
@@ -84,8 +84,8 @@ bool takeRow(std::string_view line, FinishedRows& finished) {
     return handler.complete;
 }
 
-// What a run leaves when it is killed while it writes; or a machine that loses its power, which may leave
-// zero bytes.
+// What a run leaves when it is killed while writing, or when the machine loses power, which may leave zero
+// bytes.
 bool isTornRow(std::string_view text) {
     size_t known = std::min(text.size(), kRowBegins.size());
     return text.substr(0, known) == kRowBegins.substr(0, known) ||

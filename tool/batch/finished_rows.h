@@ -10,7 +10,7 @@
 
 namespace emltool {
 
-// The sources of rows, 16 bytes for each: the beginning of a digest.
+// The sources of rows, as the first 16 bytes of a digest each.
 class FinishedRows {
   public:
     void add(std::string_view path, std::optional<uint64_t> index);
@@ -18,7 +18,7 @@ class FinishedRows {
     // Nothing more is added.
     void seal();
 
-    // Whether this source has a row that no earlier call asked about. A path that is named twice has two.
+    // Whether this source has a row that no earlier call has taken. A path that is named twice has two.
     bool take(std::string_view path, std::optional<uint64_t> index);
 
     size_t size() const { return keys_.size(); }
@@ -32,8 +32,8 @@ class FinishedRows {
     std::vector<bool> taken_;
 };
 
-// Reads the rows in the open file `descriptor`, called `name`, and gives the length of the whole lines:
-// behind them there may be the beginning of one more. Throws Problem where the file holds something else.
+// Reads the rows in the open file `descriptor`, called `name`, and returns the length of the whole lines,
+// which the beginning of one more may follow. Throws Problem if the file holds anything else.
 uint64_t readFinishedRows(int descriptor, const std::string& name, FinishedRows& finished);
 
 }  // namespace emltool

@@ -1,5 +1,5 @@
-// What the processes of a batch say to each other through pipes. Both ends are the same program on the same
-// machine, so numbers travel as they lie in memory.
+// What the processes of a batch send each other through pipes. Both ends are the same program on the same
+// machine, so numbers have the form that they have in memory.
 #pragma once
 
 #include <cstdint>
@@ -24,7 +24,7 @@ struct TaskHeader {
 struct ReplyHeader {
     uint64_t lineLength;
     uint64_t kind;     // RowKind
-    uint64_t retires;  // the worker ends itself behind this row
+    uint64_t retires;  // the worker ends after this row
 };
 
 template <typename Header>

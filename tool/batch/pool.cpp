@@ -17,7 +17,7 @@ bool WorkerPool::isIdle() const {
                        [](const Worker& worker) { return worker.tasks.empty(); });
 }
 
-// One that waits comes before one that has to be started.
+// A waiting worker comes before one that must be started.
 WorkerPool::Worker& WorkerPool::leastBusy() {
     return *std::min_element(workers_.begin(), workers_.end(), [](const Worker& a, const Worker& b) {
         return a.tasks.size() != b.tasks.size() ? a.tasks.size() < b.tasks.size()
@@ -27,8 +27,7 @@ WorkerPool::Worker& WorkerPool::leastBusy() {
 
 void WorkerPool::start(Worker& worker) {
     worker.process = std::make_unique<WorkerProcess>([this](int tasks, int replies) {
-        // The pipes of the others are not its business: a worker would not see its own end as long as another
-        // one holds it open.
+        // It must not hold the pipes of the other workers open: they would not see the end of their input.
         for (Worker& other : workers_) {
             if (other.process == nullptr) continue;
             ::close(other.process->taskPipe());
@@ -68,7 +67,7 @@ std::vector<PoolEvent> WorkerPool::wait(std::span<pollfd> others, int millisecon
         if (worker.process == nullptr) continue;
         polled.push_back({worker.process->replyPipe(), POLLIN, 0});
         whose.push_back(&worker);
-        // A closed pipe is an event that nobody asked for; poll leaves out what is negative.
+        // poll reports a closed pipe even if nobody asked; it skips a negative descriptor.
         int tasks = worker.process->hasMoreToSend() ? worker.process->taskPipe() : -1;
         polled.push_back({tasks, POLLOUT, 0});
     }
@@ -107,7 +106,7 @@ void WorkerPool::listen(Worker& worker, Events& events) {
     }
 }
 
-// What the worker was at has ended as `kind` says; what else it had is given back.
+// The task that the worker was doing ended as `kind` says; its other tasks are given back.
 void WorkerPool::end(Worker& worker, PoolEvent::Kind kind, int status, Events& events) {
     worker.process.reset();
     for (PoolTask* task : worker.tasks) {
@@ -117,7 +116,7 @@ void WorkerPool::end(Worker& worker, PoolEvent::Kind kind, int status, Events& e
     worker.tasks.clear();
 }
 
-// Looks once more whether something has come: a worker that has been heard is not late.
+// Looks once more for a reply: a worker that has replied is not late.
 void WorkerPool::killTimedOut(Events& events) {
     if (timeout_.count() == 0) return;
     for (Worker& worker : workers_) {

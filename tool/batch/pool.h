@@ -14,7 +14,7 @@
 
 namespace emltool {
 
-// Something to read, and how often a worker has died of it. The caller derives from it and owns it.
+// Something to read, and how often it has killed a worker. The caller derives from it and owns it.
 struct PoolTask {
     BatchItem item;
     unsigned deaths = 0;
@@ -25,8 +25,8 @@ struct PoolEvent {
     enum class Kind {
         kReply,
         kTimedOut,
-        kDied,      // the worker did, in the middle of it
-        kGivenBack  // nothing: its worker ended before it came to it
+        kDied,      // the worker died while reading it
+        kGivenBack  // not read: its worker ended before
     };
 
     PoolTask* task = nullptr;
@@ -36,24 +36,23 @@ struct PoolEvent {
     int status = 0;  // of the process that died
 };
 
-// Keeps a number of workers busy. They are started when there is something to do; one that dies, hangs or has
-// run out of memory is replaced. Each has at most two tasks, so that it need not wait for the next.
+// Keeps a number of workers busy. They start when there is something to do; one that dies, hangs or runs out
+// of memory is replaced. Each has at most two tasks, so that it need not wait for the next.
 class WorkerPool {
   public:
-    // `timeout` in milliseconds for each task; 0 is none.
+    // `timeout` is for each task; 0 is none.
     WorkerPool(unsigned count, std::chrono::milliseconds timeout, WorkerProcess::Body body);
 
     bool hasRoom() const;
     bool isIdle() const;
 
-    // Gives the task to a worker. Throws Problem where none can be started.
+    // Gives the task to a worker. Throws Problem if none can be started.
     void give(PoolTask& task);
 
-    // Waits until a worker says something, one of `others` is ready, or `milliseconds` have passed (-1 is no
-    // limit).
+    // Waits until a worker replies, one of `others` is ready, or `milliseconds` have passed (-1 is no limit).
     std::vector<PoolEvent> wait(std::span<pollfd> others, int milliseconds);
 
-    // Time that the workers could not be listened to does not count for their timeouts.
+    // Extends the deadlines by a time in which replies could not be read.
     void extendDeadlines(std::chrono::steady_clock::duration time);
 
     // Lets the workers end and waits for them.

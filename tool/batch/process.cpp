@@ -1,14 +1,10 @@
 #include "tool/batch/process.h"
 
 #include <fcntl.h>
-#include <fmt/format.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
-#include <cstring>
 
 namespace emltool {
 
@@ -41,7 +37,7 @@ pid_t WorkerProcess::launch(Pipe& tasks, Pipe& replies, const Body& body) {
 }
 
 WorkerProcess::WorkerProcess(Pipe tasks, Pipe replies, const Body& body)
-    : id_(launch(tasks, replies, body)),
+    : process_(launch(tasks, replies, body)),
       tasks_(std::move(tasks.writing)),
       replies_(std::move(replies.reading)) {
     for (int end : {tasks_.get(), replies_.get()}) ::fcntl(end, F_SETFL, O_NONBLOCK);
@@ -52,7 +48,7 @@ void WorkerProcess::send(const std::string& bytes) {
     sendMore();
 }
 
-// A worker that has ended is noticed by its other pipe.
+// The other pipe tells that a worker has ended.
 void WorkerProcess::sendMore() {
     while (!outgoing_.empty()) {
         ssize_t written = ::write(tasks_.get(), outgoing_.data(), outgoing_.size());
@@ -90,40 +86,6 @@ bool WorkerProcess::nextReply(ReplyHeader& header, std::string& line) {
     line.assign(rest, sizeof header, static_cast<size_t>(header.lineLength));
     taken_ += sizeof header + line.size();
     return true;
-}
-
-int WorkerProcess::kill() {
-    if (id_ < 0) return 0;
-    ::kill(id_, SIGKILL);
-    return wait();
-}
-
-int WorkerProcess::wait() {
-    int status = 0;
-    if (id_ < 0) return status;
-    while (::waitpid(id_, &status, 0) < 0 && errno == EINTR) {
-    }
-    id_ = -1;
-    return status;
-}
-
-void becomeWorker(pid_t parent) {
-    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (::getppid() != parent) ::_exit(0);
-    for (int number : {SIGINT, SIGTERM, SIGHUP}) std::signal(number, SIG_IGN);
-    std::signal(SIGPIPE, SIG_DFL);
-    int score = ::open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC);
-    if (score >= 0) {
-        [[maybe_unused]] ssize_t written = ::write(score, "500", 3);
-        ::close(score);
-    }
-}
-
-std::string describeStatus(int status) {
-    if (!WIFSIGNALED(status)) return fmt::format("ended with exit code {}", WEXITSTATUS(status));
-    const char* name = ::sigabbrev_np(WTERMSIG(status));
-    return name != nullptr ? fmt::format("crashed (SIG{})", name)
-                           : fmt::format("crashed (signal {})", WTERMSIG(status));
 }
 
 }  // namespace emltool

@@ -9,17 +9,18 @@
 
 #include "standalone/unique_descriptor.h"
 #include "tool/batch/frames.h"
+#include "tool/system/child_process.h"
 
 namespace emltool {
 
 class WorkerProcess {
   public:
-    // What the new process does with its ends of the pipes; it ends with the code that this gives.
+    // What the new process does with its ends of the pipes; the result is its exit code.
     using Body = std::function<int(int tasks, int replies)>;
 
     // Throws Problem.
     explicit WorkerProcess(const Body& body) : WorkerProcess(makePipe(), makePipe(), body) {}
-    ~WorkerProcess() { kill(); }
+    ~WorkerProcess() = default;
     WorkerProcess(const WorkerProcess&) = delete;
     WorkerProcess& operator=(const WorkerProcess&) = delete;
 
@@ -31,21 +32,21 @@ class WorkerProcess {
     void sendMore();
     bool hasMoreToSend() const { return !outgoing_.empty(); }
 
-    // Takes what has come. False when the process has closed its end.
+    // Reads what has arrived. False if the process has closed its end.
     bool receive();
 
-    // The next whole reply. False when there is none yet, or when it makes no sense, which `broken` says.
+    // The next whole reply. False if there is none yet, or if it is invalid, as broken() tells.
     bool nextReply(ReplyHeader& header, std::string& line);
     bool broken() const { return broken_; }
 
-    // Ends it, by force, and gives the status that wait knows.
-    int kill();
+    // Kills it and returns the status of waitpid.
+    int kill() { return process_.kill(); }
 
-    // Lets it end when it has nothing more to do.
+    // Lets it end when its tasks are done.
     void closeTasks() { tasks_.close(); }
 
     // Waits for the end of a process that ends by itself.
-    int wait();
+    int wait() { return process_.wait(); }
 
   private:
     struct Pipe {
@@ -57,7 +58,7 @@ class WorkerProcess {
     static pid_t launch(Pipe& tasks, Pipe& replies, const Body& body);
     WorkerProcess(Pipe tasks, Pipe replies, const Body& body);
 
-    pid_t id_;  // -1 is none
+    ChildProcess process_;
     emlhost::UniqueDescriptor tasks_;
     emlhost::UniqueDescriptor replies_;
     std::string outgoing_;
@@ -65,12 +66,5 @@ class WorkerProcess {
     size_t taken_ = 0;  // of incoming_
     bool broken_ = false;
 };
-
-// What a new process does first: from here on it ends with its parent, however that ends, and by nothing that
-// was meant for the parent, as Ctrl-C is. When memory is short it goes before its parent.
-void becomeWorker(pid_t parent);
-
-// "crashed (SIGSEGV)" or "ended with exit code 3".
-std::string describeStatus(int status);
 
 }  // namespace emltool

@@ -16,7 +16,7 @@ namespace emltool {
 
 namespace {
 
-// An output that keeps nothing but the digest.
+// An output that keeps only the digest.
 class DigestOutput final : public emlhost::Output {
   public:
     DigestOutput() : Output(Seeking::kNotAtAll) {}
@@ -36,7 +36,7 @@ class DigestOutput final : public emlhost::Output {
     Sha256 hash_;
 };
 
-// Learns the sizes, and the digests where they are wanted.
+// Determines the sizes, and the digests if they are wanted.
 class RowVisitor final : public AttachmentVisitor {
   public:
     explicit RowVisitor(const RowOptions& options) : options_(options) {}
@@ -61,7 +61,7 @@ class RowVisitor final : public AttachmentVisitor {
     NameSet names_;
 };
 
-// Calls take(piece) for the bytes of `input` until it gives false.
+// Calls take(piece) for the bytes of `input` until it returns false.
 template <typename Take>
 void readPieces(emlhost::Input& input, Take take) {
     EmlIOobj* object = input.object();

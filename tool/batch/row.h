@@ -24,7 +24,7 @@ struct RowOptions {
     bool digest = false;
 };
 
-// What came of an item. The numbers travel from process to process.
+// What came of an item. Processes send each other these numbers.
 enum class RowKind : uint8_t {
     kGood = 1,
     kError = 2,   // the row says what is wrong
@@ -38,7 +38,7 @@ struct BatchRow {
     bool outOfMemory = false;
 };
 
-// Reads the item. Throws std::bad_alloc where even the row does not fit.
+// Reads the item. Throws std::bad_alloc if there is no memory even for the row.
 BatchRow readItem(const BatchItem& item, const RowOptions& options);
 
 // The row of an item that cannot be read.

@@ -51,7 +51,7 @@ void RowOutput::create(bool resume) {
         throw Problem(ExitCode::kOutput, "no-file", path_,
                       "is no regular file; redirect standard output to it");
     }
-    // An engine may start a task again while the first attempt is still at work.
+    // An engine may restart a task while the first attempt is still running.
     if (::flock(file_.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
         throw Problem(ExitCode::kOutput, "in-use", path_, "another eml is writing it");
     }
@@ -81,8 +81,8 @@ void RowOutput::write(std::string_view lines) {
 }
 
 void RowOutput::cutAfterWholeLine(std::string_view written) {
-    size_t whole = written.rfind('\n') + 1;  // 0 where there is none
-    // Where this fails as well, --resume cuts.
+    size_t whole = written.rfind('\n') + 1;  // 0 if there is none
+    // If this fails too, --resume cuts the file.
     [[maybe_unused]] int result = ::ftruncate(file_.get(), static_cast<off_t>(length_ + whole));
 }
 

@@ -14,7 +14,7 @@ namespace emltool {
 class RowOutput {
   public:
     // `path` is "" for standard output. With `resume` the file is continued: what follows its last whole line
-    // is cut off, and its rows are `finished`; without, it must not exist. Throws Problem.
+    // is cut off, and its rows are added to `finished`. Without, it must not exist. Throws Problem.
     RowOutput(std::string path, bool resume, FinishedRows& finished);
 
     // Writes whole lines. Throws Problem, StandardOutputProblem or BrokenPipe. A file then ends with the last

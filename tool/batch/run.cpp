@@ -12,11 +12,11 @@ namespace emltool {
 
 namespace {
 
-constexpr size_t kMaxSlots = 4096;                  // rows and tasks that wait for one before them
+constexpr size_t kMaxSlots = 4096;                  // rows and tasks that wait for an earlier one
 constexpr size_t kMaxHeldBytes = size_t{64} << 20;  // in such rows
 constexpr unsigned kMaxDeaths = 3;                  // of workers, of one message
 
-// A worker holds neither the input of the parent nor its output open.
+// A worker must not hold the parent's input and output open.
 void leaveStreams(int output) {
     if (output > STDERR_FILENO) ::close(output);
     int nothing = ::open("/dev/null", O_RDWR | O_CLOEXEC);
@@ -77,12 +77,12 @@ BatchCounts BatchRun::run() {
     return counts_;
 }
 
-// Gives the workers what they have room for. False when there is nothing now that they could be given; true
-// also after a good deal of work without an end, since workers want to be heard in between.
+// Gives the workers as much as they have room for. False if nothing more can be given now; true also after
+// much work without an end, since replies must be read in between.
 bool BatchRun::fill() {
-    constexpr int kGoodDeal = 1000;
+    constexpr int kMaxSteps = 1000;
     awaited_ = -1;
-    for (int i = 0; i < kGoodDeal; ++i) {
+    for (int i = 0; i < kMaxSteps; ++i) {
         if (!pool_.hasRoom()) return false;
         if (!again_.empty()) {
             pool_.give(*again_.front());
@@ -94,11 +94,11 @@ bool BatchRun::fill() {
     return true;
 }
 
-// One step of one source. False when there is nothing to take now.
+// One step of one source. False if there is nothing to take now.
 bool BatchRun::take() {
     if (open_.empty()) return false;
     bool isFull = isOrdered() && (slots_.size() >= kMaxSlots || heldBytes_ >= kMaxHeldBytes);
-    // What comes before all others must go on, or nothing ever would.
+    // The first slot must always advance, or nothing ever would.
     if (isFull && slots_.front().source == nullptr) return false;
     Slot& slot = isFull ? slots_.front() : *open_.back();
     FoundItem found;
@@ -129,7 +129,7 @@ BatchRun::Slot& BatchRun::insert(Slots::iterator before) {
     return *slot;
 }
 
-// Puts what was found before the open slot that gave it.
+// Puts what was found before the open slot that it came from.
 void BatchRun::add(Slot& before, FoundItem found) {
     const BatchItem& item = found.item;
     if (found.leftOut != nullptr) {
@@ -173,7 +173,7 @@ void BatchRun::handle(PoolEvent& event) {
             settle(slot, problemRow(slot.item, timeoutProblem(path, options_.timeout)), true);
             return;
         case PoolEvent::Kind::kDied:
-            // Somebody else may have ended the worker, so the message has another chance.
+            // Another program may have killed the worker, so the message has another chance.
             if (++slot.deaths < kMaxDeaths) {
                 again_.push_back(&slot);
             } else {

@@ -50,13 +50,13 @@ class BatchRun {
     BatchRun(const BatchRun&) = delete;
     BatchRun& operator=(const BatchRun&) = delete;
 
-    // Reads everything. Throws Problem, StandardOutputProblem or BrokenPipe where it cannot go on. A signal
-    // that asks for the end ends the process, once the output is whole.
+    // Reads everything. Throws Problem, StandardOutputProblem or BrokenPipe if it cannot go on. After SIGINT,
+    // SIGTERM or SIGHUP the process ends once the output is whole.
     BatchCounts run();
 
   private:
-    // The slots are the order of the input. One that has a source is open: what the source gives is put before
-    // it, until that ends.
+    // The slots are in the order of the input. One that has a source is open: what the source returns is put
+    // before it, until the source ends.
     struct Slot : PoolTask {
         std::list<Slot>::iterator self;
         std::unique_ptr<ItemSource> source;  // an open one has it
@@ -65,7 +65,7 @@ class BatchRun {
     };
     using Slots = std::list<Slot>;
 
-    // One worker keeps the order by itself, save that an mbox is known for one only when it is looked at.
+    // One worker keeps the order by itself, except that an mbox is recognised only when it is read.
     bool isOrdered() const { return options_.ordered || options_.jobs == 1; }
 
     void open(Slots::iterator before, std::unique_ptr<ItemSource> source);
@@ -86,11 +86,11 @@ class BatchRun {
     ProgressLine progress_;
     WorkerPool pool_;
     Slots slots_;
-    std::vector<Slot*> open_;  // the last is taken from first
+    std::vector<Slot*> open_;  // the last one is read first
     std::deque<Slot*> again_;  // to be given to a worker once more
     size_t heldBytes_ = 0;     // in rows that wait for their turn
     std::string ready_;        // rows for the output
-    int awaited_ = -1;         // the descriptor of a source that has nothing now
+    int awaited_ = -1;         // the descriptor of a source that must be waited for
     BatchCounts counts_;
 };
 

@@ -26,7 +26,7 @@ ItemSource::Next ArgumentSource::next(FoundItem& found) {
 
 ListSource::ListSource(char separator) : list_(STDIN_FILENO, separator) {}
 
-// Whoever writes the paths may wait for rows, so this never waits.
+// The writer of the paths may wait for rows, so this never waits.
 ItemSource::Next ListSource::next(FoundItem& found) {
     std::string path;
     while (!list_.next(path)) {
@@ -51,7 +51,7 @@ ItemSource::Next FolderSource::next(FoundItem& found) {
     return Next::kFound;
 }
 
-// An mbox that cannot be read to its end has its last row for that.
+// If an mbox cannot be read to its end, its last row says so.
 ItemSource::Next MboxSource::next(FoundItem& found) {
     if (failed_) return Next::kEnd;
     found = itemAt(path_, false);

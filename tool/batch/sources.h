@@ -15,12 +15,13 @@ namespace emltool {
 
 class ItemSource;
 
-// One thing that a source gives: an item to read, or one that cannot be, or another source in its place.
+// One thing that a source returns: an item to read, or one that cannot be read, or another source in its
+// place.
 struct FoundItem {
     BatchItem item;
     bool named = false;  // by the user; not found in a folder or an mbox
     std::optional<Problem> problem;
-    const char* leftOut = nullptr;  // why this is nothing to read
+    const char* leftOut = nullptr;  // why this is not read
     std::unique_ptr<ItemSource> source;
 };
 
@@ -36,7 +37,7 @@ class ItemSource {
     virtual int descriptor() const { return -1; }
 };
 
-// The paths of the command line; the `list`, if there is one, stands where "-" is.
+// The paths of the command line; "-" stands for the paths that standard input names.
 class ArgumentSource final : public ItemSource {
   public:
     ArgumentSource(std::vector<std::string> paths, char separator)

@@ -42,12 +42,12 @@ bool writeReply(int descriptor, const BatchRow& row) {
     return emlhost::writeAll(descriptor, {reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()}) == 0;
 }
 
-// Memory above what the program itself takes. The hard limit stays, so that liftMemoryLimit can.
+// Memory in addition to what the program itself takes. The hard limit stays, so that liftMemoryLimit can.
 void limitMemory(uint64_t maxBytes) {
     if (maxBytes != 0) setSoftLimit(RLIMIT_AS, static_cast<rlim_t>(addressSpace() + maxBytes));
 }
 
-// A row that says that memory ran out must itself find some.
+// The row that reports the lack of memory needs some itself.
 void liftMemoryLimit() { setSoftLimit(RLIMIT_AS, RLIM_INFINITY); }
 
 BatchRow readWithinLimits(const BatchItem& item, const RowOptions& options) {
@@ -62,7 +62,7 @@ BatchRow readWithinLimits(const BatchItem& item, const RowOptions& options) {
 }  // namespace
 
 int workThrough(int tasks, int replies, const WorkerOptions& options) noexcept {
-    setSoftLimit(RLIMIT_CORE, 0);  // thousands of bad messages should not leave thousands of core files
+    setSoftLimit(RLIMIT_CORE, 0);  // thousands of bad messages must not leave thousands of core files
     limitMemory(options.maxMemory);
     try {
         BatchItem item;

@@ -12,7 +12,7 @@ struct WorkerOptions {
     uint64_t maxMemory = 0;  // bytes that one message may take; 0 is any number
 };
 
-// Takes items from one pipe and gives rows to the other, until the first ends. Gives the exit code.
+// Reads items from one pipe and writes rows to the other, until the first ends. Returns the exit code.
 int workThrough(int tasks, int replies, const WorkerOptions& options) noexcept;
 
 }  // namespace emltool

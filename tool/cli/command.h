@@ -1,9 +1,10 @@
-// The commands of the tool, each in a file of its own: command_NAME.cpp.
+// The commands of the tool, each in a file of its own: commands/NAME.cpp.
 #pragma once
 
 #include <memory>
 #include <span>
 
+#include "tool/cli/choices.h"
 #include "tool/terminal/console.h"
 
 namespace CLI {
@@ -12,7 +13,7 @@ class App;
 
 namespace emltool {
 
-// Options that every command knows.
+// Options of all commands.
 struct GlobalOptions {
     bool json = false;
 };
@@ -22,7 +23,7 @@ class CommandRun {
   public:
     virtual ~CommandRun() = default;
 
-    // Throws Problem, for instance where the options make no sense; BrokenPipe; std::bad_alloc.
+    // Throws Problem, for instance if the options contradict each other; BrokenPipe; std::bad_alloc.
     virtual ExitCode run(Console& console, const GlobalOptions& options) = 0;
 };
 
@@ -30,10 +31,12 @@ class CommandRun {
 struct Command {
     const char* name;
     const char* summary;
-    const char* arguments;  // what stands behind the options: "FILE..."
-    const char* footer;     // behind the options in `eml NAME --help`
-    // Declares the options of the command in `app`; they are filled in when it has parsed.
+    const char* arguments;  // what follows the options: "FILE..."
+    const char* footer;     // after the options in `eml NAME --help`
+    // Declares the options of the command in `app`; they have their values when it has parsed.
     std::unique_ptr<CommandRun> (*declare)(CLI::App& app);
+    // Its options, or arguments, that take one of a few words.
+    std::span<const Choices> choices = {};
 };
 
 extern const Command kShowCommand;

@@ -26,7 +26,7 @@ struct Parsed {
     std::unique_ptr<CommandRun> run;
 };
 
-// Names of the options that can stand where `option` stood: "--json", "-r".
+// The names of the options: "--json", "-r".
 std::vector<std::string> optionNames(const CLI::App& app) {
     std::vector<std::string> names;
     for (const CLI::Option* option : app.get_options()) {
@@ -48,7 +48,7 @@ Problem unknownOption(const std::string& argument, const CLI::App& app, const Pa
         std::vector<std::string> more = optionNames(*parsed.commandApp);
         names.insert(names.end(), more.begin(), more.end());
     }
-    // One letter is like every other.
+    // A single letter resembles every other.
     std::string hint = option.size() > 2 ? didYouMean(option, names) : "";
     if (hint.empty()) {
         std::string command = parsed.command == nullptr ? "" : std::string(parsed.command->name) + " ";
@@ -70,8 +70,8 @@ bool isCommand(const std::string& word) {
                        [&](const Command* command) { return word == command->name; });
 }
 
-// "eml FILE" shows the file: where the first word is no command but a file, or standard input, "show" is put
-// before it.
+// "eml FILE" shows the file: if the first word is not a command but a file, or standard input, "show" is
+// inserted before it.
 std::vector<std::string> withDefaultCommand(std::vector<std::string> arguments) {
     for (size_t i = 0; i < arguments.size(); ++i) {
         const std::string& word = arguments[i];
@@ -93,7 +93,7 @@ std::vector<std::string> withDefaultCommand(std::vector<std::string> arguments) 
     return arguments;
 }
 
-// What nobody has taken: an unknown option, else a word where no command stood before it.
+// Arguments that are left over: an unknown option, or else a word that is no command.
 void refuseExtras(const CLI::App& app, const Parsed& parsed) {
     std::vector<std::string> extras = app.remaining(true);
     std::erase(extras, "--");
@@ -105,7 +105,7 @@ void refuseExtras(const CLI::App& app, const Parsed& parsed) {
     throw usageProblem(fmt::format("{}: unexpected argument {}", parsed.command->name, extras.front()));
 }
 
-// The option that the parser's text is about: it begins with the name.
+// The option that the parser's message is about; the message begins with its name.
 const CLI::Option* optionNamed(const CLI::App& app, std::string_view name) {
     for (const CLI::Option* option : app.get_options()) {
         if (option->get_name() == name) return option;
@@ -116,7 +116,7 @@ const CLI::Option* optionNamed(const CLI::App& app, std::string_view name) {
     return nullptr;
 }
 
-// "--force=maybe", for an option that is there or not.
+// "--force=maybe": a value for an option that takes none.
 std::string flagWithValue(const CLI::App& app, const std::vector<std::string>& arguments) {
     for (const std::string& argument : arguments) {
         size_t equals = argument.find('=');
@@ -128,7 +128,7 @@ std::string flagWithValue(const CLI::App& app, const std::vector<std::string>& a
     return "";
 }
 
-// What the parser did not like, in our words.
+// What the parser rejected, in our words.
 Problem parserProblem(const CLI::ParseError& error, const CLI::App& app,
                       const std::vector<std::string>& arguments) {
     std::string flag = flagWithValue(app, arguments);
@@ -147,18 +147,11 @@ Problem parserProblem(const CLI::ParseError& error, const CLI::App& app,
         fmt::format("{} needs a value, {}: {}", name, option->get_type_name(), option->get_description()));
 }
 
-ColorChoice parseColor(const std::string& text) {
-    if (text == "auto") return ColorChoice::kAuto;
-    if (text == "always") return ColorChoice::kAlways;
-    if (text == "never") return ColorChoice::kNever;
-    throw usageProblem(fmt::format("--color={}: no such choice; it is auto, always or never", text));
-}
-
-// Each command declares its options in an application of its own; the global ones stand anywhere.
+// Each command declares its options in an application of its own; the global ones may stand anywhere.
 void parse(CLI::App& app, const std::vector<std::string>& arguments, Parsed& parsed) {
     declareGlobalOptions(app, parsed.global);
     app.allow_extras();
-    app.require_subcommand(0, 1);  // a file may be called like a command
+    app.require_subcommand(0, 1);  // a file may have the name of a command
     std::vector<std::pair<CLI::App*, std::unique_ptr<CommandRun>>> runs;
     for (const Command* command : commands()) {
         CLI::App* commandApp = app.add_subcommand(command->name, command->summary);
@@ -186,7 +179,7 @@ ExitCode runParsed(CLI::App& app, Parsed& parsed, Console& console) {
     Verbosity verbosity = parsed.global.quiet     ? Verbosity::kQuiet
                           : parsed.global.verbose ? Verbosity::kVerbose
                                                   : Verbosity::kNormal;
-    console = Console(parseColor(parsed.global.color), verbosity);
+    console = Console(static_cast<ColorChoice>(kColorChoices.parse(parsed.global.color)), verbosity);
     if (parsed.global.help) {
         console.print(parsed.command == nullptr
                           ? mainHelp(app, console.style())
@@ -199,7 +192,7 @@ ExitCode runParsed(CLI::App& app, Parsed& parsed, Console& console) {
 }
 
 int endByBrokenPipe() {
-    // As the signal does where it is not ignored.
+    // As the signal does if it is not ignored.
     std::signal(SIGPIPE, SIG_DFL);
     std::raise(SIGPIPE);
     return 128 + SIGPIPE;

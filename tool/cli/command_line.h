@@ -6,7 +6,7 @@
 
 namespace emltool {
 
-// Runs the tool with the arguments behind its name and gives its exit code. Reports all problems itself.
+// Runs the tool with the arguments after its name and returns its exit code. Reports all problems itself.
 int runTool(const std::vector<std::string>& arguments);
 
 }  // namespace emltool

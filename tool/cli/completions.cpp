@@ -3,7 +3,7 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
-#include <array>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -14,48 +14,38 @@ namespace emltool {
 
 namespace {
 
-// Options whose value is one of a few words.
-struct Choices {
-    const char* option;
-    const char* words;
-};
-constexpr std::array kChoices = {
-    Choices{"color", "auto always never"},
-    Choices{"to", "html rtf text"},
-    Choices{"on-conflict", "rename skip overwrite fail"},
-};
-
 struct OptionRow {
     std::vector<std::string> shortNames;
     std::vector<std::string> longNames;
     std::string description;
     bool takesValue;
     bool takesPath;
-
-    std::string_view choices() const {
-        for (const Choices& choice : kChoices) {
-            for (const std::string& name : longNames) {
-                if (name == choice.option) return choice.words;
-            }
-        }
-        return "";
-    }
+    std::string choices;  // the words that it takes, with blanks between them
 };
 
 struct CommandRow {
     std::string name;
     std::string summary;
     bool takesFiles;
+    std::string choices;  // the words that the argument takes
     std::vector<OptionRow> options;
 };
 
-std::vector<OptionRow> optionsOf(const CLI::App& app) {
+std::string wordsOf(std::span<const Choices> choices, std::string_view name) {
+    for (const Choices& one : choices) {
+        if (one.option == name) return fmt::format("{}", fmt::join(one.words, " "));
+    }
+    return "";
+}
+
+std::vector<OptionRow> optionsOf(const CLI::App& app, std::span<const Choices> choices) {
     std::vector<OptionRow> rows;
     for (const CLI::Option* option : app.get_options()) {
         if (option->get_positional()) continue;
         std::string type = option->get_type_name();
         rows.push_back({option->get_snames(), option->get_lnames(), option->get_description(),
-                        option->get_expected_max() > 0, type == "DIR" || type == "OUT" || type == "FILE"});
+                        option->get_expected_max() > 0, type == "DIR" || type == "OUT" || type == "FILE",
+                        wordsOf(choices, option->get_lnames().empty() ? "" : option->get_lnames().front())});
     }
     return rows;
 }
@@ -69,7 +59,8 @@ std::vector<CommandRow> commandRows() {
         std::string_view arguments = command->arguments;
         bool takesFiles = arguments.find("FILE") != std::string_view::npos ||
                           arguments.find("PATH") != std::string_view::npos;
-        rows.push_back({command->name, command->summary, takesFiles, optionsOf(app)});
+        rows.push_back({command->name, command->summary, takesFiles,
+                        wordsOf(command->choices, command->arguments), optionsOf(app, command->choices)});
     }
     return rows;
 }
@@ -78,7 +69,7 @@ std::vector<OptionRow> globalRows() {
     CLI::App app;
     GlobalArguments arguments;
     declareGlobalOptions(app, arguments);
-    return optionsOf(app);
+    return optionsOf(app, {&kColorChoices, 1});
 }
 
 std::vector<std::string> dashed(const OptionRow& row) {
@@ -96,7 +87,7 @@ std::string words(const std::vector<OptionRow>& rows) {
     return fmt::format("{}", fmt::join(all, " "));
 }
 
-// "'" in a word within single quotes of a shell.
+// `text` for a place between single quotes of a shell.
 std::string inSingleQuotes(std::string_view text) {
     std::string result;
     for (char c : text) result += c == '\'' ? std::string("'\\''") : std::string(1, c);
@@ -110,15 +101,15 @@ std::string commandNames(const std::vector<CommandRow>& rows, std::string_view s
     return names;
 }
 
-// Words behind an option that takes one of them, for the case statement of bash.
+// The words that an option takes, for the case statement of bash.
 std::string bashValues(const std::vector<OptionRow>& rows) {
     std::string text;
     for (const OptionRow& row : rows) {
         if (!row.takesValue) continue;
         std::string names = fmt::format("{}", fmt::join(dashed(row), "|"));
-        if (!row.choices().empty()) {
+        if (!row.choices.empty()) {
             text += fmt::format("        {}) COMPREPLY=($(compgen -W '{}' -- \"$word\")); return ;;\n", names,
-                                row.choices());
+                                row.choices);
         } else if (!row.takesPath) {
             text += fmt::format("        {}) return ;;\n", names);
         }
@@ -138,9 +129,9 @@ std::string zshOption(const OptionRow& row) {
         bool isLong = name.starts_with("--");
         std::string value;
         if (row.takesValue) {
-            std::string action = !row.choices().empty() ? fmt::format("({})", row.choices())
-                                 : row.takesPath        ? "_files"
-                                                        : " ";
+            std::string action = !row.choices.empty() ? fmt::format("({})", row.choices)
+                                 : row.takesPath      ? "_files"
+                                                      : " ";
             value = fmt::format(":value:{}", action);
         }
         text += fmt::format(" \\\n        '*{}{}[{}]{}'", name, row.takesValue && isLong ? "=" : "",
@@ -153,8 +144,8 @@ std::string fishOption(const OptionRow& row, std::string_view condition) {
     std::string text = fmt::format("complete -c eml{}", condition);
     for (const std::string& name : row.shortNames) text += " -s " + name;
     for (const std::string& name : row.longNames) text += " -l " + name;
-    if (!row.choices().empty()) {
-        text += fmt::format(" -x -a '{}'", row.choices());
+    if (!row.choices.empty()) {
+        text += fmt::format(" -x -a '{}'", row.choices);
     } else if (row.takesValue) {
         text += row.takesPath ? " -r -F" : " -x";
     }
@@ -188,8 +179,8 @@ std::string bashCompletions() {
         text += fmt::format("    {})\n        options+=' {}'\n", row.name, words(row.options));
         std::string values = bashValues(row.options);
         if (!values.empty()) text += "        case $previous in\n" + values + "        esac\n";
-        if (row.name == "completions") {
-            text += "        COMPREPLY=($(compgen -W 'bash zsh fish' -- \"$word\")); return\n";
+        if (!row.choices.empty()) {
+            text += fmt::format("        COMPREPLY=($(compgen -W '{}' -- \"$word\")); return\n", row.choices);
         }
         text += "        ;;\n";
     }
@@ -217,9 +208,9 @@ std::string zshCompletions() {
     for (const CommandRow& row : rows) {
         std::string options;
         for (const OptionRow& option : row.options) options += zshOption(option);
-        std::string rest = row.name == "completions" ? "'*:shell:(bash zsh fish)'"
-                           : row.takesFiles          ? "'*:file:_files'"
-                                                     : "";
+        std::string rest = !row.choices.empty() ? fmt::format("'*:shell:({})'", row.choices)
+                           : row.takesFiles     ? "'*:file:_files'"
+                                                : "";
         text += fmt::format(
             "    {})\n        options+=({})\n        _arguments -S $options '1:command:(({}))' {}\n"
             "        ;;\n",
@@ -239,7 +230,7 @@ std::string fishCompletions() {
         text += fmt::format("complete -c eml{} -a {} -d '{}'\n", none, row.name, inSingleQuotes(row.summary));
         std::string here = fmt::format(" -n '__fish_seen_subcommand_from {}'", row.name);
         for (const OptionRow& option : row.options) text += fishOption(option, here);
-        if (row.name == "completions") text += "complete -c eml" + here + " -x -a 'bash zsh fish'\n";
+        if (!row.choices.empty()) text += fmt::format("complete -c eml{} -x -a '{}'\n", here, row.choices);
     }
     return text;
 }

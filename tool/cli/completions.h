@@ -5,7 +5,7 @@
 
 namespace emltool {
 
-// The script that teaches a shell the commands and their options, made from the same table as the help.
+// The script that tells a shell the commands and their options, made from the same table as the help.
 std::string bashCompletions();
 std::string zshCompletions();
 std::string fishCompletions();

@@ -1,13 +1,18 @@
-// The options that stand before or behind every command.
+// The options that may stand before or after every command.
 #pragma once
 
 #include <string>
+
+#include "tool/cli/choices.h"
 
 namespace CLI {
 class App;
 }
 
 namespace emltool {
+
+// Of --color, in the order of ColorChoice.
+extern const Choices kColorChoices;
 
 struct GlobalArguments {
     bool json = false;

@@ -64,7 +64,7 @@ std::string mainHelp(const CLI::App& app, const Style& style) {
         {"70", "internal error, out of memory"},
     };
     for (const auto& code : kCodes) text += row(code[0], code[1], style);
-    text += "\nA FILE of - is standard input; -- ends the options. \"eml COMMAND --help\" tells more.\n";
+    text += "\nA FILE of - is standard input; -- ends the options. See also \"eml COMMAND --help\".\n";
     return text;
 }
 

@@ -18,7 +18,7 @@ namespace {
 constexpr unsigned kMaxJobs = 4096;
 constexpr uint64_t kMinMemory = uint64_t{16} << 20;
 
-// Those that this process may use.
+// The processors that this process may use.
 unsigned processors() {
     cpu_set_t set;
     int count = ::sched_getaffinity(0, sizeof set, &set) == 0 ? CPU_COUNT(&set) : 1;
@@ -31,29 +31,30 @@ class BatchCommandRun final : public CommandRun {
         app.add_option("PATH", options_.paths,
                        "messages, folders, mbox files; - reads paths from standard input")
             ->type_name("");
-        app.add_flag("-0,--null", null_, "the paths on standard input end with a zero byte");
+        app.add_flag("-0,--null", null_, "paths on standard input end with a zero byte");
         app.add_option("--name", options_.pattern, "only files in folders with such names, as in '*.eml'")
             ->type_name("GLOB");
         app.add_option("-o,--output", options_.output, "write the rows to FILE, which must not exist")
             ->type_name("FILE");
-        app.add_flag("--resume", options_.resume, "go on with FILE, where an earlier run wrote a part of it");
-        app.add_option("-j,--jobs", jobs_, "worker processes; 0 is one for each processor (default: 1)")
+        app.add_flag("--resume", options_.resume, "continue FILE, which an earlier run has begun");
+        app.add_option("-j,--jobs", jobs_, "worker processes; 0 means one per processor (default: 1)")
             ->type_name("N");
         app.add_flag("--ordered", options_.ordered,
-                     "rows in the order of the input, also with several workers");
+                     "rows in the order of the input, even with several workers");
         app.add_option("--shard", shard_, "only the K-th of N shares, by a hash of the path")
             ->type_name("K/N");
-        app.add_option("--timeout", timeout_, "give up a message after SECONDS; 0 is never (default: 300)")
+        app.add_option("--timeout", timeout_,
+                       "give up on a message after SECONDS; 0 means never (default: 300)")
             ->type_name("SECONDS");
         app.add_option("--max-memory", memory_,
-                       "give up a message that takes more, as in 512M (default: no limit)")
+                       "give up on a message that needs more, as in 512M (default: no limit)")
             ->type_name("SIZE");
         app.add_flag("-r,--recursive", options_.worker.row.recursive,
                      "open embedded messages and winmail.dat");
-        app.add_flag("--text", options_.worker.row.text, "with the text of the message");
-        app.add_flag("--digest", options_.worker.row.digest, "with SHA-256 of message and attachments");
-        app.add_flag("--force", options_.worker.row.force, "read also what does not look like a message");
-        app.add_flag("--errors-ok", errorsOk_, "exit with 0 when all is read, with error rows too");
+        app.add_flag("--text", options_.worker.row.text, "include the text of the message");
+        app.add_flag("--digest", options_.worker.row.digest, "include SHA-256 of message and attachments");
+        app.add_flag("--force", options_.worker.row.force, "also read what does not look like a message");
+        app.add_flag("--errors-ok", errorsOk_, "exit with 0 once everything is read, even with error rows");
     }
 
     ExitCode run(Console& console, const GlobalOptions&) override {
@@ -141,16 +142,16 @@ std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<Bat
 
 const Command kBatchCommand = {
     "batch", "many messages, folders and mbox files: one JSON line each", "PATH...|-",
-    "Each message is read by a worker process. One that crashes it, takes too long or takes too much memory\n"
-    "has an error in its row, and the work goes on. Folders are read with all that is in them, in the order "
-    "of\n"
-    "the names; a file that begins with \"From \" is an mbox, whose messages have an index. \"eml schema\" "
-    "prints\n"
-    "what a row holds.\n\n"
-    "Exit codes: 0 all read, 1 finished with errors in some rows, 2 and above not finished.\n\n"
+    "Worker processes read the messages. One that crashes its worker, takes too long or needs too much "
+    "memory\n"
+    "has an error in its row, and the work continues. Folders are read with everything in them, in the "
+    "order\n"
+    "of the names. A file that begins with \"From \" is an mbox, whose messages have an index.\n"
+    "\"eml schema\" prints what a row holds.\n\n"
+    "Exit codes: 0 everything read, 1 finished with errors in some rows, 2 and above not finished.\n\n"
     "Examples:\n"
     "  eml batch -j 0 -o rows.jsonl archive/          all processors\n"
-    "  eml batch -j 0 -o rows.jsonl --resume archive/ goes on where that was ended\n"
+    "  eml batch -j 0 -o rows.jsonl --resume archive/ continues where that stopped\n"
     "  eml batch --shard=3/16 archive/                the third of 16 parts, on any machine\n"
     "  find archive -name '*.eml' -print0 | eml batch -0 - | jq -r .message.metadata.subject\n",
     declare};

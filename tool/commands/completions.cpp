@@ -2,6 +2,7 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <array>
 
 #include "tool/cli/command.h"
 #include "tool/cli/completions.h"
@@ -10,6 +11,10 @@ namespace emltool {
 
 namespace {
 
+constexpr std::array<std::string_view, 3> kShells = {"bash", "zsh", "fish"};
+constexpr Choices kShellChoices{"SHELL", "shell", kShells};
+constexpr std::array kScripts = {&bashCompletions, &zshCompletions, &fishCompletions};  // of kShells
+
 class CompletionsRun final : public CommandRun {
   public:
     explicit CompletionsRun(CLI::App& app) {
@@ -17,18 +22,15 @@ class CompletionsRun final : public CommandRun {
     }
 
     ExitCode run(Console& console, const GlobalOptions&) override {
-        if (shell_ == "bash") {
-            console.print(bashCompletions());
-        } else if (shell_ == "zsh") {
-            console.print(zshCompletions());
-        } else if (shell_ == "fish") {
-            console.print(fishCompletions());
-        } else if (shell_.empty()) {
-            throw usageProblem("completions: no SHELL given; it is bash, zsh or fish");
-        } else {
-            throw usageProblem(
-                fmt::format("completions: no such shell, {}; it is bash, zsh or fish", shell_));
+        if (shell_.empty()) {
+            throw usageProblem(fmt::format("completions: no SHELL given; it is {}", kShellChoices.list()));
         }
+        const std::optional<size_t> shell = kShellChoices.find(shell_);
+        if (!shell) {
+            throw usageProblem(
+                fmt::format("completions: no such shell, {}; it is {}", shell_, kShellChoices.list()));
+        }
+        console.print(kScripts[*shell]());
         return ExitCode::kDone;
     }
 
@@ -40,11 +42,14 @@ std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<Com
 
 }  // namespace
 
-const Command kCompletionsCommand = {"completions", "print completions for bash, zsh or fish", "SHELL",
+const Command kCompletionsCommand = {"completions",
+                                     "print completions for bash, zsh or fish",
+                                     "SHELL",
                                      "Examples:\n"
                                      "  . <(eml completions bash)\n"
                                      "  eml completions zsh > ~/.zfunc/_eml\n"
                                      "  eml completions fish > ~/.config/fish/completions/eml.fish\n",
-                                     declare};
+                                     declare,
+                                     {&kShellChoices, 1}};
 
 }  // namespace emltool

@@ -4,8 +4,11 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <array>
 
 #include "tool/cli/command.h"
+#include "tool/commands/each_file.h"
+#include "tool/commands/message_arguments.h"
 #include "tool/message/extraction.h"
 #include "tool/message/json_text.h"
 #include "tool/text/visible_text.h"
@@ -14,7 +17,11 @@ namespace emltool {
 
 namespace {
 
-// Notes which sub-files are chosen, and does nothing else.
+constexpr std::array<std::string_view, 4> kConflictWords = {"rename", "skip", "overwrite",
+                                                            "fail"};  // OnConflict
+constexpr Choices kConflictChoices{"on-conflict", "choice", kConflictWords};
+
+// Only notes which sub-files are chosen.
 class ChoiceVisitor final : public AttachmentVisitor {
   public:
     explicit ChoiceVisitor(Selection& selection) : selection_(selection) {}
@@ -85,29 +92,27 @@ std::string noteOf(const SubFileEntry& entry) {
 
 class ExtractRun final : public CommandRun {
   public:
-    explicit ExtractRun(CLI::App& app) {
-        app.add_option("FILE", files_, "the message; - is standard input")->type_name("");
+    explicit ExtractRun(CLI::App& app) : messages_(app, MessageArguments::Count::kOne) {
         app.add_option("-n,--number", numbers_,
                        "sub-file to extract, as \"eml list\" numbers them (repeatable)")
             ->type_name("N")
             ->allow_extra_args(false);
         app.add_flag("-r,--recursive", recursive_,
-                     "attachments of embedded messages and winmail.dat too, 32 deep at most");
-        app.add_option("-o,--output", folder_, "folder to write into, made if missing; - is standard output")
+                     "also attachments of embedded messages and winmail.dat, at most 32 deep");
+        app.add_option("-o,--output", folder_,
+                       "folder to write into, created if missing; - is standard output")
             ->type_name("DIR");
         app.add_option("--on-conflict", onConflict_,
-                       "when a file exists: rename, skip, overwrite or fail (the default)")
+                       "if a file exists: rename, skip, overwrite or fail (the default)")
             ->type_name("WHAT");
         app.add_flag("-l,--list", onlyList_, "show what would be extracted, write nothing");
-        app.add_flag("--force", force_, "read the file even if it does not look like a message");
+        messages_.declareForce(app);
     }
 
     ExitCode run(Console& console, const GlobalOptions& options) override {
-        if (files_.empty()) throw usageProblem("extract: no FILE given; see \"eml extract --help\"");
-        if (files_.size() > 1) {
-            throw usageProblem(fmt::format("extract takes one FILE; {} is one too many", files_[1]));
-        }
-        ExtractionOptions extraction{folder_ == "-" ? "" : folder_, parseOnConflict(onConflict_), onlyList_};
+        messages_.check();
+        ExtractionOptions extraction{folder_ == "-" ? "" : folder_,
+                                     static_cast<OnConflict>(kConflictChoices.parse(onConflict_)), onlyList_};
         Selection selection(numbers_, recursive_);
         bool toStandardOutput = folder_ == "-" && !onlyList_;
         if (toStandardOutput && options.json) throw usageProblem("--json and -o - both want standard output");
@@ -115,7 +120,7 @@ class ExtractRun final : public CommandRun {
             throw usageProblem("standard output is a terminal, which an attachment could drive; redirect it");
         }
         try {
-            MessageFile file(files_[0], force_);
+            MessageFile file(messages_.file(), messages_.force());
             if (isEncrypted(file)) {
                 throw Problem(ExitCode::kEncrypted, "encrypted", file.name(),
                               "encrypted (S/MIME); only the header can be shown");
@@ -127,7 +132,7 @@ class ExtractRun final : public CommandRun {
         } catch (const StandardOutputProblem&) {
             throw;
         } catch (const Problem& problem) {
-            if (options.json) console.print(jsonLine(files_[0], nullptr, &problem));
+            if (options.json) console.print(jsonLine(messages_.file(), nullptr, &problem));
             throw;
         }
     }
@@ -139,9 +144,9 @@ class ExtractRun final : public CommandRun {
 
     Problem noSubFile(const MessageFile& file, const std::string& number) const {
         const char* recursive = number.find('.') == std::string::npos ? "" : "-r ";
-        return {
-            ExitCode::kNoSubFile, "no-sub-file", file.name(),
-            fmt::format("no sub-file {}; see \"eml list {}{}\"", number, recursive, shellWord(files_[0]))};
+        return {ExitCode::kNoSubFile, "no-sub-file", file.name(),
+                fmt::format("no sub-file {}; see \"eml list {}{}\"", number, recursive,
+                            shellWord(messages_.file()))};
     }
 
     ExitCode writeToStandardOutput(MessageFile& file, Selection& selection) const {
@@ -166,9 +171,9 @@ class ExtractRun final : public CommandRun {
         Tally tally;
         std::vector<const SubFileEntry*> results;
         gatherResults(tree, results);
-        printWarnings(console, file, tree);
+        printWarnings(console, file.name(), tree);
         for (const SubFileEntry* entry : results) {
-            // What only has its name in the message is a failure for one who asked for it.
+            // Content that is not in the message is a failure only for a user who asked for it.
             bool harmless = entry->problem && !entry->isInFile() && selection.isAll();
             if (harmless) {
                 console.warn(file.name(), entry->problem->text);
@@ -187,18 +192,11 @@ class ExtractRun final : public CommandRun {
             tally.failed(problem.exit);
         }
         if (options.json) {
-            console.print(jsonLine(files_[0], &tree, first ? &*first : nullptr));
+            console.print(jsonLine(messages_.file(), &tree, first ? &*first : nullptr));
         } else if (!console.quiet()) {
             printResults(console, results);
         }
         return tally.exitCode();
-    }
-
-    static void printWarnings(Console& console, const MessageFile& file, const MessageTree& tree) {
-        for (const std::string& warning : tree.warnings) console.warn(file.name(), warning);
-        for (const SubFileEntry& entry : tree.subFiles) {
-            if (entry.message != nullptr) printWarnings(console, file, *entry.message);
-        }
     }
 
     void printResults(Console& console, const std::vector<const SubFileEntry*>& results) const {
@@ -244,13 +242,12 @@ class ExtractRun final : public CommandRun {
         return text;
     }
 
-    std::vector<std::string> files_;
+    MessageArguments messages_;
     std::vector<std::string> numbers_;
     std::string folder_;
     std::string onConflict_ = "fail";
     bool recursive_ = false;
     bool onlyList_ = false;
-    bool force_ = false;
 };
 
 std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<ExtractRun>(app); }
@@ -258,7 +255,9 @@ std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<Ext
 }  // namespace
 
 const Command kExtractCommand = {
-    "extract", "write the attachments of a message to files", "FILE",
+    "extract",
+    "write the attachments of a message to files",
+    "FILE",
     "Names in messages come from strangers. Each becomes a plain file name in the folder: no path, no\n"
     "control characters, no dots in front; two of the same name become \"name (2).ext\". Every file is\n"
     "written under a temporary name and appears when it is complete. With -r all files go into the one\n"
@@ -267,6 +266,7 @@ const Command kExtractCommand = {
     "  eml extract -o out message.eml\n"
     "  eml extract -l message.eml\n"
     "  eml extract -n 2 -o - message.eml | less\n",
-    declare};
+    declare,
+    {&kConflictChoices, 1}};
 
 }  // namespace emltool

@@ -6,8 +6,7 @@
 #include "standalone/charsets.h"
 #include "tool/cli/command.h"
 #include "tool/commands/each_file.h"
-#include "tool/message/json_text.h"
-#include "tool/message/size_visitor.h"
+#include "tool/commands/message_arguments.h"
 #include "tool/message/tree.h"
 #include "tool/text/visible_text.h"
 
@@ -34,7 +33,7 @@ std::string subFileText(const SubFileEntry& entry) {
     return fmt::format("{}  {} ({})", dotted(entry.path), entry.name, size);
 }
 
-// A message without a name of its own: its fields by the names that people know.
+// Prints a message, with the usual names of its fields.
 void printTree(Console& console, const MessageTree& tree) {
     for (const MetadataField& field : tree.metadata) {
         if (field.text) printRow(console, field.name, *field.text);
@@ -51,40 +50,18 @@ void printTree(Console& console, const MessageTree& tree) {
 
 class InfoRun final : public CommandRun {
   public:
-    explicit InfoRun(CLI::App& app) {
-        app.add_option("FILE", files_, "messages; - is standard input")->type_name("");
-        app.add_flag("--force", force_, "read the file even if it does not look like a message");
+    explicit InfoRun(CLI::App& app) : messages_(app, MessageArguments::Count::kMany) {
+        messages_.declareForce(app);
     }
 
     ExitCode run(Console& console, const GlobalOptions& options) override {
-        if (files_.empty()) throw usageProblem("info: no FILE given; see \"eml info --help\"");
-        bool first = true;
-        return forEachFile(
-            console, files_, [&](const std::string& path) { show(console, options, path, first); },
-            [&](const std::string& path, const Problem& problem) {
-                if (options.json) console.print(jsonLine(path, nullptr, &problem));
-            });
+        messages_.check();
+        return forEachTree(console, options.json, messages_, false,
+                           [&](const MessageTree& tree) { printTree(console, tree); });
     }
 
   private:
-    void show(Console& console, const GlobalOptions& options, const std::string& path, bool& first) const {
-        MessageFile file(path, force_);
-        SizeVisitor visitor(false);
-        MessageTree tree = readTree(file, visitor);
-        for (const std::string& warning : tree.warnings) console.warn(file.name(), warning);
-        if (options.json) {
-            console.print(jsonLine(path, &tree, nullptr));
-            return;
-        }
-        if (files_.size() > 1) {
-            console.print((first ? "" : "\n") + console.style().label(visible(file.name()) + ":") + "\n");
-        }
-        first = false;
-        printTree(console, tree);
-    }
-
-    std::vector<std::string> files_;
-    bool force_ = false;
+    MessageArguments messages_;
 };
 
 std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<InfoRun>(app); }
@@ -93,8 +70,8 @@ std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<Inf
 
 const Command kInfoCommand = {
     "info", "who, when and what: metadata, charset, date, attachments", "FILE...",
-    "Fields are decoded to UTF-8. The date is the one that the message was sent on, by its own clock, with\n"
-    "the zone that it names, or -00:00. --json gives one line for each message.\n\n"
+    "Fields are decoded to UTF-8. The date is the time of sending by the sender's clock, with\n"
+    "the time zone that the message names, or -00:00. --json gives one line for each message.\n\n"
     "Examples:\n"
     "  eml info message.eml\n"
     "  eml --json info *.eml | jq -r .message.metadata.subject\n",

@@ -6,8 +6,7 @@
 
 #include "tool/cli/command.h"
 #include "tool/commands/each_file.h"
-#include "tool/message/json_text.h"
-#include "tool/message/size_visitor.h"
+#include "tool/commands/message_arguments.h"
 #include "tool/message/tree.h"
 #include "tool/text/visible_text.h"
 
@@ -47,14 +46,20 @@ std::string sizeText(const std::optional<uint64_t>& size, bool exact) {
 
 void gatherRows(const MessageTree& tree, bool exact, std::vector<Row>& rows) {
     for (const SubFileEntry& entry : tree.subFiles) {
-        // The message inside an embedded message is the embedded message.
+        // The message inside an embedded message is the embedded message itself.
         bool repeated = entry.info.kind == EML_KIND_MESSAGE && entry.path.size() > 1;
         if (!repeated) rows.push_back({dotted(entry.path), sizeText(entry.size, exact), &entry});
         if (entry.message != nullptr) gatherRows(*entry.message, exact, rows);
     }
 }
 
-// Sizes stand below each other at their units, so the heading does as well.
+std::vector<Row> rowsOf(const MessageTree& tree, bool exact) {
+    std::vector<Row> rows;
+    gatherRows(tree, exact, rows);
+    return rows;
+}
+
+// Sizes are aligned at their units, and so is the heading.
 void printRows(Console& console, const std::vector<Row>& rows) {
     size_t numberWidth = 4;
     size_t sizeWidth = 9;
@@ -79,54 +84,24 @@ void printRows(Console& console, const std::vector<Row>& rows) {
     }
 }
 
-void printWarnings(Console& console, const std::string& file, const MessageTree& tree) {
-    for (const std::string& warning : tree.warnings) console.warn(file, warning);
-    for (const SubFileEntry& entry : tree.subFiles) {
-        if (entry.message != nullptr) printWarnings(console, file, *entry.message);
-    }
-}
-
 class ListRun final : public CommandRun {
   public:
-    explicit ListRun(CLI::App& app) {
-        app.add_option("FILE", files_, "messages; - is standard input")->type_name("");
+    explicit ListRun(CLI::App& app) : messages_(app, MessageArguments::Count::kMany) {
         app.add_flag("-r,--recursive", recursive_,
-                     "open embedded messages and winmail.dat too, 32 deep at most");
-        app.add_flag("--force", force_, "read the file even if it does not look like a message");
+                     "also open embedded messages and winmail.dat, at most 32 deep");
+        messages_.declareForce(app);
     }
 
     ExitCode run(Console& console, const GlobalOptions& options) override {
-        if (files_.empty()) throw usageProblem("list: no FILE given; see \"eml list --help\"");
-        bool first = true;
-        return forEachFile(
-            console, files_, [&](const std::string& path) { list(console, options, path, first); },
-            [&](const std::string& path, const Problem& problem) {
-                if (options.json) console.print(jsonLine(path, nullptr, &problem));
-            });
+        messages_.check();
+        return forEachTree(console, options.json, messages_, recursive_, [&](const MessageTree& tree) {
+            printRows(console, rowsOf(tree, console.verbose()));
+        });
     }
 
   private:
-    void list(Console& console, const GlobalOptions& options, const std::string& path, bool& first) const {
-        MessageFile file(path, force_);
-        SizeVisitor visitor(recursive_);
-        MessageTree tree = readTree(file, visitor);
-        printWarnings(console, file.name(), tree);
-        if (options.json) {
-            console.print(jsonLine(path, &tree, nullptr));
-            return;
-        }
-        if (files_.size() > 1) {
-            console.print((first ? "" : "\n") + console.style().label(visible(file.name()) + ":") + "\n");
-        }
-        first = false;
-        std::vector<Row> rows;
-        gatherRows(tree, console.verbose(), rows);
-        printRows(console, rows);
-    }
-
-    std::vector<std::string> files_;
+    MessageArguments messages_;
     bool recursive_ = false;
-    bool force_ = false;
 };
 
 std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<ListRun>(app); }
@@ -134,9 +109,9 @@ std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<Lis
 }  // namespace
 
 const Command kListCommand = {
-    "list", "show a message and its sub-files", "FILE...",
-    "The size of an attachment is that of its content, decoded; the size of the message is that of its\n"
-    "plain text as it is stored. Numbers name sub-files for \"eml extract -n\": 3.1 is sub-file 1 of the\n"
+    "list", "list a message and its sub-files", "FILE...",
+    "The size of an attachment is that of its decoded content; the size of the message is that of its\n"
+    "plain text as stored. Numbers name sub-files for \"eml extract -n\": 3.1 is sub-file 1 of the\n"
     "message that is sub-file 3. -v shows exact sizes, the stored size, and names as they are written.\n\n"
     "Examples:\n"
     "  eml list message.eml\n"

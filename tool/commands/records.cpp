@@ -7,6 +7,7 @@
 
 #include "standalone/charsets.h"
 #include "tool/cli/command.h"
+#include "tool/commands/message_arguments.h"
 #include "tool/message/filter_file.h"
 #include "tool/message/json_text.h"
 #include "tool/text/size_text.h"
@@ -57,7 +58,7 @@ std::string hex(std::span<const uint8_t> bytes) {
     return text;
 }
 
-// What a record says, for a person.
+// What a record means, for a person.
 std::string meaning(const TextRecord& record) {
     switch (record.tag) {
         case RecordTag::kText:
@@ -91,25 +92,21 @@ std::string jsonOf(const TextRecord& record) {
 
 class RecordsRun final : public CommandRun {
   public:
-    explicit RecordsRun(CLI::App& app) {
-        app.add_option("FILE", files_, "the message; - is standard input")->type_name("");
-        app.add_option("--capacity", capacity_, "bytes of the buffer that is filled; 65536 is the default")
+    explicit RecordsRun(CLI::App& app) : messages_(app, MessageArguments::Count::kOne) {
+        app.add_option("--capacity", capacity_, "size of the buffer in bytes (default: 65536)")
             ->type_name("N");
-        app.add_flag("--body-only", bodyOnly_, "no header fields");
-        app.add_flag("--force", force_, "read the file even if it does not look like a message");
+        app.add_flag("--body-only", bodyOnly_, "leave out header fields");
+        messages_.declareForce(app);
     }
 
     ExitCode run(Console& console, const GlobalOptions& options) override {
-        if (files_.empty()) throw usageProblem("records: no FILE given; see \"eml records --help\"");
-        if (files_.size() > 1) {
-            throw usageProblem(fmt::format("records takes one FILE; {} is one too many", files_[1]));
-        }
+        messages_.check();
         constexpr uint32_t kMaxCapacity = uint32_t{1} << 30;
         std::optional<uint32_t> capacity = parseNumber(capacity_);
         if (!capacity || *capacity < 1 || *capacity > kMaxCapacity) {
             throw usageProblem(fmt::format("--capacity={}: it is 1 to {}", capacity_, kMaxCapacity));
         }
-        FilterFile file(files_[0], force_, !bodyOnly_);
+        FilterFile file(messages_.file(), messages_.force(), !bodyOnly_);
         if (file.isEncrypted()) console.warn(file.name(), "encrypted (S/MIME): the body is no text");
         file.read(
             [&](const TextRecord& record) {
@@ -124,10 +121,9 @@ class RecordsRun final : public CommandRun {
     }
 
   private:
-    std::vector<std::string> files_;
+    MessageArguments messages_;
     std::string capacity_ = "65536";
     bool bodyOnly_ = false;
-    bool force_ = false;
 };
 
 std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<RecordsRun>(app); }

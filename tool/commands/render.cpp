@@ -8,6 +8,7 @@
 
 #include "standalone/charsets.h"
 #include "tool/cli/command.h"
+#include "tool/commands/message_arguments.h"
 #include "tool/message/message_file.h"
 #include "tool/message/rendering.h"
 #include "tool/system/document_file.h"
@@ -18,16 +19,10 @@ namespace emltool {
 
 namespace {
 
-constexpr std::array<const char*, 3> kFormNames = {"html", "rtf", "text"};
+constexpr std::array<std::string_view, 3> kFormWords = {"html", "rtf", "text"};  // Form
+constexpr Choices kFormChoices{"to", "form", kFormWords};
 
-const char* nameOf(Form form) { return kFormNames[static_cast<size_t>(form)]; }
-
-Form parseForm(const std::string& text) {
-    const auto* found = std::find(kFormNames.begin(), kFormNames.end(), text);
-    if (found == kFormNames.end())
-        throw usageProblem(fmt::format("--to={}: no such form; it is html, rtf or text", text));
-    return static_cast<Form>(found - kFormNames.begin());
-}
+std::string_view nameOf(Form form) { return kFormWords[static_cast<size_t>(form)]; }
 
 struct Rendering {
     uint32_t options;
@@ -36,26 +31,23 @@ struct Rendering {
 
 class RenderRun final : public CommandRun {
   public:
-    explicit RenderRun(CLI::App& app) {
-        app.add_option("FILE", files_, "the message; - is standard input")->type_name("");
+    explicit RenderRun(CLI::App& app) : messages_(app, MessageArguments::Count::kOne) {
         app.add_option("--to", to_, "html, rtf or text (the default)")->type_name("FORM");
         app.add_option("--charset", charset_,
-                       "charset id of text: 53, UTF-8, is the default; 0 leaves it as it is")
+                       "charset id of the text; 0 leaves it unchanged (default: 53, UTF-8)")
             ->type_name("ID");
-        app.add_flag("--body-only", bodyOnly_, "no header block");
-        app.add_option("-o,--output", outputPath_, "file to write; standard output, also -, is the default")
+        app.add_flag("--body-only", bodyOnly_, "leave out the header block");
+        app.add_option("-o,--output", outputPath_, "file to write; - is standard output (the default)")
             ->type_name("OUT");
         app.add_flag("--overwrite", overwrite_, "replace the file if it exists");
-        app.add_flag("--force", force_, "read the file even if it does not look like a message");
+        messages_.declareForce(app);
     }
 
     ExitCode run(Console& console, const GlobalOptions& options) override {
-        if (files_.empty()) throw usageProblem("render: no FILE given; see \"eml render --help\"");
-        if (files_.size() > 1)
-            throw usageProblem(fmt::format("render takes one FILE; {} is one too many", files_[1]));
+        messages_.check();
         if (options.json) throw usageProblem("render has no JSON form; see \"eml --json info\"");
         if (outputPath_ == "-") outputPath_.clear();
-        Form form = parseForm(to_);
+        Form form = static_cast<Form>(kFormChoices.parse(to_));
         std::optional<uint32_t> charset = parseNumber(charset_);
         if (!charset || (*charset != 0 && emlhost::findCharset(*charset) == nullptr)) {
             throw usageProblem(
@@ -63,7 +55,7 @@ class RenderRun final : public CommandRun {
                             "the text as it is",
                             charset_));
         }
-        MessageFile file(files_[0], force_);
+        MessageFile file(messages_.file(), messages_.force());
         if ((file.message().describe(0).flags & EML_SUB_FILE_ENCRYPTED) != 0) {
             throw Problem(ExitCode::kEncrypted, "encrypted", file.name(),
                           "encrypted (S/MIME); only the header can be shown");
@@ -118,7 +110,7 @@ class RenderRun final : public CommandRun {
         }
     }
 
-    // On a terminal no byte of the sender may drive it.
+    // No byte of the sender may control a terminal.
     void printVisibly(Console& console, MessageFile& file, const Rendering& rendering) const {
         emlhost::MemoryOutput output;
         extract(file, rendering, output);
@@ -138,13 +130,12 @@ class RenderRun final : public CommandRun {
         keepDocument(*output, outputPath_, overwrite_);
     }
 
-    std::vector<std::string> files_;
+    MessageArguments messages_;
     std::string to_ = "text";
     std::string outputPath_;
     std::string charset_ = "53";
     bool bodyOnly_ = false;
     bool overwrite_ = false;
-    bool force_ = false;
 };
 
 std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<RenderRun>(app); }
@@ -152,12 +143,15 @@ std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<Ren
 }  // namespace
 
 const Command kRenderCommand = {
-    "render", "the message as one document: HTML, RTF or text", "FILE",
+    "render",
+    "the message as one document: HTML, RTF or text",
+    "FILE",
     "A header block and the body, in a form that the message has. The HTML is the sender's, scripts and\n"
     "all, with header values unescaped: never open it outside a sandbox.\n\n"
     "Examples:\n"
     "  eml render message.eml\n"
     "  eml render --to=html -o message.html message.eml\n",
-    declare};
+    declare,
+    {&kFormChoices, 1}};
 
 }  // namespace emltool

@@ -7,6 +7,7 @@
 #include "standalone/filter.h"
 #include "tool/cli/command.h"
 #include "tool/commands/each_file.h"
+#include "tool/commands/message_arguments.h"
 #include "tool/message/filter_file.h"
 #include "tool/message/json_text.h"
 #include "tool/message/message_file.h"
@@ -21,7 +22,7 @@ namespace {
 
 constexpr size_t kLabelWidth = 14;
 
-// A line with its tabs as they are, everything else visible.
+// A line with its tabs unchanged and everything else made visible.
 std::string visibleLine(std::string_view line) {
     std::string shown;
     for (;;) {
@@ -33,7 +34,7 @@ std::string visibleLine(std::string_view line) {
     }
 }
 
-// Prints as it reads. HTML is gathered first, since its lines say nothing.
+// Prints while it reads. HTML is collected first, since its line ends mean nothing.
 class Printer final : public MessageReader {
   public:
     Printer(Console& console, bool withFields, bool withBody, bool source)
@@ -87,33 +88,30 @@ class Printer final : public MessageReader {
     bool source_;
     bool anyLine_ = false;
     bool html_ = false;
-    size_t emptyLines_ = 0;  // held back, so that none stands at the end
+    size_t emptyLines_ = 0;  // held back, so that none is at the end
     std::string htmlText_;
 };
 
 class ShowRun final : public CommandRun {
   public:
-    explicit ShowRun(CLI::App& app) {
-        app.add_option("FILE", files_, "messages; - is standard input")->type_name("");
-        app.add_flag("--body-only", bodyOnly_, "no header fields");
-        app.add_flag("--source", source_, "HTML as it is, not its text");
-        app.add_flag("--force", force_, "read the file even if it does not look like a message");
+    explicit ShowRun(CLI::App& app) : messages_(app, MessageArguments::Count::kMany) {
+        app.add_flag("--body-only", bodyOnly_, "leave out header fields");
+        app.add_flag("--source", source_, "show HTML source, not its text");
+        messages_.declareForce(app);
     }
 
     ExitCode run(Console& console, const GlobalOptions& options) override {
-        if (files_.empty()) throw usageProblem("show: no FILE given; see \"eml show --help\"");
+        messages_.check();
         if (options.json) throw usageProblem("show has no JSON form; see \"eml --json info\" or \"records\"");
-        bool first = true;
-        return forEachFile(console, files_, [&](const std::string& path) { show(console, path, first); });
+        FileHeadings headings(console, messages_.files().size());
+        return forEachFile(console, messages_.files(),
+                           [&](const std::string& path) { show(console, path, headings); });
     }
 
   private:
-    void show(Console& console, const std::string& path, bool& first) const {
-        FilterFile file(path, force_, !bodyOnly_);
-        if (files_.size() > 1) {
-            console.print((first ? "" : "\n") + console.style().label(visible(path) + ":") + "\n\n");
-        }
-        first = false;
+    void show(Console& console, const std::string& path, FileHeadings& headings) const {
+        FilterFile file(path, messages_.force(), !bodyOnly_);
+        if (headings.print(path)) console.print("\n");
         Printer printer(console, !bodyOnly_, !file.isEncrypted(), source_);
         RecordReader reader(printer);
         file.read([&](const emlhost::TextRecord& record) {
@@ -131,22 +129,20 @@ class ShowRun final : public CommandRun {
         }
     }
 
-    std::vector<std::string> files_;
+    MessageArguments messages_;
     bool bodyOnly_ = false;
     bool source_ = false;
-    bool force_ = false;
 };
 
 std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<ShowRun>(app); }
 
 }  // namespace
 
-const Command kShowCommand = {
-    "show", "show header and text, as a person reads them", "FILE...",
-    "Without a command this is what eml does: \"eml FILE\". Of an HTML message the text is shown.\n\n"
-    "Examples:\n"
-    "  eml message.eml\n"
-    "  eml show --body-only message.eml | less\n",
-    declare};
+const Command kShowCommand = {"show", "show header and text, as a person reads them", "FILE...",
+                              "\"eml FILE\" does the same. For an HTML message, its text is shown.\n\n"
+                              "Examples:\n"
+                              "  eml message.eml\n"
+                              "  eml show --body-only message.eml | less\n",
+                              declare};
 
 }  // namespace emltool

@@ -7,9 +7,10 @@
 #include <cstdlib>
 
 #include "tool/cli/command.h"
+#include "tool/commands/message_arguments.h"
 #include "tool/message/message_file.h"
 #include "tool/system/document_file.h"
-#include "tool/system/temporary_file.h"
+#include "tool/system/write_pieces.h"
 #include "tool/text/size_text.h"
 #include "tool/text/visible_text.h"
 #include "tool/view/page.h"
@@ -42,41 +43,31 @@ bool hasDisplay() {
 }
 
 void put(emlhost::Output& output, std::string_view page, const std::string& name) {
-    EmlIOobj* object = output.object();
-    bool open = object->open(object) != 0;
-    constexpr size_t kPiece = size_t{1} << 20;
-    for (size_t at = 0; open && at < page.size(); at += kPiece) {
-        std::string_view piece = page.substr(at, kPiece);
-        object->write(object, piece.data(), static_cast<uint32_t>(piece.size()));
-    }
-    if (open) object->close(object);
+    writeWhole(output, {reinterpret_cast<const uint8_t*>(page.data()), page.size()});
     if (output.error()) throw Problem(ExitCode::kOutput, "write-failed", name, describe(output.error()));
 }
 
 class ViewRun final : public CommandRun {
   public:
-    explicit ViewRun(CLI::App& app) {
-        app.add_option("FILE", files_, "the message; - is standard input")->type_name("");
+    explicit ViewRun(CLI::App& app) : messages_(app, MessageArguments::Count::kOne) {
         app.add_option("-o,--output", outputPath_, "where to write the page; - is standard output")
             ->type_name("OUT");
         app.add_flag("--no-open", noOpen_, "only write the page and print its path");
         app.add_flag("--overwrite", overwrite_, "replace OUT if it exists");
-        app.add_option("--max-embed", maxEmbed_, "leave out attachments above this size; 25M is the default")
+        app.add_option("--max-embed", maxEmbed_, "leave out attachments above this size (default: 25M)")
             ->type_name("SIZE");
-        app.add_flag("--force", force_, "read the file even if it does not look like a message");
+        messages_.declareForce(app);
     }
 
     ExitCode run(Console& console, const GlobalOptions& options) override {
-        if (files_.empty()) throw usageProblem("view: no FILE given; see \"eml view --help\"");
-        if (files_.size() > 1)
-            throw usageProblem(fmt::format("view takes one FILE; {} is one too many", files_[1]));
+        messages_.check();
         if (options.json) throw usageProblem("view has no JSON form; see \"eml --json info\"");
         std::optional<uint64_t> maxEmbed = parseSize(maxEmbed_);
         if (!maxEmbed) {
             throw usageProblem(
                 fmt::format("--max-embed={}: no size; it is bytes, or like 512K, 25M", maxEmbed_));
         }
-        MessageFile file(files_[0], force_);
+        MessageFile file(messages_.file(), messages_.force());
         ViewPage page = buildViewPage(file, {*maxEmbed});
         for (const std::string& warning : page.warnings) console.warn(file.name(), warning);
         if (outputPath_ == "-") {
@@ -102,7 +93,7 @@ class ViewRun final : public CommandRun {
         return outputPath_;
     }
 
-    // The browser reads it when this program has ended, so it stays.
+    // The browser may read it after this program has ended, so it stays.
     static std::string writeTemporary(std::string_view html) {
         const char* chosen = std::getenv("TMPDIR");
         std::string path =
@@ -121,12 +112,11 @@ class ViewRun final : public CommandRun {
         return path;
     }
 
-    std::vector<std::string> files_;
+    MessageArguments messages_;
     std::string outputPath_;
     std::string maxEmbed_ = "25M";
     bool noOpen_ = false;
     bool overwrite_ = false;
-    bool force_ = false;
 };
 
 std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<ViewRun>(app); }

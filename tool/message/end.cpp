@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "tool/text/ascii.h"
+
 namespace emltool {
 
 namespace {
@@ -10,19 +12,11 @@ namespace {
 constexpr uint64_t kExamined = uint64_t{64} << 10;
 constexpr std::string_view kBlanks = " \t\r\n";
 
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-// `lowered` is in small letters.
-bool startsWith(std::string_view text, std::string_view lowered) {
-    return text.size() >= lowered.size() && std::equal(lowered.begin(), lowered.end(), text.begin(),
-                                                       [](char a, char b) { return a == lower(b); });
-}
-
 void skipBlanks(std::string_view& text) {
     text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
 }
 
-// The line at the start of `text`, which it is taken from, without its line end.
+// Takes the first line off `text` and returns it without its line end.
 std::string_view takeLine(std::string_view& text) {
     size_t end = std::min(text.find('\n'), text.size());
     std::string_view line = text.substr(0, end);
@@ -42,7 +36,7 @@ std::string contentType(std::string_view header) {
         if (line.empty() || (found && !continues)) break;
         if (found) {
             value += line;
-        } else if (startsWith(line, kName)) {
+        } else if (startsWithNoCase(line, kName)) {
             found = true;
             value = line.substr(kName.size());
         }
@@ -50,8 +44,8 @@ std::string contentType(std::string_view header) {
     return value;
 }
 
-// What stands in front of the next `stop`, quoted strings taken as one (RFC 2045 section 5.1); taken from
-// `text` with that stop. Quotes and the backslashes inside them are left out.
+// Takes everything up to the next `stop` outside quoted strings (RFC 2045 section 5.1) off `text`, with that
+// stop, and returns what precedes it. Quotes and the backslashes inside them are dropped.
 std::string takeUntil(std::string_view& text, char stop) {
     std::string taken;
     bool quoted = false;
@@ -98,11 +92,11 @@ std::string boundaryOf(std::string_view beginning) {
     const std::string value = contentType(beginning);
     std::string_view rest = value;
     skipBlanks(rest);
-    if (!startsWith(rest, "multipart/")) return "";
+    if (!startsWithNoCase(rest, "multipart/")) return "";
     takeUntil(rest, ';');
     while (!rest.empty()) {
         skipBlanks(rest);
-        bool boundary = startsWith(rest, "boundary=");
+        bool boundary = startsWithNoCase(rest, "boundary=");
         std::string parameter = takeUntil(rest, ';');
         if (!boundary) continue;
         parameter.erase(0, parameter.find('=') + 1);

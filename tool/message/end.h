@@ -1,5 +1,5 @@
-// Whether a message ends where it should: a multipart message without its closing delimiter was cut off on the
-// way, and what lies last in it is likely to be incomplete.
+// Whether a message ends where it should: a multipart message without its closing delimiter was cut off on
+// the way, and its last part is likely to be incomplete.
 #pragma once
 
 #include <string>
@@ -10,11 +10,12 @@
 namespace emltool {
 
 // The boundary (RFC 2046 section 5.1.1) that the header at the start of `beginning` names for the message
-// itself; empty when it is no multipart message, or the boundary cannot be told.
+// itself; empty if it is not a multipart message, or has no readable boundary.
 std::string boundaryOf(std::string_view beginning);
 
-// True when the message names a boundary, a delimiter with it stands in the first 64 KiB, and no closing one in
-// the last. Some programs take the parts out of a message and leave its header as it was: that is not cut off.
+// True if the message names a boundary, its first 64 KiB have a delimiter, and its last 64 KiB have no
+// closing one. Some programs remove the parts of a message and leave its header unchanged: such a message is
+// not cut off.
 bool lacksClosingDelimiter(emlhost::Input& input);
 
 }  // namespace emltool

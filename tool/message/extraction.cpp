@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <filesystem>
 
-#include "tool/system/temporary_file.h"
+#include "tool/system/ending_signals.h"
 
 namespace emltool {
 
@@ -17,7 +17,7 @@ bool beginsWith(const SubFilePath& path, const SubFilePath& beginning) {
     return path.size() >= beginning.size() && std::equal(beginning.begin(), beginning.end(), path.begin());
 }
 
-// Whether anything has this name, also a link that leads nowhere.
+// Whether anything has this name, even a dangling link.
 bool exists(const std::string& path) {
     struct stat found {};
     return ::lstat(path.c_str(), &found) == 0;
@@ -58,15 +58,6 @@ class PendingFile {
 };
 
 }  // namespace
-
-OnConflict parseOnConflict(const std::string& text) {
-    if (text == "rename") return OnConflict::kRename;
-    if (text == "skip") return OnConflict::kSkip;
-    if (text == "overwrite") return OnConflict::kOverwrite;
-    if (text == "fail") return OnConflict::kFail;
-    throw usageProblem(
-        fmt::format("--on-conflict={}: no such choice; it is rename, skip, overwrite or fail", text));
-}
 
 Selection::Selection(const std::vector<std::string>& numbers, bool recursive) : recursive_(recursive) {
     for (const std::string& text : numbers) {
@@ -138,7 +129,7 @@ void Extractor::extract(SubFileContent& content, SubFileEntry& entry) {
         return;
     }
     prepareFolder();
-    // The commit looks again; here it saves the work.
+    // The commit checks again; checking here saves the work.
     bool keeps = options_.onConflict == OnConflict::kFail || options_.onConflict == OnConflict::kSkip;
     if (keeps && exists(entry.filePath)) {
         if (options_.onConflict == OnConflict::kFail) throw conflict(entry.filePath);

@@ -10,20 +10,17 @@
 
 namespace emltool {
 
-// What happens to a file that exists already under the name of a new one.
+// What happens if a file with the new name exists already.
 enum class OnConflict { kRename, kSkip, kOverwrite, kFail };
 
-// The policy of that name; throws Problem.
-OnConflict parseOnConflict(const std::string& text);
-
-// The sub-files that the user chose. Without any choice all attachments are.
+// The sub-files that the user chose. Without a choice, all attachments are chosen.
 class Selection {
   public:
-    // `numbers` as the user wrote them. With `recursive` what is inside a chosen message is chosen as well.
+    // `numbers` as the user wrote them. With `recursive`, what is inside a chosen message is chosen too.
     // Throws Problem.
     Selection(const std::vector<std::string>& numbers, bool recursive);
 
-    // Whether this sub-file is chosen; it counts as found then.
+    // Whether this sub-file is chosen. If so, it counts as found.
     bool wants(const SubFilePath& path);
 
     // Whether something inside this embedded message may be chosen.
@@ -31,7 +28,7 @@ class Selection {
 
     bool isAll() const { return choices_.empty(); }
 
-    // The choices that wants was never asked about.
+    // The choices that wants() was never asked about.
     std::vector<std::string> notFound() const;
 
   private:
@@ -50,7 +47,7 @@ struct ExtractionOptions {
     bool onlyPlan = false;
 };
 
-// Writes each chosen attachment into a file of the folder. What fails is noted in its entry.
+// Writes each chosen attachment into a file of the folder. A failure is noted in the entry.
 class Extractor final : public AttachmentVisitor {
   public:
     Extractor(MessageFile& file, Selection& selection, ExtractionOptions options);

@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "standalone/charsets.h"
+#include "tool/text/ascii.h"
 #include "tool/text/base64_text.h"
 #include "tool/text/utf8.h"
 #include "tool/text/visible_text.h"
@@ -106,16 +107,13 @@ void putEntry(Writer& json, const SubFileEntry& entry) {
     json.EndObject();
 }
 
-// The keys are the names in lower case. Bytes that belong to no character are also given raw, in base64.
+// The keys are the names in lower case. A value with bytes that belong to no character is also given raw, in
+// base64.
 void putMetadata(Writer& json, const std::vector<MetadataField>& fields) {
-    auto key = [](std::string name) {
-        for (char& c : name) c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
-        return name;
-    };
     json.Key("metadata");
     json.StartObject();
     for (const MetadataField& field : fields) {
-        json.Key(key(field.name).c_str());
+        json.Key(lowerCase(field.name).c_str());
         if (field.text) {
             putText(json, *field.text);
         } else {
@@ -129,7 +127,7 @@ void putMetadata(Writer& json, const std::vector<MetadataField>& fields) {
     json.Key("metadata_raw");
     json.StartObject();
     for (const MetadataField& field : fields) {
-        if (field.raw) putField(json, key(field.name).c_str(), base64(*field.raw));
+        if (field.raw) putField(json, lowerCase(field.name).c_str(), base64(*field.raw));
     }
     json.EndObject();
 }

@@ -26,7 +26,7 @@ class MessageFile {
     emlhost::Input& input() { return *input_; }
     emlhost::OpenMessage& message() { return *message_; }
 
-    // Throws when some read of the file has failed, which the library takes for its end.
+    // Throws if a read of the file has failed, which the library treats as its end.
     void checkReads() const;
 
   private:
@@ -37,13 +37,13 @@ class MessageFile {
 };
 
 // The file `path`, which may be called "-", as an input. Throws Problem; for a folder its code is
-// "is-a-directory". Looks for no other file that may be meant.
+// "is-a-directory". Does not look for another file that may be meant.
 std::unique_ptr<emlhost::Input> openMessageInput(const std::string& path);
 
 // Open flags that the tool uses for every message.
 inline constexpr uint32_t kOpenFlags = EML_OPEN_CONVERTED_ATTACHMENTS;
 
-// True when some line before the first empty one is a header field. Looks at the first 64 KiB.
+// True if a line before the first empty one is a header field. Looks at the first 64 KiB.
 bool looksLikeMessage(emlhost::Input& input);
 
 // The same for the beginning of a message in memory.

@@ -9,7 +9,7 @@ namespace emltool {
 
 enum class Form { kHtml, kRtf, kText };
 
-// The form that the library gives with these EML_EXTRACT_... option bits. Its header block tells.
+// The form that the library returns with these EML_EXTRACT_... option bits, as its header block tells.
 Form formOf(emlhost::OpenMessage& message, uint32_t options);
 
 }  // namespace emltool

@@ -2,7 +2,7 @@
 
 #include <emlreader/eml_host.h>
 
-#include "tool/text/name_decoding.h"
+#include "tool/text/charset_labels.h"
 
 namespace emltool {
 
@@ -26,7 +26,7 @@ void RecordReader::take(const emlhost::TextRecord& record) {
             takeText(record.text());
             break;
         case RecordTag::kTab:
-            // Behind a field name there are two, which only align.
+            // After a field name there are two, which only align the value.
             if (where_ == Where::kBody || where_ == Where::kDoubt) pending_ += '\t';
             lineBegun_ = true;
             break;
@@ -50,7 +50,7 @@ void RecordReader::takeText(std::string_view text) {
     lineBegun_ = true;
 }
 
-// A charset record stands in the prologue, around words of a value, and where the body begins. Behind a word
+// There is a charset record in the prologue, around words of a value, and where the body begins. After a word
 // it is always the default one.
 void RecordReader::takeCharset(uint32_t charset) {
     if (where_ == Where::kDoubt) goOnWithValue();  // no body has another one
@@ -83,10 +83,10 @@ void RecordReader::takeAttribute(uint32_t attribute) {
 }
 
 void RecordReader::takeLineBreak() {
-    if (where_ == Where::kDoubt) beginBody();  // few words have a line end each, one behind the other
+    if (where_ == Where::kDoubt) beginBody();  // hardly any two words in a row contain a line end
     convertPending();
     if (inWord_) {
-        text_ += ' ';  // a line end that a word encodes: the value goes on
+        text_ += ' ';  // a line end inside an encoded word: the value continues
         return;
     }
     if (where_ == Where::kValue || where_ == Where::kEnded) {
@@ -98,7 +98,7 @@ void RecordReader::takeLineBreak() {
     lineBegun_ = false;
 }
 
-// The line end before was one of the value.
+// The previous line end belongs to the value.
 void RecordReader::goOnWithValue() {
     where_ = Where::kValue;
     text_ += ' ';

@@ -1,4 +1,4 @@
-// A message as a person reads it, drawn from the text records of the message filter.
+// A message as a person reads it, made from the text records of the message filter.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace emltool {
 
-// Takes what is read. Texts are UTF-8, and not safe for a terminal.
+// Receives what is read. Texts are UTF-8, and not safe for a terminal.
 class MessageReader {
   public:
     virtual ~MessageReader() = default;
@@ -37,7 +37,7 @@ class RecordReader {
     bool inBody() const { return where_ == Where::kBody; }
 
   private:
-    // Ended: behind a line end that may end a value, or stand in one of its words. Doubt: behind a charset
+    // kEnded: after a line end that may end a value, or be part of one of its words. kDoubt: after a charset
     // record there, which begins a word of the value or the body.
     enum class Where { kPrologue, kFields, kName, kValue, kEnded, kDoubt, kBody };
 

@@ -1,4 +1,4 @@
-// What list and info want to know of each attachment.
+// What list and info need to know about each attachment.
 #pragma once
 
 #include "tool/message/tree.h"
@@ -6,7 +6,7 @@
 
 namespace emltool {
 
-// Learns the decoded size and the safe name of each attachment.
+// Determines the decoded size and the safe name of each attachment.
 class SizeVisitor final : public AttachmentVisitor {
   public:
     explicit SizeVisitor(bool recursive) : recursive_(recursive) {}

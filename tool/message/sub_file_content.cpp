@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "standalone/owned_record.h"
+#include "tool/system/write_pieces.h"
 
 namespace emltool {
 
@@ -65,15 +66,7 @@ std::span<const uint8_t> PartContent::beginning() {
 }
 
 emlhost::Extraction BytesContent::extract(emlhost::Output& output) {
-    EmlIOobj* object = output.object();
-    if (object->open(object) == 0) return {};
-    constexpr size_t kPiece = size_t{1} << 20;
-    for (std::span<const uint8_t> rest = bytes_; !rest.empty();) {
-        std::span<const uint8_t> piece = rest.first(std::min(kPiece, rest.size()));
-        object->write(object, piece.data(), static_cast<uint32_t>(piece.size()));
-        rest = rest.subspan(piece.size());
-    }
-    object->close(object);
+    writeWhole(output, bytes_);
     return {};
 }
 

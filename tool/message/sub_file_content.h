@@ -18,8 +18,8 @@ class PartContent final : public SubFileContent {
 
     emlhost::Extraction extract(emlhost::Output& output) override;
 
-    // The first bytes; fewer where there are no more. They are noted while the sub-file is extracted, so that
-    // it need not be decoded once more to look at them.
+    // The first bytes, or fewer if there are no more. They are noted during an extraction, so that the
+    // sub-file need not be decoded again.
     std::span<const uint8_t> beginning();
 
   private:

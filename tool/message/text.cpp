@@ -36,7 +36,7 @@ class Collector final : public MessageReader {
   private:
     bool anyLine_ = false;
     bool html_ = false;
-    size_t emptyLines_ = 0;  // held back, so that none stands at the end
+    size_t emptyLines_ = 0;  // held back, so that none is at the end
     std::string text_;
 };
 

@@ -9,7 +9,7 @@
 namespace emltool {
 
 // The lines that `eml show --body-only` prints, each with its line end, before it makes them visible; UTF-8.
-// Nothing when the message is encrypted. Throws Problem.
+// Nothing if the message is encrypted. Throws Problem.
 std::optional<std::string> bodyText(MessageFile& file);
 
 }  // namespace emltool

@@ -8,13 +8,13 @@
 
 #include "standalone/write_all.h"
 #include "tool/system/isolated_work.h"
-#include "tool/text/name_decoding.h"
+#include "tool/text/charset_labels.h"
 
 namespace emltool {
 
 namespace {
 
-// Both processes are the same program, so numbers travel as they lie in memory.
+// Both processes are the same program, so numbers have the form that they have in memory.
 struct Frame {
     uint32_t kind;
     uint32_t flag;        // a file: the name is UTF-8; the end: everything was there
@@ -27,9 +27,9 @@ constexpr uint32_t kFile = 1;
 constexpr uint32_t kEnd = 2;
 constexpr uint32_t kMaxTextLength = 4096;
 
-constexpr std::string_view kNonsense = "gave an answer that makes no sense";
+constexpr std::string_view kInvalidReply = "gave an answer that makes no sense";
 
-// The label that iconv knows a code page of Windows by.
+// iconv's label of a Windows code page.
 std::string labelOf(uint32_t codePage) {
     constexpr uint32_t kUtf8 = 65001;
     return codePage == kUtf8 ? "utf-8" : fmt::format("cp{}", codePage);
@@ -40,7 +40,7 @@ std::string decodedName(std::string_view name, bool isUtf8, uint32_t codePage) {
     return decoded ? *decoded : fromUnlabelledCharset(name, EML_CHARSET_WESTERN);
 }
 
-// Takes pieces off the front, never more than there is.
+// Takes pieces off the front, never more than is left.
 class Pieces {
   public:
     explicit Pieces(std::span<const uint8_t> bytes) : rest_(bytes) {}
@@ -74,7 +74,7 @@ struct FoundFile {
     std::span<const uint8_t> bytes;
 };
 
-// The frames of a whole reply; the last one is `end`. False when it is none.
+// Reads the frames of a whole reply; the last one is `end`. False if they are invalid.
 bool readFrames(std::span<const uint8_t> reply, uint64_t maxBytes, std::vector<FoundFile>& files,
                 Frame& end) {
     Pieces pieces(reply);
@@ -87,7 +87,7 @@ bool readFrames(std::span<const uint8_t> reply, uint64_t maxBytes, std::vector<F
         std::span<const uint8_t> type;
         std::span<const uint8_t> bytes;
         if (!pieces.take(end.nameLength, name) || !pieces.take(end.typeLength, type)) return false;
-        // Nothing is compressed: all files have their place in the TNEF, behind each other.
+        // Nothing is compressed: all files stand in the TNEF, one after another.
         if (end.size > maxBytes || !pieces.take(end.size, bytes)) return false;
         maxBytes -= end.size;
         files.push_back({textOf(name), end.flag != 0, textOf(type), bytes});
@@ -154,7 +154,7 @@ TnefContent parseTnefReply(std::vector<uint8_t> reply, uint64_t maxBytes) {
     Frame end{};
     content.storage = std::move(reply);
     if (!readFrames(content.storage, maxBytes, files, end)) {
-        content.problem = fmt::format("its reader {}", kNonsense);
+        content.problem = fmt::format("its reader {}", kInvalidReply);
         return content;
     }
     for (const FoundFile& file : files) {
@@ -168,7 +168,8 @@ TnefContent parseTnefReply(std::vector<uint8_t> reply, uint64_t maxBytes) {
 }
 
 TnefContent unpackTnef(std::span<const uint8_t> bytes, TnefReader reader) {
-    // The library holds each file up to three times. Around a file of one byte a TNEF has more than a frame.
+    // The library holds each file up to three times. For a file of one byte, a TNEF has more bytes than a
+    // frame.
     IsolationLimits limits{4 * bytes.size() + (uint64_t{64} << 20), 10, std::chrono::minutes(2),
                            2 * bytes.size() + (size_t{1} << 20)};
     IsolatedReply reply = workIsolated(

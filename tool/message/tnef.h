@@ -1,5 +1,6 @@
-// Files in TNEF (winmail.dat), the format that some mail systems wrap attachments in. The reader of it is a
-// library that has seen less of hostile bytes than it should have, so it works isolated (isolated_work.h).
+// Files in TNEF (winmail.dat), the format that some mail systems wrap attachments in. It is read by a library
+// that has been tested too little with hostile input, so the library runs in isolation
+// (system/isolated_work.h).
 #pragma once
 
 #include <cstdint>
@@ -10,7 +11,7 @@
 
 namespace emltool {
 
-// One file. The bytes stay those of the TnefContent.
+// One file. The bytes belong to the TnefContent.
 struct TnefFile {
     std::string name;  // UTF-8; not safe as a path
     std::string type;  // "message/rfc822"; empty when it is not known
@@ -19,35 +20,35 @@ struct TnefFile {
 
 struct TnefContent {
     std::vector<TnefFile> files;
-    std::string problem;  // why there is nothing, or not everything; empty when all is well
+    std::string problem;  // why nothing, or not everything, was read; empty if all was
     std::vector<uint8_t> storage;
 };
 
 // Whether this program has been built with the library.
 bool readsTnef();
 
-// Whether bytes that begin so are TNEF.
+// Whether bytes with this beginning are TNEF.
 bool beginsTnef(std::span<const uint8_t> bytes);
 
-// The attributes that a TNEF is made of, without those that hold nothing: the library goes no further than to
-// the first of them. `breaksOff` says whether the last one claims more than there is; it is left out.
+// The attributes of a TNEF without the empty ones, since the library stops at the first empty one.
+// `breaksOff` says whether the last one claims more bytes than there are; it is dropped.
 std::vector<uint8_t> withoutEmptyAttributes(std::span<const uint8_t> bytes, bool& breaksOff);
 
 // Larger ones are not unpacked.
 inline constexpr uint64_t kMaxTnefSize = uint64_t{256} << 20;
 
-// So many files of one TNEF are unpacked.
+// At most this many files of one TNEF are unpacked.
 inline constexpr size_t kMaxTnefFiles = 10000;
 
-// Gives what it has found; writes to the other process as it goes.
+// Takes what was found and writes it to the other process at once.
 class TnefSink {
   public:
     explicit TnefSink(int descriptor) : descriptor_(descriptor) {}
 
-    // `name` is UTF-8, or in the code page of the whole.
+    // `name` is in UTF-8, or in the code page of the TNEF.
     void file(std::string_view name, bool isUtf8, std::string_view type, std::span<const uint8_t> bytes);
 
-    // No file follows. `complete` where the TNEF ended as it should. True when everything has been written.
+    // No file follows. `complete` if the TNEF ended as it should. True if everything has been written.
     bool end(uint32_t codePage, bool complete);
 
   private:
@@ -58,10 +59,10 @@ class TnefSink {
     bool failed_ = false;
 };
 
-// Reads TNEF, and gives what end() gave; runs in a process of its own.
+// Reads TNEF and returns the result of end(); runs in a process of its own.
 using TnefReader = bool (*)(std::span<const uint8_t> bytes, TnefSink& sink);
 
-// The reader of the library. Finds nothing where readsTnef() is false.
+// Reads with the library. Finds nothing if readsTnef() is false.
 bool readTnefWithLibrary(std::span<const uint8_t> bytes, TnefSink& sink);
 
 // The files of a TNEF.

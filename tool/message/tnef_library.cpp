@@ -1,10 +1,10 @@
-// TNEF as libytnef reads it, where the program is built with that. Everything in here may crash: it runs in a
-// process of its own, with nothing to lose, and what it gives is checked.
+// TNEF as libytnef reads it, if the program is built with it. Everything here may crash: it runs in a process
+// of its own, with nothing to lose, and its results are checked.
 #include "tool/message/tnef.h"
 
 #ifdef EML_WITH_TNEF
 
-#include <cstdio>  // ytnef.h takes FILE for known
+#include <cstdio>  // ytnef.h expects FILE to be declared
 extern "C" {
 #include <ytnef.h>
 }
@@ -39,7 +39,7 @@ Bytes property(MAPIProps& properties, uint32_t id, uint32_t type) {
     return value == MAPI_UNDEFINED || value == nullptr ? Bytes{} : bytesOf(*value);
 }
 
-// Up to the zero byte: behind it lies anything.
+// The text up to the zero byte; anything may follow it.
 std::string_view textOf(Bytes bytes) {
     const auto* text = reinterpret_cast<const char*>(bytes.data());
     return {text, static_cast<size_t>(std::find(bytes.begin(), bytes.end(), 0) - bytes.begin())};
@@ -56,7 +56,7 @@ Name nameOf(MAPIProps& properties, uint32_t id) {
     return {textOf(property(properties, id, kAnsi)), false};
 }
 
-// The name that its sender saw, before one that was cut to eight letters.
+// The name that the sender saw comes before one that was cut to eight letters.
 Name nameOf(Attachment& attachment) {
     Name name = nameOf(attachment.MAPI, kLongName);
     if (name.text.empty()) name = {textOf(bytesOf(attachment.Title)), false};
@@ -65,7 +65,8 @@ Name nameOf(Attachment& attachment) {
     return name;
 }
 
-// An object begins with the 16 bytes that say how to talk to it. A message is TNEF itself behind them.
+// An object begins with the 16 bytes that say how to talk to it. After them, an embedded message is TNEF
+// itself.
 Bytes contentOf(Attachment& attachment) {
     constexpr size_t kInterface = 16;
     Bytes object = property(attachment.MAPI, kData, kObject);
@@ -98,7 +99,7 @@ bool readTnefWithLibrary(std::span<const uint8_t> bytes, TnefSink& sink) {
     bool read = ::TNEFParseMemory(kept.data(), static_cast<long>(kept.size()), &tnef) >= 0;
     bool complete = read && !breaksOff;
     size_t left = kMaxTnefFiles;
-    // The first one of the list stands for the message.
+    // The first entry of the list stands for the message.
     for (Attachment* attachment = tnef.starting_attach.next; attachment != nullptr;
          attachment = attachment->next) {
         Name name = nameOf(*attachment);

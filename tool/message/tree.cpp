@@ -4,12 +4,13 @@
 #include <strings.h>
 
 #include <algorithm>
-#include <charconv>
 
 #include "tool/message/end.h"
+#include "tool/message/opening_limits.h"
 #include "tool/message/sub_file_content.h"
 #include "tool/message/tnef.h"
-#include "tool/system/temporary_file.h"
+#include "tool/system/spooled_file.h"
+#include "tool/text/charset_labels.h"
 #include "tool/text/date_text.h"
 #include "tool/text/name_decoding.h"
 
@@ -17,7 +18,7 @@ namespace emltool {
 
 namespace {
 
-// An output that keeps nothing but the count.
+// An output that keeps only the count.
 class CountingOutput final : public emlhost::Output {
   public:
     CountingOutput() : Output(Seeking::kAnywhere) {}
@@ -47,7 +48,7 @@ void readMetadata(emlhost::OpenMessage& message, const std::optional<int64_t>& d
 
 uint64_t storedSize(const SubFileEntry& entry) { return static_cast<uint64_t>(std::max(entry.info.size, 0)); }
 
-// A file of a TNEF that is an e-mail message: by its type or its name, and by how it begins.
+// A file of a TNEF that is an e-mail message: by its type or its name, and by its beginning.
 bool isMessage(const TnefFile& file) {
     constexpr size_t kExamined = size_t{64} << 10;
     constexpr std::string_view kSuffix = ".eml";
@@ -63,7 +64,7 @@ bool isMessage(const TnefFile& file) {
 class TreeReader {
   public:
     TreeReader(MessageFile& file, AttachmentVisitor& visitor)
-        : file_(file), visitor_(visitor), budget_(file.input().size() * kMaxDepth) {}
+        : file_(file), visitor_(visitor), limits_(file.input().size()) {}
 
     MessageTree read() {
         MessageTree tree = readMessage(file_.message(), file_.input().size(), {});
@@ -77,7 +78,6 @@ class TreeReader {
     MessageTree readMessage(emlhost::OpenMessage& message, uint64_t bytes, const SubFilePath& path);
     SubFileEntry readEntry(emlhost::OpenMessage& message, int32_t number, const SubFilePath& path);
     void openPart(PartContent& content, SubFileEntry& entry, Warnings& warnings);
-    bool mayOpen(const SubFileEntry& entry, uint64_t bytes, Warnings& warnings);
     void openEmbedded(PartContent& content, SubFileEntry& entry, Warnings& warnings);
     void openEmbedded(emlhost::Input& input, SubFileEntry& entry, Warnings& warnings);
     void openTnef(std::span<const uint8_t> bytes, SubFileEntry& entry, Warnings& warnings);
@@ -85,10 +85,7 @@ class TreeReader {
 
     MessageFile& file_;
     AttachmentVisitor& visitor_;
-    // Messages that lie inside each other are never larger than what is around them. Boundaries can be made
-    // to let parts overlap, though, and then the work would grow with every level; so the embedded messages
-    // that are opened may have as many bytes together as ordinary ones at the greatest depth.
-    uint64_t budget_;
+    OpeningLimits limits_;
     uint64_t tnefInMemory_ = 0;  // bytes of TNEF that are being unpacked, one inside the other
 };
 
@@ -130,7 +127,7 @@ SubFileEntry TreeReader::readEntry(emlhost::OpenMessage& message, int32_t number
     return entry;
 }
 
-// Opens what is inside a sub-file, where it is something that is opened.
+// Opens what is inside a sub-file, if there is anything to open.
 void TreeReader::openPart(PartContent& content, SubFileEntry& entry, Warnings& warnings) {
     if (entry.isEmbeddedMessage()) {
         openEmbedded(content, entry, warnings);
@@ -138,7 +135,7 @@ void TreeReader::openPart(PartContent& content, SubFileEntry& entry, Warnings& w
     }
     entry.isTnef = readsTnef() && entry.isInFile() && beginsTnef(content.beginning());
     uint64_t stored = storedSize(entry);
-    if (!entry.isTnef || !mayOpen(entry, stored, warnings)) return;
+    if (!entry.isTnef || !limits_.mayOpen(entry.path, stored, warnings)) return;
     if (stored > 2 * kMaxTnefSize) {
         warnings.push_back(fmt::format("sub-file {}: not unpacked, it is too large", dotted(entry.path)));
         return;
@@ -149,44 +146,13 @@ void TreeReader::openPart(PartContent& content, SubFileEntry& entry, Warnings& w
     openTnef(output.bytes(), entry, warnings);
 }
 
-// Whether something of so many bytes may be opened; they are counted then.
-bool TreeReader::mayOpen(const SubFileEntry& entry, uint64_t bytes, Warnings& warnings) {
-    if (entry.path.size() > kMaxDepth) {
-        warnings.push_back(fmt::format("sub-file {}: not opened, more than {} messages inside each other",
-                                       dotted(entry.path), kMaxDepth));
-        return false;
-    }
-    if (bytes > budget_) {
-        warnings.push_back(
-            fmt::format("sub-file {}: not opened, its parts overlap too often", dotted(entry.path)));
-        return false;
-    }
-    budget_ -= bytes;
-    return true;
-}
-
 // Extracts an embedded message and opens what came out.
 void TreeReader::openEmbedded(PartContent& content, SubFileEntry& entry, Warnings& warnings) {
-    uint64_t stored = storedSize(entry);
-    if (!mayOpen(entry, stored, warnings)) return;
-
-    constexpr uint64_t kMaxInMemory = uint64_t{4} << 20;
-    if (stored <= kMaxInMemory) {
-        emlhost::MemoryOutput output;
-        emlhost::Extraction extraction = content.extract(output);
-        if (extraction.status == EML_NO_MEMORY || output.error()) throw outOfMemory(file_.name());
-        emlhost::MemoryInput input(output.bytes());
-        openEmbedded(input, entry, warnings);
-        return;
-    }
-    TemporaryFile temporary;
-    emlhost::DescriptorOutput output(temporary.descriptor());
-    content.extract(output);
-    std::error_code error = output.error();
-    std::unique_ptr<emlhost::DescriptorInput> input;
-    if (!error) input = emlhost::DescriptorInput::fromDescriptor(temporary.release(), error);
-    if (input == nullptr) throw Problem(ExitCode::kOutput, "write-failed", "temporary file", describe(error));
-    openEmbedded(*input, entry, warnings);
+    if (!limits_.mayOpen(entry.path, storedSize(entry), warnings)) return;
+    SpooledFile spooled;
+    emlhost::Extraction extraction = content.extract(spooled);
+    if (extraction.status == EML_NO_MEMORY) throw outOfMemory(file_.name());
+    openEmbedded(*spooled.takeInput(file_.name()), entry, warnings);
 }
 
 void TreeReader::openEmbedded(emlhost::Input& input, SubFileEntry& entry, Warnings& warnings) {
@@ -200,7 +166,7 @@ void TreeReader::openEmbedded(emlhost::Input& input, SubFileEntry& entry, Warnin
     entry.message = std::make_unique<MessageTree>(readMessage(embedded, input.size(), entry.path));
 }
 
-// The files of a TNEF become its sub-files, numbered from 1 as the attachments of a message are.
+// The files of a TNEF become its sub-files, numbered from 1, like the attachments of a message.
 void TreeReader::openTnef(std::span<const uint8_t> bytes, SubFileEntry& entry, Warnings& warnings) {
     if (tnefInMemory_ + bytes.size() > kMaxTnefSize) {
         warnings.push_back(fmt::format("sub-file {}: not unpacked, it is too large", dotted(entry.path)));
@@ -231,14 +197,14 @@ SubFileEntry TreeReader::readTnefFile(const TnefFile& file, const SubFilePath& p
     entry.name = file.name;
     entry.info.name = file.name;
     entry.info.kind = EML_KIND_ATTACHMENT;
-    entry.info.size = -1;  // no place of its own in the message
+    entry.info.size = -1;  // it has no bytes of its own in the message
     if (isMessage(file)) entry.info.flags |= EML_SUB_FILE_MESSAGE;
     BytesContent content(file.bytes);
     visitor_.visit(content, entry);
     if (!visitor_.opens(entry)) return entry;
     entry.isTnef = beginsTnef(file.bytes);
     bool opened = entry.isTnef || entry.isEmbeddedMessage();
-    if (!opened || !mayOpen(entry, file.bytes.size(), warnings)) return entry;
+    if (!opened || !limits_.mayOpen(entry.path, file.bytes.size(), warnings)) return entry;
     if (entry.isTnef) {
         openTnef(file.bytes, entry, warnings);
     } else {
@@ -249,23 +215,6 @@ SubFileEntry TreeReader::readTnefFile(const TnefFile& file, const SubFilePath& p
 }
 
 }  // namespace
-
-std::string dotted(const SubFilePath& path) { return fmt::format("{}", fmt::join(path, ".")); }
-
-std::optional<SubFilePath> parseSubFilePath(std::string_view text) {
-    SubFilePath path;
-    const char* at = text.data();
-    const char* end = at + text.size();
-    for (;;) {
-        int32_t number = 0;
-        auto [behind, failure] = std::from_chars(at, end, number);
-        if (failure != std::errc{} || number < 0) return std::nullopt;
-        path.push_back(number);
-        if (behind == end) return path;
-        if (*behind != '.') return std::nullopt;
-        at = behind + 1;
-    }
-}
 
 MessageTree readTree(MessageFile& file, AttachmentVisitor& visitor) {
     MessageTree tree = TreeReader(file, visitor).read();

@@ -10,18 +10,11 @@
 
 #include "standalone/message.h"
 #include "tool/message/message_file.h"
+#include "tool/message/sub_file_path.h"
 #include "tool/terminal/console.h"
 #include "tool/terminal/problem.h"
 
 namespace emltool {
-
-// Where a sub-file is: {3, 1} is sub-file 1 of the message that is sub-file 3; written "3.1".
-using SubFilePath = std::vector<int32_t>;
-
-std::string dotted(const SubFilePath& path);
-
-// The path that `text` writes; nothing when it is none.
-std::optional<SubFilePath> parseSubFilePath(std::string_view text);
 
 struct MessageTree;
 
@@ -29,7 +22,7 @@ struct MessageTree;
 struct MetadataField {
     std::string name;                 // "From", "Sent", "To", "Cc", "Bcc", "Subject", "Priority"
     std::optional<std::string> text;  // UTF-8; nothing when the message has no such field
-    std::optional<std::string> raw;   // the bytes, where some of them belong to no character
+    std::optional<std::string> raw;   // the bytes, if some of them belong to no character
 };
 
 // What `extract` did with a sub-file.
@@ -46,9 +39,9 @@ struct SubFileEntry {
     emlhost::SubFile info;
     std::string name;                      // as a person reads it, UTF-8; not safe as a path
     std::string safeName;                  // attachments: the name for its file
-    std::optional<uint64_t> size;          // decoded; none when it is not known
+    std::optional<uint64_t> size;          // decoded; none if unknown
     std::string sha256;                    // of the decoded bytes, in hexadecimal; empty unless asked for
-    bool isTnef = false;                   // found when it was to be opened
+    bool isTnef = false;                   // known once it was to be opened
     std::unique_ptr<MessageTree> message;  // what is inside an embedded message or a TNEF that was opened
 
     Outcome outcome = Outcome::kNone;
@@ -59,14 +52,14 @@ struct SubFileEntry {
     bool isInFile() const { return (info.flags & EML_SUB_FILE_NOT_IN_FILE) == 0; }
 };
 
-// A message, or the files of a TNEF, which are nothing but sub-files.
+// A message; or the files of a TNEF, which has only sub-files.
 struct MessageTree {
     bool isMessage = true;
     std::string name;  // empty when the message has none
     uint32_t charset = 0;
     bool encrypted = false;
     uint64_t bytes = 0;  // the whole message as it is stored
-    std::string date;    // as dateText gives it; empty without a date that can be read
+    std::string date;    // as dateText returns it; empty without a readable date
     std::vector<MetadataField> metadata;
     std::vector<SubFileEntry> subFiles;
     std::string sha256;               // of the message as it is stored; empty unless asked for
@@ -79,7 +72,7 @@ class SubFileContent {
   public:
     virtual ~SubFileContent() = default;
 
-    // Writes it, decoded, into `output`. Look at the output's error() too.
+    // Writes it, decoded, into `output`. Check the output's error() too.
     virtual emlhost::Extraction extract(emlhost::Output& output) = 0;
 };
 
@@ -90,17 +83,14 @@ class AttachmentVisitor {
 
     virtual void visit(SubFileContent& content, SubFileEntry& entry) = 0;
 
-    // Whether this one is to be opened too where it is an embedded message or a TNEF. Asked after visit.
+    // Whether to open this one too, if it is an embedded message or a TNEF. Called after visit.
     virtual bool opens(const SubFileEntry& entry) const = 0;
 };
-
-// Embedded messages and TNEF are opened to this depth.
-inline constexpr size_t kMaxDepth = 32;
 
 // Reads the whole tree of `file`. Throws Problem.
 MessageTree readTree(MessageFile& file, AttachmentVisitor& visitor);
 
-// Counts the bytes that a sub-file decodes to; nothing where they are not in the message.
+// Counts the bytes that a sub-file decodes to; nothing if they are not in the message.
 std::optional<uint64_t> decodedSize(SubFileContent& content);
 
 }  // namespace emltool

@@ -1,4 +1,4 @@
-// A file that the user named for one document.
+// A file that the user named for an output document.
 #pragma once
 
 #include <sys/types.h>
@@ -10,10 +10,10 @@
 
 namespace emltool {
 
-// An output that becomes the file `path` when it is kept. Throws Problem.
+// An output that keepDocument turns into the file `path`. Throws Problem.
 std::unique_ptr<emlhost::FileOutput> createDocument(const std::string& path, mode_t mode = 0644);
 
-// Gives the document its name. A file that has it stays, unless it may be overwritten. Throws Problem.
+// Gives the document its name. An existing file stays, unless it may be overwritten. Throws Problem.
 void keepDocument(emlhost::FileOutput& output, const std::string& path, bool overwrite);
 
 }  // namespace emltool

@@ -1,12 +1,12 @@
 #include "tool/system/ending_signals.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
+#include <cstring>
 
-#include "tool/system/temporary_file.h"
 #include "tool/terminal/problem.h"
 
 namespace emltool {
@@ -15,7 +15,16 @@ namespace {
 
 constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
-// Written by the handler.
+// Read by the signal handler.
+char fileToRemove[4096 + 256];
+
+extern "C" void removeFileAndEnd(int signalNumber) {
+    if (fileToRemove[0] != '\0') ::unlink(fileToRemove);
+    // The action has been reset, so the signal now ends the program, and the shell sees which signal it was.
+    ::raise(signalNumber);
+}
+
+// Written by the handler of EndingSignals.
 volatile sig_atomic_t caughtSignal = 0;
 int pipeOfHandler = -1;
 
@@ -37,7 +46,38 @@ extern "C" void note(int number) {
     errno = before;
 }
 
+// Lets `action` handle the signals, except those that the parent process has switched off (nohup).
+void handleSignals(const struct sigaction& action) {
+    for (int number : kSignals) {
+        struct sigaction before {};
+        bool ignored = ::sigaction(number, nullptr, &before) == 0 && before.sa_handler == SIG_IGN;
+        if (!ignored) ::sigaction(number, &action, nullptr);
+    }
+}
+
 }  // namespace
+
+void installSignalHandlers() {
+    struct sigaction action {};
+    action.sa_handler = removeFileAndEnd;
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    ::sigemptyset(&action.sa_mask);
+    handleSignals(action);
+}
+
+void removeOnSignal(const std::string& path) {
+    fileToRemove[0] = '\0';
+    if (path.size() < sizeof fileToRemove) std::memcpy(fileToRemove, path.c_str(), path.size() + 1);
+}
+
+SignalsHeldBack::SignalsHeldBack() {
+    sigset_t signals;
+    ::sigemptyset(&signals);
+    for (int number : kSignals) ::sigaddset(&signals, number);
+    ::sigprocmask(SIG_BLOCK, &signals, &before_);
+}
+
+SignalsHeldBack::~SignalsHeldBack() { ::sigprocmask(SIG_SETMASK, &before_, nullptr); }
 
 EndingSignals::EndingSignals() {
     int ends[2];
@@ -51,12 +91,7 @@ EndingSignals::EndingSignals() {
     struct sigaction action {};
     action.sa_handler = note;
     ::sigemptyset(&action.sa_mask);
-    for (int number : kSignals) {
-        struct sigaction before {};
-        // One that the parent process has switched off (nohup) stays off.
-        bool ignored = ::sigaction(number, nullptr, &before) == 0 && before.sa_handler == SIG_IGN;
-        if (!ignored) ::sigaction(number, &action, nullptr);
-    }
+    handleSignals(action);
     std::signal(SIGPIPE, SIG_IGN);
 }
 

@@ -13,7 +13,7 @@
 #include <system_error>
 
 #include "standalone/unique_descriptor.h"
-#include "tool/batch/process.h"
+#include "tool/system/child_process.h"
 #include "tool/system/process_limits.h"
 #include "tool/terminal/problem.h"
 
@@ -25,10 +25,10 @@ using Clock = std::chrono::steady_clock;
 
 enum ExitStatus : int { kDone = 0, kFailed = 1, kNoMemory = 2 };
 
-// Leaves the process nothing but `reply`, which it gives under its new number; -1 on failure.
+// Closes every descriptor but `reply` and returns the new number of that; -1 on failure.
 int dropDescriptors(int reply) {
     constexpr int kReply = STDERR_FILENO + 1;
-    // Out of the way of the low numbers first.
+    // First moves it away from the low numbers.
     int kept = ::fcntl(reply, F_DUPFD, kReply + 1);
     int nothing = ::open("/dev/null", O_RDWR);
     if (kept < 0 || nothing < 0) return -1;
@@ -41,7 +41,7 @@ void acceptLimits(const IsolationLimits& limits) {
     lowerLimit(RLIMIT_AS, static_cast<rlim_t>(addressSpace() + limits.memory));
     lowerLimit(RLIMIT_CPU, limits.processorSeconds);
     for (int resource : {RLIMIT_CORE, RLIMIT_FSIZE, RLIMIT_NOFILE, RLIMIT_NPROC}) lowerLimit(resource, 0);
-    // Whoever watches over the program has nothing to do here.
+    // Handlers of the program, such as a sanitizer's, are not wanted here.
     for (int number : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGXCPU}) {
         std::signal(number, SIG_DFL);
     }
@@ -89,29 +89,6 @@ Reading readReply(int descriptor, const IsolationLimits& limits, std::vector<uin
     }
 }
 
-// A process that is ended and waited for, whatever happens.
-class Child {
-  public:
-    explicit Child(pid_t id) : id_(id) {}
-    ~Child() { end(); }
-    Child(const Child&) = delete;
-    Child& operator=(const Child&) = delete;
-
-    // Ends it, by force, and gives the status that wait knows: its own where it was ending already.
-    int end() {
-        int status = 0;
-        if (id_ < 0) return status;
-        ::kill(id_, SIGKILL);
-        while (::waitpid(id_, &status, 0) < 0 && errno == EINTR) {
-        }
-        id_ = -1;
-        return status;
-    }
-
-  private:
-    pid_t id_;
-};
-
 std::string failureOf(Reading reading, int status) {
     switch (reading) {
         case Reading::kTooLong:
@@ -148,11 +125,11 @@ IsolatedReply workIsolated(const IsolatedWork& work, const IsolationLimits& limi
         reply.failure = "cannot be started: " + describe({errno, std::system_category()});
         return reply;
     }
-    Child child(id);
+    ChildProcess child(id);
     writing.close();
     Reading result = readReply(reading.get(), limits, reply.bytes);
-    // The end of an honest process is what closes its end of the pipe; what goes on behind that is none.
-    reply.failure = failureOf(result, child.end());
+    // An honest process closes the pipe by ending; one that runs on after that is not honest.
+    reply.failure = failureOf(result, child.kill());
     if (!reply.done()) reply.bytes.clear();
     return reply;
 }

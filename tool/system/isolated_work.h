@@ -1,5 +1,5 @@
-// Work on hostile bytes by code that is not ours: in a process of its own, where a crash, an endless loop or
-// a huge allocation harm nobody else.
+// Runs other people's code on hostile bytes in a process of its own, where a crash, an endless loop or a huge
+// allocation harms nothing else.
 #pragma once
 
 #include <chrono>
@@ -12,20 +12,20 @@
 namespace emltool {
 
 struct IsolationLimits {
-    uint64_t memory;  // bytes above what the program itself takes
+    uint64_t memory;  // bytes in addition to what the program itself takes
     unsigned processorSeconds;
-    std::chrono::milliseconds timeout;  // by the clock on the wall
+    std::chrono::milliseconds timeout;  // in wall-clock time
     size_t reply;                       // bytes
 };
 
 struct IsolatedReply {
     std::vector<uint8_t> bytes;
-    std::string failure;  // why there is no reply, "crashed (SIGSEGV)"; empty when the work was done
+    std::string failure;  // why there is no reply, "crashed (SIGSEGV)"; empty if the work was done
 
     bool done() const { return failure.empty(); }
 };
 
-// The work: writes its reply to `descriptor` and gives true when that is all of it. It has neither the
+// The work: writes its reply to `descriptor` and returns true if the reply is complete. It has neither the
 // standard streams nor any file of the program, can open no other, and may throw std::bad_alloc.
 using IsolatedWork = std::function<bool(int descriptor)>;
 

@@ -7,13 +7,13 @@
 
 namespace emltool {
 
-// The address space in use; 0 where the system does not say.
+// The address space in use; 0 if the system does not tell.
 uint64_t addressSpace();
 
 // Sets the soft limit, as far as the hard one allows; it can be raised again.
 void setSoftLimit(int resource, rlim_t value);
 
-// Sets both limits, for good. What is stricter already stays.
+// Sets both limits, permanently. A stricter limit stays.
 void lowerLimit(int resource, rlim_t value);
 
 }  // namespace emltool

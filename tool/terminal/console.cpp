@@ -21,7 +21,7 @@ bool wantsColor(ColorChoice choice, int descriptor) {
     return ::isatty(descriptor) != 0;
 }
 
-// Gives 0 or an errno.
+// Returns 0 or an errno.
 int writeAll(int descriptor, std::string_view text) {
     while (!text.empty()) {
         ssize_t written = ::write(descriptor, text.data(), text.size());
@@ -44,9 +44,9 @@ Console::Console(ColorChoice color, Verbosity verbosity)
       errorStyle_(wantsColor(color, STDERR_FILENO)) {}
 
 void Console::print(std::string_view text) {
-    constexpr size_t kMuch = size_t{64} << 10;
+    constexpr size_t kBufferSize = size_t{64} << 10;
     pending_ += text;
-    if (pending_.size() >= kMuch) flush();
+    if (pending_.size() >= kBufferSize) flush();
 }
 
 void Console::flush() {
@@ -61,7 +61,7 @@ void Console::flush() {
 
 void Console::report(const Problem& problem) {
     std::string subject = problem.subject.empty() ? "" : visible(problem.subject) + ": ";
-    // Nothing can be done where standard error is closed.
+    // Nothing can be done if standard error is closed.
     writeAll(STDERR_FILENO,
              fmt::format("{} {}{}\n", errorStyle_.error("eml:"), subject, visible(problem.text)));
 }

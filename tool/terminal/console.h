@@ -14,12 +14,12 @@ enum class Verbosity { kQuiet, kNormal, kVerbose };
 // Standard output is a pipe that nobody reads any more.
 struct BrokenPipe {};
 
-// Standard output cannot be written, so there is no use in going on with the next file.
+// Standard output cannot be written, so it is useless to go on with the next file.
 struct StandardOutputProblem : Problem {
     using Problem::Problem;
 };
 
-// Emphasis, which never says anything by itself.
+// Emphasis, which never carries meaning by itself.
 class Style {
   public:
     explicit Style(bool on) : on_(on) {}
@@ -46,15 +46,15 @@ class Console {
     // How standard output is to be emphasised.
     const Style& style() const { return outStyle_; }
 
-    // Data, for standard output. Gathered until flush, or until it is much. Throws
-    // StandardOutputProblem, or BrokenPipe.
+    // Data, for standard output. Buffered until flush, or until there is much. Throws StandardOutputProblem
+    // or BrokenPipe.
     void print(std::string_view text);
     void flush();
 
-    // One line each on standard error: "eml: SUBJECT: TEXT". The texts are shown as visible() has them. A
-    // warning is left out where the user asked for quiet.
+    // One line each on standard error: "eml: SUBJECT: TEXT". The texts are shown as visible() has them.
+    // Warnings are omitted if the user asked for quiet.
     void report(const Problem& problem);
-    void note(std::string_view text) const;  // no warning: how something ended
+    void note(std::string_view text) const;  // not a warning: how something ended
     void warn(std::string_view subject, std::string_view text);
 
   private:

@@ -1,4 +1,4 @@
-// What goes wrong, as the user is told it.
+// What goes wrong, in the words that the user sees.
 #pragma once
 
 #include <exception>
@@ -19,7 +19,7 @@ enum class ExitCode : int {
     kInternal = 70
 };
 
-// One problem; thrown where it ends the work on a file.
+// One problem; thrown if it ends the work on a file.
 struct Problem : std::exception {
     Problem(ExitCode exitCode, std::string shortName, std::string concerned, std::string description)
         : exit(exitCode),
@@ -38,7 +38,7 @@ struct Problem : std::exception {
 Problem usageProblem(std::string text);
 Problem outOfMemory(std::string subject);
 
-// A system error in the words of this tool: "no such file or directory" and the like in lower case.
+// A system error in the style of this tool: in lower case, like "no such file or directory".
 std::string describe(const std::error_code& error);
 
 // The exit code of work on several things.

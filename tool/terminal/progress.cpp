@@ -46,7 +46,7 @@ std::string cut(std::string_view text) {
 }
 
 void put(std::string_view text) {
-    // Whether it arrives plays no role.
+    // It does not matter whether it arrives.
     [[maybe_unused]] ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
 }
 

@@ -1,4 +1,4 @@
-// One line on standard error that says how far long work has come.
+// One line on standard error that shows the progress of long work.
 #pragma once
 
 #include <chrono>
@@ -8,9 +8,9 @@
 
 namespace emltool {
 
-// It is there only for a person: standard error is a terminal, standard output is none (its lines would run
-// into this one), and nobody asked for quiet. It comes after half a second of work, changes at most ten times
-// a second, and the destructor takes it away.
+// It is shown only to a person: if standard error is a terminal, standard output is not one (its lines would
+// mix with this one), and quiet was not asked for. It appears after half a second, changes at most ten times
+// a second, and is removed by the destructor.
 //
 //     ProgressLine progress(console);
 //     while (work()) {
@@ -23,16 +23,16 @@ class ProgressLine {
     ProgressLine(const ProgressLine&) = delete;
     ProgressLine& operator=(const ProgressLine&) = delete;
 
-    // Whether it is time to show something. Cheap enough for every message.
+    // Whether it is time to show something. Cheap enough to be called for every message.
     bool due() const { return on_ && Clock::now() >= next_; }
 
     // Milliseconds until due() is true, for a poll that waits; -1 when it never is.
     int untilDue() const;
 
-    // Puts `text`, cut to the width of the terminal, in the place of what was shown before.
+    // Puts `text`, cut to the width of the terminal, instead of what was shown before.
     void show(std::string_view text);
 
-    // Takes the line away, for instance before a warning is written. The next one may follow at once.
+    // Removes the line, for instance before a warning is written. The next one may follow at once.
     void clear();
 
     // Seconds since the work began.

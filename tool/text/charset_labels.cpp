@@ -9,7 +9,7 @@
 #include <system_error>
 
 #include "standalone/charsets.h"
-#include "tool/text/name_decoding.h"
+#include "tool/text/charset_labels.h"
 #include "tool/text/utf8.h"
 
 namespace emltool {
@@ -21,8 +21,8 @@ struct Label {
     uint32_t charset;
 };
 
-// Labels whose text is better read with the host's charset than with the one that they literally name: mail
-// says the standard and means the vendor's superset. Every other label is iconv's.
+// Labels whose text is better read in one of the host's charsets than in the one that they name: mail names
+// the standard and means the vendor's superset. All other labels are left to iconv.
 constexpr std::array<Label, 20> kLabels = {{
     {"ascii", EML_CHARSET_WESTERN},
     {"us-ascii", EML_CHARSET_WESTERN},
@@ -54,7 +54,7 @@ std::string fromHostCharset(std::string_view bytes, uint32_t charset) {
     }
 }
 
-// A label goes to iconv only when it can be nothing but a name: "//" asks for options there.
+// Only a plain name is passed to iconv as a label: after "//" it reads options.
 bool isPlainLabel(std::string_view label) {
     constexpr std::string_view kLetters =
         "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_.:";
@@ -94,7 +94,7 @@ class Iconv {
                 ::iconv(handle_, nullptr, nullptr, nullptr, nullptr);
             }
         }
-        char last[64];  // what a charset with combining marks has kept back
+        char last[64];  // what a charset with combining marks has held back
         char* to = last;
         size_t room = sizeof last;
         ::iconv(handle_, nullptr, nullptr, &to, &room);
@@ -105,7 +105,7 @@ class Iconv {
     iconv_t handle_;
 };
 
-// ISO-2022-JP is made of ASCII bytes; its escape sequences tell it from ASCII and UTF-8.
+// ISO-2022-JP is made of ASCII bytes; its escape sequences distinguish it from ASCII and UTF-8.
 bool isIso2022Jp(std::string_view bytes) {
     return bytes.find("\x1b$") != std::string_view::npos && bytes.find("\x1b(") != std::string_view::npos;
 }
@@ -120,15 +120,15 @@ std::optional<std::string> fromLabelledCharset(std::string_view label, std::stri
     if (!isPlainLabel(name)) return std::nullopt;
     Iconv converter(name.c_str());
     if (!converter.valid()) return std::nullopt;
-    // Whatever a charset of iconv gives, what leaves here is UTF-8.
+    // Whatever iconv returns, the result is valid UTF-8.
     return withoutInvalidBytes(converter.convert(bytes));
 }
 
 std::string fromUnlabelledCharset(std::string_view bytes, uint32_t charset) {
     if (isIso2022Jp(bytes)) return fromHostCharset(bytes, EML_CHARSET_ISO_2022_JP);
     if (isUtf8(bytes) && charset != EML_CHARSET_UTF_7) return std::string(bytes);
-    // A name is bytes, so a charset of 16-bit units cannot be meant; and bytes that are no UTF-8 in a message
-    // that claims to be are most often Western.
+    // A name is bytes, so a charset of 16-bit units cannot be meant. Bytes that are invalid in a message that
+    // claims to be UTF-8 are usually Western.
     bool useless = charset == EML_CHARSET_UNKNOWN || charset == EML_CHARSET_UTF_8 ||
                    charset == EML_CHARSET_UTF_16 || charset == EML_CHARSET_TEXT_16;
     return fromHostCharset(bytes, useless ? EML_CHARSET_WESTERN : charset);

@@ -10,8 +10,8 @@ namespace {
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
-// "+0100" anywhere in the field is its zone (RFC 5322 section 3.3); older mail has names, of which three are
-// common.
+// "+0100" anywhere in the field is its zone (RFC 5322 section 3.3); older mail has names instead, three of
+// which are common.
 std::string zoneOf(std::string_view sent) {
     for (size_t at = sent.size(); at-- > 0;) {
         std::string_view zone = sent.substr(at, 5);

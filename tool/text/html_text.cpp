@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "tool/text/ascii.h"
 #include "tool/text/utf8.h"
 
 namespace emltool {
@@ -15,20 +16,12 @@ namespace {
 
 constexpr std::string_view kSpaces = " \t\r\n\f";
 
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-std::string lowerCase(std::string_view text) {
-    std::string result(text);
-    std::transform(result.begin(), result.end(), result.begin(), lower);
-    return result;
-}
-
-// Elements that begin a new line, and those that leave an empty one before them.
+// Elements that begin a new line, and those that have an empty line before them.
 constexpr std::array<std::string_view, 18> kBlocks = {"br", "div", "tr", "li", "table", "ul",
                                                       "ol", "dt",  "dd", "hr", "h1",    "h2",
                                                       "h3", "h4",  "h5", "h6", "form",  "title"};
 constexpr std::array<std::string_view, 3> kParagraphs = {"p", "blockquote", "pre"};
-// Elements whose content is no text.
+// Elements whose content is not text.
 constexpr std::array<std::string_view, 4> kHidden = {"script", "style", "head", "template"};
 
 struct Entity {
@@ -100,7 +93,7 @@ class HtmlText {
 
     void endLine() {
         blank_ = false;
-        if (line_.ends_with(' ')) line_.pop_back();  // behind the mark of a list item
+        if (line_.ends_with(' ')) line_.pop_back();  // after the mark of a list item
         if (!line_.empty()) lines_.push_back(std::move(line_));
         line_.clear();
     }
@@ -127,7 +120,7 @@ class HtmlText {
         for (char c : text) put(c);
     }
 
-    // Moves behind `text`, or to the end without it.
+    // Moves past `text`, or to the end if there is none.
     void skipBehind(std::string_view text) {
         size_t found = html_.find(text, at_);
         at_ = found == std::string_view::npos ? html_.size() : found + text.size();
@@ -159,7 +152,7 @@ class HtmlText {
         if (name == "li" && !closing) line_ = "* ";
     }
 
-    // Moves behind the closing tag. One that is missing hides nothing, and is not looked for again.
+    // Moves past the closing tag. If it is missing, nothing is hidden, and it is not searched for again.
     void skipElement(const std::string& name) {
         if (contains(unclosed_, name)) return;
         std::string wanted = "</" + name;

@@ -1,6 +1,10 @@
 #include "tool/text/name_decoding.h"
 
 #include <array>
+#include <cstdint>
+#include <optional>
+
+#include "tool/text/charset_labels.h"
 
 namespace emltool {
 
@@ -15,7 +19,7 @@ int hexDigit(char c) {
     return -1;
 }
 
-// The byte that two hex digits at `position` give; -1 when there are none.
+// The byte that two hex digits at `position` give; -1 if there are none.
 int hexByte(std::string_view text, size_t position) {
     if (text.size() < position + 2) return -1;
     int high = hexDigit(text[position]);
@@ -60,7 +64,7 @@ std::string decodeB(std::string_view text) {
 struct EncodedWord {
     std::string_view charset;
     std::string bytes;
-    size_t end;  // position behind it
+    size_t end;  // position after it
 };
 
 std::optional<EncodedWord> encodedWordAt(std::string_view text, size_t start) {
@@ -69,7 +73,7 @@ std::optional<EncodedWord> encodedWordAt(std::string_view text, size_t start) {
     if (charsetEnd == std::string_view::npos || text.size() < charsetEnd + 3) return std::nullopt;
     char encoding = text[charsetEnd + 1];
     if (text[charsetEnd + 2] != '?') return std::nullopt;
-    // The text may be broken and hold blanks; it ends at the first "?=" all the same.
+    // The text may be broken and contain blanks; it still ends at the first "?=".
     size_t contentStart = charsetEnd + 3;
     size_t contentEnd = text.find("?=", contentStart);
     if (contentEnd == std::string_view::npos) return std::nullopt;
@@ -86,8 +90,8 @@ std::optional<EncodedWord> encodedWordAt(std::string_view text, size_t start) {
     return word;
 }
 
-// Text with encoded words in it. Blanks between two words are no text; words that follow each other in one
-// charset are converted together, since mailers cut characters in two.
+// Text with encoded words in it. Blanks between two words are dropped. Adjacent words in one charset are
+// converted together, since mailers split characters between words.
 std::string decodeWords(std::string_view text, uint32_t charset) {
     std::string result;
     size_t plainStart = 0;
@@ -118,9 +122,9 @@ std::string decodeWords(std::string_view text, uint32_t charset) {
     return result + fromUnlabelledCharset(text.substr(plainStart), charset);
 }
 
-// Some mailers put a value of RFC 2231 where a plain one belongs: utf-8''na%C3%AFve.txt. Only what can be
-// nothing else is read so: a known charset, a language without blanks, and at least one %xx and no stray "%".
-// The shortest labels that iconv knows are also words ("it", "no", "us"), and mail does not use them.
+// Some mailers write an RFC 2231 value where a plain one belongs: utf-8''na%C3%AFve.txt. Only an unmistakable
+// one is decoded: a known charset, a language without blanks, at least one %xx and no stray "%". The shortest
+// labels of iconv are also words ("it", "no", "us"), and mail does not use them.
 std::optional<std::string> decodePercentForm(std::string_view name) {
     size_t language = name.find('\'');
     constexpr size_t kShortestLabel = 4;

@@ -9,7 +9,7 @@ namespace emltool {
 
 namespace {
 
-// A longer one is no extension but a name with a dot in it.
+// A longer one is not an extension but part of a name with a dot in it.
 constexpr size_t kMaxExtensionLength = 32;
 
 std::string_view withoutDotsAndBlanks(std::string_view text) {
@@ -18,7 +18,7 @@ std::string_view withoutDotsAndBlanks(std::string_view text) {
     return text.substr(first, text.find_last_not_of(". ") - first + 1);
 }
 
-// Where the extension begins, with its dot; the size where there is none.
+// Where the extension begins, with its dot; the size if there is none.
 size_t extensionStart(std::string_view name) {
     size_t dot = name.rfind('.');
     if (dot == std::string_view::npos || dot == 0 || name.size() - dot > kMaxExtensionLength) {
@@ -27,7 +27,7 @@ size_t extensionStart(std::string_view name) {
     return dot;
 }
 
-// The longest beginning of `text` of at most `limit` bytes that ends between two characters.
+// The longest prefix of `text` that has at most `limit` bytes and ends between two characters.
 std::string_view cutOnCharacter(std::string_view text, size_t limit) {
     if (text.size() <= limit) return text;
     while (limit > 0 && (static_cast<uint8_t>(text[limit]) & 0xC0) == 0x80) --limit;

@@ -16,7 +16,7 @@ class Sha256 {
 
     void update(std::span<const uint8_t> bytes) noexcept;
 
-    // The digest of all updates. The object is done with then.
+    // The digest of all updates. The object must not be used afterwards.
     Digest finish() noexcept;
 
     static Digest of(std::string_view text) noexcept;

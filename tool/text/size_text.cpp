@@ -9,8 +9,8 @@ namespace {
 template <typename Number>
 std::optional<Number> parseWhole(std::string_view text) {
     Number value{};
-    auto [behind, failure] = std::from_chars(text.data(), text.data() + text.size(), value);
-    bool whole = failure == std::errc{} && behind == text.data() + text.size();
+    auto [rest, failure] = std::from_chars(text.data(), text.data() + text.size(), value);
+    bool whole = failure == std::errc{} && rest == text.data() + text.size();
     return whole ? std::optional(value) : std::nullopt;
 }
 
@@ -18,9 +18,9 @@ std::optional<Number> parseWhole(std::string_view text) {
 
 std::optional<uint64_t> parseSize(std::string_view text) {
     uint64_t value = 0;
-    auto [behind, failure] = std::from_chars(text.data(), text.data() + text.size(), value);
+    auto [rest, failure] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (failure != std::errc{}) return std::nullopt;
-    std::string_view unit = text.substr(static_cast<size_t>(behind - text.data()));
+    std::string_view unit = text.substr(static_cast<size_t>(rest - text.data()));
     if (unit.empty()) return value;
     constexpr std::string_view kUnits = "KMGT";
     size_t place = unit.size() == 1 ? kUnits.find(unit[0]) : std::string_view::npos;

@@ -4,11 +4,11 @@
 #include <filesystem>
 #include <vector>
 
+#include "tool/text/ascii.h"
+
 namespace emltool {
 
 namespace {
-
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 // A word may have one error, and one more for every three letters beyond the first three.
 size_t toleratedErrors(std::string_view word) { return std::max<size_t>(1, word.size() / 3); }
@@ -49,7 +49,7 @@ std::string closest(std::string_view word, std::span<const std::string> candidat
     for (const std::string& candidate : candidates) {
         if (candidate.size() > kMaxWordLength) continue;
         size_t errors = typingErrors(word, candidate);
-        // Of equals the first in the alphabet: folders are listed in any order.
+        // Of equals the first in the alphabet, since folders are listed in any order.
         if (errors < fewest || (errors == fewest && !best.empty() && candidate < best)) {
             fewest = errors;
             best = candidate;
@@ -70,7 +70,7 @@ std::string closestFile(const std::string& path) {
         std::error_code ignored;
         if (!entry->is_directory(ignored)) names.push_back(entry->path().filename().string());
     }
-    // The extension is mostly the same: it must not make up for errors in the name.
+    // The extension is usually the same: it must not make up for errors in the name.
     const fs::path wanted(path);
     std::string name = closest(wanted.filename().string(), names, toleratedErrors(wanted.stem().string()));
     return name.empty() ? name : (folder / name).string();

@@ -12,14 +12,13 @@ namespace emltool {
 // count as the same.
 size_t typingErrors(std::string_view a, std::string_view b);
 
-// The candidate that `word` most likely stands for; empty when none is near.
+// The candidate that `word` most likely means; empty if none is close.
 std::string closest(std::string_view word, std::span<const std::string> candidates);
 
-// The same with at most so many typing errors.
+// The same with at most `maxErrors` typing errors.
 std::string closest(std::string_view word, std::span<const std::string> candidates, size_t maxErrors);
 
-// The path of an existing file that `path`, which does not exist, most likely stands for; empty when there is
-// none.
+// The path of an existing file that `path`, which does not exist, most likely means; empty if there is none.
 std::string closestFile(const std::string& path);
 
 }  // namespace emltool

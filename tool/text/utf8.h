@@ -7,11 +7,11 @@
 
 namespace emltool {
 
-// What nextCharacter gives for a byte that belongs to no character.
+// What nextCharacter returns for a byte that belongs to no character.
 inline constexpr char32_t kNoCharacter = 0xFFFFFFFF;
 
-// The character at `position`, which is before the end of `text`, and moves `position` behind it. A byte that
-// begins no well-formed character is passed by itself.
+// The character at `position`, which is before the end of `text`, and moves `position` past it. A byte that
+// begins no well-formed character is skipped alone.
 char32_t nextCharacter(std::string_view text, size_t& position) noexcept;
 
 bool isUtf8(std::string_view text) noexcept;

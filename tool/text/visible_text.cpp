@@ -38,7 +38,7 @@ std::string visible(std::string_view text) {
 }
 
 size_t displayWidth(std::string_view text) {
-    // The width of a character is the locale's business, and output is UTF-8 in every locale.
+    // The width of a character depends on the locale, and output is UTF-8 in every locale.
     static const locale_t utf8Locale = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t{});
     locale_t before = utf8Locale != locale_t{} ? ::uselocale(utf8Locale) : locale_t{};
     size_t width = 0;
@@ -76,7 +76,7 @@ std::string humanSize(unsigned long long bytes) {
     constexpr const char* kUnits[] = {"kB", "MB", "GB", "TB", "PB", "EB"};
     double value = static_cast<double>(bytes) / 1000;
     size_t unit = 0;
-    // 999.5 would be rounded to four digits.
+    // A value of A value of 999.5 would be rounded to four digits.
     while (value >= 999.5 && unit + 1 < std::size(kUnits)) {
         value /= 1000;
         ++unit;

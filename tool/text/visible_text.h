@@ -7,8 +7,8 @@
 
 namespace emltool {
 
-// Control characters, which can drive a terminal; and the invisible ones that end a line or turn the order of
-// what follows, by which "gpj.exe" passes for "exe.jpg".
+// Control characters, which can control a terminal; and the invisible ones that end a line or reverse the
+// order of what follows, which makes "gpj.exe" look like "exe.jpg".
 bool isControl(char32_t character) noexcept;
 bool isDirectionOverride(char32_t character) noexcept;
 
@@ -18,7 +18,7 @@ std::string visible(std::string_view text);
 // Columns that `text` takes on a terminal.
 size_t displayWidth(std::string_view text);
 
-// A file name as one would type it in a shell, for hints that can be copied.
+// A file name as a user would type it in a shell, for hints that can be copied.
 std::string shellWord(std::string_view name);
 
 // Bytes for a person: "59 B ", "1.4 kB", "12 MB"; the unit always takes two columns.

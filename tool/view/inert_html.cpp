@@ -3,17 +3,11 @@
 #include <algorithm>
 #include <array>
 
+#include "tool/text/ascii.h"
+
 namespace emltool {
 
 namespace {
-
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-// Whether `word`, in lower case, stands at the beginning of `text`, in any case.
-bool begins(std::string_view text, std::string_view word) {
-    return text.size() >= word.size() &&
-           std::equal(word.begin(), word.end(), text.begin(), [](char n, char t) { return n == lower(t); });
-}
 
 bool endsName(std::string_view text, size_t length) {
     return text.size() == length ||
@@ -25,52 +19,53 @@ constexpr std::array<std::string_view, 14> kRenamed = {"a",    "applet", "area",
                                                        "link", "meta",   "object", "portal"};
 constexpr std::array<std::string_view, 5> kLoading = {"src", "srcset", "background", "poster", "data"};
 
-// The value behind "NAME=" or "url(" at the beginning of `text`: quotes and blanks are stepped over.
+// The value at the beginning of `text`, which follows "NAME=" or "url(": quotes and blanks are skipped.
 std::string_view valueOf(std::string_view text) {
     size_t start = text.find_first_not_of(" \t\r\n\"'");
     return start == std::string_view::npos ? std::string_view() : text.substr(start);
 }
 
 bool isRemote(std::string_view value) {
-    return begins(value, "http:") || begins(value, "https:") || begins(value, "//") || begins(value, "ftp:");
+    return startsWithNoCase(value, "http:") || startsWithNoCase(value, "https:") ||
+           startsWithNoCase(value, "//") || startsWithNoCase(value, "ftp:");
 }
 
 void countValue(std::string_view value, BlockedContent& blocked) {
     if (isRemote(value)) ++blocked.remote;
-    if (begins(value, "cid:")) ++blocked.inlineImages;
+    if (startsWithNoCase(value, "cid:")) ++blocked.inlineImages;
 }
 
-// Counts what stands at the beginning of `rest`, which is behind `before`.
+// Counts what is at the beginning of `rest`, which follows `before`.
 void count(std::string_view rest, char before, BlockedContent& blocked) {
     if (rest[0] == '<') {
         std::string_view tag = rest.substr(1);
-        if (begins(tag, "script") && endsName(tag, 6)) ++blocked.scripts;
-        if (begins(tag, "form") && endsName(tag, 4)) ++blocked.forms;
-        if (begins(tag, "link") && endsName(tag, 4)) ++blocked.remote;
+        if (startsWithNoCase(tag, "script") && endsName(tag, 6)) ++blocked.scripts;
+        if (startsWithNoCase(tag, "form") && endsName(tag, 4)) ++blocked.forms;
+        if (startsWithNoCase(tag, "link") && endsName(tag, 4)) ++blocked.remote;
         return;
     }
-    if (begins(rest, "url(")) countValue(valueOf(rest.substr(4)), blocked);
+    if (startsWithNoCase(rest, "url(")) countValue(valueOf(rest.substr(4)), blocked);
     if (std::string_view(" \t\r\n\f\"'/").find(before) == std::string_view::npos) return;
     for (std::string_view attribute : kLoading) {
-        if (!begins(rest, attribute)) continue;
+        if (!startsWithNoCase(rest, attribute)) continue;
         size_t equals = rest.find_first_not_of(" \t\r\n", attribute.size());
         if (equals == std::string_view::npos || rest[equals] != '=') continue;
         countValue(valueOf(rest.substr(equals + 1)), blocked);
     }
 }
 
-// Where "x-" is to be put when an element to rename begins `text`; else 0.
+// Where to insert "x-" if `text` begins with an element to rename; otherwise 0.
 size_t renamedAt(std::string_view text) {
     size_t at = text.size() > 1 && text[1] == '/' ? 2 : 1;
     std::string_view rest = text.substr(std::min(at, text.size()));
     bool renamed = std::any_of(kRenamed.begin(), kRenamed.end(), [&](std::string_view word) {
-        return begins(rest, word) && endsName(rest, word.size());
+        return startsWithNoCase(rest, word) && endsName(rest, word.size());
     });
     return renamed ? at : 0;
 }
 
 InertHtml withRenamedElements(std::string_view html) {
-    constexpr std::string_view kCounted = "<usbpd";  // what can begin something to count
+    constexpr std::string_view kCounted = "<usbpd";  // the first letters of what is counted
     InertHtml inert;
     inert.html.reserve(html.size());
     for (size_t i = 0; i < html.size(); ++i) {
@@ -92,7 +87,7 @@ InertHtml withRenamedElements(std::string_view html) {
 }  // namespace
 
 InertHtml makeInert(std::string_view html) {
-    // Browsers differ about zero bytes; first of all none is left, so that none can hide a name.
+    // Browsers treat zero bytes differently. All are removed first, so that none can hide a name.
     std::string whole(html);
     std::erase(whole, '\0');
     return withRenamedElements(whole);

@@ -5,11 +5,12 @@
 #include <algorithm>
 #include <string_view>
 
+#include "tool/message/opening_limits.h"
 #include "tool/message/rendering.h"
 #include "tool/message/text.h"
 #include "tool/message/tree.h"
 #include "tool/text/base64_text.h"
-#include "tool/text/name_decoding.h"
+#include "tool/text/charset_labels.h"
 #include "tool/text/safe_name.h"
 #include "tool/text/utf8.h"
 #include "tool/text/visible_text.h"
@@ -35,7 +36,7 @@ std::string policyTags() {
 // Text from a stranger, in HTML.
 std::string shown(std::string_view text) { return escapeHtml(visible(text)); }
 
-// Lines of text: tabs and line ends stay what they are.
+// Lines of text, with tabs and line ends unchanged.
 std::string shownLines(std::string_view text) {
     std::string result;
     while (!text.empty()) {
@@ -80,7 +81,7 @@ class BytesVisitor final : public AttachmentVisitor {
 
 class PageBuilder {
   public:
-    explicit PageBuilder(const ViewOptions& options, uint64_t budget) : options_(options), budget_(budget) {}
+    PageBuilder(const ViewOptions& options, uint64_t messageSize) : options_(options), limits_(messageSize) {}
 
     ViewPage build(MessageFile& file);
 
@@ -93,7 +94,7 @@ class PageBuilder {
                   std::string& tree, std::string& inner);
 
     const ViewOptions& options_;
-    uint64_t budget_;  // bytes of embedded messages that are opened; see TreeReader
+    OpeningLimits limits_;
     std::string title_;
     std::vector<std::string> warnings_;
 };
@@ -135,8 +136,8 @@ std::string blockedText(const BlockedContent& blocked) {
 
 std::string note(std::string_view text) { return fmt::format("<p class=\"note\">{}</p>\n", text); }
 
-// A frame cannot grow with what is in it unless a script runs. Text alone tells how high it will be, roughly;
-// what it does not tell can be scrolled to.
+// A frame cannot grow with what is in it unless a script runs. The text gives a rough height; the rest can be
+// scrolled to.
 std::string frameHeight(std::string_view html, std::string_view plainText) {
     bool hasMore =
         html.find("<img") != std::string_view::npos || html.find("<table") != std::string_view::npos;
@@ -183,16 +184,12 @@ std::string PageBuilder::body(MessageFile& file, const MessageTree& tree) {
     return plain.empty() ? note("No text.") : plain;
 }
 
-// An embedded message becomes an article of its own behind the one that holds it.
+// An embedded message becomes an article of its own after the one that contains it.
 void PageBuilder::embedded(const SubFileEntry& entry, const BytesVisitor& bytes, const SubFilePath& path,
                            std::string& tree, std::string& inner) {
     const std::vector<uint8_t>& content = bytes.of(entry);
     if (!entry.isEmbeddedMessage() || content.empty()) return;
-    if (path.size() > kMaxDepth || content.size() > budget_) {
-        warnings_.push_back(fmt::format("sub-file {}: a message that is not opened", dotted(path)));
-        return;
-    }
-    budget_ -= content.size();
+    if (!limits_.mayOpen(path, content.size(), warnings_)) return;
     MessageFile file(std::make_unique<emlhost::MemoryInput>(content), entry.name, true);
     inner += article(file, path, tree);
 }
@@ -207,7 +204,7 @@ std::string PageBuilder::attachment(const SubFileEntry& entry, const BytesVisito
     if (isHere) {
         const std::vector<uint8_t>& content = bytes.of(entry);
         std::string data = base64({reinterpret_cast<const char*>(content.data()), content.size()});
-        // One type for all: the browser stores it and does not show it.
+        // One type for all, so that the browser saves it and does not show it.
         item = fmt::format("<a download=\"{}\" href=\"data:application/octet-stream;base64,{}\">{}</a>",
                            escapeHtml(safeName(entry.name, dotted(path))), data, shown(name));
     } else {
@@ -268,7 +265,7 @@ ViewPage PageBuilder::build(MessageFile& file) {
 }  // namespace
 
 ViewPage buildViewPage(MessageFile& file, const ViewOptions& options) {
-    return PageBuilder(options, file.input().size() * kMaxDepth).build(file);
+    return PageBuilder(options, file.input().size()).build(file);
 }
 
 }  // namespace emltool

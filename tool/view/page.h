@@ -1,6 +1,6 @@
 // A message as one safe HTML page.
 //
-// The page needs nothing from elsewhere and runs nothing: no script, a Content-Security-Policy that forbids
+// The page loads nothing from elsewhere and runs nothing: no script, a Content-Security-Policy that forbids
 // every request, and the sender's HTML in a frame that is sandboxed and carries the same policy. Attachments
 // are links that hold their bytes.
 #pragma once

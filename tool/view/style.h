@@ -1,5 +1,5 @@
 // How the page of `eml view` looks: beside the tree on a wide screen, below it on a narrow one; light or dark
-// as the reader's system is. The sender's HTML stays on white, which it was made for.
+// as the reader's system is. The sender's HTML stays on white, for which it was made.
 #pragma once
 
 #include <string_view>

@@ -11,7 +11,7 @@ namespace {
 
 using emlhost::RecordTag;
 
-// Records made by hand, one behind the other.
+// Records made by hand, one after another.
 class Records {
   public:
     Records& text(std::string_view bytes) {

@@ -114,7 +114,7 @@ TEST(TnefReply, ReadsNamesInTheirCodePage) {
 TEST(TnefReply, IsRefusedWhereItMakesNoSense) {
     const std::string whole = fileFrame("a", true, "t", "abc") + endFrame(1252, true);
     std::vector<std::string> cases = {
-        whole + "x",                                           // something behind the end
+        whole + "x",                                           // something after the end
         whole + endFrame(1252, true),                          // two ends
         fileFrame("a", true, "", "abc"),                       // no end
         fileFrame("a", true, "", "abcd") + endFrame(0, true),  // more than the TNEF has

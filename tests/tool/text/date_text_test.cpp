@@ -45,7 +45,7 @@ TEST(DateText, HasTheZoneOfTheField) {
         {"digits at the end", "Tue, 4 Mar 2025 09:15:22 +0100", "+01:00"},
         {"west", "Tue, 4 Mar 2025 09:15:22 -0800", "-08:00"},
         {"half hours", "Tue, 4 Mar 2025 09:15:22 +0530", "+05:30"},
-        {"a comment behind", "Tue, 4 Mar 2025 09:15:22 -0330 (NST)", "-03:30"},
+        {"a comment after", "Tue, 4 Mar 2025 09:15:22 -0330 (NST)", "-03:30"},
         {"nothing between", "4 Mar 2025 09:15:22+1400", "+14:00"},
         {"unknown zone", "4 Mar 2025 09:15:22 -0000", "-00:00"},
         {"the last of two", "+0100 +0200", "+02:00"},

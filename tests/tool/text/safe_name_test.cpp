@@ -18,11 +18,11 @@ TEST(SafeName, FollowsItsRules) {
         {"a plain name stays", "report.pdf", "report.pdf"},
         {"blanks inside stay", "inner message.eml", "inner message.eml"},
         {"characters of any script stay", "日本語 – ünï.txt", "日本語 – ünï.txt"},
-        {"the last component behind /", "../../etc/passwd", "passwd"},
+        {"the last component after /", "../../etc/passwd", "passwd"},
         {"an absolute path", "/etc/shadow", "shadow"},
-        {"the last component behind \\", "C:\\temp\\evil.exe", "evil.exe"},
+        {"the last component after \\", "C:\\temp\\evil.exe", "evil.exe"},
         {"both kinds of separator", "a\\b/c\\d.txt", "d.txt"},
-        {"nothing behind the last separator", "folder/", "part-7"},
+        {"nothing after the last separator", "folder/", "part-7"},
         {"control characters are dropped", std::string("a\x1b[31mb\r\n\x7f.txt"), "a[31mb.txt"},
         {"a zero byte is dropped", std::string("a\0b", 3), "ab"},
         {"C1 control characters are dropped",
@@ -33,7 +33,7 @@ TEST(SafeName, FollowsItsRules) {
         {"direction overrides are dropped", "photo\u202Egpj.exe", "photogpj.exe"},
         {"isolates and marks are dropped", "\u2066a\u2069\u200E\u200F\u061C.txt", "a.txt"},
         {"dots in front are trimmed", "...hidden", "hidden"},
-        {"dots and blanks behind are trimmed", "name.txt . .", "name.txt"},
+        {"dots and blanks after are trimmed", "name.txt . .", "name.txt"},
         {"blanks around are trimmed", "  a b  ", "a b"},
         {"empty", "", "part-7"},
         {"one dot", ".", "part-7"},
@@ -41,7 +41,7 @@ TEST(SafeName, FollowsItsRules) {
         {"blanks and dots only", " . . ", "part-7"},
         {"control characters only", "\x01\x02", "part-7"},
         {"parent folder as last component", "a/..", "part-7"},
-        {"what becomes visible only behind dropped characters", "\u202E..\u202E", "part-7"},
+        {"what becomes visible only after dropped characters", "\u202E..\u202E", "part-7"},
         {"bytes that are no UTF-8 are dropped", "a\xFF\xC3.txt", "a.txt"},
     };
     for (const NameCase& c : cases) EXPECT_EQ(safeName(c.name, "7"), c.safe) << c.rule;
@@ -52,7 +52,7 @@ TEST(SafeName, HasAtMost255BytesAndKeepsItsExtension) {
     EXPECT_EQ(cut, std::string(251, 'a') + ".pdf");
     EXPECT_EQ(safeName(std::string(255, 'a'), "1"), std::string(255, 'a'));
     EXPECT_EQ(safeName(std::string(256, 'a'), "1"), std::string(255, 'a'));
-    // What stands behind the dot is too long for an extension.
+    // What follows the dot is too long for an extension.
     EXPECT_EQ(safeName("a." + std::string(300, 'b'), "1"), "a." + std::string(253, 'b'));
 }
 

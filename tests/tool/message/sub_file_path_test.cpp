@@ -1,4 +1,4 @@
-#include "tool/message/tree.h"
+#include "tool/message/sub_file_path.h"
 
 #include <gtest/gtest.h>
 
