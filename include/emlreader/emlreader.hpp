@@ -107,7 +107,7 @@ using Block = std::unique_ptr<T, Release>;
 template <Sink S>
 class SinkOutput final : public emlhost::Output {
   public:
-    explicit SinkOutput(S& sink) noexcept : Output(Seeking::NotAtAll), sink_(sink) {}
+    explicit SinkOutput(S& sink) noexcept : Output(Seeking::kNotAtAll), sink_(sink) {}
 
     /* Rethrows what the sink threw. */
     void rethrow() const {
@@ -439,17 +439,17 @@ void Message::text(S&& sink, bool withHeader) const {
         emlhost::RecordWalker records(filter.fill(buffer));
         for (emlhost::TextRecord record{}; records.next(record);) {
             switch (record.tag) {
-                case emlhost::RecordTag::Text:
+                case emlhost::RecordTag::kText:
                     pending += record.text();
                     break;
-                case emlhost::RecordTag::Charset:
+                case emlhost::RecordTag::kCharset:
                     if (record.word() != charset) flush();
                     charset = record.word();
                     break;
-                case emlhost::RecordTag::Tab:
-                case emlhost::RecordTag::LineBreak:
+                case emlhost::RecordTag::kTab:
+                case emlhost::RecordTag::kLineBreak:
                     flush();
-                    sink(std::string_view(record.tag == emlhost::RecordTag::Tab ? "\t" : "\n"));
+                    sink(std::string_view(record.tag == emlhost::RecordTag::kTab ? "\t" : "\n"));
                     break;
                 default:
                     break;
