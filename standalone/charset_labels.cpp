@@ -1,4 +1,4 @@
-/* Made by scripts/make-charset-labels out of the npm package whatwg-encoding@3.1.1. */
+// Made by scripts/make-charset-labels out of the npm package whatwg-encoding@3.1.1.
 #include "standalone/charset_labels.h"
 
 #include <array>
@@ -7,7 +7,7 @@ namespace emlhost {
 
 namespace {
 
-/* In the order of their bytes. */
+// In the order of their bytes.
 constexpr std::array<CharsetLabel, 227> kLabels = {{
     {"866", "IBM866", CharsetForm::Iconv},
     {"ansi_x3.4-1968", "CP1252", CharsetForm::Iconv},

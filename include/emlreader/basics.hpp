@@ -77,7 +77,7 @@ namespace detail {
 template <Sink S>
 class SinkOutput final : public emlhost::Output {
   public:
-    explicit SinkOutput(S& sink) noexcept : Output(Seeking::NotAtAll), sink_(sink) {}
+    explicit SinkOutput(S& sink) noexcept : Output(Seeking::kNotAtAll), sink_(sink) {}
 
     /* Rethrows what the sink threw. */
     void rethrow() const {

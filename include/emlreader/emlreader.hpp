@@ -359,17 +359,17 @@ void Message::text(S&& sink, bool withHeader) const {
         emlhost::RecordWalker records(filter.fill(buffer));
         for (emlhost::TextRecord record{}; records.next(record);) {
             switch (record.tag) {
-                case emlhost::RecordTag::Text:
+                case emlhost::RecordTag::kText:
                     pending += record.text();
                     break;
-                case emlhost::RecordTag::Charset:
+                case emlhost::RecordTag::kCharset:
                     if (record.word() != charset) flush();
                     charset = record.word();
                     break;
-                case emlhost::RecordTag::Tab:
-                case emlhost::RecordTag::LineBreak:
+                case emlhost::RecordTag::kTab:
+                case emlhost::RecordTag::kLineBreak:
                     flush();
-                    sink(std::string_view(record.tag == emlhost::RecordTag::Tab ? "\t" : "\n"));
+                    sink(std::string_view(record.tag == emlhost::RecordTag::kTab ? "\t" : "\n"));
                     break;
                 default:
                     break;

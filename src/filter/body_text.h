@@ -3,10 +3,9 @@
 
 #include "filter/filter_context.h"
 
-// Turns what stands between readPos and inputEnd into text. In stream mode it stops where the output is full,
-// with bufferFull and stagingPending set, and the next call goes on from there. Gives 1, or 0 when memory ran
-// out.
-[[nodiscard]] uint32_t processEMLplainbody(EmlFilterContext& context, bool fieldMode);
+// Turns the input from the read position to its end into text. In stream mode it stops where the output is full
+// and says so in the context, and the next call goes on from there. False when memory ran out.
+[[nodiscard]] bool processEMLplainbody(EmlFilterContext& context, bool fieldMode);
 
 // Decodes the rest of the body, or what stands in the buffer when bodyLength is below 1, into the decode
 // buffer, which becomes the input of processEMLplainbody. A resumed fill only goes on with what is left.

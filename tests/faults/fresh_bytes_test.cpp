@@ -1,4 +1,4 @@
-// Memory that nobody has written means nothing: whatever fresh blocks and the room behind a short read hold,
+// Memory that nobody has written means nothing: whatever fresh blocks and the room after a short read hold,
 // every call gives the same.
 #include <gtest/gtest.h>
 

@@ -71,7 +71,7 @@ Answer Session::takeMetadata(EmlResult code, EmlMetaData& list) {
         appendWord(answer.text, "type", entry->type);
         if (entry->value != nullptr) {
             answer.text += " \"" + std::string(entry->value, entry->valueLength) + "\"";
-            if (entry->value[entry->valueLength] != '\0') answer.text += " without a zero byte behind it";
+            if (entry->value[entry->valueLength] != '\0') answer.text += " without a zero byte after it";
             heap.give(entry->value);
         }
         answer.text += '\n';

@@ -274,7 +274,7 @@ void Sweep::failLine(const Kind& kind, uint64_t nth, Faults& faults) {
     for (size_t i = 0; i < steps_.size(); ++i) checkInLine(*session, i, kind, faults);
     EXPECT_GE(journal.failed(), 1U) << "the fault did not strike";
     journal.fail(kind.entry, {});
-    for (size_t i = 0; i < steps_.size(); ++i) expectSame(*session, i, kind, "behind the last fault", faults);
+    for (size_t i = 0; i < steps_.size(); ++i) expectSame(*session, i, kind, "after the last fault", faults);
     finish(*session, faults);
 }
 
@@ -285,7 +285,7 @@ void Sweep::checkInLine(Session& session, size_t index, const Kind& kind, Faults
     const Answer answer = session.run(step);
     if (!Session::isRepeatable(step)) return;
     if (journal.failed() == before) {
-        // A conversion that keeps failing stays in progress, and calls behind it show that.
+        // A conversion that keeps failing stays in progress, and calls after it show that.
         if (before == 0 || !kind.onwards) {
             EXPECT_TRUE(isUndisturbed(index, kind, answer)) << callName(step.call) << " " << step.number;
         }
@@ -308,7 +308,7 @@ void Sweep::takeEntriesAway(Faults& faults) {
 }
 
 void Sweep::takeAway(Entry entry, bool beforeOpen, Faults& faults) {
-    SCOPED_TRACE(scene_.name + ": without " + entryName(entry) + (beforeOpen ? "" : ", behind the open"));
+    SCOPED_TRACE(scene_.name + ": without " + entryName(entry) + (beforeOpen ? "" : ", after the open"));
     const auto session = makeSession(scene_, options_);
     RecordingHost& host = session->host();
     if (entry == Entry::kFree || entry == Entry::kReallocate || entry == Entry::kRecordReallocate)
