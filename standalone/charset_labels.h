@@ -10,10 +10,10 @@ namespace emlhost {
 
 // How text of a charset is read.
 enum class CharsetForm : uint8_t {
-    Iconv,        // by iconv
-    Iso2022Jp,    // ISO-2022-JP with what programs add to it; iconv reads it as EUC-JP
-    Hz,           // HZ (RFC 1843), which iconv lacks; it reads the characters as GB18030
-    UserDefined,  // x-user-defined: 0x80 to 0xFF are U+F780 to U+F7FF
+    kIconv,        // by iconv
+    kIso2022Jp,    // ISO-2022-JP with what programs add to it; iconv reads it as EUC-JP
+    kHz,           // HZ (RFC 1843), which iconv lacks; it reads the characters as GB18030
+    kUserDefined,  // x-user-defined: 0x80 to 0xFF are U+F780 to U+F7FF
 };
 
 struct CharsetLabel {

@@ -20,33 +20,33 @@ constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 // Labels that mail has besides those of the standard, by letters and digits. What iconv knows by the very name is
 // not here.
 constexpr std::array<CharsetLabel, 27> kMoreLabels = {{
-    {"unicode11utf7", "UTF-7", CharsetForm::Iconv},
-    {"csunicode11utf7", "UTF-7", CharsetForm::Iconv},
-    {"xunicode20utf7", "UTF-7", CharsetForm::Iconv},
-    {"utf7", "UTF-7", CharsetForm::Iconv},
-    {"utf16", "UTF-16", CharsetForm::Iconv},
-    {"iso2022jp1", "EUC-JP-MS", CharsetForm::Iso2022Jp},
-    {"iso2022jpms", "EUC-JP-MS", CharsetForm::Iso2022Jp},
-    {"iso2022jpesc", "EUC-JP-MS", CharsetForm::Iso2022Jp},
-    {"cp50220", "EUC-JP-MS", CharsetForm::Iso2022Jp},
-    {"cp50221", "EUC-JP-MS", CharsetForm::Iso2022Jp},
-    {"cp50222", "EUC-JP-MS", CharsetForm::Iso2022Jp},
-    {"hz", "GB18030", CharsetForm::Hz},
-    {"cp936", "GB18030", CharsetForm::Iconv},
-    {"windows936", "GB18030", CharsetForm::Iconv},
-    {"cp950", "BIG5", CharsetForm::Iconv},
-    {"windows950", "BIG5", CharsetForm::Iconv},
-    {"cp932", "CP932", CharsetForm::Iconv},
-    {"cp949", "CP949", CharsetForm::Iconv},
-    {"xwindows949", "CP949", CharsetForm::Iconv},
-    {"xeuc", "EUC-JP-MS", CharsetForm::Iconv},
-    {"xjohab", "JOHAB", CharsetForm::Iconv},
-    {"cp1361", "JOHAB", CharsetForm::Iconv},
-    {"xmacce", "MAC-CENTRALEUROPE", CharsetForm::Iconv},
-    {"xmacroman", "MACINTOSH", CharsetForm::Iconv},
-    {"xviettcvn", "TCVN", CharsetForm::Iconv},
-    {"cp20866", "KOI8-R", CharsetForm::Iconv},
-    {"cp21866", "KOI8-U", CharsetForm::Iconv},
+    {"unicode11utf7", "UTF-7", CharsetForm::kIconv},
+    {"csunicode11utf7", "UTF-7", CharsetForm::kIconv},
+    {"xunicode20utf7", "UTF-7", CharsetForm::kIconv},
+    {"utf7", "UTF-7", CharsetForm::kIconv},
+    {"utf16", "UTF-16", CharsetForm::kIconv},
+    {"iso2022jp1", "EUC-JP-MS", CharsetForm::kIso2022Jp},
+    {"iso2022jpms", "EUC-JP-MS", CharsetForm::kIso2022Jp},
+    {"iso2022jpesc", "EUC-JP-MS", CharsetForm::kIso2022Jp},
+    {"cp50220", "EUC-JP-MS", CharsetForm::kIso2022Jp},
+    {"cp50221", "EUC-JP-MS", CharsetForm::kIso2022Jp},
+    {"cp50222", "EUC-JP-MS", CharsetForm::kIso2022Jp},
+    {"hz", "GB18030", CharsetForm::kHz},
+    {"cp936", "GB18030", CharsetForm::kIconv},
+    {"windows936", "GB18030", CharsetForm::kIconv},
+    {"cp950", "BIG5", CharsetForm::kIconv},
+    {"windows950", "BIG5", CharsetForm::kIconv},
+    {"cp932", "CP932", CharsetForm::kIconv},
+    {"cp949", "CP949", CharsetForm::kIconv},
+    {"xwindows949", "CP949", CharsetForm::kIconv},
+    {"xeuc", "EUC-JP-MS", CharsetForm::kIconv},
+    {"xjohab", "JOHAB", CharsetForm::kIconv},
+    {"cp1361", "JOHAB", CharsetForm::kIconv},
+    {"xmacce", "MAC-CENTRALEUROPE", CharsetForm::kIconv},
+    {"xmacroman", "MACINTOSH", CharsetForm::kIconv},
+    {"xviettcvn", "TCVN", CharsetForm::kIconv},
+    {"cp20866", "KOI8-R", CharsetForm::kIconv},
+    {"cp21866", "KOI8-U", CharsetForm::kIconv},
 }};
 
 char lower(char byte) { return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte + ('a' - 'A')) : byte; }
@@ -185,15 +185,15 @@ class Conversion {
           unit_(name.starts_with("UTF-16") || name.starts_with("UCS-2")   ? 2
                 : name.starts_with("UTF-32") || name.starts_with("UCS-4") ? 4
                                                                           : 1),
-          descriptor_(form_ == CharsetForm::UserDefined ? "US-ASCII" : name.c_str()) {}
+          descriptor_(form_ == CharsetForm::kUserDefined ? "US-ASCII" : name.c_str()) {}
 
     bool isOpen() const noexcept { return descriptor_.isOpen(); }
 
     uint32_t convert(std::string_view& source, char*& out, size_t& room, bool last) {
         replaced_ = 0;
-        if (form_ == CharsetForm::UserDefined) {
+        if (form_ == CharsetForm::kUserDefined) {
             convertUserDefined(source, out, room);
-        } else if (form_ == CharsetForm::Iconv) {
+        } else if (form_ == CharsetForm::kIconv) {
             run(source, out, room, last, last);
         } else {
             convertStaged(source, out, room, last);
@@ -247,8 +247,8 @@ class Conversion {
             if (staged_.empty()) {
                 const std::string_view piece = source.substr(0, kAtOnce);
                 const bool lastPiece = last && piece.size() == source.size();
-                const size_t used = form_ == CharsetForm::Hz ? hz_.read(piece, lastPiece, staged_)
-                                                             : iso2022Jp_.read(piece, lastPiece, staged_);
+                const size_t used = form_ == CharsetForm::kHz ? hz_.read(piece, lastPiece, staged_)
+                                                              : iso2022Jp_.read(piece, lastPiece, staged_);
                 source.remove_prefix(used);
                 if (used == 0) break;
             }
@@ -311,7 +311,7 @@ std::optional<FoundCharset> findMimeCharset(std::string_view label) {
     if (const CharsetLabel* row = findLetters(letters)) return found(*row);
     if (const CharsetLabel* row = findLetters(codePageOf(letters))) return found(*row);
     if (isPlainName(label) && Descriptor(std::string(label).c_str()).isOpen()) {
-        return FoundCharset{label, CharsetForm::Iconv};
+        return FoundCharset{label, CharsetForm::kIconv};
     }
     return std::nullopt;
 }
