@@ -12,6 +12,7 @@
 #include "filter/embedded_name.h"
 #include "filter/field_value.h"
 #include "filter/record_stream.h"
+#include "filter/transfer_decoders.h"
 #include "host.h"
 #include "reference/dates.h"
 #include "reference/filter_text.h"

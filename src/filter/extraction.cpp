@@ -21,19 +21,7 @@ bool isText(const EmlAttachment& attachment) {
 // The decoder's own result is not looked at: what could be decoded has been written.
 void decodeAttachment(EmlFilterContext& context, const EmlAttachment& attachment, EmlIOobj& output) {
     context.body.running = true;
-    switch (attachment.encoding) {
-        case TransferEncoding::kBase64:
-            (void)emlbase64(context, output, attachment, isText(attachment));
-            break;
-        case TransferEncoding::kQuotedPrintable:
-            (void)emlqp(context, output, attachment);
-            break;
-        case TransferEncoding::kNone:
-        case TransferEncoding::k7Bit:
-        case TransferEncoding::k8Bit:
-            (void)emlnone(context, output, attachment);
-            break;
-    }
+    (void)extractDecoded(context, output, attachment, isText(attachment));
     context.body.running = false;
     forgetInput(context);
 }

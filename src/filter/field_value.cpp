@@ -4,8 +4,8 @@
 
 #include "bytes/unreachable.h"
 #include "charset/charset_names.h"
-#include "filter/body_text.h"
 #include "filter/record_stream.h"
+#include "filter/transfer_decoders.h"
 #include "host/metadata_records.h"
 
 namespace eml {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 
 #include "bytes/unreachable.h"
 #include "filter/body_span.h"
@@ -9,6 +10,7 @@
 #include "filter/header_fields.h"
 #include "filter/input_reader.h"
 #include "filter/record_stream.h"
+#include "filter/transfer_decoders.h"
 #include "host/container_queries.h"
 #include "host/host_file.h"
 
@@ -128,23 +130,12 @@ EmlResult convertStep(EmlFilterContext& context, const FillTarget& target) {
         plainStep(context, target);
         return EML_OK;
     }
-    switch (context.transferEncoding) {
-        case TransferEncoding::kNone:
-        case TransferEncoding::k7Bit:
-        case TransferEncoding::k8Bit:
-            readPlain(context, target);
-            return EML_OK;
-        case TransferEncoding::kBase64:
-            // KEPT: after the base64 step the quoted-printable step always runs too, and its result is the one
-            // that counts.
-            (void)processEMLbase64body(context, false);
-            [[fallthrough]];
-        case TransferEncoding::kQuotedPrintable:
-            break;
+    if (const std::optional<EmlResult> result = convertEncodedBody(context)) {
+        reportProgress(context, target);
+        return *result;
     }
-    const EmlResult result = processEMLqpbody(context, false);
-    reportProgress(context, target);
-    return result;
+    readPlain(context, target);
+    return EML_OK;
 }
 
 EmlResult convertBody(EmlFilterContext& context, const FillTarget& target) {

@@ -9,6 +9,7 @@
 #include <random>
 
 #include "filter/record_stream.h"
+#include "filter/transfer_decoders.h"
 #include "reference/filter_text.h"
 #include "support/opened_message.h"
 
