@@ -1,6 +1,7 @@
 #include "mime/defects.h"
 
 #include <array>
+#include <cstring>
 
 namespace eml {
 
@@ -100,6 +101,21 @@ void noteDefect(EmlMimeContext& context, uint32_t code, uint32_t part, uint64_t 
     }
     owner.lastDefect = recordCount<MimeDefect>(context.defects);
     ++owner.defectCount;
+}
+
+// Not by a reallocation, which loses the list when it fails.
+EmlResult reserveDefects(EmlMimeContext& context, uint32_t more) {
+    GrowingBuffer& list = context.defects;
+    const uint64_t needed = list.length + uint64_t{more} * sizeof(MimeDefect);
+    if (needed <= list.capacity) return EML_OK;
+    GrowingBuffer grown{};
+    if (grown.reserve(*context.allocator, grownCapacity(list.capacity, needed)) != EML_OK)
+        return EML_NO_MEMORY;
+    if (list.length != 0) std::memcpy(grown.data, list.data, list.length);
+    grown.length = list.length;
+    list.release(*context.allocator);
+    list = grown;
+    return EML_OK;
 }
 
 const char* defectName(uint32_t code) {

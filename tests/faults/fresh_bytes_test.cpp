@@ -41,6 +41,7 @@ void compareFreshBytes(Reader reader) {
 }
 
 TEST(FreshBytes, DoNotShowInTheContainerReader) { compareFreshBytes(Reader::kContainer); }
+TEST(FreshBytes, DoNotShowInTheMimeReader) { compareFreshBytes(Reader::kMime); }
 TEST(FreshBytes, DoNotShowInTheFilter) { compareFreshBytes(Reader::kFilter); }
 
 }  // namespace

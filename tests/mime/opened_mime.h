@@ -59,6 +59,6 @@ class OpenedMime {
 };
 
 [[nodiscard]] std::string_view viewOf(const EmlMimeText& text);
-[[nodiscard]] std::string escaped(std::string_view bytes);
+[[nodiscard]] std::string visible(std::string_view bytes);
 
 }  // namespace eml::test

@@ -221,7 +221,7 @@ TEST(PartTree, LinesAcrossBlocks) {
             const size_t start = message.size();
             message += std::string(length, 'x') + lineEnd + "y" + tail;
             OpenedMime opened(message);
-            ASSERT_EQ(emlMimePartCount(opened.context()), 3U) << length << escaped(lineEnd);
+            ASSERT_EQ(emlMimePartCount(opened.context()), 3U) << length << visible(lineEnd);
             const EmlMimePart part = opened.part(1);
             EXPECT_EQ(part.body.offset, start);
             EXPECT_EQ(part.body.length, length + std::strlen(lineEnd) + 1);

@@ -70,7 +70,7 @@ TEST(Spans, MakeUpTheFileWhateverAByteIs) {
             changed[place] = byte;
             OpenedMime opened(changed);
             ASSERT_NE(opened.context(), nullptr);
-            EXPECT_EQ(opened.spanProblems(changed), "") << "byte " << place << " is " << escaped({&byte, 1});
+            EXPECT_EQ(opened.spanProblems(changed), "") << "byte " << place << " is " << visible({&byte, 1});
         }
     }
 }

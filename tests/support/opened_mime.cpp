@@ -8,7 +8,7 @@ namespace eml::test {
 
 std::string_view viewOf(const EmlMimeText& text) { return {text.text, text.length}; }
 
-std::string escaped(std::string_view bytes) {
+std::string visible(std::string_view bytes) {
     std::string out;
     for (const char character : bytes) {
         const auto byte = static_cast<uint8_t>(character);
@@ -76,7 +76,7 @@ std::string OpenedMime::tree(std::string_view message) const {
         const bool isMessage = (part.flags & EML_MIME_PART_MESSAGE) != 0;
         const bool isMultipart = (part.flags & EML_MIME_PART_MULTIPART) != 0;
         if (!isMessage && !isMultipart) {
-            out += "\"" + escaped(message.substr(part.body.offset, part.body.length)) + "\"";
+            out += "\"" + visible(message.substr(part.body.offset, part.body.length)) + "\"";
         }
         const bool isText = !isMessage && !isMultipart;
         out += isMessage ? "(" : isMultipart ? "{" : part.childCount > 0 ? "[" : "";
