@@ -11,7 +11,7 @@ namespace {
 // Takes every byte and keeps none: what remains is the cost of reading and decoding.
 class DiscardingOutput final : public emlhost::Output {
   public:
-    DiscardingOutput() noexcept : Output(Seeking::Anywhere) {}
+    DiscardingOutput() noexcept : Output(Seeking::kAnywhere) {}
 
   private:
     int put(uint64_t, std::span<const uint8_t> bytes) noexcept override {

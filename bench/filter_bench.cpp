@@ -12,9 +12,9 @@ namespace {
 
 constexpr size_t kBufferSize = 65536;
 
-const char* encodingName(uint32_t encoding) {
-    if (encoding == EML_ENC_BASE64) return "base64";
-    return encoding == EML_ENC_QP ? "quoted-printable" : "8bit";
+const char* encodingName(eml::TransferEncoding encoding) {
+    if (encoding == eml::TransferEncoding::kBase64) return "base64";
+    return encoding == eml::TransferEncoding::kQuotedPrintable ? "quoted-printable" : "8bit";
 }
 
 // A message whose text is what the one attachment of `file` holds, in the same encoding.

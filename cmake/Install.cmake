@@ -1,5 +1,5 @@
-# What is installed, in three components, each a Debian package: `runtime` (the shared library),
-# `development` (headers, static libraries, the stand-alone host, CMake and pkg-config files) and `tools` (the
+# What is installed, in three components, each a Debian package: `runtime` (the shared libraries),
+# `development` (headers, static libraries, the stand-alone host, emlmime(3), CMake and pkg-config files) and `tools` (the
 # command eml, its manual and completions, the Python module).
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -22,10 +22,10 @@ if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
 endif()
 set(EMLREADER_PYTHONDIR "${EMLREADER_DEFAULT_PYTHONDIR}" CACHE STRING "Where the Python module is installed")
 
-install(TARGETS emlreader EXPORT emlreaderTargets
+install(TARGETS emlreader emlmime EXPORT emlreaderTargets
         LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development
         INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
-install(TARGETS emlreader_static EXPORT emlreaderTargets
+install(TARGETS emlreader_static emlmime_static EXPORT emlreaderTargets
         ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT development
         INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/emlreader" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
@@ -50,7 +50,7 @@ install(FILES "${PROJECT_BINARY_DIR}/emlreaderConfig.cmake" "${PROJECT_BINARY_DI
 
 # From the folder of the pkg-config files back to the prefix, so that an installation can be moved.
 file(RELATIVE_PATH EMLREADER_PREFIX_FROM_PC "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
-foreach(MODULE emlreader emlreader-cpp)
+foreach(MODULE emlreader emlmime emlreader-cpp)
     configure_file("${PROJECT_SOURCE_DIR}/cmake/${MODULE}.pc.in" "${PROJECT_BINARY_DIR}/${MODULE}.pc" @ONLY)
     install(FILES "${PROJECT_BINARY_DIR}/${MODULE}.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
             COMPONENT development)
@@ -58,7 +58,7 @@ endforeach()
 
 if(TARGET eml)
     install(TARGETS eml RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
-    include(Manual)
 endif()
+include(Manual)
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/python/emlreader" DESTINATION "${EMLREADER_PYTHONDIR}" COMPONENT tools
         FILES_MATCHING PATTERN "*.py" PATTERN "*.pyi" PATTERN "py.typed" PATTERN "__pycache__" EXCLUDE)

@@ -18,19 +18,22 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libemlreader1)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 # For dpkg-shlibdeps of other packages, and instead of maintainer scripts that call ldconfig.
-file(WRITE "${PROJECT_BINARY_DIR}/shlibs" "libemlreader 1 libemlreader1 (>= ${PROJECT_VERSION})\n")
+file(WRITE "${PROJECT_BINARY_DIR}/shlibs" "libemlreader 1 libemlreader1 (>= ${PROJECT_VERSION})\n"
+                                           "libemlmime 1 libemlreader1 (>= ${PROJECT_VERSION})\n")
 file(WRITE "${PROJECT_BINARY_DIR}/triggers" "activate-noawait ldconfig\n")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_BINARY_DIR}/shlibs;${PROJECT_BINARY_DIR}/triggers")
-set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "Shared library, which needs only libc. It opens messages in the format of
-RFC 5322 with MIME, lists and decodes their attachments, returns header
-values, and renders the message as text, HTML or RTF. All memory and all
-input come from the program that calls the library.")
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "Shared libraries, which need only libc. libemlreader opens messages in the
+format of RFC 5322 with MIME, lists and decodes their attachments, returns
+header values, and renders the message as text, HTML or RTF. libemlmime
+reads any message as the tree of its MIME parts, with names, addresses,
+dates and text as UTF-8, and lists what is wrong with it. All memory and
+all input come from the program that calls the libraries.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libemlreader-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libemlreader1 (= ${PROJECT_VERSION})")
-set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "Development files: the C headers, a C++20 wrapper, the static library, a
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "Development files: the C headers, a C++20 wrapper, static libraries, a
 complete host (files, pipes, memory, character conversion), and files for
 CMake and pkg-config.")
 

@@ -6,18 +6,19 @@
 #include <vector>
 
 #include "check.h"
-#include "container/embedded_names.h"
+#include "container/embedded_name.h"
 #include "container/main_name_date.h"
 #include "filter/body_text.h"
 #include "filter/embedded_name.h"
 #include "filter/field_value.h"
 #include "filter/record_stream.h"
+#include "filter/transfer_decoders.h"
 #include "host.h"
 #include "reference/dates.h"
 #include "reference/filter_text.h"
 #include "reference/filter_values.h"
-#include "reference/header_values.h"
 #include "reference/names.h"
+#include "reference/parameters.h"
 
 namespace fuzz {
 namespace {
@@ -74,15 +75,15 @@ class FilterContext {
         block_ = std::make_unique<Exact>(input_ + behind);
         context_->services = &host_.services();
         context_->io = &host_.input();
-        context_->hostRecord = host_.record();
+        context_->request.hostRecord = host_.record();
         context_->kernels = &eml::kPlainKernels;
-        context_->carryPos = context_->carry;
-        context_->readPos = block_->begin();
-        context_->inputEnd = block_->begin() + input_.size();
+        context_->input.carryPos = context_->input.carry;
+        context_->input.readPos = block_->begin();
+        context_->input.end = block_->begin() + input_.size();
     }
     ~FilterContext() {
-        context_->decodeBuffer.release(host_.services().allocator);
-        context_->fieldBuffer.release(host_.services().allocator);
+        context_->body.decoded.release(host_.services().allocator);
+        context_->request.value.release(host_.services().allocator);
         host_.requireNothingLive();
     }
     FilterContext(const FilterContext&) = delete;
@@ -91,7 +92,7 @@ class FilterContext {
     [[nodiscard]] EmlFilterContext& get() { return *context_; }
     [[nodiscard]] Host& host() { return host_; }
     [[nodiscard]] std::string field() const {
-        const eml::GrowingBuffer& buffer = context_->fieldBuffer;
+        const eml::GrowingBuffer& buffer = context_->request.value;
         return buffer.data == nullptr ? "" : std::string(buffer.data, buffer.data + buffer.length);
     }
 
@@ -99,8 +100,8 @@ class FilterContext {
     void open(uint32_t capacity, uint32_t limit) {
         output_ = std::make_unique<uint8_t[]>(capacity);
         eml::openRecordOutput(*context_, output_.get(), capacity, static_cast<int32_t>(limit));
-        context_->bufferFull = 0;
-        context_->stagingPending = 0;
+        context_->output.full = false;
+        context_->body.textWaits = false;
     }
     [[nodiscard]] std::string written() const {
         return {reinterpret_cast<const char*>(output_.get()), eml::recordBytes(*context_)};
@@ -118,7 +119,7 @@ void holdValueRecords(std::string_view text, const reference::FilterValue& expec
     FilterContext filter(text);
     const auto room = static_cast<uint32_t>(64 * text.size() + 4096);
     filter.open(room, room);
-    const uint8_t* const begin = filter.get().readPos;
+    const uint8_t* const begin = filter.get().input.readPos;
     const uint8_t* position = begin;
     require(outputEMLfieldbody(filter.get(), position, false, eml::kWholeLines) == EML_OK, "a value is read");
     std::string records;
@@ -134,10 +135,11 @@ void holdValueGathered(std::string_view text, const reference::FilterValue& expe
     EmlMetaDataEntry* entries[] = {&entry};
     EmlMetaData list{{}, 1, entries};
     entry.name = name;
-    filter.get().requests = &list;
+    filter.get().request.list = &list;
     // The call that asks for values has made the buffer.
-    require(filter.get().fieldBuffer.reserve(filter.host().services().allocator, 4096) == EML_OK, "a buffer");
-    const uint8_t* position = filter.get().readPos;
+    require(filter.get().request.value.reserve(filter.host().services().allocator, 4096) == EML_OK,
+            "a buffer");
+    const uint8_t* position = filter.get().input.readPos;
     require(outputEMLfieldbody(filter.get(), position, true, 0) == EML_OK, "a value is gathered");
     require(entry.hasValue == 1 && entry.value != nullptr, "a gathered value is handed over");
     requireSame<std::string_view>(expected.gathered, std::string_view(entry.value, entry.valueLength),
@@ -153,14 +155,14 @@ void holdStream(std::string_view text) {
     std::string rest(text);
     for (;;) {
         filter.open(capacity, limit);
-        const uint8_t* const before = filter.get().readPos;
-        require(processEMLplainbody(filter.get(), false) == 1, "text is converted");
+        const uint8_t* const before = filter.get().input.readPos;
+        require(processEMLplainbody(filter.get(), false), "text is converted");
         reference::Buffer model{capacity, limit, {}, false};
         (void)reference::convert(rest, model);
         requireSame<std::string_view>(model.bytes, filter.written(), "body text as records");
-        require((filter.get().bufferFull != 0) == model.full, "a buffer is full where the model's is");
-        const bool moved = filter.get().readPos != before;
-        require(static_cast<size_t>(filter.get().inputEnd - filter.get().readPos) == rest.size(),
+        require(filter.get().output.full == model.full, "a buffer is full where the model's is");
+        const bool moved = filter.get().input.readPos != before;
+        require(static_cast<size_t>(filter.get().input.end - filter.get().input.readPos) == rest.size(),
                 "what is left is what the model leaves");
         if (!model.full || !moved) return;
     }
@@ -237,7 +239,7 @@ void holdBodyText(std::string_view text) {
     holdStream(text);
     for (const char behind : {'\0', 'x'}) {
         FilterContext filter(text, behind);
-        require(processEMLplainbody(filter.get(), true) == 1, "a field's text is gathered");
+        require(processEMLplainbody(filter.get(), true), "a field's text is gathered");
         requireSame<std::string_view>(reference::fieldText(text, behind == '\0'), filter.field(),
                                       "a field's text");
     }

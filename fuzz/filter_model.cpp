@@ -24,33 +24,35 @@ struct Dump {
     }
 };
 
+uint32_t codeOf(eml::TransferEncoding encoding) { return static_cast<uint32_t>(encoding); }
+
 std::string dumpOf(EmlFilterContext& context) {
     Dump dump;
     dump.add("size", context.messageSize);
     dump.add("header", context.headerLength);
-    dump.add("line end", {reinterpret_cast<const char*>(context.lineEnd), context.lineEndWidth});
-    dump.add("encoding", context.transferEncoding);
+    dump.add("line end", {reinterpret_cast<const char*>(context.input.lineEnd), context.input.lineEndWidth});
+    dump.add("encoding", codeOf(context.transferEncoding));
     dump.add("type", context.contentType);
     dump.add("charset", context.charset);
-    dump.add("charset name", context.charsetTaken != 0 ? context.charsetName : "-");
-    dump.add("boundary", context.boundary != nullptr ? context.boundary : "");
+    dump.add("charset name", context.charsetTaken ? context.charsetName : "-");
+    dump.add("boundary", context.boundary.text != nullptr ? context.boundary.text : "");
     dump.add("MIME", context.mimeIndicator);
-    dump.add("encrypted", context.encrypted);
-    dump.add("signed", context.signedMessage);
-    for (int32_t i = 0; i < context.partCount; ++i) {
-        const EmlBodyPart& part = context.parts[i];
-        dump.addPart(part.start, part.end, part.encoding, part.type);
+    dump.add("encrypted", context.encrypted ? 1 : 0);
+    dump.add("signed", context.signedMessage ? 1 : 0);
+    for (int32_t i = 0; i < context.parts.bodies.count; ++i) {
+        const EmlBodyPart& part = context.parts.bodies.records[i];
+        dump.addPart(part.start, part.end, codeOf(part.encoding), part.type);
     }
-    for (int32_t i = 0; i < context.attachmentCount; ++i) {
-        const EmlAttachment& one = context.attachments[i];
+    for (int32_t i = 0; i < context.parts.attachments.count; ++i) {
+        const EmlAttachment& one = context.parts.attachments.records[i];
         dump.add("attachment", one.fileName);
-        dump.addPart(one.offset, one.partIndex, one.encoding, one.contentType);
+        dump.addPart(one.offset, one.partIndex, codeOf(one.encoding), one.contentType);
     }
-    if (context.partCount == 0) return dump.text;
+    if (context.parts.bodies.count == 0) return dump.text;
     eml::BodySpan span{};
     dump.add("body", getBody(context, span));
-    dump.add("first part", context.firstPart);
-    dump.addPart(span.start, span.end, context.transferEncoding, context.contentType);
+    dump.add("first part", context.parts.first);
+    dump.addPart(span.start, span.end, codeOf(context.transferEncoding), context.contentType);
     return dump.text;
 }
 

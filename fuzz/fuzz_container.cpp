@@ -170,9 +170,11 @@ class Visit {
                                                static_cast<size_t>(section->bodyEnd - section->bodyStart)));
         const bool isText =
             section->contentClass == EML_CLASS_TEXT || section->contentClass == EML_CLASS_HTML;
-        const Bytes expected = section->encoding == EML_ENC_BASE64 ? reference::decodeBase64(body, isText)
-                               : section->encoding == EML_ENC_QP ? reference::decodeQuotedPrintableBody(body)
-                                                                 : body;
+        const Bytes expected = section->encoding == eml::TransferEncoding::kBase64
+                                   ? reference::decodeBase64(body, isText)
+                               : section->encoding == eml::TransferEncoding::kQuotedPrintable
+                                   ? reference::decodeQuotedPrintableBody(body)
+                                   : body;
         requireSame(expected, reference::bytesOf(content), "an attachment is its body, decoded");
     }
 
@@ -193,8 +195,8 @@ void append(std::string& text, const char* role, const Section& section) {
     if (section == nullptr) return;
     for (const int64_t value :
          {section->start, section->end, section->bodyStart, section->bodyEnd, int64_t{section->contentClass},
-          int64_t{section->encoding}, int64_t{section->charset}, int64_t{section->boundaryLength},
-          int64_t{section->isAttachment}, int64_t{section->flags}}) {
+          static_cast<int64_t>(section->encoding), int64_t{section->charset},
+          int64_t{section->boundaryLength}, int64_t{section->isAttachment}, int64_t{section->flags}}) {
         text += " " + std::to_string(value);
     }
     text += " " + textOf(section->boundary) + " " + textOf(section->fileName);
@@ -203,8 +205,8 @@ void append(std::string& text, const char* role, const Section& section) {
 template <class Message>
 std::string headOf(const Message& message) {
     return std::to_string(message.bodyOffset) + " " + std::to_string(message.contentClass) + " " +
-           std::to_string(message.encoding) + " " + std::to_string(message.charset) + " " +
-           textOf(message.boundary) + " " + std::to_string(message.attachmentCount);
+           std::to_string(static_cast<uint32_t>(message.encoding)) + " " + std::to_string(message.charset) +
+           " " + textOf(message.boundary) + " " + std::to_string(message.attachmentCount);
 }
 
 template <class Message>

@@ -12,7 +12,7 @@
 #include "check.h"
 #include "choices.h"
 #include "container/encoded_words.h"
-#include "container/header_values.h"
+#include "container/parameters.h"
 #include "decoder_texts.h"
 #include "filter/input_cuts.h"
 #include "host.h"
@@ -22,8 +22,8 @@
 #include "reference/encoded_words.h"
 #include "reference/filter_extraction.h"
 #include "reference/filter_text.h"
-#include "reference/header_values.h"
 #include "reference/input_cuts.h"
+#include "reference/parameters.h"
 #include "reference/search.h"
 #include "support/kernel_sets.h"
 

@@ -16,16 +16,17 @@
 #include "standalone/input.h"
 #include "standalone/iso_2022_jp.h"
 #include "standalone/text_records.h"
-#include "tool/date_text.h"
-#include "tool/html_text.h"
-#include "tool/json_text.h"
-#include "tool/message_file.h"
-#include "tool/message_tree.h"
-#include "tool/name_decoding.h"
-#include "tool/safe_name.h"
-#include "tool/shown_message.h"
-#include "tool/utf8.h"
-#include "tool/visible_text.h"
+#include "tool/message/json_text.h"
+#include "tool/message/message_file.h"
+#include "tool/message/shown_message.h"
+#include "tool/message/tree.h"
+#include "tool/text/charset_labels.h"
+#include "tool/text/date_text.h"
+#include "tool/text/html_text.h"
+#include "tool/text/name_decoding.h"
+#include "tool/text/safe_name.h"
+#include "tool/text/utf8.h"
+#include "tool/text/visible_text.h"
 #include "utf8_rules.h"
 
 namespace {
@@ -58,7 +59,7 @@ void utf8(Choices&, std::string_view text) {
 
 void requireSafe(const std::string& name) {
     requireHarmless(name, "a safe name is harmless");
-    require(!name.empty() && name.size() <= emltool::kLongestName, "a safe name has 1 to 255 bytes");
+    require(!name.empty() && name.size() <= emltool::kMaxNameLength, "a safe name has 1 to 255 bytes");
     require(name.find_first_of("/\\") == std::string::npos, "a safe name is one component");
     const std::string_view ends = ". ";
     require(ends.find(name.front()) == std::string_view::npos, "a safe name begins with a character");
@@ -172,7 +173,7 @@ void json(Choices& choices, std::string_view text) {
     tree.subFiles.push_back(std::move(entry));
     const std::string source = next();
     requireJson(emltool::jsonLine(source, &tree, nullptr));
-    const emltool::Problem problem(emltool::ExitCode::Input, next(), next(), next());
+    const emltool::Problem problem(emltool::ExitCode::kInput, next(), next(), next());
     requireJson(emltool::jsonLine(source, nullptr, &problem));
 }
 

@@ -9,17 +9,15 @@ namespace emlhost {
 
 namespace {
 
-/*
- * Names of glibc's iconv. Where the two columns differ, mail says the narrow name and means the wide charset:
- *
- *   2   "GB2312" is in practice any text of GB18030, the superset of code page 936.
- *   3   Of glibc's Big5 charsets BIG5 is code page 950 with the ETEN additions. BIG5-HKSCS would decode some
- *       more characters, but gives others at places where code page 950 has its own.
- *   4, 69   Both Korean names mostly label code page 949, the superset of EUC-KR.
- *   52, 51  See Converter for the order of bytes.
- *   55  Decoded by way of EUC-JP, see iso_2022_jp.h.
- *   66  EUC-JP-MS adds the vendor characters to EUC-JP.
- */
+// Names of glibc's iconv. Where the two columns differ, mail says the narrow name and means the wide charset:
+//
+//   GB2312       is in practice any text of GB18030, the superset of code page 936.
+//   Big5         Of glibc's Big5 charsets BIG5 is code page 950 with the ETEN additions. BIG5-HKSCS would decode
+//                some more characters, but gives others at places where code page 950 has its own.
+//   KS_C_5601-1987, EUC-KR   Both names mostly label code page 949, the superset of EUC-KR.
+//   UTF-16       See Converter for the order of bytes.
+//   ISO-2022-JP  Decoded by way of EUC-JP, see iso_2022_jp.h.
+//   EUC-JP       EUC-JP-MS adds the vendor characters to EUC-JP.
 constexpr std::array<Charset, 31> kCharsets = {{
     {EML_CHARSET_SHIFT_JIS, "CP932", "CP932", "Shift_JIS"},
     {EML_CHARSET_GB2312, "GB18030", "CP936", "GB2312"},

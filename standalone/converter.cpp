@@ -1,5 +1,5 @@
-/* Conversion in two stages, source -> UTF-32 -> target, so that a byte that is no text and a character that
- * the target lacks are told apart: iconv reports both the same way. */
+// Conversion in two stages, source -> UTF-32 -> target, so that an invalid byte and a character that the
+// target lacks can be told apart: iconv reports both the same way.
 #include <emlreader/eml_host.h>
 #include <iconv.h>
 
@@ -16,7 +16,7 @@ namespace emlhost {
 
 namespace {
 
-/* iconv's name for UTF-32 as wide characters, in the byte order of the machine. */
+// iconv's name for UTF-32 as wide characters, in the byte order of the machine.
 constexpr const char* kWideName = "WCHAR_T";
 static_assert(sizeof(wchar_t) == sizeof(char32_t), "wide characters hold any code point");
 
@@ -35,7 +35,7 @@ std::string swapBytePairs(std::string_view text) {
     return swapped;
 }
 
-/* The text as the decoder wants it; `storage` keeps it where that is not the text itself. */
+// The text as the decoder needs it; `storage` holds it if it differs from `text`.
 std::string_view prepare(uint32_t charset, std::string_view text, std::string& storage) {
     if (charset == EML_CHARSET_ISO_2022_JP) return storage = eucFromIso2022Jp(text);
     if (charset == EML_CHARSET_UTF_16) {
@@ -45,7 +45,8 @@ std::string_view prepare(uint32_t charset, std::string_view text, std::string& s
     return text;
 }
 
-/* glibc reads UTF-8 of four bytes up to U+1FFFFF. Unicode ends at U+10FFFF: behind it each byte is invalid. */
+// glibc reads UTF-8 of four bytes up to U+1FFFFF. Unicode ends at U+10FFFF, so each byte of a higher code is
+// invalid.
 void replaceBehindUnicode(std::wstring& wide, wchar_t substitute) {
     constexpr wchar_t kLast = 0x10FFFF;
     constexpr size_t kBytes = 4;
@@ -62,17 +63,17 @@ void replaceBehindUnicode(std::wstring& wide, wchar_t substitute) {
     wide = std::move(replaced);
 }
 
-/* Bytes to go on after an invalid one: text of 16-bit units stays aligned. */
+// Bytes to skip after an invalid one, so that text of 16-bit units stays aligned.
 size_t unitSize(uint32_t charset) {
     return charset == EML_CHARSET_UTF_16 || charset == EML_CHARSET_TEXT_16 ? 2 : 1;
 }
 
 }  // namespace
 
-/* One iconv descriptor. */
+// One iconv descriptor.
 class Converter::Stage {
   public:
-    enum class Stop { AtEnd, AtInvalid, AtTruncated };
+    enum class Stop { kAtEnd, kAtInvalid, kAtTruncated };
 
     Stage(const char* toName, const char* fromName) : descriptor_(::iconv_open(toName, fromName)) {
         if (descriptor_ == reinterpret_cast<iconv_t>(-1)) {
@@ -83,20 +84,20 @@ class Converter::Stage {
     Stage(const Stage&) = delete;
     Stage& operator=(const Stage&) = delete;
 
-    /* Forgets what an earlier text has left. */
+    // Drops what an earlier text has left.
     void reset() { ::iconv(descriptor_, nullptr, nullptr, nullptr, nullptr); }
 
-    /* Appends what the descriptor holds back, and what brings the target back to its initial state. */
+    // Appends what the descriptor holds back, and what brings the target back to its initial state.
     template <typename Text>
     void finish(Text& target) {
         std::string_view nothing;
         run(nullptr, nothing, target);
     }
 
-    /* Converts from the front of `source` on, and takes off what it has converted. */
+    // Converts from the front of `source`, and removes what it has converted.
     template <typename Text>
     Stop convert(std::string_view& source, Text& target) {
-        char* position = const_cast<char*>(source.data()); /* iconv's old signature; it does not write */
+        char* position = const_cast<char*>(source.data());  // iconv's old signature; it does not write
         return run(&position, source, target);
     }
 
@@ -115,9 +116,9 @@ class Converter::Stage {
             bool progress = written != 0 || left != source.size();
             target.append(piece.data(), written / sizeof piece[0]);
             source.remove_prefix(source.size() - left);
-            if (cause == 0) return Stop::AtEnd;
-            if (cause == EINVAL) return Stop::AtTruncated;
-            if (cause != E2BIG || !progress) return Stop::AtInvalid;
+            if (cause == 0) return Stop::kAtEnd;
+            if (cause == EINVAL) return Stop::kAtTruncated;
+            if (cause != E2BIG || !progress) return Stop::kAtInvalid;
         }
     }
 
@@ -146,10 +147,10 @@ std::wstring Converter::decode(std::string_view text, wchar_t substitute) {
     decoder_->reset();
     while (!rest.empty()) {
         Stage::Stop stop = decoder_->convert(rest, wide);
-        decoder_->finish(wide); /* a character that waits for a combining one comes before the substitute */
-        if (stop == Stage::Stop::AtEnd) break;
+        decoder_->finish(wide);  // a character that waits for a combining one comes before the substitute
+        if (stop == Stage::Stop::kAtEnd) break;
         wide += substitute;
-        if (stop == Stage::Stop::AtTruncated) break;
+        if (stop == Stage::Stop::kAtTruncated) break;
         rest.remove_prefix(std::min(rest.size(), unitSize(fromId_)));
     }
     replaceBehindUnicode(wide, substitute);
@@ -163,9 +164,9 @@ std::string Converter::encode(const std::wstring& wide, wchar_t substitute) {
     std::string result;
     result.reserve(wide.size());
     encoder_->reset();
-    while (encoder_->convert(rest, result) != Stage::Stop::AtEnd) {
+    while (encoder_->convert(rest, result) != Stage::Stop::kAtEnd) {
         std::string_view instead = bytesOf(substituteText);
-        if (encoder_->convert(instead, result) != Stage::Stop::AtEnd) {
+        if (encoder_->convert(instead, result) != Stage::Stop::kAtEnd) {
             instead = bytesOf(questionMark);
             encoder_->convert(instead, result);
         }

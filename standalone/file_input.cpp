@@ -1,4 +1,4 @@
-/* The inputs over files, and the choice between them. */
+// The inputs over files, and the choice between them.
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -21,7 +21,7 @@ UniqueDescriptor openForReading(const std::string& path, std::error_code& error)
     return descriptor;
 }
 
-/* The status of an open file that may be read: a directory can be opened, but has no bytes. */
+// The status of an open file that may be read: a directory can be opened, but has no bytes.
 bool statusOf(const UniqueDescriptor& descriptor, struct stat& status, std::error_code& error) {
     error.clear();
     if (::fstat(descriptor.get(), &status) != 0) {
@@ -46,7 +46,7 @@ std::unique_ptr<DescriptorInput> DescriptorInput::fromDescriptor(UniqueDescripto
     if (!statusOf(descriptor, status, error)) return nullptr;
     off_t size = status.st_size;
     if (!S_ISREG(status.st_mode)) {
-        /* Block devices have their size at their end only; what cannot seek at all is refused here. */
+        // The size of a block device is the position of its end. What cannot seek is refused here.
         size = ::lseek(descriptor.get(), 0, SEEK_END);
         if (size < 0) {
             error = systemError(errno);
@@ -68,8 +68,8 @@ size_t DescriptorInput::readAt(uint64_t position, uint8_t* buffer, size_t count)
     while (done < count) {
         uint64_t at = position + done;
         size_t wanted = count - done;
-        /* A read that leaves the window at its end moves it, rather than to be put together from two windows:
-         * the next line mostly begins before the end, and would bring the first window back. */
+        // A read across the end of the window moves the window instead of joining two: the next line usually
+        // begins before the end, and would bring the first window back.
         if (atHand(at).size() < std::min(wanted, windowCapacity_ - kAlignment)) fetchWindow(at);
         std::span<const uint8_t> bytes = atHand(at);
         if (bytes.empty()) break;
@@ -80,8 +80,8 @@ size_t DescriptorInput::readAt(uint64_t position, uint8_t* buffer, size_t count)
     return done;
 }
 
-/* Makes the window begin just before `position` and fills it. It stays shorter where the file ends, and empty
- * on an error. */
+// Makes the window begin just before `position` and fills it. It stays shorter where the file ends, and empty
+// on an error.
 void DescriptorInput::fetchWindow(uint64_t position) noexcept {
     uint64_t start = position - position % kAlignment;
     size_t length = 0;
@@ -92,7 +92,7 @@ void DescriptorInput::fetchWindow(uint64_t position) noexcept {
         if (got < 0) fail(errno);
         if (got <= 0) break;
         length += static_cast<size_t>(got);
-        if (start + length >= size()) break; /* saves the call that would only say so */
+        if (start + length >= size()) break;  // saves the call that would only report this
     }
     keepAtHand(start, {window_.get(), length});
 }
@@ -107,7 +107,7 @@ std::unique_ptr<MappedFileInput> MappedFileInput::open(const std::string& path, 
 
     auto size = static_cast<size_t>(status.st_size);
     void* start = nullptr;
-    if (size != 0) { /* an empty file cannot be mapped, and need not be */
+    if (size != 0) {  // an empty file cannot be mapped, and need not be
         start = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, descriptor.get(), 0);
         if (start == MAP_FAILED) {
             error = systemError(errno);

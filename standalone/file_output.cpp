@@ -14,7 +14,7 @@ namespace emlhost {
 
 namespace {
 
-/* A name that nobody else uses. Uniqueness is not left to chance: the file is created exclusively. */
+// A name that nobody else uses. Chance is not trusted with that: the file is created exclusively.
 std::string randomName() {
     uint64_t number = 0;
     if (::getrandom(&number, sizeof number, GRND_NONBLOCK) != sizeof number) {
@@ -30,11 +30,11 @@ bool isPlainName(const std::string& name) {
     return name.find_first_of(std::string_view("/\0", 2)) == std::string::npos;
 }
 
-/* Renames within `directory` unless `to` exists. Gives 0 or an errno. */
+// Renames within `directory` unless `to` exists. Returns 0 or an errno.
 int renameToFreeName(int directory, const char* from, const char* to) {
     if (::renameat2(directory, from, directory, to, RENAME_NOREPLACE) == 0) return 0;
     if (errno != EINVAL && errno != ENOSYS) return errno;
-    /* The file system cannot do it in one step: a second name that must be new, then without the first. */
+    // The file system cannot do it in one step: a second name that must be new, then without the first.
     if (::linkat(directory, from, directory, to, 0) != 0) return errno;
     ::unlinkat(directory, from, 0);
     return 0;
@@ -65,7 +65,7 @@ std::unique_ptr<FileOutput> FileOutput::create(const std::string& directory, std
 
 FileOutput::FileOutput(UniqueDescriptor directory, UniqueDescriptor file, std::string temporaryName,
                        std::string temporaryPath)
-    : BufferedOutput(Seeking::Anywhere),
+    : BufferedOutput(Seeking::kAnywhere),
       directory_(std::move(directory)),
       file_(std::move(file)),
       temporaryName_(std::move(temporaryName)),
@@ -85,7 +85,7 @@ std::error_code FileOutput::commit(const std::string& finalName, CommitPolicy po
 
     const char* from = temporaryName_.c_str();
     int failure = 0;
-    if (policy == CommitPolicy::KeepExisting) {
+    if (policy == CommitPolicy::kKeepExisting) {
         failure = renameToFreeName(directory_.get(), from, finalName.c_str());
     } else if (::renameat(directory_.get(), from, directory_.get(), finalName.c_str()) != 0) {
         failure = errno;

@@ -1,6 +1,4 @@
-/*
- * A file as output that appears under its name only when it is complete.
- */
+// An output file that appears under its name only when it is complete.
 #ifndef EMLREADER_STANDALONE_FILE_OUTPUT_H
 #define EMLREADER_STANDALONE_FILE_OUTPUT_H
 
@@ -15,43 +13,37 @@
 
 namespace emlhost {
 
-/* What commit does when the name is taken. */
+// What commit does when the name is taken.
 enum class CommitPolicy {
-    KeepExisting, /* fail with EEXIST, whatever has the name: a file, a folder, a link */
-    Replace       /* take its place in one step; a link is replaced, not followed */
+    kKeepExisting,  // fail with EEXIST, whatever has the name: a file, a folder, a link
+    kReplace        // take its place in one step; a link is replaced, not followed
 };
 
-/*
- * Writes into a temporary file in the directory where the result is to stand, created exclusively and never
- * through a link. commit gives it its name in one step, so that no reader ever sees half a file. What was not
- * committed is removed by the destructor.
- *
- *     std::error_code error;
- *     auto output = FileOutput::create("out", error);
- *     if (output == nullptr) ...                                  // no such folder, no permission
- *     message.extract(1, output->object());
- *     error = output->commit("report.pdf", CommitPolicy::KeepExisting);
- */
+// Writes into a temporary file in the directory where the result is to stand, created exclusively and never
+// through a link. commit gives it its name in one step, so that no reader ever sees half a file. The
+// destructor removes what was not committed.
+//
+//     std::error_code error;
+//     auto output = FileOutput::create("out", error);
+//     if (output == nullptr) ...                                  // no such folder, no permission
+//     message.extract(1, output->object());
+//     error = output->commit("report.pdf", CommitPolicy::kKeepExisting);
 class FileOutput final : public BufferedOutput {
   public:
-    /* Creates the temporary file in `directory` ("" is the current one) with the permissions `mode`, less the
-     * umask. NULL on failure, with the cause in `error`. */
+    // Creates the temporary file in `directory` ("" is the current one) with the permissions `mode`, less the
+    // umask. NULL on failure, with the cause in `error`.
     static std::unique_ptr<FileOutput> create(const std::string& directory, std::error_code& error,
                                               mode_t mode = 0644);
 
     ~FileOutput() override;
 
-    /*
-     * Gives the file the name `finalName` in its directory. Fails with EINVAL when that is not a plain name
-     * ("",
-     * ".", "..", or with a "/" or a zero byte), with the write error when there was one, and with EEXIST as
-     * the policy says. After a failure nothing has changed, and another name may be tried. After success
-     * further commits are EINVAL.
-     */
+    // Gives the file the name `finalName` in its directory. Fails with EINVAL if that is not a plain name
+    // ("", ".", "..", or with a "/" or a zero byte), with the write error if there was one, and with EEXIST
+    // as the policy says. After a failure nothing has changed, and another name may be tried. After a
+    // success, further commits fail with EINVAL.
     [[nodiscard]] std::error_code commit(const std::string& finalName, CommitPolicy policy);
 
-    /* Path of the temporary file, for a program that removes it when a signal ends it; empty once committed.
-     */
+    // Path of the temporary file, for a program that removes it when a signal ends it; empty once committed.
     const std::string& temporaryPath() const noexcept { return temporaryPath_; }
 
   private:
@@ -61,7 +53,7 @@ class FileOutput final : public BufferedOutput {
     int drain(uint64_t position, std::span<const uint8_t> bytes) noexcept override;
     int restart() noexcept override;
 
-    UniqueDescriptor directory_; /* names are resolved here, also when the path is moved meanwhile */
+    UniqueDescriptor directory_;  // names are resolved here, even if the path is moved meanwhile
     UniqueDescriptor file_;
     std::string temporaryName_;
     std::string temporaryPath_;

@@ -23,12 +23,12 @@ std::span<const uint8_t> MessageFilter::fill(std::span<uint8_t> buffer) noexcept
     auto capacity = static_cast<uint32_t>(std::min<size_t>(buffer.size(), UINT32_MAX));
     status_ = emlFillBufferEx(context_, 0, buffer.data(), &size, &progress_, capacity, fillFlags_);
     if (status_ == EML_ENCRYPTED) {
-        /* The plain call gives the fields of an encrypted message too. */
+        // The plain call returns the fields of an encrypted message too.
         status_ = emlFillBuffer(context_, buffer.data(), &size, &progress_, capacity);
     }
     fillFlags_ &= ~EML_FILL_RESTART;
     emptyFills_ = size == 0 ? emptyFills_ + 1 : 0;
-    finished_ = status_ != EML_OK || progress_ >= 100 || emptyFills_ > kMostEmptyFills;
+    finished_ = status_ != EML_OK || progress_ >= 100 || emptyFills_ > kMaxEmptyFills;
     return buffer.first(size);
 }
 

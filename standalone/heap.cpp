@@ -17,7 +17,7 @@ CountingHeap::CountingHeap() noexcept : allocator_{}, list_{&list_, &list_, 0} {
 
 CountingHeap::~CountingHeap() { freeAll(); }
 
-/* One heap may stand behind several records, so the record's own word leads to the heap. */
+// Several records may use one heap, so the record's own word leads to the heap.
 void CountingHeap::install(EmlAllocator& record) noexcept {
     record.context = reinterpret_cast<uintptr_t>(this);
     record.allocate = [](EmlAllocator* self, uint32_t size) noexcept -> void* {
@@ -33,22 +33,22 @@ void CountingHeap::install(EmlAllocator& record) noexcept {
 }
 
 void* CountingHeap::allocate(size_t size) noexcept {
-    if (size > kLargestSize) return nullptr;
+    if (size > kMaxSize) return nullptr;
     return adopt(static_cast<Block*>(std::malloc(sizeof(Block) + size)), size);
 }
 
 void* CountingHeap::allocateZeroed(size_t count, size_t size) noexcept {
-    if (size != 0 && count > kLargestSize / size) return nullptr;
+    if (size != 0 && count > kMaxSize / size) return nullptr;
     size_t bytes = count * size;
     return adopt(static_cast<Block*>(std::calloc(1, sizeof(Block) + bytes)), bytes);
 }
 
 void* CountingHeap::reallocate(void* block, size_t newSize) noexcept {
     if (block == nullptr) return allocate(newSize);
-    if (newSize > kLargestSize) return nullptr;
+    if (newSize > kMaxSize) return nullptr;
     Block* old = static_cast<Block*>(block) - 1;
     size_t oldSize = old->size;
-    /* The block stays in the list meanwhile: its neighbours are corrected only when it has moved. */
+    // Meanwhile the block stays in the list; its neighbours are corrected only after it has moved.
     auto* moved = static_cast<Block*>(std::realloc(old, sizeof(Block) + newSize));
     if (moved == nullptr) return nullptr;
     moved->previous->next = moved;
@@ -74,8 +74,8 @@ void CountingHeap::freeAll() noexcept {
     while (list_.next != &list_) free(list_.next + 1);
 }
 
-/* Puts a new block at the head of the list and counts it. Gives what the caller of the heap gets: the bytes
- * behind the header, or NULL for NULL. */
+// Puts a new block at the head of the list and counts it. Returns what the caller of the heap gets: the bytes
+// after the header, or NULL for NULL.
 void* CountingHeap::adopt(Block* block, size_t size) noexcept {
     if (block == nullptr) return nullptr;
     *block = {&list_, list_.next, size};

@@ -1,11 +1,9 @@
-/*
- * Messages as the library reads them: an EmlIOobj over a file, a descriptor or memory.
- *
- * The file is opened when the object is made, so that an error is known with its errno before the library is
- * called. The entries open and close only begin and end one use: an object may be opened again after it was
- * closed, and serves any number of contexts one after another. The host owns the object; it must outlive
- * every context that reads from it.
- */
+// Messages as the library reads them: an EmlIOobj over a file, a descriptor or memory.
+//
+// The file is opened when the object is made, so that an error is known with its errno before the library is
+// called. The entries open and close only begin and end one use: an object may be opened again after it was
+// closed, and serves any number of contexts one after another. The host owns the object; it must outlive
+// every context that reads from it.
 #ifndef EMLREADER_STANDALONE_INPUT_H
 #define EMLREADER_STANDALONE_INPUT_H
 
@@ -23,52 +21,50 @@
 
 namespace emlhost {
 
-/*
- * What all inputs have in common: the entries, the position, the arithmetic of seeking, and reads from the
- * part of the message that is at hand in memory. A source of another kind derives from it, and supplies
- * readAt unless the whole message is at hand.
- *
- * A seek behind the end succeeds, and a read there gives nothing; a seek before the start fails and leaves
- * the position where it was.
- */
+// What all inputs share: the entries, the position, the arithmetic of seeking, and reads from the part of the
+// message that is in memory. A source of another kind derives from it, and supplies readAt unless the whole
+// message is in memory.
+//
+// A seek beyond the end succeeds, and a read there returns nothing; a seek before the start fails and leaves
+// the position where it was.
 class Input {
   public:
     virtual ~Input() = default;
     Input(const Input&) = delete;
     Input& operator=(const Input&) = delete;
 
-    /* The record for the library. Its `release` is NULL: the host owns this object. */
+    // The record for the library. Its `release` is NULL: the host owns this object.
     EmlIOobj* object() noexcept { return &record_; }
 
-    /* Bytes of the message, as found when the object was made. */
+    // Bytes of the message, as found when the object was made.
     uint64_t size() const noexcept { return size_; }
 
-    /* The errno of the first read that failed, or no error. The library takes a failed read for the end. */
+    // The errno of the first read that failed, or no error. The library treats a failed read as the end.
     std::error_code error() const noexcept { return error_; }
 
-    /* Gives the object away to the library: its `release` entry destroys it. For openFile. */
+    // Hands the object over to the library, whose call of `release` destroys it. For openFile.
     static EmlIOobj* handOver(std::unique_ptr<Input> input) noexcept;
 
   protected:
     explicit Input(uint64_t size) noexcept;
 
-    /* Copies at most `count` bytes from `position` on, which lies before size(), into `buffer`. Gives the
-     * bytes copied, fewer than `count` only where the data ends; 0 is the end of the data or an error. Called
-     * for what is not all at hand. */
+    // Copies at most `count` bytes from `position` on, which lies before size(), into `buffer`. Returns the
+    // number of bytes copied, fewer than `count` only where the data ends; 0 is the end of the data or an
+    // error. Called for what is not all in memory.
     virtual size_t readAt(uint64_t position, uint8_t* buffer, size_t count) noexcept;
 
-    /* Names the bytes of the message, from `start` on, that reads may be answered from without readAt. They
-     * stay the caller's, until others are named. */
+    // Names the bytes of the message, from `start` on, that reads may be answered from without readAt. They
+    // stay the caller's and must live until others are named.
     void keepAtHand(uint64_t start, std::span<const uint8_t> bytes) noexcept;
 
-    /* What is at hand from `position` on; empty when that byte is not. */
+    // What is in memory from `position` on; empty if that byte is not.
     std::span<const uint8_t> atHand(uint64_t position) const noexcept {
-        uint64_t offset = position - atHandStart_; /* wraps to a large one in front of it */
+        uint64_t offset = position - atHandStart_;  // wraps to a large one before it
         if (offset >= atHand_.size()) return {};
         return atHand_.subspan(static_cast<size_t>(offset));
     }
 
-    /* Remembers an error for error(), unless there is one already. */
+    // Keeps an error for error(), unless there is one already.
     void fail(int errorNumber) noexcept;
 
   private:
@@ -85,7 +81,7 @@ class Input {
     std::error_code error_;
 };
 
-/* A message in memory that the caller keeps, unchanged, as long as the object lives. */
+// A message in memory that the caller keeps, unchanged, as long as the object lives.
 class MemoryInput final : public Input {
   public:
     explicit MemoryInput(std::span<const uint8_t> bytes) noexcept : Input(bytes.size()) {
@@ -93,25 +89,22 @@ class MemoryInput final : public Input {
     }
 };
 
-/*
- * A file read with pread through a window: an aligned piece of the file that is fetched with one system call
- * and serves all reads that fall into it. The library goes to a new position for each line, so most of its
- * reads are answered by the window.
- *
- * Safe whatever happens to the file meanwhile: truncated, it ends early; overwritten, the message is a
- * mixture.
- */
+// A file read with pread through a window: an aligned piece of the file that one system call fetches and that
+// serves all reads within it. The library seeks for each line, so the window answers most of its reads.
+//
+// Safe whatever happens to the file meanwhile: a truncated file ends early, an overwritten one gives a
+// mixture.
 class DescriptorInput final : public Input {
   public:
-    /* Larger windows measure no faster, and memory counts. */
+    // Larger windows measured no faster, and memory counts.
     static constexpr size_t kWindowSize = size_t{64} << 10;
 
-    /* Opens the file `path`. NULL on failure, with the cause in `error`; a directory is EISDIR. The file must
-     * be able to seek (ESPIPE): see openInput for pipes. */
+    // Opens the file `path`. NULL on failure, with the cause in `error`; a directory is EISDIR. The file must
+    // be able to seek (ESPIPE): see openInput for pipes.
     static std::unique_ptr<DescriptorInput> open(const std::string& path, std::error_code& error);
 
-    /* Reads from `descriptor`, which it takes over, also on failure. The descriptor's own position plays no
-     * role and does not move. Errors as open. */
+    // Reads from `descriptor`, which it takes over, also on failure. The descriptor's own position does not
+    // matter and does not move. Errors as open.
     static std::unique_ptr<DescriptorInput> fromDescriptor(UniqueDescriptor descriptor,
                                                            std::error_code& error);
 
@@ -123,7 +116,7 @@ class DescriptorInput final : public Input {
     size_t readAt(uint64_t position, uint8_t* buffer, size_t count) noexcept override;
     void fetchWindow(uint64_t position) noexcept;
 
-    /* The window begins at a multiple of this: a page, which the system copies fastest. */
+    // The window begins at a multiple of this: a page, which the system copies fastest.
     static constexpr size_t kAlignment = 4096;
 
     UniqueDescriptor descriptor_;
@@ -131,16 +124,14 @@ class DescriptorInput final : public Input {
     std::unique_ptr<uint8_t[]> window_;
 };
 
-/*
- * A file mapped into memory.
- *
- * For files that nobody truncates meanwhile only: reading behind the new end of a truncated file raises
- * SIGBUS, which ends the process. Where files come from elsewhere use DescriptorInput.
- */
+// A file mapped into memory.
+//
+// Only for files that nobody truncates meanwhile: reading beyond the new end of a truncated file raises
+// SIGBUS, which ends the process. For files from elsewhere use DescriptorInput.
 class MappedFileInput final : public Input {
   public:
-    /* Maps the file `path`. NULL on failure, with the cause in `error`: EISDIR for a directory, ENODEV for
-     * what cannot be mapped, ENOMEM when the address space is too small. */
+    // Maps the file `path`. NULL on failure, with the cause in `error`: EISDIR for a directory, ENODEV for
+    // what cannot be mapped, ENOMEM when the address space is too small.
     static std::unique_ptr<MappedFileInput> open(const std::string& path, std::error_code& error);
 
     ~MappedFileInput() override;
@@ -153,22 +144,18 @@ class MappedFileInput final : public Input {
     std::span<const uint8_t> bytes_;
 };
 
-/*
- * The input for `path`, whatever it names; the one place that chooses between the kinds. NULL on failure,
- * with the cause in `error`.
- *
- * Regular files are read by DescriptorInput, whatever their size. Mapped, typical mails (files of 2 to 60 KB)
- * take 1.4 times the time. Large ones take less: an attachment of 100 MB 0.66 of the time to copy it out, 0.8
- * to 0.9 to decode it. That does not make up for SIGBUS, nor for the pages, which count as memory of the
- * process. Pipes and devices, which cannot seek, are spooled first.
- */
+// The input for `path`, whatever it names; the one place that chooses between the kinds. NULL on failure,
+// with the cause in `error`.
+//
+// Regular files are read by DescriptorInput, whatever their size. Mapped, typical mails (files of 2 to 60 KB)
+// take 1.4 times the time. Large ones take less: an attachment of 100 MB 0.66 of the time to copy it out, 0.8
+// to 0.9 to decode it. That does not outweigh SIGBUS, nor the pages, which count as memory of the process.
+// Pipes and devices, which cannot seek, are spooled first.
 std::unique_ptr<Input> openInput(const std::string& path, std::error_code& error);
 
-/*
- * Copies all that `descriptor` delivers, for instance standard input, into a temporary file without a name,
- * and gives the input over that. `descriptor` stays open and is the caller's. The file is in $TMPDIR, or
- * /tmp, and vanishes with the object. NULL on failure, with the cause in `error`.
- */
+// Copies all that `descriptor` delivers, for instance standard input, into a temporary file without a name,
+// and returns the input over it. `descriptor` stays open and stays the caller's. The file is in $TMPDIR, or
+// /tmp, and vanishes with the object. NULL on failure, with the cause in `error`.
 std::unique_ptr<DescriptorInput> spoolInput(int descriptor, std::error_code& error);
 
 }  // namespace emlhost

@@ -6,7 +6,7 @@ namespace emlhost {
 
 namespace {
 
-/* Frees a block that the library has handed over, also when copying it fails. */
+// Frees a block that the library has handed over, also when copying it fails.
 template <typename T>
 class HandedOver {
   public:
@@ -41,7 +41,7 @@ SubFile OpenMessage::describe(int32_t number) {
         return result;
     }
     result.status = emlGetSubFileInfo2(context_, number, &info, services_.hostRecord());
-    /* Taken in any case: a call that fails may have handed over something before. */
+    // Taken in any case: a call may hand over something before it fails.
     HandedOver<char> name(info.name, *services_.hostRecord()->allocator);
     HandedOver<uint32_t> children(info.children, *services_.hostRecord()->allocator);
     if (result.status != EML_OK) return result;

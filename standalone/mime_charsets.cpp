@@ -17,36 +17,36 @@ namespace {
 
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 
-/* Labels that mail has besides those of the standard, by letters and digits. What iconv knows by the very name is
- * not here. */
+// Labels that mail has besides those of the standard, by letters and digits. What iconv knows by the very name is
+// not here.
 constexpr std::array<CharsetLabel, 27> kMoreLabels = {{
-    {"unicode11utf7", "UTF-7", CharsetForm::Iconv},
-    {"csunicode11utf7", "UTF-7", CharsetForm::Iconv},
-    {"xunicode20utf7", "UTF-7", CharsetForm::Iconv},
-    {"utf7", "UTF-7", CharsetForm::Iconv},
-    {"utf16", "UTF-16", CharsetForm::Iconv},
-    {"iso2022jp1", "EUC-JP-MS", CharsetForm::Iso2022Jp},
-    {"iso2022jpms", "EUC-JP-MS", CharsetForm::Iso2022Jp},
-    {"iso2022jpesc", "EUC-JP-MS", CharsetForm::Iso2022Jp},
-    {"cp50220", "EUC-JP-MS", CharsetForm::Iso2022Jp},
-    {"cp50221", "EUC-JP-MS", CharsetForm::Iso2022Jp},
-    {"cp50222", "EUC-JP-MS", CharsetForm::Iso2022Jp},
-    {"hz", "GB18030", CharsetForm::Hz},
-    {"cp936", "GB18030", CharsetForm::Iconv},
-    {"windows936", "GB18030", CharsetForm::Iconv},
-    {"cp950", "BIG5", CharsetForm::Iconv},
-    {"windows950", "BIG5", CharsetForm::Iconv},
-    {"cp932", "CP932", CharsetForm::Iconv},
-    {"cp949", "CP949", CharsetForm::Iconv},
-    {"xwindows949", "CP949", CharsetForm::Iconv},
-    {"xeuc", "EUC-JP-MS", CharsetForm::Iconv},
-    {"xjohab", "JOHAB", CharsetForm::Iconv},
-    {"cp1361", "JOHAB", CharsetForm::Iconv},
-    {"xmacce", "MAC-CENTRALEUROPE", CharsetForm::Iconv},
-    {"xmacroman", "MACINTOSH", CharsetForm::Iconv},
-    {"xviettcvn", "TCVN", CharsetForm::Iconv},
-    {"cp20866", "KOI8-R", CharsetForm::Iconv},
-    {"cp21866", "KOI8-U", CharsetForm::Iconv},
+    {"unicode11utf7", "UTF-7", CharsetForm::kIconv},
+    {"csunicode11utf7", "UTF-7", CharsetForm::kIconv},
+    {"xunicode20utf7", "UTF-7", CharsetForm::kIconv},
+    {"utf7", "UTF-7", CharsetForm::kIconv},
+    {"utf16", "UTF-16", CharsetForm::kIconv},
+    {"iso2022jp1", "EUC-JP-MS", CharsetForm::kIso2022Jp},
+    {"iso2022jpms", "EUC-JP-MS", CharsetForm::kIso2022Jp},
+    {"iso2022jpesc", "EUC-JP-MS", CharsetForm::kIso2022Jp},
+    {"cp50220", "EUC-JP-MS", CharsetForm::kIso2022Jp},
+    {"cp50221", "EUC-JP-MS", CharsetForm::kIso2022Jp},
+    {"cp50222", "EUC-JP-MS", CharsetForm::kIso2022Jp},
+    {"hz", "GB18030", CharsetForm::kHz},
+    {"cp936", "GB18030", CharsetForm::kIconv},
+    {"windows936", "GB18030", CharsetForm::kIconv},
+    {"cp950", "BIG5", CharsetForm::kIconv},
+    {"windows950", "BIG5", CharsetForm::kIconv},
+    {"cp932", "CP932", CharsetForm::kIconv},
+    {"cp949", "CP949", CharsetForm::kIconv},
+    {"xwindows949", "CP949", CharsetForm::kIconv},
+    {"xeuc", "EUC-JP-MS", CharsetForm::kIconv},
+    {"xjohab", "JOHAB", CharsetForm::kIconv},
+    {"cp1361", "JOHAB", CharsetForm::kIconv},
+    {"xmacce", "MAC-CENTRALEUROPE", CharsetForm::kIconv},
+    {"xmacroman", "MACINTOSH", CharsetForm::kIconv},
+    {"xviettcvn", "TCVN", CharsetForm::kIconv},
+    {"cp20866", "KOI8-R", CharsetForm::kIconv},
+    {"cp21866", "KOI8-U", CharsetForm::kIconv},
 }};
 
 char lower(char byte) { return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte + ('a' - 'A')) : byte; }
@@ -87,7 +87,7 @@ const CharsetLabel* findLetters(std::string_view letters) {
     return nullptr;
 }
 
-/* "win1251" and "ms1251" are "cp1251". */
+// "win1251" and "ms1251" are "cp1251".
 std::string codePageOf(const std::string& letters) {
     for (const std::string_view prefix : {"windows", "microsoftcp", "xcp", "win", "ms"}) {
         if (letters.starts_with(prefix)) return "cp" + letters.substr(prefix.size());
@@ -95,14 +95,14 @@ std::string codePageOf(const std::string& letters) {
     return letters;
 }
 
-/* A name that may be given to iconv as it stands: nothing in it asks for more than a charset ("//TRANSLIT"). */
+// A name that may be given to iconv as it stands: nothing in it asks for more than a charset ("//TRANSLIT").
 bool isPlainName(std::string_view label) {
     return !label.empty() && std::all_of(label.begin(), label.end(), [](char byte) {
         return isLetterOrDigit(byte) || std::string_view("-_.:+()").find(byte) != std::string_view::npos;
     });
 }
 
-/* One iconv descriptor that gives UTF-8. */
+// One iconv descriptor that gives UTF-8.
 class Descriptor {
   public:
     explicit Descriptor(const char* name) noexcept : descriptor_(::iconv_open("UTF-8", name)) {}
@@ -114,11 +114,11 @@ class Descriptor {
 
     bool isOpen() const noexcept { return descriptor_ != reinterpret_cast<iconv_t>(-1); }
 
-    /* 0, or errno. What has been used and written is taken off both. With NULL as the source: writes what is held
-     * back. */
+    // 0, or errno. What has been used and written is taken off both. With NULL as the source: writes what is held
+    // back.
     int run(std::string_view* source, char*& out, size_t& room) noexcept {
         char* position =
-            source != nullptr ? const_cast<char*>(source->data()) : nullptr; /* it does not write */
+            source != nullptr ? const_cast<char*>(source->data()) : nullptr;  // it does not write
         size_t left = source != nullptr ? source->size() : 0;
         const size_t result =
             ::iconv(descriptor_, source != nullptr ? &position : nullptr, &left, &out, &room);
@@ -131,7 +131,7 @@ class Descriptor {
     iconv_t descriptor_;
 };
 
-/* HZ (RFC 1843) in pieces, as EUC-CN. What is no valid text becomes the byte 0xFF. */
+// HZ (RFC 1843) in pieces, as EUC-CN. What is no valid text becomes the byte 0xFF.
 class HzReader {
   public:
     size_t read(std::string_view text, bool last, std::string& euc) {
@@ -147,7 +147,7 @@ class HzReader {
   private:
     static bool isGraphic(char byte) { return byte > 0x20 && byte < 0x7F; }
 
-    /* Bytes used; 0: more are needed. */
+    // Bytes used; 0: more are needed.
     size_t readOne(std::string_view text, bool last, std::string& euc) {
         const char first = text[0];
         const bool needsTwo = first == '~' || (chinese_ && isGraphic(first));
@@ -157,7 +157,7 @@ class HzReader {
             chinese_ = second == '{';
             return 2;
         }
-        if (!chinese_ && first == '~' && second == '\n') return 2; /* the line goes on */
+        if (!chinese_ && first == '~' && second == '\n') return 2;  // the line goes on
         if (!chinese_ && first == '~' && second == '~') {
             euc += '~';
             return 2;
@@ -167,7 +167,7 @@ class HzReader {
             euc += static_cast<char>(second | '\x80');
             return 2;
         }
-        if (first == '\n') chinese_ = false; /* each line starts in ASCII */
+        if (first == '\n') chinese_ = false;  // each line starts in ASCII
         const bool invalid = static_cast<unsigned char>(first) >= 0x80 || (chinese_ && isGraphic(first));
         euc += invalid ? '\xFF' : first;
         return 1;
@@ -176,7 +176,7 @@ class HzReader {
     bool chinese_ = false;
 };
 
-/* One conversion of the library's. */
+// One conversion of the library's.
 class Conversion {
   public:
     Conversion(const FoundCharset& charset, const std::string& name)
@@ -185,15 +185,15 @@ class Conversion {
           unit_(name.starts_with("UTF-16") || name.starts_with("UCS-2")   ? 2
                 : name.starts_with("UTF-32") || name.starts_with("UCS-4") ? 4
                                                                           : 1),
-          descriptor_(form_ == CharsetForm::UserDefined ? "US-ASCII" : name.c_str()) {}
+          descriptor_(form_ == CharsetForm::kUserDefined ? "US-ASCII" : name.c_str()) {}
 
     bool isOpen() const noexcept { return descriptor_.isOpen(); }
 
     uint32_t convert(std::string_view& source, char*& out, size_t& room, bool last) {
         replaced_ = 0;
-        if (form_ == CharsetForm::UserDefined) {
+        if (form_ == CharsetForm::kUserDefined) {
             convertUserDefined(source, out, room);
-        } else if (form_ == CharsetForm::Iconv) {
+        } else if (form_ == CharsetForm::kIconv) {
             run(source, out, room, last, last);
         } else {
             convertStaged(source, out, room, last);
@@ -224,14 +224,14 @@ class Conversion {
         room -= text.size();
     }
 
-    /* Runs iconv over the source. `whole`: what it leaves at the end as incomplete is invalid. `flush`: then what it
-     * holds back is written. */
+    // Runs iconv over the source. `whole`: what it leaves at the end as incomplete is invalid. `flush`: then what it
+    // holds back is written.
     void run(std::string_view& source, char*& out, size_t& room, bool whole, bool flush) {
         while (!source.empty()) {
             const int cause = descriptor_.run(&source, out, room);
             if (cause == 0) break;
             if (cause != EILSEQ && !(cause == EINVAL && whole)) return;
-            /* A character that waits for a combining one comes before the replacement. */
+            // A character that waits for a combining one comes before the replacement.
             if (!keepsState_ && descriptor_.run(nullptr, out, room) != 0) return;
             if (room < kReplacement.size()) return;
             put(kReplacement, out, room);
@@ -247,24 +247,24 @@ class Conversion {
             if (staged_.empty()) {
                 const std::string_view piece = source.substr(0, kAtOnce);
                 const bool lastPiece = last && piece.size() == source.size();
-                const size_t used = form_ == CharsetForm::Hz ? hz_.read(piece, lastPiece, staged_)
-                                                             : iso2022Jp_.read(piece, lastPiece, staged_);
+                const size_t used = form_ == CharsetForm::kHz ? hz_.read(piece, lastPiece, staged_)
+                                                              : iso2022Jp_.read(piece, lastPiece, staged_);
                 source.remove_prefix(used);
                 if (used == 0) break;
             }
             std::string_view rest = staged_;
             run(rest, out, room, true, false);
             staged_.erase(0, staged_.size() - rest.size());
-            if (!staged_.empty()) return; /* no room */
+            if (!staged_.empty()) return;  // no room
         }
         if (last) descriptor_.run(nullptr, out, room);
     }
 
     CharsetForm form_;
     bool keepsState_;
-    size_t unit_; /* bytes to go on after an invalid one */
+    size_t unit_;  // bytes to go on after an invalid one
     uint32_t replaced_ = 0;
-    std::string staged_; /* read, and not converted yet */
+    std::string staged_;  // read, and not converted yet
     Iso2022JpReader iso2022Jp_;
     HzReader hz_;
     Descriptor descriptor_;
@@ -289,7 +289,7 @@ uint32_t runConversion(void* conversion, const void* source, uint32_t* sourceLen
     uint32_t replaced = 0;
     try {
         replaced = static_cast<Conversion*>(conversion)->convert(rest, out, room, last != 0);
-    } catch (...) { /* no memory: what was done until here stands */
+    } catch (...) {  // no memory: what was done until here stands
     }
     *sourceLength -= static_cast<uint32_t>(rest.size());
     *destinationLength -= static_cast<uint32_t>(room);
@@ -311,7 +311,7 @@ std::optional<FoundCharset> findMimeCharset(std::string_view label) {
     if (const CharsetLabel* row = findLetters(letters)) return found(*row);
     if (const CharsetLabel* row = findLetters(codePageOf(letters))) return found(*row);
     if (isPlainName(label) && Descriptor(std::string(label).c_str()).isOpen()) {
-        return FoundCharset{label, CharsetForm::Iconv};
+        return FoundCharset{label, CharsetForm::kIconv};
     }
     return std::nullopt;
 }

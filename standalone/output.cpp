@@ -51,7 +51,7 @@ uint32_t Output::write(const void* bytes, uint32_t count) noexcept {
 bool Output::seek(uint32_t offsetLow, int32_t offsetHigh, uint32_t origin) noexcept {
     auto target = seekTarget(end_, offsetLow, offsetHigh, origin);
     if (!target || *target > end_) return false;
-    if (seeking_ == Seeking::NotAtAll && *target != position_) return false;
+    if (seeking_ == Seeking::kNotAtAll && *target != position_) return false;
     position_ = *target;
     return true;
 }
@@ -62,7 +62,7 @@ bool Output::close() noexcept {
 }
 
 int MemoryOutput::put(uint64_t position, std::span<const uint8_t> bytes) noexcept try {
-    auto start = static_cast<size_t>(position); /* not behind the end, so it fits */
+    auto start = static_cast<size_t>(position);  // not beyond the end, so it fits
     size_t overwritten = std::min(bytes.size(), bytes_.size() - start);
     std::copy_n(bytes.begin(), overwritten, bytes_.begin() + static_cast<std::ptrdiff_t>(start));
     bytes_.insert(bytes_.end(), bytes.begin() + static_cast<std::ptrdiff_t>(overwritten), bytes.end());

@@ -1,11 +1,8 @@
-/*
- * Where the library writes sub-files to: an EmlIOobj over memory or a descriptor. For files see
- * file_output.h.
- *
- * The library does not look at the result of a write. An output therefore remembers the first error, ignores
- * all further writes, answers 0 to close, and gives the cause in error(). The host owns the object, which
- * must live until the extraction has returned. After it the library has left the size in the record's `size`.
- */
+// Where the library writes sub-files: an EmlIOobj over memory or a descriptor. For files see file_output.h.
+//
+// The library ignores the result of a write. So an output keeps the first error, ignores all further writes,
+// returns 0 from close, and has the cause in error(). The host owns the object, which must live until the
+// extraction has returned. The library leaves the size in the record's `size`.
 #ifndef EMLREADER_STANDALONE_OUTPUT_H
 #define EMLREADER_STANDALONE_OUTPUT_H
 
@@ -23,43 +20,41 @@
 
 namespace emlhost {
 
-/*
- * What all outputs have in common: the entries, the position and the first error. A sink of another kind
- * derives from it and supplies put, and where it needs to finish and restart.
- *
- * Seeking reaches from the start to the end of what has been written; anywhere else fails.
- */
+// What all outputs share: the entries, the position and the first error. A sink of another kind derives from
+// it and supplies put, and if necessary finish and restart.
+//
+// Seeking reaches from the start to the end of what has been written; anywhere else fails.
 class Output {
   public:
     virtual ~Output() = default;
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
 
-    /* The record for the library. Its `read` and `release` are NULL. */
+    // The record for the library. Its `read` and `release` are NULL.
     EmlIOobj* object() noexcept { return &record_; }
 
-    /* Bytes written since the object was opened. */
+    // Bytes written since the object was opened.
     uint64_t size() const noexcept { return end_; }
 
-    /* The first error since the object was opened, or no error. */
+    // The first error since the object was opened, or no error.
     std::error_code error() const noexcept { return error_; }
 
   protected:
-    enum class Seeking { Anywhere, NotAtAll };
+    enum class Seeking { kAnywhere, kNotAtAll };
 
     explicit Output(Seeking seeking) noexcept;
 
-    /* Stores bytes at `position`, which is never behind the end of what was put before. Gives 0 or an errno.
-     */
+    // Stores bytes at `position`, which is never beyond the end of what was put before. Returns 0 or an
+    // errno.
     virtual int put(uint64_t position, std::span<const uint8_t> bytes) noexcept = 0;
 
-    /* Brings everything to its destination. Called by close; gives 0 or an errno. */
+    // Flushes everything. Called by close; returns 0 or an errno.
     virtual int finish() noexcept { return 0; }
 
-    /* Makes the output empty, for another use of the object. Called by open; gives 0 or an errno. */
+    // Empties the output, for another use of the object. Called by open; returns 0 or an errno.
     virtual int restart() noexcept { return 0; }
 
-    /* Remembers an errno for error(), unless it is 0 or there is one already. */
+    // Keeps an errno for error(), unless it is 0 or there is one already.
     void fail(int errorNumber) noexcept;
 
   private:
@@ -77,14 +72,14 @@ class Output {
     std::error_code error_;
 };
 
-/* Collects the bytes in memory. Opening it again empties it and keeps the room. */
+// Collects the bytes in memory. Opening it again empties it and keeps the room.
 class MemoryOutput final : public Output {
   public:
-    MemoryOutput() noexcept : Output(Seeking::Anywhere) {}
+    MemoryOutput() noexcept : Output(Seeking::kAnywhere) {}
 
     const std::vector<uint8_t>& bytes() const noexcept { return bytes_; }
 
-    /* The bytes, moved out; the output is to be opened before its next use. */
+    // Moves the bytes out; the output must be opened before its next use.
     std::vector<uint8_t> take() noexcept { return std::move(bytes_); }
 
   private:
@@ -94,14 +89,14 @@ class MemoryOutput final : public Output {
     std::vector<uint8_t> bytes_;
 };
 
-/* An output that gathers small writes, for sinks where each write is a system call. */
+// An output that buffers small writes, for sinks where each write is a system call.
 class BufferedOutput : public Output {
   protected:
     static constexpr size_t kBufferSize = size_t{64} << 10;
 
     explicit BufferedOutput(Seeking seeking);
 
-    /* Stores bytes at `position` for good. Gives 0 or an errno. */
+    // Stores bytes at `position` for good. Returns 0 or an errno.
     virtual int drain(uint64_t position, std::span<const uint8_t> bytes) noexcept = 0;
 
     int put(uint64_t position, std::span<const uint8_t> bytes) noexcept override;
@@ -110,20 +105,18 @@ class BufferedOutput : public Output {
 
   private:
     std::unique_ptr<uint8_t[]> buffer_;
-    uint64_t bufferStart_ = 0; /* position of the first byte in the buffer */
+    uint64_t bufferStart_ = 0;  // position of the first byte in the buffer
     size_t fill_ = 0;
 };
 
-/*
- * Writes to an open descriptor that need not be able to seek: standard output, a pipe, a socket. The
- * descriptor stays the caller's. A seek succeeds where it changes nothing, which is all that an extraction
- * needs.
- *
- * A program that writes to a pipe decides for itself whether SIGPIPE ends it; ignored, it is the error EPIPE.
- */
+// Writes to an open descriptor that need not be able to seek: standard output, a pipe, a socket. The
+// descriptor stays the caller's. A seek succeeds only if it changes nothing, which is enough for an
+// extraction.
+//
+// A program that writes to a pipe decides for itself whether SIGPIPE ends it; ignored, it is the error EPIPE.
 class DescriptorOutput final : public BufferedOutput {
   public:
-    explicit DescriptorOutput(int descriptor) : BufferedOutput(Seeking::NotAtAll), descriptor_(descriptor) {}
+    explicit DescriptorOutput(int descriptor) : BufferedOutput(Seeking::kNotAtAll), descriptor_(descriptor) {}
 
   private:
     int drain(uint64_t position, std::span<const uint8_t> bytes) noexcept override;

@@ -32,7 +32,7 @@ Services::Services() noexcept : record_(this), hostRecord_{1, hostHeap_.allocato
     record_.isLeadByte = [](EmlHostServices*, uint32_t byte, uint32_t charset) noexcept {
         return static_cast<int32_t>(isLeadByte(charset, byte));
     };
-    /* Nothing is kept between conversions, so there is nothing to forget. */
+    // Nothing is kept between conversions, so there is nothing to reset.
     record_.resetCharset = [](EmlHostServices*, uint32_t) noexcept {};
     record_.storeDate = [](time_t seconds, void* destination) noexcept {
         emlhost::storeDate(seconds, static_cast<uint32_t*>(destination));
@@ -70,8 +70,8 @@ uint32_t Services::convertTextFrom(EmlHostServices* self, uint32_t charset, EmlT
                                              substitute);
 }
 
-/* The two-call protocol: without a destination text only the size, else the text as far as there is room.
- * Gives the length that it leaves in the destination; 0 also stands for failure. */
+// The two-call protocol: without a destination text only the size, else the text as far as there is room.
+// Returns the length that it leaves in the destination; 0 also means failure.
 uint32_t Services::convertSpan(uint32_t fromId, uint32_t toId, const EmlTextSpan& source,
                                EmlTextSpan& destination, uint32_t substitute) noexcept {
     uint32_t room = std::exchange(destination.length, 0);
@@ -90,7 +90,7 @@ uint32_t Services::convertSpan(uint32_t fromId, uint32_t toId, const EmlTextSpan
         }
         return destination.length = size;
     } catch (const std::exception&) {
-        return 0; /* no memory, or no such tables on this machine */
+        return 0;  // no memory, or no such tables on this machine
     }
 }
 

@@ -1,32 +1,18 @@
-/* Input from what cannot seek. */
-#include <fcntl.h>
+// Input from what cannot seek.
+#include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <memory>
-#include <string>
 
 #include "standalone/input.h"
+#include "standalone/unnamed_file.h"
 #include "standalone/write_all.h"
 
 namespace emlhost {
 
 namespace {
 
-/* A file without a name, or an invalid descriptor with errno set. */
-UniqueDescriptor createUnnamedFile() {
-    const char* variable = std::getenv("TMPDIR");
-    std::string directory = variable != nullptr && *variable != '\0' ? variable : "/tmp";
-    UniqueDescriptor unnamed(::open(directory.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
-    if (unnamed.valid()) return unnamed;
-    /* Not every file system knows files that never had a name; elsewhere the name is taken away at once. */
-    std::string name = directory + "/eml-XXXXXX";
-    UniqueDescriptor named(::mkostemp(name.data(), O_CLOEXEC));
-    if (named.valid()) ::unlink(name.c_str());
-    return named;
-}
-
-/* Gives 0 or an errno. */
+// Returns 0 or an errno.
 int copyAll(int from, int to) {
     constexpr size_t kPiece = size_t{64} << 10;
     auto buffer = std::make_unique_for_overwrite<uint8_t[]>(kPiece);

@@ -6,7 +6,7 @@ namespace emlhost {
 
 namespace {
 
-constexpr size_t kHeaderSize = 5; /* tag and length */
+constexpr size_t kHeaderSize = 5;  // tag and length
 
 uint32_t littleEndian(std::span<const uint8_t> bytes) noexcept {
     return bytes[0] | uint32_t{bytes[1]} << 8 | uint32_t{bytes[2]} << 16 | uint32_t{bytes[3]} << 24;
@@ -15,7 +15,7 @@ uint32_t littleEndian(std::span<const uint8_t> bytes) noexcept {
 }  // namespace
 
 std::string_view TextRecord::text() const noexcept {
-    if (tag != RecordTag::Text || payload.size() < 4) return {};
+    if (tag != RecordTag::kText || payload.size() < 4) return {};
     size_t present = payload.size() - 4;
     return {reinterpret_cast<const char*>(payload.data()) + 4, std::min<size_t>(present, word())};
 }
@@ -27,7 +27,7 @@ uint32_t TextRecord::word(size_t offset) const noexcept {
 bool RecordWalker::next(TextRecord& record) noexcept {
     if (rest_.empty()) return false;
     record.tag = static_cast<RecordTag>(rest_[0]);
-    if (record.tag == RecordTag::Lone) {
+    if (record.tag == RecordTag::kLone) {
         record.length = 1;
         record.payload = {};
     } else {

@@ -1,6 +1,4 @@
-/*
- * The text records of the message filter (eml.h lists them), one after the other.
- */
+// The text records of the message filter (eml.h lists them), one after the other.
 #ifndef EMLREADER_STANDALONE_TEXT_RECORDS_H
 #define EMLREADER_STANDALONE_TEXT_RECORDS_H
 
@@ -11,42 +9,42 @@
 
 namespace emlhost {
 
-/* Tags of records. */
+// Tags of records.
 enum class RecordTag : uint8_t {
-    Text = 0,
-    Indents = 1,
-    TabStops = 2,
-    Tab = 3,
-    Attribute = 4,
-    Lone = 11, /* a single byte without a length */
-    LineBreak = 13,
-    Opening = 15,
-    Page = 16,
-    Charset = 27
+    kText = 0,
+    kIndents = 1,
+    kTabStops = 2,
+    kTab = 3,
+    kAttribute = 4,
+    kLone = 11,  // a single byte without a length
+    kLineBreak = 13,
+    kOpening = 15,
+    kPage = 16,
+    kCharset = 27
 };
 
-/* One record, in the buffer that it was read from. */
+// One record, in the buffer that it was read from.
 struct TextRecord {
     RecordTag tag;
-    std::span<const uint8_t> payload; /* what follows tag and length */
-    size_t length;                    /* of the whole record */
+    std::span<const uint8_t> payload;  // what follows tag and length
+    size_t length;                     // of the whole record
 
-    /* The text of a text record, else empty. */
+    // The text of a text record, else empty.
     std::string_view text() const noexcept;
 
-    /* The 32 bits at `offset` of the payload; 0 when it is shorter. */
+    // The 32 bits at `offset` of the payload; 0 when it is shorter.
     uint32_t word(size_t offset = 0) const noexcept;
 };
 
-/* Walks the records of a buffer. A length that cannot be ends the walk and is remembered. */
+// Walks the records of a buffer. An impossible length ends the walk, as complete() then tells.
 class RecordWalker {
   public:
     explicit RecordWalker(std::span<const uint8_t> buffer) noexcept : rest_(buffer) {}
 
-    /* Moves to the next record. False at the end, and where no whole record stands. */
+    // Moves to the next record. False at the end, and where there is no whole record.
     bool next(TextRecord& record) noexcept;
 
-    /* True when all bytes were records. */
+    // True when all bytes were records.
     bool complete() const noexcept { return rest_.empty(); }
 
   private:

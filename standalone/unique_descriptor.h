@@ -1,6 +1,4 @@
-/*
- * A file descriptor that is closed with its owner.
- */
+// A file descriptor that is closed with its owner.
 #ifndef EMLREADER_STANDALONE_UNIQUE_DESCRIPTOR_H
 #define EMLREADER_STANDALONE_UNIQUE_DESCRIPTOR_H
 
@@ -13,7 +11,7 @@ namespace emlhost {
 
 class UniqueDescriptor {
   public:
-    /* Takes over `number`; -1 is no descriptor. */
+    // Takes over `number`; -1 is no descriptor.
     explicit UniqueDescriptor(int number = -1) noexcept : number_(number) {}
     ~UniqueDescriptor() { close(); }
 
@@ -29,11 +27,11 @@ class UniqueDescriptor {
     bool valid() const noexcept { return number_ >= 0; }
     int get() const noexcept { return number_; }
 
-    /* Closes it now. Gives 0, or the errno that the system had kept for this moment (a network file system
-     * may report a full disk only here). */
+    // Closes it now. Returns 0, or the errno that the system reports only now (a network file system may
+    // report a full disk here).
     int close() noexcept {
         if (number_ < 0) return 0;
-        /* Never repeated: Linux has freed the number even when it answers EINTR. */
+        // Never repeated: Linux has freed the number even when it answers EINTR.
         int result = ::close(std::exchange(number_, -1));
         return result == 0 || errno == EINTR ? 0 : errno;
     }

@@ -92,9 +92,9 @@ class Ours final : public emlbench::Contender {
     static void takeText(std::span<const uint8_t> records, Sink& sink) {
         emlhost::RecordWalker walker(records);
         for (emlhost::TextRecord record; walker.next(record);) {
-            const std::string_view text = record.tag == emlhost::RecordTag::LineBreak ? "\n"
-                                          : record.tag == emlhost::RecordTag::Tab     ? "\t"
-                                                                                      : record.text();
+            const std::string_view text = record.tag == emlhost::RecordTag::kLineBreak ? "\n"
+                                          : record.tag == emlhost::RecordTag::kTab     ? "\t"
+                                                                                       : record.text();
             sink.take(text.data(), text.size());
         }
     }

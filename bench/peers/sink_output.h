@@ -8,7 +8,7 @@ namespace emlbench {
 
 class SinkOutput final : public emlhost::Output {
   public:
-    explicit SinkOutput(Sink& sink) noexcept : Output(Seeking::Anywhere), sink_(sink) {}
+    explicit SinkOutput(Sink& sink) noexcept : Output(Seeking::kAnywhere), sink_(sink) {}
 
   private:
     int put(uint64_t, std::span<const uint8_t> bytes) noexcept override {

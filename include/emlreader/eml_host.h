@@ -67,7 +67,8 @@ struct EmlIOobj {
     int32_t (*open)(EmlIOobj* self);
     /* Reads at most `count` bytes at the current position into `buffer` and moves the position past them.
      * Returns the number of bytes delivered; less than 1 is the end of the data. `count` is at most 4096,
-     * except for the message filter's one read of a whole header. */
+     * except for the message filter's one read of a whole header. The MIME reader (eml_mime.h) asks for 64 KiB,
+     * and for a whole header. */
     int32_t (*read)(EmlIOobj* self, void* buffer, uint32_t count);
     /* Writes `count` bytes at the current position. Output objects only. The result is ignored: an object
      * that cannot write must remember that and report it when it is closed. */

@@ -19,8 +19,9 @@
  *   6. Ownership. Texts and arrays that a call hands over stay the library's. Those of EmlMimePart are valid
  *      until the context is closed, all others until the next call with the same context that hands over a text
  *      or an array. The host copies what it keeps, and frees nothing.
- *   7. Texts (EmlMimeText) are zero-terminated; the length does not count the terminator. They are UTF-8 unless
- *      said otherwise. A text that is absent is NULL with length 0.
+ *   7. Texts (EmlMimeText) are zero-terminated; the length does not count the terminator. A text may hold zero bytes
+ *      of its own: the length counts. Decoded texts are UTF-8; where it says "as written" they are the bytes of the
+ *      message, whatever those are. A text that is absent is NULL with length 0.
  *   8. Names and texts come from strangers. A file name may hold path separators, ".." and control characters:
  *      never use one as a path before making it safe. Content may be anything that a sender chose.
  *   9. Offsets and lengths are bytes in 64 bits. Part numbers count from 0 in the order of the file; part 0 is
@@ -179,7 +180,9 @@ EML_MIME_API void emlMimeClose(EmlMimeContext* context);
 #define EML_MIME_SIGNED_OTHER 11u    /* multipart/signed with another protocol: signedSpan is set */
 #define EML_MIME_ENCRYPTED_OTHER 12u /* multipart/encrypted with another protocol */
 
-/* Bits of EmlMimePart.roles (RFC 8621 section 4.1.4), within the message that the part belongs to */
+/* Bits of EmlMimePart.roles (RFC 8621 section 4.1.4), within the message that the part belongs to. A part may have
+ * several, and multiparts have none. A picture, sound or film that stands between texts is a body, not an attachment:
+ * look at the type, too, before you show a body as text or list what can be saved. */
 #define EML_MIME_ROLE_TEXT_BODY 1u
 #define EML_MIME_ROLE_HTML_BODY 2u
 #define EML_MIME_ROLE_ATTACHMENT 4u
@@ -218,7 +221,7 @@ typedef struct EmlMimePart {
     EmlMimeText disposition;  /* lower case: "attachment" */
     EmlMimeText name;         /* of the file, decoded; absent when the message gives none */
     EmlMimeText contentId;    /* without angle brackets */
-    EmlMimeText location;     /* Content-Location */
+    EmlMimeText location;     /* Content-Location as written, without blanks */
     EmlMimeText description;  /* Content-Description, decoded */
     EmlMimeSpan header;       /* the field lines, without the empty line after them */
     EmlMimeSpan body;         /* as it stands in the file; of a multipart all that it holds */
@@ -229,22 +232,23 @@ typedef struct EmlMimePart {
 EML_MIME_API uint32_t emlMimePartCount(const EmlMimeContext* context);
 
 /*
- * Describes one part in `part`, of which `recordSize` bytes are written: sizeof(EmlMimePart).
- * EML_NO_SUB_FILE: there is no such part; the record is left alone.
+ * Describes one part in `part`. `recordSize` is sizeof(EmlMimePart): no more is written, and of a longer record only
+ * what this library knows. EML_NO_SUB_FILE: there is no such part; the record is left alone.
  */
 EML_MIME_API EmlResult emlMimeGetPart(EmlMimeContext* context, uint32_t number, EmlMimePart* part,
                                       uint32_t recordSize);
 
 /*
  * Gives a name for the part: the one in the message, or one made up from its place and type: "part-1.2.ics",
- * "message-2.eml". Never empty. EML_NO_SUB_FILE, EML_NO_MEMORY.
+ * "message-2.eml". Never empty, but two parts may have the same. EML_NO_SUB_FILE, EML_NO_MEMORY.
  */
 EML_MIME_API EmlResult emlMimeGetName(EmlMimeContext* context, uint32_t number, EmlMimeText* name);
 
 /*
- * Finds the part with this Content-ID (without angle brackets; RFC 2392) for a reference in part `from`: in the
- * multipart/related around it first, from the innermost outward, then in the whole message. *number receives the
- * part, or EML_MIME_NONE. Costs one look at each part. EML_NO_SUB_FILE: no part `from`.
+ * Finds the part with this Content-ID (without angle brackets; percent escapes of a "cid:" URL undone, RFC 2392) for
+ * a reference in part `from`: in the innermost multipart/related around it first, then in all of the message that
+ * `from` belongs to. *number receives the part, or EML_MIME_NONE. Costs two looks at each part at most.
+ * EML_NO_SUB_FILE: no part `from`.
  */
 EML_MIME_API EmlResult emlMimeFindContentId(EmlMimeContext* context, uint32_t from, const char* contentId,
                                             uint32_t* number);
@@ -274,10 +278,11 @@ EML_MIME_API EmlResult emlMimeGetSpan(const EmlMimeContext* context, uint32_t in
 
 /* ------------------------------------------------------------------------------------------------------
  * Fields. `part` is a part number; `index` counts the fields of its header, in order, duplicates included.
- * The header is read again from the input when another part's was used last.
+ * The header is read again from the input, in one read as far as the input delivers it, when another part's was used
+ * last. The fields of one part in order cost one look at its header.
  *
  * Every call here: EML_NO_SUB_FILE when there is no such part or field, EML_OBJECT_FAILED when the input cannot be
- * read again, EML_NO_MEMORY.
+ * read again, EML_NO_MEMORY. What a call that fails would have handed over is left alone, or NULL.
  */
 typedef struct EmlMimeField {
     EmlMimeText name; /* as written, without blanks before the colon */
@@ -290,8 +295,8 @@ EML_MIME_API EmlResult emlMimeFieldCount(EmlMimeContext* context, uint32_t part,
 EML_MIME_API EmlResult emlMimeGetField(EmlMimeContext* context, uint32_t part, uint32_t index,
                                        EmlMimeField* field);
 
-/* The first field from `index` on with this name, whatever the case. *found receives its index, or
- * EML_MIME_NONE. */
+/* The first field from `index` on with this name, whatever the case. *found receives its index, or EML_MIME_NONE:
+ * that there is none is no error, whatever `index` is. */
 EML_MIME_API EmlResult emlMimeFindField(EmlMimeContext* context, uint32_t part, const char* name,
                                         uint32_t index, uint32_t* found);
 
@@ -346,7 +351,8 @@ EML_MIME_API EmlResult emlMimeFieldParameters(EmlMimeContext* context, uint32_t 
  */
 #define EML_MIME_RAW 0u     /* the body as it stands in the file; of a message part the whole message */
 #define EML_MIME_DECODED 1u /* with the transfer encoding undone; of multiparts and messages as RAW */
-/* As UTF-8 text: decoded, converted from its charset, line ends LF, lines of format=flowed joined (RFC 3676; each
+/* Any part can be asked for as text; of one that is none it means little.
+ * As UTF-8 text: decoded, converted from its charset, line ends LF, lines of format=flowed joined (RFC 3676; each
  * line of a quote begins with ">" for each level, and a blank), without the files inside it. Always valid UTF-8
  * unless EML_MIME_TEXT_NOT_CONVERTED. */
 #define EML_MIME_TEXT 2u
@@ -381,8 +387,8 @@ EML_MIME_API EmlResult emlMimeExtract(EmlMimeContext* context, uint32_t part, ui
 /* ------------------------------------------------------------------------------------------------------
  * Defects: what is wrong with a message, or was guessed. docs/mime-defects.md explains each.
  *
- * Structure and headers are checked during the open, content when it is extracted. A part has each defect once,
- * at the first place; `count` says how often it occurred.
+ * Structure and headers are checked during the open, content when it is extracted for the first time, which may add
+ * to the list. A part has each defect once, at the first place; `count` says how often it occurred.
  */
 /* Structure */
 #define EML_MIME_DEFECT_NO_CLOSING_DELIMITER 1u /* a multipart ends without its closing delimiter */

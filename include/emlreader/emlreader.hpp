@@ -2,6 +2,9 @@
  * emlreader for C++20: a message as an object. Header-only, on top of the C interface (eml.h) and the
  * stand-alone host. Link the CMake target emlreader::cpp, or what `pkg-config emlreader-cpp` says.
  *
+ * emlreader::Message is the container reader and the message filter; emlreader::mime::Message, in mime.hpp, is the
+ * MIME reader. This header includes both.
+ *
  *     emlreader::Message message("letter.eml");
  *     for (const emlreader::SubFile& file : message.subFiles()) {
  *         std::cout << file.number() << ' ' << file.name() << '\n';
@@ -24,19 +27,17 @@
 #include <standalone/output.h>
 #include <standalone/services.h>
 #include <standalone/text_records.h>
+#include <emlreader/basics.hpp>
+#include <emlreader/mime.hpp>
 
-#include <cerrno>
 #include <chrono>
-#include <concepts>
 #include <cstdint>
-#include <exception>
 #include <filesystem>
 #include <initializer_list>
 #include <memory>
 #include <optional>
 #include <ranges>
 #include <span>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -44,53 +45,6 @@
 #include <vector>
 
 namespace emlreader {
-
-/* Returns the meaning of a result code (EML_...) in words. */
-constexpr const char* describe(EmlResult code) noexcept {
-    switch (code) {
-        case EML_OK:
-            return "success";
-        case EML_NO_MEMORY:
-            return "out of memory";
-        case EML_INPUT_UNUSABLE:
-            return "the input cannot be used";
-        case EML_OBJECT_FAILED:
-            return "an input or output failed";
-        case EML_EMPTY_MESSAGE:
-            return "the message is empty";
-        case EML_ENCRYPTED:
-            return "the message is encrypted";
-        case EML_OPEN_FAILED:
-            return "the message cannot be opened";
-        case EML_OUTPUT_UNUSABLE:
-            return "the output cannot be used";
-        case EML_NO_SUB_FILE:
-            return "no such sub-file";
-        case EML_INPUT_NOT_OPENED:
-            return "the input cannot be opened";
-        case EML_NO_OUTPUT:
-            return "no output for this destination";
-        case EML_INVALID_ARGUMENT:
-            return "invalid argument";
-        default:
-            return "unknown result";
-    }
-}
-
-/* A call that failed, with its result code. */
-class Error : public std::runtime_error {
-  public:
-    explicit Error(EmlResult code) : std::runtime_error(describe(code)), code_(code) {}
-    EmlResult code() const noexcept { return code_; }
-
-  private:
-    EmlResult code_;
-};
-
-/* Anything that takes bytes piece by piece, in order; a piece is valid only during the call. A sink may
- * throw: the extraction then stops writing, and the call that extracts rethrows the exception. */
-template <typename T>
-concept Sink = std::invocable<T&, std::string_view>;
 
 namespace detail {
 
@@ -102,32 +56,6 @@ struct Release {
 
 template <typename T>
 using Block = std::unique_ptr<T, Release>;
-
-/* An output that passes on to a sink what is written to it. */
-template <Sink S>
-class SinkOutput final : public emlhost::Output {
-  public:
-    explicit SinkOutput(S& sink) noexcept : Output(Seeking::NotAtAll), sink_(sink) {}
-
-    /* Rethrows what the sink threw. */
-    void rethrow() const {
-        if (thrown_) std::rethrow_exception(thrown_);
-    }
-
-  private:
-    int put(uint64_t, std::span<const uint8_t> bytes) noexcept override {
-        try {
-            sink_(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
-            return 0;
-        } catch (...) {
-            thrown_ = std::current_exception();
-            return ECANCELED;
-        }
-    }
-
-    S& sink_;
-    std::exception_ptr thrown_;
-};
 
 /* An open message, at an address that does not change. */
 struct State {
@@ -315,7 +243,7 @@ class Message {
   public:
     /* Opens a file; a pipe or device is spooled first. `openFlags` are EML_OPEN_... bits. */
     explicit Message(const std::filesystem::path& path, uint32_t openFlags = 0)
-        : Message(openedInput(path), openFlags) {}
+        : Message(detail::openedInput(path), openFlags) {}
 
     /* Opens an input of the stand-alone host. */
     explicit Message(std::unique_ptr<emlhost::Input> input, uint32_t openFlags = 0)
@@ -323,8 +251,7 @@ class Message {
 
     /* Opens bytes in memory, which must stay unchanged while the message is open. */
     static Message fromBytes(std::string_view bytes, uint32_t openFlags = 0) {
-        std::span<const uint8_t> span(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
-        return Message(std::make_unique<emlhost::MemoryInput>(span), openFlags);
+        return Message(detail::memoryInput(bytes), openFlags);
     }
 
     /* EML_OK, or what was wrong with a message that could be opened anyway. */
@@ -407,13 +334,6 @@ class Message {
     emlhost::Services& services() const noexcept { return state_->services; }
 
   private:
-    static std::unique_ptr<emlhost::Input> openedInput(const std::filesystem::path& path) {
-        std::error_code error;
-        std::unique_ptr<emlhost::Input> input = emlhost::openInput(path.string(), error);
-        if (input == nullptr) throw std::system_error(error, path.string());
-        return input;
-    }
-
     std::unique_ptr<detail::State> state_;
 };
 
@@ -439,17 +359,17 @@ void Message::text(S&& sink, bool withHeader) const {
         emlhost::RecordWalker records(filter.fill(buffer));
         for (emlhost::TextRecord record{}; records.next(record);) {
             switch (record.tag) {
-                case emlhost::RecordTag::Text:
+                case emlhost::RecordTag::kText:
                     pending += record.text();
                     break;
-                case emlhost::RecordTag::Charset:
+                case emlhost::RecordTag::kCharset:
                     if (record.word() != charset) flush();
                     charset = record.word();
                     break;
-                case emlhost::RecordTag::Tab:
-                case emlhost::RecordTag::LineBreak:
+                case emlhost::RecordTag::kTab:
+                case emlhost::RecordTag::kLineBreak:
                     flush();
-                    sink(std::string_view(record.tag == emlhost::RecordTag::Tab ? "\t" : "\n"));
+                    sink(std::string_view(record.tag == emlhost::RecordTag::kTab ? "\t" : "\n"));
                     break;
                 default:
                     break;

@@ -1,7 +1,7 @@
 // The base64 decoder (RFC 2045 section 6.8): one state machine for both readers, fed in pieces of any size.
 //
 // It never fails. Bytes outside the alphabet are skipped, a group that the data does not complete is dropped,
-// a "-" where a group would begin ends the data (the dashes of the boundary that follows a body), and behind
+// a "-" where a group would begin ends the data (the dashes of the boundary that follows a body), and after
 // the first "=" nothing is decoded any more.
 #pragma once
 
@@ -51,7 +51,7 @@ class Base64Decoder {
 
   private:
     // Decodes groups that stand whole, and only of digits, in [pos, end), line ends between them included.
-    // Gives the position of the first byte that the state machine has to look at.
+    // Returns the position of the first byte that the state machine has to look at.
     template <class Sink>
     const uint8_t* feedWholeGroups(const uint8_t* pos, const uint8_t* end, Sink& sink) {
         const OutputSpan space = sink.space();
@@ -62,7 +62,7 @@ class Base64Decoder {
         return pos;
     }
 
-    // Closes the gaps that CRs leave. Gives the new end.
+    // Closes the gaps that CRs leave. Returns the new end.
     static uint8_t* removeCr(uint8_t* begin, uint8_t* end) {
         if (begin == nullptr) return end;  // the sink has failed
         const auto nextCr = [end](uint8_t* pos) {

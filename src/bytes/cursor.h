@@ -38,7 +38,7 @@ struct Cursor {
         return literal.size() <= left() && std::memcmp(pos, literal.data(), literal.size()) == 0;
     }
 
-    // Moves behind `literal` when the text begins with it.
+    // Moves past `literal` when the text begins with it.
     bool acceptNoCase(std::string_view literal) {
         if (!startsWithNoCase(literal)) return false;
         pos += literal.size();

@@ -168,13 +168,13 @@ KernelLevel levelOfProcessor() {
 constinit const DecodeKernels kPlainKernels = {base64Lines, quotedText<false>, findTextRunEnd,
                                                findLineEnd, findPair,          quotedText<true>};
 
-const DecodeKernels& chooseKernels(KernelLevel most) {
+const DecodeKernels& chooseKernels(KernelLevel limit) {
 #ifdef EML_HAS_WIDE_KERNELS
-    const KernelLevel level = std::min(most, levelOfProcessor());
+    const KernelLevel level = std::min(limit, levelOfProcessor());
     if (level == KernelLevel::kAvx512) return kAvx512Kernels;
     if (level == KernelLevel::kAvx2) return kAvx2Kernels;
 #endif
-    (void)most;
+    (void)limit;
     return kPlainKernels;
 }
 

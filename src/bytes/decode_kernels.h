@@ -23,13 +23,13 @@ struct QuotedStops {
 
 struct DecodeKernels {
     // Decodes base64 groups that consist of digits alone, line ends between them included, from [pos, end).
-    // Four bytes of [out, outEnd) must be free for each group. `out` moves behind what was decoded; what
+    // Four bytes of [out, outEnd) must be free for each group. `out` moves past what was decoded; what
     // stands further on in that room may be overwritten. Returns the position of the first byte that is left.
     const uint8_t* (*base64Lines)(const uint8_t* pos, const uint8_t* end, uint8_t*& out,
                                   const uint8_t* outEnd);
 
     // Decodes quoted-printable text from [pos, end): plain bytes, soft line breaks that stand whole, escapes
-    // whose byte is not one of `stops`. `out` has room for end - pos bytes and moves behind what was decoded;
+    // whose byte is not one of `stops`. `out` has room for end - pos bytes and moves past what was decoded;
     // what stands further on in that room may be overwritten. Returns the position of the "=" that is left,
     // or `end`.
     const uint8_t* (*quotedText)(const uint8_t* pos, const uint8_t* end, QuotedStops stops, uint8_t*& out);
@@ -37,11 +37,11 @@ struct DecodeKernels {
     // The first zero byte, tab, LF or CR in [pos, end), or `end`.
     const uint8_t* (*findTextRunEnd)(const uint8_t* pos, const uint8_t* end);
 
-    // The first LF or CR in [pos, end), or `end`. `zero` becomes the first zero byte in front of that, or it.
+    // The first LF or CR in [pos, end), or `end`. `zero` becomes the first zero byte before that, or it.
     const uint8_t* (*findLineEnd)(const uint8_t* pos, const uint8_t* end, const uint8_t*& zero);
 
     // The first position in [pos, end) where `first` stands, and `second` stands `distance` bytes further on;
-    // or `end`. The text goes on for `distance` bytes behind `end`.
+    // or `end`. The text goes on for `distance` bytes after `end`.
     const uint8_t* (*findPair)(const uint8_t* pos, const uint8_t* end, uint8_t first, uint8_t second,
                                size_t distance);
 
@@ -51,8 +51,8 @@ struct DecodeKernels {
 
 enum class KernelLevel : uint8_t { kPlain, kAvx2, kAvx512 };
 
-// The best kernels of at most `most` that this processor can run.
-[[nodiscard]] const DecodeKernels& chooseKernels(KernelLevel most = KernelLevel::kAvx512);
+// The best kernels of at most level `limit` that this processor can run.
+[[nodiscard]] const DecodeKernels& chooseKernels(KernelLevel limit = KernelLevel::kAvx512);
 
 // The kernels of each level, for the choice and for tests that compare them.
 extern constinit const DecodeKernels kPlainKernels;

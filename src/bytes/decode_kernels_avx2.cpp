@@ -53,7 +53,7 @@ EML_AVX2 inline __m256i packGroups(__m256i values) {
     return _mm256_permutevar8x32_epi32(packed, _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7));
 }
 
-// Decodes 32 digits into 24 bytes. Gives zero for each byte that is a digit.
+// Decodes 32 digits into 24 bytes. Returns zero for each byte that is a digit.
 EML_AVX2 inline __m256i decodeDigits(const uint8_t* pos, uint8_t* out) {
     const __m256i nibble = everywhere(0x0F);
     const __m256i digits = load(pos);
@@ -66,7 +66,7 @@ EML_AVX2 inline __m256i decodeDigits(const uint8_t* pos, uint8_t* out) {
                             _mm256_shuffle_epi8(row(kHighNibble), high));
 }
 
-// A line of base64 text: its digits, in whole groups, and the bytes of the line end behind them.
+// A line of base64 text: its digits, in whole groups, and the bytes of the line end after them.
 struct LineShape {
     size_t digits;
     size_t lineEnd;
@@ -75,7 +75,7 @@ struct LineShape {
     [[nodiscard]] size_t decoded() const { return digits / 4 * 3; }
 };
 
-// Decodes `count` digits; up to a register's width behind them is read, and written behind what they give.
+// Decodes `count` digits; up to a register's width after them is read, and written after what they give.
 // False when one is no digit.
 EML_AVX2 inline bool decodeLine(const uint8_t* pos, size_t count, uint8_t* out) {
     alignas(kWidth) static constexpr std::array<uint8_t, 2 * kWidth> kFirstBytes = [] {
@@ -134,7 +134,7 @@ namespace {
 // Quoted-printable text is decoded in blocks. Their length leaves an escape that begins in one inside 64
 // bits.
 constexpr size_t kQuotedBlock = 61;
-constexpr size_t kQuotedReach = 128;  // what is read of a block and behind it
+constexpr size_t kQuotedReach = 128;  // what is read of a block and after it
 
 EML_AVX2 inline void copy64(uint8_t* out, const uint8_t* pos) {
     store(out, load(pos));
@@ -159,7 +159,7 @@ EML_AVX2 inline uint32_t lineEndBit(uint8_t byte) {
     return kLineEnds >> (byte & 31U) & static_cast<uint32_t>(byte < 32);
 }
 
-// As passQuotedStop for "=" with two bytes behind it. Which one is a letter and which a soft line break
+// As passQuotedStop for "=" with two bytes after it. Which one is a letter and which a soft line break
 // cannot be foretold, so that both go one way, without a branch.
 template <bool DigitsOnly>
 EML_AVX2 inline bool passEquals(const uint8_t*& pos, QuotedStops stops, uint8_t*& out) {
@@ -176,7 +176,7 @@ EML_AVX2 inline bool passEquals(const uint8_t*& pos, QuotedStops stops, uint8_t*
     return true;
 }
 
-// Decodes the block at `pos`, whose stops are `found`, and moves behind it, or to the stop that is left.
+// Decodes the block at `pos`, whose stops are `found`, and moves past it, or to the stop that is left.
 template <bool DigitsOnly>
 EML_AVX2 inline bool decodeQuotedBlock(const uint8_t*& pos, uint64_t found, QuotedStops stops,
                                        uint8_t*& out) {

@@ -132,7 +132,7 @@ EML_AVX512 inline const uint8_t* decodeLast(const uint8_t* pos, const uint8_t* e
     return pos + count;
 }
 
-// A block with something unusual, and what a register holds behind it, is left to the narrower kernel.
+// A block with something unusual, and what a register holds after it, is left to the narrower kernel.
 constexpr size_t kUnusual = 128;
 
 // `Narrower` is a kernel with the same rules.
@@ -145,7 +145,7 @@ EML_AVX512 inline const uint8_t* decodeQuoted(const uint8_t* pos, const uint8_t*
         if (pos == end) return end;
         const uint8_t* const limit = pos + std::min(static_cast<size_t>(end - pos), kUnusual);
         pos = Narrower(pos, limit, stops, out);
-        // In front of the limit it stops for want of the bytes behind that, too.
+        // It also stops before the limit, where the bytes after it are missing.
         if (pos != limit && (limit == end || limit - pos >= 3)) return pos;
     }
 }

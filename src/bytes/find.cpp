@@ -12,7 +12,7 @@ namespace eml {
 
 namespace {
 
-// A place that is none costs as much as to pass these bytes and those of the needle. While that is less than
+// A false match costs as much as passing these bytes and those of the needle. While that is less than
 // what has been passed, and not much at the start, the search is linear.
 constexpr size_t kCostOfPlace = 16;
 constexpr size_t kFreeCost = 512;
@@ -100,7 +100,7 @@ const uint8_t* SubstringFinder::findInTwoWays(const uint8_t* begin, const uint8_
     return nullptr;
 }
 
-size_t behindLast(const uint8_t* bytes, size_t count, uint8_t byte) {
+size_t indexAfterLast(const uint8_t* bytes, size_t count, uint8_t byte) {
     if (count == 0) return 0;
 #ifdef __GLIBC__
     const void* const last = memrchr(bytes, byte, count);

@@ -29,7 +29,7 @@ class SubstringFinder {
     bool periodic_;  // the left half repeats in the right one: a match may keep a memory of it
 };
 
-// The index behind the last of `count` bytes that equals `byte`; 0 without one.
-[[nodiscard]] size_t behindLast(const uint8_t* bytes, size_t count, uint8_t byte);
+// The index after the last of `count` bytes that equals `byte`; 0 without one.
+[[nodiscard]] size_t indexAfterLast(const uint8_t* bytes, size_t count, uint8_t byte);
 
 }  // namespace eml

@@ -30,6 +30,10 @@ std::optional<int32_t> readNumber(Cursor& text) {
     return static_cast<int32_t>(value);
 }
 
+void skipDigits(Cursor& text) {
+    while (isDigit(text.peek())) text.skip(1);
+}
+
 int32_t monthAt(const Cursor& text) {
     constexpr char kMonths[12][4] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                      "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};

@@ -23,6 +23,8 @@ struct MailDate {
 // digit, or when the number does not fit in 32 bits.
 [[nodiscard]] std::optional<int32_t> readNumber(Cursor& text);
 
+void skipDigits(Cursor& text);
+
 // The month whose English three-letter name stands at the cursor, whatever the case; 0 when none does.
 [[nodiscard]] int32_t monthAt(const Cursor& text);
 

@@ -1,7 +1,7 @@
 // The quoted-printable decoder (RFC 2045 section 6.7, RFC 2047 "Q"): one state machine for all uses, fed in
 // pieces of any size.
 //
-// It never fails. A digit that is none counts as 0x7F, and so does one that the data lacks: "=G1" gives 0xF1,
+// It never fails. An invalid digit counts as 0x7F, and so does a missing one: "=G1" gives 0xF1,
 // "=1G" gives 0x7F, a last "=" gives 0xFF. "=" before a line end is a soft line break.
 #pragma once
 
@@ -20,7 +20,7 @@ namespace eml {
 struct QuotedPrintableRules {
     bool byteFFEndsInput;        // a byte 0xFF counts as the end of the data
     bool dropDecodedCr;          // "=0D" gives nothing
-    bool joinAfterDecodedBlank;  // "=20" before CR swallows the CR and the byte behind it
+    bool joinAfterDecodedBlank;  // "=20" before CR swallows the CR and the byte after it
     bool repeatDigitAtEnd;       // "=20" at the very end gives " 0"
 };
 
@@ -34,7 +34,7 @@ inline constexpr QuotedPrintableRules kContainerStream{.byteFFEndsInput = true,
 inline constexpr QuotedPrintableRules kContainerBuffer{
     .byteFFEndsInput = true, .dropDecodedCr = true, .joinAfterDecodedBlank = true, .repeatDigitAtEnd = true};
 
-// KEPT: text of the filter joins lines behind "=20" and drops decoded CR, its extraction does neither.
+// KEPT: text of the filter joins lines after "=20" and drops decoded CR, its extraction does neither.
 inline constexpr QuotedPrintableRules kFilterText{.byteFFEndsInput = false,
                                                   .dropDecodedCr = true,
                                                   .joinAfterDecodedBlank = true,
@@ -83,14 +83,14 @@ class QuotedPrintableDecoder {
   private:
     enum class State : uint8_t {
         kText,
-        kEquals,   // behind "="
-        kDigit,    // behind "=" and one digit
-        kSoftCr,   // behind "=" CR: an LF still belongs to the soft line break
-        kBlank,    // behind "=20", where that joins lines
-        kBlankCr,  // behind "=20" CR: the next byte is swallowed
+        kEquals,   // after "="
+        kDigit,    // after "=" and one digit
+        kSoftCr,   // after "=" CR: an LF still belongs to the soft line break
+        kBlank,    // after "=20", where that joins lines
+        kBlankCr,  // after "=20" CR: the next byte is swallowed
     };
 
-    // Looks at one byte, or at a whole run of text. Gives the position behind what was used.
+    // Looks at one byte, or at a whole run of text. Returns the position after what was used.
     template <class Sink>
     const uint8_t* step(const uint8_t* pos, const uint8_t* end, Sink& sink) {
         switch (state_) {

@@ -10,6 +10,6 @@
 // is then a leading part of the group's first entry.
 [[nodiscard]] uint32_t mapEMLcharset(const uint8_t* name, uint32_t length);
 
-// The id of the name behind "charset=", with which `parameter` must begin. The container reader's form: it
+// The id of the name after "charset=", with which `parameter` must begin. The container reader's form: it
 // cuts the name out itself and knows "unicode-1-1-utf-7" as well.
 [[nodiscard]] uint32_t eml2MapCharset(eml::Cursor parameter);

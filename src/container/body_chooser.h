@@ -8,8 +8,8 @@ namespace eml {
 // Takes the plain, HTML and RTF bodies from the leading sections of `sections` that are no attachments.
 void chooseAlternatives(EmlContainerContext& context);
 
-// Chooses among what `section` is or holds: nested alternative and related parts are scanned.
-// EML_OBJECT_FAILED when a related part holds no part.
+// Chooses bodies from `section` or, after scanning it, from the parts of a nested alternative or related
+// part. EML_OBJECT_FAILED when a related part holds no part.
 [[nodiscard]] EmlResult chooseBody(EmlContainerContext& context, EmlSection& section);
 
 }  // namespace eml

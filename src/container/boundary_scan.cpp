@@ -20,7 +20,7 @@ struct ChunkCut {
     uint32_t next;
 };
 
-// The index behind the run of zero bytes that begins at the first zero; `searchEnd` is that first zero. Both
+// The index after the run of zero bytes that begins at the first zero; `searchEnd` is that first zero. Both
 // are `count` without one.
 ChunkCut cutAtZeros(const uint8_t* bytes, uint32_t count) {
     const auto* zero = static_cast<const uint8_t*>(std::memchr(bytes, 0, count));
@@ -31,15 +31,15 @@ ChunkCut cutAtZeros(const uint8_t* bytes, uint32_t count) {
     return {first, next};
 }
 
-// A chunk ends behind its first run of zero bytes. A full block without one also ends behind its last line
+// A chunk ends after its first run of zero bytes. A full block without one also ends after its last line
 // end, which is read again with the next chunk, so that no delimiter line is split.
 ChunkCut cutChunk(const uint8_t* bytes, uint32_t count) {
     ChunkCut cut = cutAtZeros(bytes, count);
     if (cut.next < kBlockSize) return cut;
-    const size_t lf = behindLast(bytes, cut.next, kLf);
-    const size_t behind = lf + behindLast(bytes + lf, cut.next - lf, kCr);
-    if (behind <= 1) return cut;
-    const auto last = static_cast<uint32_t>(behind - 1);
+    const size_t lf = indexAfterLast(bytes, cut.next, kLf);
+    const size_t after = lf + indexAfterLast(bytes + lf, cut.next - lf, kCr);
+    if (after <= 1) return cut;
+    const auto last = static_cast<uint32_t>(after - 1);
     cut.next = last;
     if (cut.searchEnd > last + 1) cut.searchEnd = last + 1;
     return cut;
@@ -54,7 +54,7 @@ struct Scan {
     EmlResult result;
 };
 
-// Begins a section behind a delimiter. Gives the position reached.
+// Begins a section after a delimiter. Returns the position reached.
 const uint8_t* beginSection(Scan& scan, Cursor rest, const uint8_t* chunk, const uint8_t* blockEnd) {
     EmlContainerContext& context = scan.context;
     while (isBlank(rest.peek()) || rest.peek() == '"') rest.skip(1);
@@ -92,7 +92,7 @@ void completeDelimiterLine(Scan& scan) {
     if (index < scan.context.lineLength && scan.context.lineBuffer[index] == kLf) ++section.start;
 }
 
-// Goes through the chunks that begin in the block in the buffer and are known whole. Gives false when the
+// Goes through the chunks that begin in the block in the buffer and are known whole. Returns false when the
 // scan is over. KEPT: the end of the range is tested where a chunk begins; the chunk is then searched to its
 // end.
 bool searchBlock(Scan& scan, int64_t rangeEnd) {

@@ -1,4 +1,4 @@
-// The records of the container reader. All are trivial and made zeroed: zero is the initial state.
+// The records of the container reader. All are trivial and allocated zeroed: zero is the initial state.
 #pragma once
 
 #include <emlreader/eml.h>
@@ -6,9 +6,10 @@
 #include <cstdint>
 
 #include "bytes/decode_kernels.h"
+#include "bytes/transfer_encoding.h"
 #include "host/growing_buffer.h"
 
-// What a Content-Type says a section is. The multipart classes are those that take a boundary.
+// The class of a section, from its Content-Type. Only the multipart classes take a boundary.
 enum EmlContentClass : uint32_t {
     EML_CLASS_TEXT = 0,  // text/plain, and every type that is not listed below
     EML_CLASS_HTML = 1,
@@ -23,24 +24,15 @@ enum EmlContentClass : uint32_t {
     EML_CLASS_BINARY = 10,    // application, audio, image, video
 };
 
-// Content-Transfer-Encoding (RFC 2045 section 6). 3 is not used.
-enum EmlTransferEncoding : uint32_t {
-    EML_ENC_NONE = 0,
-    EML_ENC_7BIT = 1,
-    EML_ENC_8BIT = 2,
-    EML_ENC_BASE64 = 4,
-    EML_ENC_QP = 5,
-};
-
 // EmlSection.flags; the values are those of EmlSubFileInfo.flags.
 inline constexpr uint32_t EML_SECTION_CONVERTED = EML_SUB_FILE_NOT_IN_FILE;
 inline constexpr uint32_t EML_SECTION_MESSAGE = EML_SUB_FILE_MESSAGE;
 
 // One MIME part. Offsets are byte positions in the message.
 struct EmlSection {
-    int64_t start;  // the first header line, just behind the boundary line
+    int64_t start;  // the first header line, just after the boundary line
     int64_t end;    // one past the last byte; the line end before the next boundary is not counted
-    uint32_t encoding;
+    eml::TransferEncoding encoding;
     uint32_t charset;  // 0: none given
     uint32_t contentClass;
     char* boundary;  // "--" and the part's own boundary, or NULL
@@ -58,7 +50,7 @@ struct EmlSectionNode {
     EmlSectionNode* previous;
 };
 
-// What emlExtractSubFileToIOobj2 tells the renderer, and the one thing that the renderer tells back.
+// What emlExtractSubFileToIOobj2 passes to the renderer; `converted` is what the renderer reports back.
 struct EmlExtractOptions {
     uint32_t outputCharset;  // 0: no conversion
     uint32_t converted;      // set when a conversion of the host produced output
@@ -66,7 +58,7 @@ struct EmlExtractOptions {
     uint32_t preferRichBody;
 };
 
-inline constexpr uint32_t kBlockSize = 4096;          // the most that one read of the input asks for
+inline constexpr uint32_t kBlockSize = 4096;          // the largest read of the input
 inline constexpr uint32_t kLineBufferSize = 4101;     // a block and room for a terminator
 inline constexpr uint32_t kMainNameSize = 8 + 5 + 1;  // stem, ".mail", terminator
 
@@ -75,9 +67,9 @@ struct EmlContainerContext {
     EmlIOobj* input;
     uint32_t openFlags;
     int64_t headerStart;  // never set: the header begins at offset 0
-    int64_t bodyOffset;   // behind the empty line that ends the header, or the end of the file
+    int64_t bodyOffset;   // after the empty line that ends the header, or the end of the file
     uint32_t contentClass;
-    uint32_t encoding;
+    eml::TransferEncoding encoding;
     uint32_t charset;         // 0 while unknown; settled when the open ends
     char* boundary;           // "--" and the value, or NULL
     uint32_t boundaryLength;  // the two dashes included
@@ -89,11 +81,12 @@ struct EmlContainerContext {
     uint32_t textLength;  // of the line in lineBuffer, up to its first zero byte
     EmlSectionNode* sections;
     EmlSectionNode* alternatives;  // the parts of a nested multipart/alternative, for the bodies among them
-    EmlSectionNode* retired;       // parts of other lists that are done with; a body may be among them
+    EmlSectionNode* retired;       // parts of lists that are no longer needed; a body may be among them
     EmlSectionNode* sectionsTail;  // of the list that is being built
     EmlSection* currentSection;    // whose end the next boundary sets
     int32_t attachmentCount;
-    EmlSection** attachments;  // the attachmentCount attachments of `sections`, in order
+    EmlSection** attachments;  // the attachments of `sections`, in order; NULL when the open made no table
+    int32_t tabulatedCount;    // entries of that table, also when attachmentCount was reset to 0
     EmlSection* plainBody;
     EmlSection* htmlBody;
     EmlSection* rtfBody;

@@ -1,15 +1,13 @@
 #include "container/container_open.h"
 
-#include <algorithm>
-
 #include "container/body_chooser.h"
 #include "container/boundary_scan.h"
 #include "container/container_calls.h"
-#include "container/embedded_names.h"
-#include "container/header_values.h"
+#include "container/embedded_name.h"
 #include "container/line_reader.h"
 #include "container/main_name_date.h"
 #include "container/metadata.h"
+#include "container/parameters.h"
 #include "container/section_header.h"
 #include "container/section_list.h"
 #include "host/host_file.h"
@@ -19,6 +17,9 @@ namespace eml {
 
 namespace {
 
+// An input that cannot tell its size is read up to here, so that endless data ends.
+constexpr int64_t kMaxUnknownSize = INT32_MAX;
+
 // The message as a whole is a section of the class of its Content-Type.
 void takeTopFields(const EmlContainerContext& context, EmlSection& section) {
     section.encoding = context.encoding;
@@ -26,7 +27,7 @@ void takeTopFields(const EmlContainerContext& context, EmlSection& section) {
     section.contentClass = context.contentClass;
 }
 
-// A section that stands for the message itself is a body whatever its class.
+// A section that represents the message itself is a body whatever its class.
 void takeAsBody(EmlContainerContext& context, EmlSection& section) {
     switch (section.contentClass) {
         case EML_CLASS_HTML:
@@ -60,9 +61,15 @@ EmlResult appendNamedMessage(EmlContainerContext& context, char*& fileName) {
     return EML_OK;
 }
 
+// When the size of the input is unknown, the header is read until the data ends, and the message ends with
+// it.
 EmlResult readHeader(EmlContainerContext& context) {
+    const int64_t size = seekToEnd(*context.input);
+    const bool sizeKnown = size >= 0;
+    context.fileSize = sizeKnown ? size : kMaxUnknownSize;
     char* fileName = nullptr;
     readTopHeader(context, fileName);
+    if (!sizeKnown) context.fileSize = context.bodyOffset;
     const EmlResult result = appendNamedMessage(context, fileName);
     freeBlock(allocatorOf(context), fileName);
     return result;
@@ -77,8 +84,8 @@ EmlResult scanParts(EmlContainerContext& context) {
     return result;
 }
 
-// The signed content of a multipart/signed message, when it is a multipart itself: its parts become the
-// section list, unless it has none.
+// When the signed content of a multipart/signed message is a multipart itself, its parts, if any, become the
+// section list.
 EmlResult openSignedContent(EmlContainerContext& context, const EmlSection& content) {
     DetachedSections outer = detachSections(context);
     const BoundaryText boundary{content.boundary, content.boundaryLength};
@@ -101,7 +108,7 @@ EmlResult chooseInSigned(EmlContainerContext& context) {
     return chooseBody(context, *context.sections->section);
 }
 
-// Chooses the body among sections that the scan made; there is at least one.
+// Chooses the body among the sections that the scan made. There is at least one.
 EmlResult chooseAmongParts(EmlContainerContext& context) {
     switch (context.contentClass) {
         case EML_CLASS_ALTERNATIVE:
@@ -117,7 +124,7 @@ EmlResult chooseAmongParts(EmlContainerContext& context) {
     }
 }
 
-// One attachment that is not in the file, for a line that an old mail program left where it had been.
+// A line left by a mail program that stored the attachment elsewhere: an attachment that is not in the file.
 EmlResult appendConverted(EmlContainerContext& context, Cursor line) {
     constexpr std::string_view kLabel = "Attachment Converted:";
     if (!line.startsWith(kLabel)) return EML_OK;
@@ -163,7 +170,6 @@ void settleCharset(EmlContainerContext& context) {
 }  // namespace
 
 EmlResult readMessage(EmlContainerContext& context) {
-    context.fileSize = std::max<int64_t>(seekToEnd(*context.input), 0);
     if (EmlResult result = readHeader(context); result != EML_OK) return result;
     if (EmlResult result = scanParts(context); result != EML_OK) return result;
     const EmlResult chosen =
@@ -195,7 +201,7 @@ EmlContainerContext* openContainer(EmlIOobj* input, EmlHostServices* services, u
         return nullptr;
     }
     status = readMessage(*context);
-    // An encrypted message lists no attachments, whatever became of the steps above.
+    // An encrypted message lists no attachments, even when a step above failed.
     if (context->contentClass == EML_CLASS_PKCS7_MIME) context->attachmentCount = 0;
     return context;
 }

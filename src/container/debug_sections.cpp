@@ -1,4 +1,4 @@
-// A description of the sections, for a debugger to look at. The text goes nowhere.
+// Describes the sections in a local buffer, for use in a debugger.
 #include "bytes/fixed_text.h"
 #include "container/container_calls.h"
 

@@ -38,8 +38,8 @@ EmlResult appendEncoded(EmlContainerContext& context, WordEncoding encoding, con
     return appendLiteral(context, begin, end);
 }
 
-// Moves from behind "=?" to the encoded text. False when the word is cut short before its encoding field has
-// ended: it and all that follows is dropped then.
+// Moves from after "=?" to the encoded text. False when the text ends before the encoding field
+// does: the word and all that follows are dropped then.
 bool enterWord(Cursor& text, WordEncoding& encoding) {
     skipTo(text, "?");
     text.skip(1);

@@ -1,7 +1,6 @@
 // Sub-files into output objects.
 #include "container/container_calls.h"
 #include "container/render.h"
-#include "container/section_body.h"
 #include "container/sub_files.h"
 #include "container/transfer_decoders.h"
 #include "host/container_queries.h"
@@ -37,16 +36,7 @@ EmlResult extractAttachment(EmlContainerContext& context, const EmlSection* sect
         report(extractInfo, EML_EXTRACT_NOT_IN_FILE);
         return EML_OK;
     }
-    const bool isText = section->contentClass == EML_CLASS_TEXT || section->contentClass == EML_CLASS_HTML;
-    switch (section->encoding) {
-        case EML_ENC_BASE64:
-            return eml2DecodeBASE64(context, *section, isText ? 1 : 0, output);
-        case EML_ENC_QP:
-            return eml2DecodeQP(context, *section, output);
-        default:
-            copyBody(context, *section, output);
-            return EML_OK;
-    }
+    return writeDecodedBody(context, *section, output);
 }
 
 }  // namespace

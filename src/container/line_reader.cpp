@@ -20,7 +20,7 @@ uint32_t readBlock(EmlContainerContext& context) {
 }
 
 // KEPT: a line is looked for within one block. A CR that is the block's last byte ends the line by itself;
-// the LF behind it is then an empty line of its own.
+// the LF after it is then an empty line of its own.
 int32_t getLine(EmlContainerContext& context) {
     const uint32_t count = readBlock(context);
     if (count == 0) return 0;

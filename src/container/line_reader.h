@@ -7,8 +7,8 @@
 namespace eml {
 
 // Seeks to context.position and reads a block of at most kBlockSize bytes, none of them beyond the end of the
-// file, into the line buffer, with a zero behind it. lineStart becomes the offset of the block; `position`
-// stays. Gives the bytes read, 0 at the end of the data.
+// file, into the line buffer, with a zero after it. lineStart becomes the offset of the block; `position`
+// stays. Returns the bytes read, 0 at the end of the data.
 uint32_t readBlock(EmlContainerContext& context);
 
 // The text of the line that getLine has read: up to its first zero byte, its line end included.
@@ -16,7 +16,7 @@ uint32_t readBlock(EmlContainerContext& context);
     return {context.lineBuffer, context.lineBuffer + context.textLength};
 }
 
-// True when the line in the buffer begins with CR or LF: every such read ends a header.
+// True when the line in the buffer begins with CR or LF, which ends a header.
 [[nodiscard]] inline bool isEmptyLine(const EmlContainerContext& context) {
     return isLineEnd(context.lineBuffer[0]);
 }

@@ -5,8 +5,8 @@
 #include "bytes/mail_date.h"
 #include "container/container_context.h"
 
-// Fills mainName from the default list's subject and mainDate from its date. Always EML_OK: a name can be
-// made of nothing, and a date can be missing.
+// Fills mainName from the default list's subject and mainDate from its date. Always EML_OK: without a
+// usable subject there is a default name, and a date can be missing.
 EmlResult eml2GetMainNameDate(EmlContainerContext& context);
 
 namespace eml {

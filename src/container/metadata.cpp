@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "container/container_calls.h"
-#include "container/header_scan.h"
+#include "container/metadata_scan.h"
 #include "host/container_queries.h"
 #include "host/host_memory.h"
 #include "host/metadata_records.h"
@@ -17,7 +17,7 @@ constexpr char kNames[kMetadataCount][10] = {"From", "Date", "To", "Cc", "Bcc", 
 // KEPT: hosts see the date under the name "Sent", while the header and the default list have it as "Date".
 const char* handedOutName(int32_t index) { return index == kDate ? "Sent" : kNames[index]; }
 
-// The copy of a value has two zero bytes behind it. Without memory for it the entry stays without a value.
+// The copy of a value has two zero bytes after it. If memory runs out, the entry has no value.
 void copyValue(const EmlMetaDataEntry& from, EmlMetaDataEntry& to, EmlAllocator& allocator) {
     to.type = from.type;
     to.hasValue = from.hasValue;

@@ -30,7 +30,7 @@ void copyReference(Unpacking& unpacking, uint32_t first, uint32_t second) {
     const uint64_t offset = first << 4 | second >> 4;
     uint64_t from = offset + unpacking.length / kWindow * kWindow;
     if (from >= unpacking.length) {
-        if (from < kWindow) return;  // before the beginning: nothing to copy
+        if (from < kWindow) return;  // before the first byte: nothing to copy
         from -= kWindow;
     }
     const uint64_t end = std::min<uint64_t>(unpacking.length + (second & 0x0F) + 2, unpacking.limit);

@@ -9,7 +9,7 @@ namespace eml {
 
 inline constexpr uint32_t kPackedRtfHeaderSize = 16;
 
-// The text that every compressed body may refer back to.
+// The text that a compressed body can refer back to from its first byte.
 inline constexpr uint32_t kRtfDictionarySize = 207;
 
 enum class PackedRtfKind : uint8_t { kOther, kCompressed, kStored };
@@ -23,11 +23,12 @@ struct PackedRtf {
 // `body` has more than kPackedRtfHeaderSize bytes. The compressed size and the checksum are not read.
 [[nodiscard]] PackedRtf readPackedRtfHeader(Cursor body);
 
-// The most bytes that the content can unpack to: a claim of more than its tokens can give is not believed.
+// The most bytes that the content can unpack to: a header that claims more than the tokens can produce is not
+// trusted.
 [[nodiscard]] uint64_t unpackedLimit(const PackedRtf& packed);
 
-// Unpacks compressed content to `room` + kRtfDictionarySize, where `limit` bytes have place; in front of them
-// the dictionary is built. Gives the bytes of text.
+// Unpacks compressed content to `room` + kRtfDictionarySize, which has room for `limit` bytes; the
+// dictionary is built before them. Returns the bytes of text.
 [[nodiscard]] uint64_t unpackRtf(const PackedRtf& packed, uint8_t* room, uint64_t limit);
 
 }  // namespace eml

@@ -10,7 +10,7 @@
 
 namespace eml {
 
-// The three forms. `body` may be NULL in the text form alone.
+// The three forms. Only the text form accepts NULL as `body`.
 [[nodiscard]] EmlResult renderHtml(EmlContainerContext& context, const EmlSection& body, EmlIOobj& output);
 [[nodiscard]] EmlResult renderRtf(EmlContainerContext& context, const EmlSection& body, EmlIOobj& output);
 [[nodiscard]] EmlResult renderText(EmlContainerContext& context, const EmlSection* body, EmlIOobj& output);

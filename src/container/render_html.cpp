@@ -1,9 +1,8 @@
 // KEPT: values stand in the HTML as they are, unescaped, and the header block is a complete document of its
-// own, behind which the message's HTML follows unchanged. What comes out is the sender's active content.
-#include "container/header_rows.h"
+// own, after which the message's HTML follows unchanged. What comes out is the sender's active content.
 #include "container/render.h"
+#include "container/render_header.h"
 #include "container/row_writer.h"
-#include "container/section_body.h"
 #include "container/transfer_decoders.h"
 
 namespace eml {
@@ -31,16 +30,8 @@ void writeHeaderBlock(EmlContainerContext& context, RowWriter& writer) {
         writer.append(value.pos, static_cast<uint32_t>(value.left()));
         writer.append("<br>\r\n");
     });
-    bool first = true;
-    forEachAttachmentName(context, [&](std::string_view name) {
-        if (first) {
-            writeLabel(writer, kAttachmentsLabel);
-        } else {
-            writer.append(kRichSeparator);
-        }
-        first = false;
-        writer.append(name);
-    });
+    (void)writeRichAttachmentNames(context, writer, writeLabel,
+                                   [&](std::string_view name) { writer.append(name); });
     writer.append(kClosing);
     writer.flush();
 }
@@ -52,15 +43,7 @@ EmlResult renderHtml(EmlContainerContext& context, const EmlSection& body, EmlIO
         RowWriter writer(output);
         writeHeaderBlock(context, writer);
     }
-    switch (body.encoding) {
-        case EML_ENC_BASE64:
-            return eml2DecodeBASE64(context, body, 1, output);  // in text mode: HTML is text
-        case EML_ENC_QP:
-            return eml2DecodeQP(context, body, output);
-        default:
-            copyBody(context, body, output);
-            return EML_OK;
-    }
+    return writeDecodedBody(context, body, output);
 }
 
 }  // namespace eml

@@ -1,42 +1,45 @@
-#include <array>
-
 #include "bytes/fixed_text.h"
-#include "container/header_rows.h"
 #include "container/render.h"
+#include "container/render_header.h"
 #include "container/row_writer.h"
 #include "container/rtf_body.h"
-#include "container/section_body.h"
+#include "container/transfer_decoders.h"
 
 namespace eml {
 
 namespace {
 
 struct CodePage {
+    uint32_t charset;
     uint16_t ansiCodePage;
     uint8_t fontCharset;
 };
 
-constexpr CodePage kWestern = {1252, 0};
+constexpr CodePage kWestern = {EML_CHARSET_WESTERN, 1252, 0};
 
-// By charset id, from 1 on. KEPT: only the four East Asian code pages have a font charset.
-constexpr std::array<CodePage, 13> kCodePages = {{
-    {932, 128},
-    {936, 134},
-    {950, 136},
-    {949, 129},
-    {1250, 0},
-    {1251, 0},
+// A charset that is not listed is written as Western. KEPT: only the four East Asian code pages have a font
+// charset.
+constexpr CodePage kCodePages[] = {
+    {EML_CHARSET_SHIFT_JIS, 932, 128},
+    {EML_CHARSET_GB2312, 936, 134},
+    {EML_CHARSET_BIG5, 950, 136},
+    {EML_CHARSET_KSC_5601, 949, 129},
+    {EML_CHARSET_CENTRAL_EUROPE, 1250, 0},
+    {EML_CHARSET_CYRILLIC, 1251, 0},
     kWestern,
-    {1253, 0},
-    {1254, 0},
-    {1255, 0},
-    {1256, 0},
-    {1257, 0},
-    {1258, 0},
-}};
+    {EML_CHARSET_GREEK, 1253, 0},
+    {EML_CHARSET_TURKISH, 1254, 0},
+    {EML_CHARSET_HEBREW, 1255, 0},
+    {EML_CHARSET_ARABIC, 1256, 0},
+    {EML_CHARSET_BALTIC, 1257, 0},
+    {EML_CHARSET_VIETNAMESE, 1258, 0},
+};
 
 CodePage codePageOf(uint32_t charset) {
-    return charset >= 1 && charset <= kCodePages.size() ? kCodePages[charset - 1] : kWestern;
+    for (const CodePage& page : kCodePages) {
+        if (page.charset == charset) return page;
+    }
+    return kWestern;
 }
 
 bool isLeadByte(EmlContainerContext& context, uint8_t byte) {
@@ -50,8 +53,8 @@ void writeHex(RowWriter& writer, uint8_t byte) {
     writer.append({text, sizeof text});
 }
 
-// Characters of two bytes are written as such, what means something in RTF gets a backslash, and every other
-// byte, those from 0x80 on included, stands as it is.
+// Two-byte characters are written as two hex escapes, and characters with a meaning in RTF get a backslash.
+// Every other byte, including those from 0x80 on, is written unchanged.
 void writeEscaped(EmlContainerContext& context, RowWriter& writer, Cursor text) {
     for (; !text.atEnd(); text.skip(1)) {
         const uint8_t byte = *text.pos;
@@ -72,7 +75,7 @@ void writeLabel(RowWriter& writer, std::string_view label) {
     writer.append("\\b0 ");
 }
 
-// The group that the preamble opens is closed by the body.
+// The body closes the group that the preamble opens.
 void writePreamble(const EmlContainerContext& context, RowWriter& writer) {
     const CodePage page = codePageOf(context.charset);
     FixedText<128> text;
@@ -89,18 +92,11 @@ void writeHeaderBlock(EmlContainerContext& context, RowWriter& writer) {
         writeEscaped(context, writer, value);
         writer.append("\\par ");
     });
-    bool first = true;
-    forEachAttachmentName(context, [&](std::string_view name) {
-        if (first) {
-            writeLabel(writer, kAttachmentsLabel);
-        } else {
-            writer.append(kRichSeparator);
-        }
-        first = false;
+    const bool any = writeRichAttachmentNames(context, writer, writeLabel, [&](std::string_view name) {
         const auto* bytes = reinterpret_cast<const uint8_t*>(name.data());
         writeEscaped(context, writer, {bytes, bytes + name.size()});
     });
-    if (!first) writer.append("\\par ");
+    if (any) writer.append("\\par ");
     writer.append("\\par ");
     writer.flush();
 }

@@ -1,7 +1,7 @@
-#include "container/header_rows.h"
 #include "container/render.h"
+#include "container/render_header.h"
 #include "container/row_writer.h"
-#include "container/section_body.h"
+#include "container/transfer_decoders.h"
 #include "host/host_text.h"
 
 namespace eml {
@@ -44,8 +44,7 @@ void writeAscii(TextWriter& text, std::string_view ascii) {
     }
 }
 
-// A label, or a separator, and the value behind it. False when a conversion gave nothing: neither is written
-// then.
+// A label or a separator, followed by a value. When the conversion yields nothing, neither is written: false.
 bool writePiece(TextWriter& text, std::string_view lead, Cursor value) {
     const auto length = static_cast<uint32_t>(value.left());
     if (text.form == TextForm::kUnchanged) {

@@ -1,5 +1,5 @@
-// Pieces of a document on their way to an output object, gathered in one buffer of 4096 bytes that is written
-// out as soon as it is nearly full. What is longer than the buffer is written directly.
+// Gathers pieces of a document in one buffer of 4096 bytes and writes it to an output object when it is
+// nearly full. Pieces longer than the buffer are written directly.
 #pragma once
 
 #include <cstring>

@@ -11,19 +11,19 @@ namespace eml {
 
 namespace {
 
-// The text of a body goes on in the group of the preamble when there is one: without its own opening brace.
+// After a preamble the text continues its group, without an opening brace of its own.
 void writeText(EmlIOobj& output, Cursor text) {
     if (text.atEnd()) return;
-    const bool behindHeader = output.tell != nullptr && output.tell(&output) > 0;
-    if (behindHeader && text.startsWithNoCase("{\\rtf1")) text.skip(1);
+    const bool afterHeader = output.tell != nullptr && output.tell(&output) > 0;
+    if (afterHeader && text.startsWithNoCase("{\\rtf1")) text.skip(1);
     writeFile(output, text.pos, static_cast<uint32_t>(text.left()));
 }
 
 void writeUnpacked(EmlAllocator& allocator, const PackedRtf& packed, EmlIOobj& output) {
-    const uint64_t most = unpackedLimit(packed);
-    const ScopedBlock block(allocator, kRtfDictionarySize + most);
+    const uint64_t limit = unpackedLimit(packed);
+    const ScopedBlock block(allocator, kRtfDictionarySize + limit);
     if (block.bytes() == nullptr) return;
-    const uint64_t length = unpackRtf(packed, block.bytes(), most);
+    const uint64_t length = unpackRtf(packed, block.bytes(), limit);
     const uint8_t* const text = block.bytes() + kRtfDictionarySize;
     writeText(output, {text, text + length});
 }

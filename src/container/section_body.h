@@ -2,12 +2,27 @@
 #pragma once
 
 #include "container/container_context.h"
+#include "host/host_file.h"
 
 namespace eml {
 
-// The length of a body counts with its low 32 bits, signed: what is above 2^31 - 1 reads as no body.
+// The length of a body, in its low 32 bits, signed: a length above 2^31 - 1 counts as no body.
 [[nodiscard]] inline int32_t bodyLength32(const EmlSection& section) {
     return static_cast<int32_t>(static_cast<uint32_t>((section.bodyEnd - section.bodyStart) & 0xFFFFFFFF));
+}
+
+// Reads `length` bytes from the current position of the input, block by block, into the memory that place()
+// returns. take(block, count) is called after each read and says whether to go on. A read without data ends
+// the loop.
+template <class Place, class Take>
+void readBlocks(EmlIOobj& input, int64_t length, Place place, Take take) {
+    for (int64_t left = length; left > 0;) {
+        const auto wanted = static_cast<uint32_t>(left < kBlockSize ? left : int64_t{kBlockSize});
+        uint8_t* const block = place();
+        const uint32_t count = readFile(input, block, wanted);
+        left -= count;
+        if (count == 0 || !take(block, count)) return;
+    }
 }
 
 // Writes the body as it stands. A read that yields nothing ends it quietly.
@@ -23,18 +38,5 @@ struct WholeBody {
 // positioned or its first read yields nothing; EML_NO_MEMORY when there is no block for it.
 [[nodiscard]] EmlResult readWholeBody(EmlContainerContext& context, const EmlSection& section,
                                       WholeBody& body);
-
-// A body that was read whole and decoded: `decoded` is either in the block of `body` or in context.decoded.
-// Release it with releaseDecodedBody, also after a failure.
-struct DecodedBody {
-    WholeBody body;
-    const uint8_t* bytes;
-    uint32_t length;
-};
-
-[[nodiscard]] EmlResult readDecodedBody(EmlContainerContext& context, const EmlSection& section,
-                                        DecodedBody& result);
-
-void releaseDecodedBody(EmlContainerContext& context, DecodedBody& result);
 
 }  // namespace eml

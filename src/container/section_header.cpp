@@ -5,33 +5,34 @@
 
 #include "charset/charset_names.h"
 #include "container/container_calls.h"
-#include "container/header_values.h"
 #include "container/line_reader.h"
+#include "container/parameters.h"
 
 namespace eml {
 
 namespace {
 
-// Moves behind "name=" or "filename=".
+// Moves past "name=" or "filename=".
 bool acceptNameParameter(Cursor& text) {
     return text.acceptNoCase("name=") || text.acceptNoCase("filename=");
 }
 
-// A value that begins where the cursor stands behind the colon.
-Cursor valueBehind(Cursor line) {
+// The value after the colon, without its leading blanks.
+Cursor afterBlanks(Cursor line) {
     line.skipBlanks();
     return line;
 }
 
-// The text a name is copied from, once: the first name that is found is kept.
+// Copies a file name. The first name found is kept.
 void takeName(EmlAllocator& allocator, Cursor text, char*& name) {
     if (name == nullptr && acceptNameParameter(text)) name = copyQuotedValue(allocator, text);
 }
 
-// The fields that say what a section is.
+// The fields that describe a section.
 enum class Field : uint8_t { kOther, kType, kEncoding, kDisposition };
 
-// The field that a line begins with. The line moves behind its colon, or anywhere when it is another one.
+// The field that a line begins with. Moves the line past the colon; after kOther its position is
+// undefined.
 Field acceptField(Cursor& line) {
     if (toLower(line.peek()) != 'c' || !line.acceptNoCase("Content-")) return Field::kOther;
     if (line.acceptNoCase("Type:")) return Field::kType;
@@ -87,15 +88,15 @@ void topHeaderLine(TopHeader& header, Cursor line) {
     }
     switch (acceptField(line)) {
         case Field::kType:
-            topContentType(header.context, valueBehind(line));
+            topContentType(header.context, afterBlanks(line));
             return;
         case Field::kEncoding:
             header.context.encoding = classifyEncoding(line);
             return;
         case Field::kDisposition:
-            topDisposition(header, valueBehind(line));
+            topDisposition(header, afterBlanks(line));
             return;
-        default:
+        case Field::kOther:
             return;
     }
 }
@@ -147,15 +148,15 @@ void partHeaderLine(EmlContainerContext& context, EmlSection& section, Cursor li
     }
     switch (acceptField(line)) {
         case Field::kType:
-            partContentType(context, section, valueBehind(line));
+            partContentType(context, section, afterBlanks(line));
             return;
         case Field::kEncoding:
             section.encoding = classifyEncoding(line);
             return;
         case Field::kDisposition:
-            partDisposition(context, section, valueBehind(line));
+            partDisposition(context, section, afterBlanks(line));
             return;
-        default:
+        case Field::kOther:
             return;
     }
 }
@@ -185,7 +186,7 @@ void readTopHeader(EmlContainerContext& context, char*& fileName) {
 void readPartHeader(EmlContainerContext& context, EmlSection& section) {
     context.position = section.start;
     while (getLine(context) != 0) {
-        // The range is tested first: an empty line that begins behind it ends no header.
+        // The range is tested first: an empty line that begins after it ends no header.
         if (context.lineStart >= section.end) return;
         if (isEmptyLine(context)) {
             finishPartHeader(context, section);

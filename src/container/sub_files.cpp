@@ -1,6 +1,5 @@
 #include "container/sub_files.h"
 
-#include "bytes/unreachable.h"
 #include "container/container_calls.h"
 #include "container/section_body.h"
 #include "host/container_queries.h"
@@ -36,8 +35,8 @@ const char* attachmentPrefix(uint32_t openFlags) {
 // The flag bits are added to what the caller's record held.
 EmlResult describeAttachment(const EmlContainerContext& context, const EmlSection* section,
                              EmlSubFileInfo& info, EmlAllocator& allocator) {
-    // What the open counted has a name.
-    if (section == nullptr || EML_NEVER(section->fileName == nullptr)) return EML_NO_SUB_FILE;
+    // An embedded message has no name when the open could not make one.
+    if (section == nullptr || section->fileName == nullptr) return EML_NO_SUB_FILE;
     info.kind = EML_KIND_ATTACHMENT;
     info.parent = static_cast<int32_t>(rootShift(context.openFlags));
     info.size = bodyLength32(*section);
@@ -46,11 +45,19 @@ EmlResult describeAttachment(const EmlContainerContext& context, const EmlSectio
     return setName(info, allocator, attachmentPrefix(context.openFlags), section->fileName);
 }
 
+// For a message whose open ended before the table was made.
+EmlSection* walkToAttachment(const EmlContainerContext& context, int64_t k) {
+    for (const EmlSectionNode* node = context.sections; node != nullptr; node = node->next) {
+        if (node->section->isAttachment != 0 && --k == 0) return node->section;
+    }
+    return nullptr;
+}
+
 }  // namespace
 
 EmlSection* findAttachment(const EmlContainerContext& context, int64_t k) {
-    if (k < 1 || k > context.attachmentCount || context.attachments == nullptr) return nullptr;
-    return context.attachments[k - 1];
+    if (context.attachments == nullptr) return walkToAttachment(context, k);
+    return k >= 1 && k <= context.tabulatedCount ? context.attachments[k - 1] : nullptr;
 }
 
 EmlResult containerInfo(const EmlContainerContext* context, EmlContainerInfo* info,

@@ -1,7 +1,5 @@
 #include "container/transfer_decoders.h"
 
-#include <algorithm>
-
 #include "bytes/base64.h"
 #include "bytes/quoted_printable.h"
 #include "container/section_body.h"
@@ -20,16 +18,15 @@ using BufferQuotedPrintable = eml::QuotedPrintableDecoder<eml::kContainerBuffer>
 template <class Decoder>
 EmlResult streamBody(EmlContainerContext& context, const EmlSection& section, Decoder& decoder,
                      BlockWriter& writer) {
-    int32_t left = eml::bodyLength32(section);
-    if (left < 1) return EML_OK;
+    const int32_t length = eml::bodyLength32(section);
+    if (length < 1) return EML_OK;
     if (!eml::seekFile(*context.input, section.bodyStart)) return EML_INPUT_UNUSABLE;
-    while (left > 0 && !decoder.ended()) {
-        const auto wanted = static_cast<uint32_t>(std::min<int32_t>(left, kBlockSize));
-        const uint32_t count = eml::readFile(*context.input, context.lineBuffer, wanted);
-        if (count == 0) break;
-        left -= static_cast<int32_t>(count);
-        decoder.feed(context.lineBuffer, context.lineBuffer + count, writer);
-    }
+    eml::readBlocks(
+        *context.input, length, [&] { return context.lineBuffer; },
+        [&](const uint8_t* block, uint32_t count) {
+            decoder.feed(block, block + count, writer);
+            return !decoder.ended();
+        });
     return EML_OK;
 }
 
@@ -55,6 +52,11 @@ class DecodedTextSink {
     EmlContainerContext& context_;
     EmlResult result_ = EML_OK;
 };
+
+// HTML is text.
+bool isText(const EmlSection& section) {
+    return section.contentClass == EML_CLASS_TEXT || section.contentClass == EML_CLASS_HTML;
+}
 
 }  // namespace
 
@@ -93,3 +95,53 @@ EmlResult eml2DecodeQPBuffer(EmlContainerContext& context, const uint8_t* begin,
     decoder.finish(sink);
     return sink.result();
 }
+
+namespace eml {
+
+EmlResult writeDecodedBody(EmlContainerContext& context, const EmlSection& section, EmlIOobj& output) {
+    switch (section.encoding) {
+        case TransferEncoding::kBase64:
+            return eml2DecodeBASE64(context, section, isText(section) ? 1 : 0, output);
+        case TransferEncoding::kQuotedPrintable:
+            return eml2DecodeQP(context, section, output);
+        case TransferEncoding::kNone:
+        case TransferEncoding::k7Bit:
+        case TransferEncoding::k8Bit:
+            break;
+    }
+    copyBody(context, section, output);
+    return EML_OK;
+}
+
+EmlResult readDecodedBody(EmlContainerContext& context, const EmlSection& section, DecodedBody& result) {
+    result = {};
+    EmlResult status = readWholeBody(context, section, result.body);
+    result.bytes = result.body.bytes;
+    result.length = result.body.length;
+    if (status != EML_OK || result.length == 0) return status;
+    const uint8_t* const end = result.bytes + result.length;
+    context.decoded.length = 0;
+    switch (section.encoding) {
+        case TransferEncoding::kBase64:
+            status = eml2DecodeBASE64Buffer(context, result.bytes, end);
+            break;
+        case TransferEncoding::kQuotedPrintable:
+            status = eml2DecodeQPBuffer(context, result.bytes, end, 0);
+            break;
+        case TransferEncoding::kNone:
+        case TransferEncoding::k7Bit:
+        case TransferEncoding::k8Bit:
+            return EML_OK;
+    }
+    result.bytes = context.decoded.data;
+    result.length = context.decoded.length;
+    return status;
+}
+
+void releaseDecodedBody(EmlContainerContext& context, DecodedBody& result) {
+    freeBlock(allocatorOf(context), result.body.bytes);
+    context.decoded.release(allocatorOf(context));
+    result = {};
+}
+
+}  // namespace eml

@@ -1,9 +1,31 @@
-// The container reader's four transfer decoders: two that stream a section's body into an output object, two
-// that append a run of bytes to the context's decoded-text buffer. (RFC 2045 section 6; the state machines
-// are in bytes/.)
+// The bodies of sections, decoded: streamed into an output object, or whole. The four decoders are below.
+// (RFC 2045 section 6; the state machines are in bytes/.)
 #pragma once
 
 #include "container/container_context.h"
+#include "container/section_body.h"
+
+namespace eml {
+
+// Writes the body of `section`, decoded by its transfer encoding; base64 text loses its CRs. A body that is
+// not encoded is copied. EML_INPUT_UNUSABLE when the input cannot be positioned on an encoded body.
+[[nodiscard]] EmlResult writeDecodedBody(EmlContainerContext& context, const EmlSection& section,
+                                         EmlIOobj& output);
+
+// A body that was read whole and decoded: `bytes` is either in the block of `body` or in context.decoded.
+// Release it with releaseDecodedBody, also after a failure.
+struct DecodedBody {
+    WholeBody body;
+    const uint8_t* bytes;
+    uint32_t length;
+};
+
+[[nodiscard]] EmlResult readDecodedBody(EmlContainerContext& context, const EmlSection& section,
+                                        DecodedBody& result);
+
+void releaseDecodedBody(EmlContainerContext& context, DecodedBody& result);
+
+}  // namespace eml
 
 // Decodes the body of `section` into `output` with its write entry alone. With `textMode` non-zero every
 // decoded CR is dropped. EML_INPUT_UNUSABLE when the input cannot be positioned on the body.

@@ -99,9 +99,7 @@ EmlResult emlMimeExtract(EmlMimeContext* context, uint32_t part, uint32_t form, 
     EmlMimeContent own{};
     const EmlResult result = eml::extractContent(*context, part, form, output, own);
     if (content != nullptr) *content = own;
-    const bool lost = context->defectsLost;
-    context->defectsLost = false;
-    return result == EML_OK && lost ? EML_NO_MEMORY : result;
+    return result;
 }
 
 uint32_t emlMimeDefectCount(const EmlMimeContext* context) {

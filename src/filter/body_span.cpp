@@ -25,12 +25,12 @@ struct BodySearch {
 // Offsets end at 2^31 - 1, like the message itself.
 int32_t offsetOf(const BodySearch& search, const uint8_t* at) {
     const EmlFilterContext& context = search.context;
-    const int64_t offset = int64_t{search.partStart} + context.messageOffset + (at - context.input);
+    const int64_t offset = int64_t{search.partStart} + context.input.offset + (at - context.input.buffer);
     return static_cast<int32_t>(std::min<int64_t>(offset, INT32_MAX));
 }
 
 EmlResult readHeader(BodySearch& search, const uint8_t*& position) {
-    return decodeContentType(search.context, position, false) != 0 ? EML_OK : EML_NO_MEMORY;
+    return decodeContentType(search.context, position, false);
 }
 
 bool isSingleType(const EmlFilterContext& context) {
@@ -39,7 +39,7 @@ bool isSingleType(const EmlFilterContext& context) {
     return context.contentType[0] != '\0' && !equalNoCase(type, kMultipart.data(), kMultipart.size());
 }
 
-// Looks behind a boundary for the start of the text, and moves there.
+// Looks past a boundary for the start of the text, and moves there.
 EmlResult enterPart(BodySearch& search, Cursor& rest) {
     if (rest.startsWith("--")) {
         rest.skip(2);
@@ -61,15 +61,15 @@ EmlResult enterPart(BodySearch& search, Cursor& rest) {
 
 EmlResult searchBuffer(BodySearch& search) {
     EmlFilterContext& context = search.context;
-    Cursor rest{context.input, context.inputEnd};
+    Cursor rest{context.input.buffer, context.input.end};
     while (const uint8_t* hit = findBoundary(context, rest.pos, rest.end)) {
         if (search.startKnown) {
-            search.span.end = offsetOf(search, hit) - static_cast<int32_t>(context.lineEndWidth);
+            search.span.end = offsetOf(search, hit) - static_cast<int32_t>(context.input.lineEndWidth);
             search.endKnown = true;
             return EML_OK;
         }
         rest.pos = hit;
-        rest.skip(static_cast<size_t>(context.boundaryLength));
+        rest.skip(static_cast<size_t>(context.boundary.length));
         if (EmlResult result = enterPart(search, rest); result != EML_OK) return result;
     }
     return EML_OK;
@@ -79,18 +79,18 @@ EmlResult searchPart(BodySearch& search) {
     EmlFilterContext& context = search.context;
     const int32_t length = search.span.end - search.span.start;
     bool first = true;
-    while (!search.endKnown && context.messageOffset < length) {
+    while (!search.endKnown && context.input.offset < length) {
         const int32_t count = readBuf(context, kInputSize);
         if (count < 1) break;
         if (first) {
             // The part's own header may bring the boundary of a nested level; then the buffer is searched
             // from its start.
-            const uint8_t* position = context.input;
+            const uint8_t* position = context.input.buffer;
             if (EmlResult result = readHeader(search, position); result != EML_OK) return result;
         }
         first = false;
         if (EmlResult result = searchBuffer(search); result != EML_OK) return result;
-        context.messageOffset += count;
+        context.input.offset += count;
     }
     return EML_OK;
 }
@@ -100,12 +100,12 @@ EmlResult searchPart(BodySearch& search) {
 }  // namespace eml
 
 EmlResult getBody(EmlFilterContext& context, eml::BodySpan& span) {
-    const EmlBodyPart& part = context.parts[context.firstPart];
+    const EmlBodyPart& part = context.parts.bodies.records[context.parts.first];
     span = {part.start, part.end};
-    context.transferEncoding = eml::kEncodingNone;
+    context.transferEncoding = eml::TransferEncoding::kNone;
     eml::resetReader(context);
     if (!eml::seekFile(*context.io, part.start)) return EML_OBJECT_FAILED;
-    // A nested level's boundary serves this search alone: the next one begins as this one does.
+    // KEPT: a nested level's boundary serves this search alone. The one before it is put back afterwards.
     eml::SavedBoundary savedBoundary{};
     if (EmlResult result = eml::saveBoundary(context, savedBoundary); result != EML_OK) return result;
     char savedType[eml::kTypeSize];
@@ -116,7 +116,7 @@ EmlResult getBody(EmlFilterContext& context, eml::BodySpan& span) {
     eml::restoreBoundary(context, savedBoundary);
     span = search.span;
     if (span.start > span.end) span.end = span.start;
-    if (!search.startKnown) context.transferEncoding = eml::kEncodingNone;
+    if (!search.startKnown) context.transferEncoding = eml::TransferEncoding::kNone;
     std::memcpy(context.contentType, savedType, sizeof savedType);
     return result;
 }

@@ -2,19 +2,12 @@
 
 #include <algorithm>
 
-#include "bytes/base64.h"
-#include "bytes/quoted_printable.h"
 #include "bytes/unreachable.h"
-#include "filter/input_reader.h"
 #include "filter/record_stream.h"
 
 namespace {
 
-using eml::InputRun;
 using eml::Written;
-
-using TextBase64 = eml::Base64Decoder<eml::kFilterBase64>;
-using TextQuotedPrintable = eml::QuotedPrintableDecoder<eml::kFilterText>;
 
 enum class Step : uint8_t { kOn, kFull, kNoMemory };
 
@@ -24,147 +17,84 @@ Step stepOf(Written written) {
 }
 
 Step appendToField(EmlFilterContext& context, const uint8_t* bytes, uint32_t count) {
-    return context.fieldBuffer.append(eml::allocatorOf(context), bytes, count) == EML_OK ? Step::kOn
-                                                                                         : Step::kNoMemory;
+    return context.request.value.append(eml::allocatorOf(context), bytes, count) == EML_OK ? Step::kOn
+                                                                                           : Step::kNoMemory;
 }
 
 // Writes the run from readPos up to `end`, in stream mode only as much as there is room for, and moves
 // readPos on.
 Step flushRun(EmlFilterContext& context, bool fieldMode, const uint8_t* end) {
-    auto length = static_cast<uint32_t>(end - context.readPos);
+    auto length = static_cast<uint32_t>(end - context.input.readPos);
     if (length == 0) return Step::kOn;
     if (fieldMode) {
-        if (appendToField(context, context.readPos, length) != Step::kOn) return Step::kNoMemory;
-        context.readPos = end;
+        if (appendToField(context, context.input.readPos, length) != Step::kOn) return Step::kNoMemory;
+        context.input.readPos = end;
         return Step::kOn;
     }
     const uint32_t room = eml::textRoom(context);
     const bool cut = length > room;
     length = std::min(length, room);
     if (EML_NEVER(length == 0)) return Step::kFull;  // runs are looked for while there is room
-    const Step step = stepOf(eml::writeText(context, context.readPos, length));
+    const Step step = stepOf(eml::writeText(context, context.input.readPos, length));
     if (step != Step::kOn) return step;
-    context.readPos += length;
+    context.input.readPos += length;
     return cut ? Step::kFull : Step::kOn;
 }
 
 // Treats the byte that ends a run. KEPT: a zero byte is dropped, and so is a tab in field mode; CR LF is one
 // line break only when both are in the buffer.
 Step treatRunEnd(EmlFilterContext& context, bool fieldMode) {
-    const uint8_t byte = *context.readPos;
+    const uint8_t byte = *context.input.readPos;
     uint32_t length = 1;
     Step step = Step::kOn;
     if (eml::isLineEnd(byte)) {
         constexpr uint8_t kBlank = ' ';
-        if (byte == eml::kCr && context.inputEnd - context.readPos > 1 && context.readPos[1] == eml::kLf)
+        if (byte == eml::kCr && context.input.end - context.input.readPos > 1 &&
+            context.input.readPos[1] == eml::kLf)
             length = 2;
         step = fieldMode ? appendToField(context, &kBlank, 1) : stepOf(eml::writeLineBreak(context));
     } else if (byte == '\t' && !fieldMode) {
         step = stepOf(eml::writeTab(context));
     }
-    if (step == Step::kOn) context.readPos += length;
+    if (step == Step::kOn) context.input.readPos += length;
     return step;
 }
 
-// The end of the run at readPos, in stream mode at most one byte behind what there is room for: a decoded body
+// The end of the run at readPos, in stream mode at most one byte more than there is room for: a decoded body
 // can be one run, and the rest of it is looked at by the fill that writes it, not by each one.
 const uint8_t* findRunEnd(const EmlFilterContext& context, bool fieldMode) {
-    auto length = static_cast<size_t>(context.inputEnd - context.readPos);
+    auto length = static_cast<size_t>(context.input.end - context.input.readPos);
     if (!fieldMode) length = std::min(length, size_t{eml::textRoom(context)} + 1);
-    return context.kernels->findTextRunEnd(context.readPos, context.readPos + length);
+    return context.kernels->findTextRunEnd(context.input.readPos, context.input.readPos + length);
 }
 
+// Whether the output is full is looked at before each byte: the byte that ends a run is treated in the
+// step that writes the run, unless that was cut.
 Step convertRuns(EmlFilterContext& context, bool fieldMode) {
-    while (context.readPos < context.inputEnd) {
+    while (context.input.readPos < context.input.end) {
         if (!fieldMode && eml::isFull(context)) return Step::kFull;
         const uint8_t* const end = findRunEnd(context, fieldMode);
-        // KEPT: a single last byte in front of a zero byte, which stands behind every buffer, is dropped.
-        if (end == context.inputEnd && end - context.readPos == 1 && *end == 0) {
-            context.readPos = end;
+        // KEPT: a single last byte before a zero byte, which stands after every buffer, is dropped.
+        if (end == context.input.end && end - context.input.readPos == 1 && *end == 0) {
+            context.input.readPos = end;
             return Step::kOn;
         }
         if (Step step = flushRun(context, fieldMode, end); step != Step::kOn) return step;
-        if (end == context.inputEnd) return Step::kOn;
-        if (!fieldMode && eml::isFull(context)) return Step::kFull;
+        if (end == context.input.end) return Step::kOn;
         if (Step step = treatRunEnd(context, fieldMode); step != Step::kOn) return step;
     }
     return Step::kOn;
 }
 
-// Appends to the decode buffer. Room for the zero byte behind the text is kept.
-class DecodeSink {
-  public:
-    explicit DecodeSink(EmlFilterContext& context) : context_(context) {}
-
-    [[nodiscard]] eml::OutputSpan space() {
-        eml::GrowingBuffer& buffer = context_.decodeBuffer;
-        if (buffer.data == nullptr || buffer.reserve(eml::allocatorOf(context_), 2) != EML_OK) return {};
-        return {buffer.data + buffer.length, buffer.data + buffer.capacity - 1};
-    }
-
-    void commit(const uint8_t* end) {
-        eml::GrowingBuffer& buffer = context_.decodeBuffer;
-        if (buffer.data != nullptr) buffer.length = static_cast<uint32_t>(end - buffer.data);
-    }
-
-  private:
-    EmlFilterContext& context_;
-};
-
-// Decodes what is left of the input; the decoded bytes become the input.
-template <class Decoder>
-EmlResult decodeInput(EmlFilterContext& context, Decoder decoder, EmlResult growthFailure) {
-    eml::GrowingBuffer& buffer = context.decodeBuffer;
-    buffer.length = 0;
-    if (buffer.reserve(eml::allocatorOf(context), eml::kGrowthUnit) != EML_OK) return EML_OBJECT_FAILED;
-    DecodeSink sink(context);
-    while (!decoder.ended()) {
-        const InputRun run = eml::takeRun(context, context.bodyLength);
-        if (run.begin == run.end) break;
-        decoder.feed(run.begin, run.end, sink);
-    }
-    decoder.finish(sink);
-    if (buffer.data == nullptr) {
-        eml::forgetInput(context);
-        return growthFailure;
-    }
-    buffer.data[buffer.length] = 0;
-    context.readPos = buffer.data;
-    context.inputEnd = buffer.data + buffer.length;
-    context.messageOffset = 0;
-    context.bodyLength = static_cast<int32_t>(buffer.length);
-    return EML_OK;
-}
-
-// Behind a step that filled the output only what is left of its decoded bytes is converted.
-template <class Decoder>
-EmlResult decodeBody(EmlFilterContext& context, bool fieldMode, Decoder decoder, EmlResult growthFailure) {
-    // A decoder alone fills the output in front of another, and its bytes are still there.
-    const bool resumes = context.bufferFull != 0 && !EML_NEVER(context.decodeBuffer.data == nullptr);
-    if (!resumes) {
-        if (EmlResult result = decodeInput(context, decoder, growthFailure); result != EML_OK) return result;
-    }
-    return processEMLplainbody(context, fieldMode) != 0 ? EML_OK : EML_OBJECT_FAILED;
-}
-
 }  // namespace
 
-uint32_t processEMLplainbody(EmlFilterContext& context, bool fieldMode) {
-    const uint8_t* const begin = context.readPos;
+bool processEMLplainbody(EmlFilterContext& context, bool fieldMode) {
+    const uint8_t* const begin = context.input.readPos;
     const Step step = convertRuns(context, fieldMode);
-    context.messageOffset += static_cast<int32_t>(context.readPos - begin);
+    context.body.converted += static_cast<int32_t>(context.input.readPos - begin);
     if (step == Step::kFull) {
-        context.bufferFull = 1;
-        context.stagingPending = 1;
+        context.output.full = true;
+        context.body.textWaits = true;
     }
-    return step != Step::kNoMemory ? 1 : 0;
-}
-
-EmlResult processEMLqpbody(EmlFilterContext& context, bool fieldMode) {
-    // KEPT: "_" is a blank in whole bodies too, not only in encoded words.
-    return decodeBody(context, fieldMode, TextQuotedPrintable(true, *context.kernels), EML_OBJECT_FAILED);
-}
-
-EmlResult processEMLbase64body(EmlFilterContext& context, bool fieldMode) {
-    return decodeBody(context, fieldMode, TextBase64(true, *context.kernels), EML_NO_MEMORY);
+    return step != Step::kNoMemory;
 }

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::string_view kKeyword = "boundary=";
 
-// The value behind "boundary=". A closing quote that is missing makes it run to the end of the buffer; a zero
+// The value after "boundary=". A closing quote that is missing makes it run to the end of the buffer; a zero
 // byte ends it in any case, since boundaries are texts.
 std::string_view valueOf(Cursor text) {
     const bool quoted = text.accept('"');
@@ -44,39 +44,39 @@ std::optional<std::string_view> findValue(Cursor text) {
 EmlResult makeBoundaryRoom(EmlFilterContext& context, size_t valueLength) {
     const size_t size = valueLength + 4;
     EmlAllocator& allocator = allocatorOf(context);
-    if (context.boundary == nullptr) {
-        context.boundary = static_cast<char*>(allocateBlock(allocator, size));
-    } else if (static_cast<size_t>(context.boundaryLength) < size) {
-        context.boundary = static_cast<char*>(reallocateBlock(allocator, context.boundary, size));
+    if (context.boundary.text == nullptr) {
+        context.boundary.text = static_cast<char*>(allocateBlock(allocator, size));
+    } else if (static_cast<size_t>(context.boundary.length) < size) {
+        context.boundary.text = static_cast<char*>(reallocateBlock(allocator, context.boundary.text, size));
     }
-    if (context.boundary != nullptr) return EML_OK;
-    context.boundaryLength = 0;
+    if (context.boundary.text != nullptr) return EML_OK;
+    context.boundary.length = 0;
     return EML_NO_MEMORY;
 }
 
 void setBoundary(EmlFilterContext& context, char* text, int32_t length) {
-    context.boundary = text;
-    context.boundaryLength = length;
-    context.boundaryFinder = SubstringFinder(reinterpret_cast<const uint8_t*>(text),
-                                             static_cast<size_t>(length), *context.kernels);
+    context.boundary.text = text;
+    context.boundary.length = length;
+    context.boundary.finder = SubstringFinder(reinterpret_cast<const uint8_t*>(text),
+                                              static_cast<size_t>(length), *context.kernels);
 }
 
 }  // namespace
 
 EmlResult takeBoundary(EmlFilterContext& context, Cursor parameters, bool replaces) {
-    if (context.boundary != nullptr && !replaces) return EML_OK;
+    if (context.boundary.text != nullptr && !replaces) return EML_OK;
     const std::optional<std::string_view> value = findValue(parameters);
     if (!value) return EML_OK;
     if (EmlResult result = makeBoundaryRoom(context, value->size()); result != EML_OK) return result;
-    std::memcpy(context.boundary, "--", 2);
-    if (!value->empty()) std::memcpy(context.boundary + 2, value->data(), value->size());
-    context.boundary[value->size() + 2] = '\0';
-    setBoundary(context, context.boundary, static_cast<int32_t>(value->size() + 2));
+    std::memcpy(context.boundary.text, "--", 2);
+    if (!value->empty()) std::memcpy(context.boundary.text + 2, value->data(), value->size());
+    context.boundary.text[value->size() + 2] = '\0';
+    setBoundary(context, context.boundary.text, static_cast<int32_t>(value->size() + 2));
     return EML_OK;
 }
 
 EmlResult saveBoundary(EmlFilterContext& context, SavedBoundary& saved) {
-    saved = {context.boundary, context.boundaryLength};
+    saved = {context.boundary.text, context.boundary.length};
     if (saved.text == nullptr) return EML_OK;
     // As much room as makeBoundaryRoom counts on.
     const auto length = static_cast<size_t>(saved.length);
@@ -88,14 +88,14 @@ EmlResult saveBoundary(EmlFilterContext& context, SavedBoundary& saved) {
 }
 
 void restoreBoundary(EmlFilterContext& context, const SavedBoundary& saved) {
-    freeBlock(allocatorOf(context), context.boundary);
+    freeBlock(allocatorOf(context), context.boundary.text);
     setBoundary(context, saved.text, saved.length);
 }
 
 const uint8_t* findBoundary(const EmlFilterContext& context, const uint8_t* begin, const uint8_t* end) {
-    if (context.boundary == nullptr) return nullptr;
+    if (context.boundary.text == nullptr) return nullptr;
     const void* zero = std::memchr(begin, 0, static_cast<size_t>(end - begin));
-    return context.boundaryFinder.find(begin, zero != nullptr ? static_cast<const uint8_t*>(zero) : end);
+    return context.boundary.finder.find(begin, zero != nullptr ? static_cast<const uint8_t*>(zero) : end);
 }
 
 }  // namespace eml

@@ -6,7 +6,7 @@
 
 namespace eml {
 
-// Reads the parameters behind a multipart type and stores the boundary, if they have one. A boundary that is
+// Reads the parameters after a multipart type and stores the boundary, if they have one. A boundary that is
 // stored already stays unless `replaces`. EML_NO_MEMORY when it could not be stored.
 [[nodiscard]] EmlResult takeBoundary(EmlFilterContext& context, Cursor parameters, bool replaces);
 

@@ -8,7 +8,7 @@
 #include "filter/content_type_value.h"
 #include "filter/embedded_name.h"
 #include "filter/field_value.h"
-#include "filter/header_fields.h"
+#include "filter/part_tables.h"
 
 namespace eml {
 
@@ -16,12 +16,12 @@ namespace {
 
 struct MultipartType {
     char literal[24];
-    bool inScan;  // taken for a multipart type by the open scan
+    bool inScan;  // treated as a multipart type by the open scan
     bool mayReplaceInScan;
     bool mayReplaceInBody;
 };
 
-// KEPT: the open scan takes multipart/related for an ordinary type.
+// KEPT: the open scan treats multipart/related as an ordinary type.
 constexpr MultipartType kMultipartTypes[] = {
     {"multipart/mixed", true, false, false},  // replaces in the scan of a signed message
     {"multipart/alternative", true, false, true}, {"multipart/related", false, false, true},
@@ -52,7 +52,7 @@ void skipSemicolonsAndBlanks(Cursor& text) {
     while (text.peek() == ';' || isBlank(text.peek())) text.skip(1);
 }
 
-// Moves to the first parameter behind a token, on the same line or on the next one. KEPT: no other parameter
+// Moves to the first parameter after a token, on the same line or on the next one. KEPT: no other parameter
 // is examined.
 void skipToFirstParameter(Cursor& text) {
     skipSemicolonsAndBlanks(text);
@@ -91,7 +91,7 @@ void takeDisposition(HeaderBlock& block, Cursor value) {
     block.isAttachment = true;
 }
 
-// The charset of a text: its place is looked for on the line of the type, and on the line behind that. KEPT:
+// The charset of a text: its place is looked for on the line of the type, and on the line after that. KEPT:
 // from the type itself on, so that a type with "ch" in it hides it.
 void takeTextCharset(HeaderBlock& block, Cursor text) {
     constexpr std::string_view kKeyword = "charset=";
@@ -107,14 +107,14 @@ void takeTextCharset(HeaderBlock& block, Cursor text) {
 bool replacesBoundary(const HeaderBlock& block, const MultipartType& type) {
     if (!block.scanMode) return type.mayReplaceInBody;
     const bool isMixed = &type == &kMultipartTypes[0];
-    return type.mayReplaceInScan || (isMixed && block.context.signedMessage != 0);
+    return type.mayReplaceInScan || (isMixed && block.context.signedMessage);
 }
 
 EmlResult takeMultipart(HeaderBlock& block, const MultipartType& type, Cursor parameters) {
     EmlFilterContext& context = block.context;
     std::memset(context.contentType, 0, sizeof context.contentType);
     std::memcpy(context.contentType, type.literal, std::strlen(type.literal));
-    if (std::strcmp(type.literal, "multipart/signed") == 0) context.signedMessage = 1;
+    if (std::strcmp(type.literal, "multipart/signed") == 0) context.signedMessage = true;
     return takeBoundary(context, parameters, replacesBoundary(block, type));
 }
 
@@ -132,7 +132,7 @@ void takeOtherType(HeaderBlock& block, Cursor value) {
     const Cursor type = value;
     takeTypeToken(value, context.contentType);
     if (typeIs(context, "application/pkcs7-mime") && context.headerLength == 0) {
-        context.encrypted = 1;
+        context.encrypted = true;
     } else if (typeIs(context, "application/pkcs7-signature") ||
                typeIs(context, "application/x-pkcs7-signature")) {
         block.suppressed = true;
@@ -152,7 +152,8 @@ void takeEmbeddedMessage(HeaderBlock& block, Cursor parameters) {
     std::memset(context.contentType, 0, sizeof context.contentType);
     std::memcpy(context.contentType, kType.data(), kType.size());
     takeTypeName(block, parameters);
-    if (block.fileName[0] == '\0') makeSubjectName(parameters, context.attachmentCount, block.fileName);
+    if (block.fileName[0] == '\0')
+        makeSubjectName(parameters, context.parts.attachments.count, block.fileName);
     block.isAttachment = true;
 }
 
@@ -168,7 +169,7 @@ EmlResult takeContentType(HeaderBlock& block, Cursor value) {
     }
     if (acceptKeyword(value, "message/delivery-status")) {
         // KEPT: the content type stays what it was.
-        makeReportName(block.context.attachmentCount, block.fileName);
+        makeReportName(block.context.parts.attachments.count, block.fileName);
         block.isAttachment = true;
     } else if (acceptKeyword(value, "message/rfc822")) {
         takeEmbeddedMessage(block, value);
@@ -201,19 +202,20 @@ void nextLine(Cursor& text) {
 }
 
 uint32_t offsetOf(const HeaderBlock& block) {
-    const auto inBuffer = static_cast<int32_t>(block.text.pos - block.context.input);
-    return static_cast<uint32_t>(block.context.messageOffset + inBuffer);
+    const auto inBuffer = static_cast<int32_t>(block.text.pos - block.context.input.buffer);
+    return static_cast<uint32_t>(block.context.input.offset + inBuffer);
 }
 
-// Reads lines up to the empty one and behind it, or to the end of the buffer. In a part whose three fields
-// have all been seen the other lines are passed unread.
+// Reads lines up to the empty one and past it, or to the end of the buffer. KEPT: a line that begins with CR or
+// LF is an empty one, whatever the line ends of the message are. In a part whose three fields have all been seen
+// the other lines are passed unread, up to one that begins as the message's line ends do.
 EmlResult readLines(HeaderBlock& block) {
     EmlFilterContext& context = block.context;
     do {
         if (EmlResult result = readLine(block); result != EML_OK) return result;
         nextLine(block.text);
         if (block.typeSeen && block.encodingSeen && block.dispositionSeen && context.headerLength != 0) {
-            while (!block.text.atEnd() && *block.text.pos != context.lineEnd[0]) nextLine(block.text);
+            while (!block.text.atEnd() && *block.text.pos != context.input.lineEnd[0]) nextLine(block.text);
         }
     } while (!block.text.atEnd() && !isLineEnd(*block.text.pos));
     if (block.text.atEnd()) return EML_OK;
@@ -225,14 +227,15 @@ EmlResult readLines(HeaderBlock& block) {
 EmlResult recordAttachment(const HeaderBlock& block) {
     EmlFilterContext& context = block.context;
     if (!block.scanMode || !block.isAttachment || block.suppressed) return EML_OK;
-    if (checkAttachments(context) == 0) return EML_NO_MEMORY;
-    EmlAttachment& attachment = context.attachments[context.attachmentCount++];
+    if (EmlResult result = checkAttachments(context); result != EML_OK) return result;
+    GrowingArray<EmlAttachment>& attachments = context.parts.attachments;
+    EmlAttachment& attachment = attachments.records[attachments.count++];
     attachment.offset = offsetOf(block);
     attachment.size = -1;
     attachment.encoding = context.transferEncoding;
     std::memcpy(attachment.contentType, context.contentType, sizeof attachment.contentType);
     std::memcpy(attachment.fileName, block.fileName, sizeof attachment.fileName);
-    attachment.partIndex = static_cast<uint32_t>(context.partCount);
+    attachment.partIndex = static_cast<uint32_t>(context.parts.bodies.count);
     return EML_OK;
 }
 
@@ -240,13 +243,13 @@ EmlResult recordAttachment(const HeaderBlock& block) {
 
 }  // namespace eml
 
-uint32_t decodeContentType(EmlFilterContext& context, const uint8_t*& position, bool scanMode) {
-    eml::HeaderBlock block{context, {position, context.inputEnd}, scanMode, false, false, false, false, false,
-                           {}};
-    context.transferEncoding = eml::kEncodingNone;
+EmlResult decodeContentType(EmlFilterContext& context, const uint8_t*& position, bool scanMode) {
+    eml::HeaderBlock block{
+        context, {position, context.input.end}, scanMode, false, false, false, false, false, {}};
+    context.transferEncoding = eml::TransferEncoding::kNone;
     EmlResult result = eml::readLines(block);
     position = block.text.pos;
     if (result == EML_OK) result = eml::recordAttachment(block);
     if (result != EML_OK) context.services->lastError = result;
-    return result == EML_OK ? 1 : 0;
+    return result;
 }

@@ -13,13 +13,9 @@ bool endsToken(uint8_t byte) { return byte == ';' || isBlank(byte) || isLineEnd(
 
 }  // namespace
 
-uint32_t encodingOfValue(Cursor value) {
+TransferEncoding encodingOfValue(Cursor value) {
     value.skipBlanks();
-    if (value.startsWithNoCase("7bit")) return kEncoding7Bit;
-    if (value.startsWithNoCase("8bit")) return kEncoding8Bit;
-    if (value.startsWithNoCase("quoted-printable")) return kEncodingQuotedPrintable;
-    if (value.startsWithNoCase("base64")) return kEncodingBase64;
-    return kEncodingNone;
+    return leadingEncoding(value);
 }
 
 void takeTypeToken(Cursor& value, char (&type)[kTypeSize]) {
@@ -31,8 +27,8 @@ void takeTypeToken(Cursor& value, char (&type)[kTypeSize]) {
 }
 
 void takeCharset(EmlFilterContext& context, Cursor place, bool allQuotes) {
-    if (context.charsetTaken != 0 || !place.acceptNoCase("charset=")) return;
-    context.charsetTaken = 1;
+    if (context.charsetTaken || !place.acceptNoCase("charset=")) return;
+    context.charsetTaken = true;
     while (place.accept('"') && allQuotes) {
     }
     size_t length = 0;

@@ -7,10 +7,10 @@
 namespace eml {
 
 // The transfer encoding that the value at the cursor begins with. KEPT: blanks are skipped, a quote is not.
-[[nodiscard]] uint32_t encodingOfValue(Cursor value);
+[[nodiscard]] TransferEncoding encodingOfValue(Cursor value);
 
 // Copies the token at the cursor, at most 63 characters, up to a ";", a blank, a tab or the line end, and
-// moves behind it.
+// moves past it.
 void takeTypeToken(Cursor& value, char (&type)[kTypeSize]);
 
 // The message's first "charset=" settles its charset, also with a name that is not known. The cursor stands

@@ -4,8 +4,8 @@
 
 #include "bytes/unreachable.h"
 #include "charset/charset_names.h"
-#include "filter/body_text.h"
 #include "filter/record_stream.h"
+#include "filter/transfer_decoders.h"
 #include "host/metadata_records.h"
 
 namespace eml {
@@ -28,7 +28,7 @@ EmlResult emit(FieldOutput& output, const uint8_t* begin, const uint8_t* end) {
     const auto length = static_cast<uint32_t>(end - begin);
     if (length == 0) return EML_OK;
     EmlFilterContext& context = output.context;
-    if (output.metadataMode) return context.fieldBuffer.append(allocatorOf(context), begin, length);
+    if (output.metadataMode) return context.request.value.append(allocatorOf(context), begin, length);
     return resultOf(writeText(context, begin, length));
 }
 
@@ -55,15 +55,19 @@ struct EncodedWord {
     Cursor text;
 };
 
-// Reads an encoded word from behind its "=?", on one line, and moves behind it. False when it lacks the "?"
-// behind its charset: nothing more of the line is shown then.
-bool readWord(Cursor& line, EncodedWord& word) {
+uint32_t charsetOfWord(const uint8_t* name, const uint8_t* end) {
+    if (name == end) return EML_CHARSET_WESTERN;  // the line may end here, with no byte to look at
+    const auto length = std::min(static_cast<size_t>(end - name), kCharsetNameLength);
+    const uint32_t charset = mapEMLcharset(name, static_cast<uint32_t>(length));
+    return charset != EML_CHARSET_UNKNOWN ? charset : EML_CHARSET_WESTERN;
+}
+
+// Reads an encoded word from after its "=?", on one line, and moves to its end. A word that lacks the "?" after
+// its charset takes the rest of the line and has no text.
+void readWord(Cursor& line, EncodedWord& word) {
     const uint8_t* const name = line.pos;
     skipTo(line, "?");
-    if (line.atEnd()) return false;
-    const auto length = std::min(static_cast<size_t>(line.pos - name), kCharsetNameLength);
-    word.charset = mapEMLcharset(name, static_cast<uint32_t>(length));
-    if (word.charset == EML_CHARSET_UNKNOWN) word.charset = EML_CHARSET_WESTERN;
+    word.charset = charsetOfWord(name, line.pos);
     line.skip(1);
     word.letter = toLower(line.peek());
     line.skip(1);
@@ -72,30 +76,29 @@ bool readWord(Cursor& line, EncodedWord& word) {
     skipTo(line, "?=");
     word.text.end = line.pos;
     line.skip(2);
-    return true;
 }
 
 // Decodes a word as a body that stands in the input buffer.
 EmlResult decodeWord(FieldOutput& output, const EncodedWord& word) {
     if (word.letter != 'q' && word.letter != 'b') return emit(output, word.text.pos, word.text.end);
     EmlFilterContext& context = output.context;
-    const int32_t bodyLength = context.bodyLength;
-    const int32_t messageOffset = context.messageOffset;
-    const uint8_t* const inputEnd = context.inputEnd;
-    const uint8_t* const readPos = context.readPos;
-    context.readPos = word.text.pos;
-    context.inputEnd = word.text.end;
-    context.bodyLength = 0;
+    const int32_t length = context.body.length;
+    const int32_t converted = context.body.converted;
+    const uint8_t* const inputEnd = context.input.end;
+    const uint8_t* const readPos = context.input.readPos;
+    context.input.readPos = word.text.pos;
+    context.input.end = word.text.end;
+    context.body.length = 0;
     const EmlResult result = word.letter == 'q' ? processEMLqpbody(context, output.metadataMode)
                                                 : processEMLbase64body(context, output.metadataMode);
-    context.bodyLength = bodyLength;
-    context.messageOffset = messageOffset;
-    context.inputEnd = inputEnd;
-    context.readPos = readPos;
+    context.body.length = length;
+    context.body.converted = converted;
+    context.input.end = inputEnd;
+    context.input.readPos = readPos;
     return result;
 }
 
-// KEPT: behind a word the stream goes back to the default charset, whatever the message's is.
+// KEPT: after a word the stream goes back to the default charset, whatever the message's is.
 EmlResult outputWord(FieldOutput& output, const EncodedWord& word) {
     const bool announced = word.charset != EML_CHARSET_WESTERN;
     if (announced) {
@@ -120,13 +123,13 @@ EmlResult outputLine(FieldOutput& output, Cursor line) {
         if (EmlResult result = emit(output, literal, line.pos); result != EML_OK) return result;
         line.skip(2);
         EncodedWord word{};
-        if (!readWord(line, word)) return EML_OK;
+        readWord(line, word);
         if (EmlResult result = outputWord(output, word); result != EML_OK) return result;
         skipBlanksBeforeWord(line);
     }
 }
 
-// Moves to the next line of the value when the line behind the cursor continues it. KEPT: nothing takes the
+// Moves to the next line of the value when the line after the cursor continues it. KEPT: nothing takes the
 // place of the line break and the blanks.
 bool unfold(Cursor& text) {
     Cursor next = text;
@@ -140,10 +143,10 @@ bool unfold(Cursor& text) {
 EmlResult finishValue(FieldOutput& output) {
     EmlFilterContext& context = output.context;
     if (!output.metadataMode) return resultOf(writeLineBreak(context));
-    EmlMetaDataEntry* const entry = metadataEntry(*context.requests, output.kind);
+    EmlMetaDataEntry* const entry = metadataEntry(*context.request.list, output.kind);
     if (EML_NEVER(entry == nullptr)) return EML_OK;  // the entry that asked for the value
-    return storeMetadataValue(*entry, *context.hostRecord->allocator, context.fieldBuffer.data,
-                              context.fieldBuffer.length);
+    return storeMetadataValue(*entry, *context.request.hostRecord->allocator, context.request.value.data,
+                              context.request.value.length);
 }
 
 }  // namespace
@@ -172,8 +175,8 @@ EmlResult outputEMLfieldname(EmlFilterContext& context, const char* name) {
 EmlResult outputEMLfieldbody(EmlFilterContext& context, const uint8_t*& position, bool metadataMode,
                              int32_t kind) {
     eml::FieldOutput output{context, metadataMode, kind};
-    eml::Cursor text{position, context.inputEnd};
-    context.fieldBuffer.length = 0;
+    eml::Cursor text{position, context.input.end};
+    context.request.value.length = 0;
     do {
         const uint8_t* const begin = text.pos;
         eml::skipLine(text);

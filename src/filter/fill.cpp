@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 
 #include "bytes/unreachable.h"
 #include "filter/body_span.h"
@@ -9,6 +10,7 @@
 #include "filter/header_fields.h"
 #include "filter/input_reader.h"
 #include "filter/record_stream.h"
+#include "filter/transfer_decoders.h"
 #include "host/container_queries.h"
 #include "host/host_file.h"
 
@@ -29,10 +31,10 @@ int32_t limitOf(const FillTarget& target) {
     return static_cast<int32_t>(std::min<uint64_t>(uint64_t{target.capacity} * 9 / 10, INT32_MAX));
 }
 
-// The host's buffer as record output, behind `used` bytes that are in it already.
+// The host's buffer as record output, after `used` bytes that are in it already.
 void openHostBuffer(EmlFilterContext& context, const FillTarget& target, uint32_t used) {
     openRecordOutput(context, target.buffer, target.capacity, limitOf(target));
-    context.out += used;
+    context.output.next += used;
 }
 
 // The prologue and the header fields, built in the staging buffer.
@@ -47,8 +49,7 @@ EmlResult stageHeader(EmlFilterContext& context) {
 
 // Moves staged records to the host. When some remain, the host calls again.
 Next drainToHost(EmlFilterContext& context, const FillTarget& target) {
-    context.stagingPending = drainStaging(context, target.buffer, *target.size, target.capacity);
-    if (context.stagingPending != 0) {
+    if (drainStaging(context, target.buffer, *target.size, target.capacity)) {
         openHostBuffer(context, target, *target.size);
         return Next::kReturn;
     }
@@ -57,53 +58,53 @@ Next drainToHost(EmlFilterContext& context, const FillTarget& target) {
     return Next::kGoOn;
 }
 
-bool isBehindAttachment(const EmlFilterContext& context, const BodySpan& span) {
-    if (context.attachmentCount < 1) return false;
-    const int64_t offset = context.attachments[0].offset;
+bool followsAttachment(const EmlFilterContext& context, const BodySpan& span) {
+    if (context.parts.attachments.count < 1) return false;
+    const int64_t offset = context.parts.attachments.records[0].offset;
     return offset <= span.start || offset < span.end;
 }
 
 // KEPT: where the first attachment begins at or before the text, or within it, the text is empty.
 EmlResult findSpan(EmlFilterContext& context, BodySpan& span) {
-    span = {context.messageOffset, context.messageSize};
-    if (context.partCount == 0) return EML_OK;
+    span = {context.input.offset, context.messageSize};
+    if (context.parts.bodies.count == 0) return EML_OK;
     const EmlResult result = getBody(context, span);
-    if (isBehindAttachment(context, span)) span.end = span.start;
+    if (followsAttachment(context, span)) span.end = span.start;
     return result;
 }
 
 EmlResult startBody(EmlFilterContext& context, const FillTarget& target, Next& next) {
     next = Next::kReturn;
-    if (context.outEnd - context.out < ptrdiff_t{kTextHeaderSize}) {
+    if (context.output.end - context.output.next < ptrdiff_t{kTextHeaderSize}) {
         setSize(context, target);
         return EML_OK;  // no room for the charset record: the next call starts the body
     }
     BodySpan span{};
     if (EmlResult result = findSpan(context, span); result != EML_OK) return result;
-    context.inBody = 1;
+    context.body.running = true;
+    context.body.textWaits = false;
     if (context.charset == EML_CHARSET_UNKNOWN) context.charset = EML_CHARSET_WESTERN;
     const Written charset = writeCharset(context, context.charset);
     if (EML_NEVER(charset != Written::kYes)) return EML_NO_MEMORY;  // its room has been looked at above
     setSize(context, target);
     resetReader(context);
     forgetInput(context);
-    context.bodyLength = span.end - span.start;
-    if (context.bodyLength <= 0) {
+    context.body.length = span.end - span.start;
+    if (context.body.length <= 0) {
         *target.progress = kFinished;
         closeRecordOutput(context);
         return EML_OK;
     }
     if (!seekFile(*context.io, span.start)) return EML_OBJECT_FAILED;
-    if (context.transferEncoding > kEncodingQuotedPrintable) context.transferEncoding = kEncodingNone;
     if (context.contentType[0] == '\0') std::memcpy(context.contentType, "text/plain", sizeof "text/plain");
     next = Next::kGoOn;
     return EML_OK;
 }
 
 void reportProgress(const EmlFilterContext& context, const FillTarget& target) {
-    const int64_t converted = int64_t{context.messageOffset} * 100;
+    const int64_t converted = int64_t{context.body.converted} * 100;
     *target.progress =
-        context.bodyLength > 0 ? static_cast<uint32_t>(converted / context.bodyLength) : kFinished;
+        context.body.length > 0 ? static_cast<uint32_t>(converted / context.body.length) : kFinished;
 }
 
 void plainStep(EmlFilterContext& context, const FillTarget& target) {
@@ -113,37 +114,32 @@ void plainStep(EmlFilterContext& context, const FillTarget& target) {
 
 // Text that is not encoded, one read of the message at a time.
 void readPlain(EmlFilterContext& context, const FillTarget& target) {
-    if (readBuf(context, context.bodyLength - context.readCount) < 1) {
+    if (readBuf(context, context.body.length - context.input.readCount) < 1) {
         *target.progress = kFinished;
         return;
     }
-    context.readPos = context.input;
+    context.input.readPos = context.input.buffer;
     plainStep(context, target);
 }
 
 // One step of the conversion. A fill that goes on where the last one was full only converts what is left in
 // the buffer.
 EmlResult convertStep(EmlFilterContext& context, const FillTarget& target) {
-    if (context.stagingPending != 0) {
-        context.stagingPending = 0;
+    if (context.body.textWaits) {
+        context.body.textWaits = false;
         plainStep(context, target);
         return EML_OK;
     }
-    const bool base64 = context.transferEncoding == kEncodingBase64;
-    if (!base64 && context.transferEncoding != kEncodingQuotedPrintable) {
-        readPlain(context, target);
-        return EML_OK;
+    if (const std::optional<EmlResult> result = convertEncodedBody(context)) {
+        reportProgress(context, target);
+        return *result;
     }
-    // KEPT: behind the base64 step the quoted-printable step always runs too, and its result is the one that
-    // counts.
-    if (base64) (void)processEMLbase64body(context, false);
-    const EmlResult result = processEMLqpbody(context, false);
-    reportProgress(context, target);
-    return result;
+    readPlain(context, target);
+    return EML_OK;
 }
 
 EmlResult convertBody(EmlFilterContext& context, const FillTarget& target) {
-    while (context.bufferFull == 0 && *target.progress < kFinished) {
+    while (!context.output.full && *target.progress < kFinished) {
         const EmlResult result = convertStep(context, target);
         setSize(context, target);
         if (result != EML_OK) {
@@ -158,8 +154,8 @@ EmlResult convertBody(EmlFilterContext& context, const FillTarget& target) {
 // The first call of a conversion, and those that go on draining what it staged.
 EmlResult deliverHeader(EmlFilterContext& context, const FillTarget& target, Next& next) {
     next = Next::kGoOn;
-    if (context.prologuePending != 0) {
-        context.prologuePending = 0;
+    if (context.prologuePending) {
+        context.prologuePending = false;
         if (EmlResult result = stageHeader(context); result != EML_OK) {
             releaseStaging(context);
             closeRecordOutput(context);
@@ -167,7 +163,7 @@ EmlResult deliverHeader(EmlFilterContext& context, const FillTarget& target, Nex
             return result;
         }
         next = drainToHost(context, target);
-    } else if (context.stagingPending != 0 && context.stagingLeft != 0) {
+    } else if (context.staging.left != 0) {
         next = drainToHost(context, target);
     }
     return EML_OK;
@@ -179,10 +175,10 @@ EmlResult fillBuffer(EmlFilterContext* context, const FillTarget& target) {
     *target.size = 0;
     if (context == nullptr || target.buffer == nullptr) return EML_INVALID_ARGUMENT;
     openHostBuffer(*context, target, 0);
-    context->bufferFull = 0;
+    context->output.full = false;
     Next next = Next::kGoOn;
     if (EmlResult result = deliverHeader(*context, target, next); next == Next::kReturn) return result;
-    if (context->inBody == 0) {
+    if (!context->body.running) {
         if (EmlResult result = startBody(*context, target, next); next == Next::kReturn) return result;
     }
     return convertBody(*context, target);
@@ -195,14 +191,14 @@ EmlResult fillBufferEx(EmlFilterContext* context, uint32_t subFile, const FillTa
     const uint32_t message = rootShift(context->flags);
     if (subFile < message) return EML_OK;
     if (subFile != message) return EML_INVALID_ARGUMENT;
-    if (context->encrypted != 0) return EML_ENCRYPTED;
+    if (context->encrypted) return EML_ENCRYPTED;
     if ((fillFlags & EML_FILL_RESTART) != 0) {
-        context->prologuePending = 1;
-        context->stagingPending = 0;
-        context->inBody = 0;
+        context->prologuePending = true;
+        context->body.textWaits = false;
+        context->body.running = false;
         *target.progress = 0;
     }
-    context->bodyOnly = (fillFlags & EML_FILL_BODY_ONLY) != 0 ? 1 : 0;
+    context->bodyOnly = (fillFlags & EML_FILL_BODY_ONLY) != 0;
     return fillBuffer(context, target);
 }
 

@@ -7,6 +7,8 @@
 
 #include "bytes/decode_kernels.h"
 #include "bytes/find.h"
+#include "bytes/transfer_encoding.h"
+#include "host/growing_array.h"
 #include "host/growing_buffer.h"
 
 namespace eml {
@@ -14,15 +16,6 @@ namespace eml {
 inline constexpr int32_t kInputSize = 4096;    // the most that one read asks for, but for the header's
 inline constexpr size_t kTypeSize = 64;        // a content type or charset name: 63 characters and a zero
 inline constexpr size_t kFileNameSize = 1024;  // a file name: 1023 bytes and a zero
-
-// Content-Transfer-Encoding (RFC 2045 section 6). 3 is not used.
-enum FilterEncoding : uint32_t {
-    kEncodingNone = 0,
-    kEncoding7Bit = 1,
-    kEncoding8Bit = 2,
-    kEncodingBase64 = 4,
-    kEncodingQuotedPrintable = 5,
-};
 
 // Kinds of value that fill mode writes: those that lose nothing of a long line, and those that may.
 inline constexpr int32_t kWholeLines = -2;
@@ -34,7 +27,7 @@ inline constexpr int32_t kCutLines = -1;
 struct EmlBodyPart {
     int32_t start;  // its boundary line
     int32_t end;    // -1 while unknown
-    uint32_t encoding;
+    eml::TransferEncoding encoding;
     char type[eml::kTypeSize];
 };
 
@@ -42,69 +35,105 @@ struct EmlBodyPart {
 struct EmlAttachment {
     uint32_t offset;  // the first byte of the body
     int32_t size;     // -1 until it is asked for
-    uint32_t encoding;
+    eml::TransferEncoding encoding;
     char contentType[eml::kTypeSize];
     char fileName[eml::kFileNameSize];
     uint32_t partIndex;  // the parts recorded when the attachment was found: the index of its own part
 };
 
+namespace eml {
+
+// The message as it is read: one buffer, what was read beyond its cut, and the form of the line ends.
+struct FilterInput {
+    uint8_t buffer[kInputSize + 4];
+    const uint8_t* end;      // of what the read position moves towards: the buffer, or a text in place of it
+    const uint8_t* readPos;  // the next byte
+    int32_t offset;          // of the buffer's start in the message
+    int32_t readCount;       // bytes handed out by readBuf since it was last reset
+    uint8_t carry[kInputSize + 4];
+    const uint8_t* carryPos;
+    int32_t carryCount;
+    uint8_t lineEnd[2];
+    uint32_t lineEndWidth;  // 0: not known yet
+};
+
+// Where records go: the host's buffer, the staging buffer, or a block for the time of a call.
+struct RecordOutput {
+    uint8_t* start;  // NULL while no conversion is in progress
+    uint8_t* next;   // where the next record goes
+    uint8_t* end;    // no byte is written from here on
+    int32_t limit;
+    bool full;  // the step that wrote last stopped for want of room
+};
+
+// Records of the prologue and the header on their way to the host. `left` bytes wait from `pos` on.
+struct StagingBuffer {
+    uint8_t* data;
+    uint32_t capacity;
+    const uint8_t* pos;
+    uint32_t left;
+};
+
+// What the open scan recorded. Without a table its count is 0.
+struct PartTables {
+    GrowingArray<EmlBodyPart> bodies;
+    GrowingArray<EmlAttachment> attachments;
+    int32_t first;  // the index of the part that holds the text
+};
+
+// The body that is converted, or the encoded word.
+struct BodyConversion {
+    int32_t length;     // bytes to convert
+    int32_t converted;  // bytes that have become text, of `length`
+    bool running;       // a body pass or an extraction: no line-end detection, no cuts
+    bool textWaits;     // text from readPos on waits for the next fill
+    GrowingBuffer decoded;
+};
+
+// The current multipart boundary: "--" and the value.
+struct CurrentBoundary {
+    char* text;
+    int32_t length;  // the two dashes included
+    SubstringFinder finder;
+};
+
+// The metadata call that runs.
+struct MetadataCall {
+    const EmlHostRecord* hostRecord;
+    EmlMetaData* list;
+    GrowingBuffer value;  // the text that is gathered for one entry
+};
+
+}  // namespace eml
+
 struct EmlFilterContext {
     EmlHostServices* services;
     EmlIOobj* io;
+    bool ownsIo;
     uint32_t flags;
-    const EmlHostRecord* hostRecord;  // of the metadata call that runs
-    uint32_t bodyOnly;                // 1: neither header fields nor the attachment list are written
-    EmlMetaData* requests;            // of the metadata call that runs
-    int32_t readCount;                // bytes handed out by readBuf since it was last reset
-    int32_t messageOffset;            // of the input buffer's start; in a body pass, bytes converted
-    int32_t messageSize;
-    int32_t bodyLength;  // bytes of body to convert
-    int32_t firstPart;
-    uint32_t prologuePending;  // 1 until a conversion has begun
-    uint32_t inBody;           // 1 in a body pass or an extraction: no line-end detection, no cuts
-    uint32_t bufferFull;
-    uint32_t stagingPending;  // staged records, or text of the body, wait for the next fill
-    uint8_t input[eml::kInputSize + 4];
-    const uint8_t* inputEnd;
-    const uint8_t* readPos;
-    int32_t carryCount;
-    uint8_t carry[eml::kInputSize + 4];
-    const uint8_t* carryPos;
-    eml::GrowingBuffer decodeBuffer;  // decoded text of a body or an encoded word
-    eml::GrowingBuffer fieldBuffer;   // the value that a metadata call gathers
-    uint8_t* out;                     // where the next record goes
-    uint8_t* outStart;
-    uint8_t* outEnd;  // no byte is written from here on
-    int32_t outLimit;
-    EmlAttachment* attachments;
-    int32_t attachmentCount;  // 0 without the table
-    int32_t attachmentCapacity;
-    char* boundary;          // "--" and the value
-    int32_t boundaryLength;  // the two dashes included
-    eml::SubstringFinder boundaryFinder;
     const eml::DecodeKernels* kernels;
-    EmlBodyPart* parts;
-    int32_t partCount;
-    int32_t partCapacity;
-    uint32_t transferEncoding;
+    eml::FilterInput input;
+    eml::RecordOutput output;
+    eml::StagingBuffer staging;
+    eml::PartTables parts;
+    eml::BodyConversion body;
+    eml::CurrentBoundary boundary;
+    eml::MetadataCall request;
+    uint8_t* extractBuffer;  // output block of the extraction decoders
+    bool bodyOnly;           // neither header fields nor the attachment list are written
+    bool prologuePending;    // until a conversion has begun
+    int32_t messageSize;
+    int32_t headerLength;  // offset of the empty line that ends the header; 0 while that is read
+    eml::TransferEncoding transferEncoding;
     char contentType[eml::kTypeSize];
-    uint32_t charsetTaken;  // the message's first "charset=" has been met
+    bool charsetTaken;  // the message's first "charset=" has been met
     char charsetName[eml::kTypeSize];
     uint32_t charset;
     uint32_t prologueCharset;  // what the open scan found: a restarted stream begins like the first
     uint32_t charsetExtra;     // never set
-    uint8_t lineEnd[2];
-    uint32_t lineEndWidth;   // 0: not known yet
-    uint32_t mimeIndicator;  // 1 behind "Mime-Version:", 2 more for each block's "Content-Type:"
-    uint8_t* staging;
-    uint32_t stagingCapacity;
-    const uint8_t* stagingPos;
-    uint32_t stagingLeft;
-    uint8_t* extractBuffer;  // output block of the extraction decoders
-    int32_t headerLength;    // offset of the empty line that ends the header; 0 while that is read
-    uint32_t ownsIo;
-    uint32_t encrypted;
-    uint32_t signedMessage;
+    uint32_t mimeIndicator;    // 1 after "Mime-Version:", 2 more for each block's "Content-Type:"
+    bool encrypted;
+    bool signedMessage;
 };
 
 namespace eml {
@@ -113,17 +142,18 @@ namespace eml {
     return context.services->allocator;
 }
 
-// Nothing of the message is in the buffers.
+// Nothing of the message is in the buffers, and nothing of it has been converted.
 inline void resetReader(EmlFilterContext& context) {
-    context.carryCount = 0;
-    context.readCount = 0;
-    context.messageOffset = 0;
+    context.input.carryCount = 0;
+    context.input.readCount = 0;
+    context.input.offset = 0;
+    context.body.converted = 0;
 }
 
 // The read position stands in an empty buffer: nothing is left to convert.
 inline void forgetInput(EmlFilterContext& context) {
-    context.readPos = context.input;
-    context.inputEnd = context.input;
+    context.input.readPos = context.input.buffer;
+    context.input.end = context.input.buffer;
 }
 
 }  // namespace eml

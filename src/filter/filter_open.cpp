@@ -38,21 +38,19 @@ EmlFilterContext* openFilter(EmlIOobj* io, EmlHostServices* services, uint32_t f
     context->services = services;
     context->flags = flags;
     context->kernels = &chooseKernels();
-    context->carryPos = context->carry;
+    context->input.carryPos = context->input.carry;
     forgetInput(*context);
     if (!openInput(io)) {
         services->lastError = EML_INPUT_NOT_OPENED;
         return failOpen(context, EML_INPUT_NOT_OPENED, result);
     }
     context->charset = EML_CHARSET_WESTERN;
-    if (parseEML(*context) == 0) {
-        // A scan that fails says why.
-        const EmlResult code =
-            EML_NEVER(services->lastError == EML_OK) ? EML_OPEN_FAILED : services->lastError;
+    if (const EmlResult code = parseEML(*context); code != EML_OK) {
+        services->lastError = code;
         return failOpen(context, code, result);
     }
     forgetInput(*context);
-    context->prologuePending = 1;
+    context->prologuePending = true;
     context->prologueCharset = context->charset;
     return context;
 }
@@ -63,32 +61,31 @@ EmlFilterContext* openFilterFile(void* fileSpec, EmlHostServices* services, uint
     if (io == nullptr) return nullptr;
     EmlResult dropped = EML_OK;
     EmlFilterContext* const context = openFilter(io, services, flags, &dropped);
-    if (context != nullptr) context->ownsIo = 1;
+    if (context != nullptr) context->ownsIo = true;
     return context;
 }
 
 void closeFilter(EmlFilterContext* context) {
     if (context == nullptr || context->services == nullptr) return;
     EmlAllocator& allocator = allocatorOf(*context);
-    freeBlock(allocator, context->attachments);
-    freeBlock(allocator, context->parts);
-    context->decodeBuffer.release(allocator);
-    context->fieldBuffer.release(allocator);
+    context->parts.attachments.release(allocator);
+    context->parts.bodies.release(allocator);
+    context->body.decoded.release(allocator);
+    context->request.value.release(allocator);
     releaseStaging(*context);
-    if (EmlIOobj* const io = context->io) {
-        closeInput(*io);
-        if (context->ownsIo != 0) {
-            closeInput(*io);  // KEPT: an object that the library opened itself is closed twice
-            if (io->release != nullptr) io->release(io);
-        }
-    }
+    EmlIOobj* const io = context->io;
+    if (io != nullptr) closeInput(*io);
     freeBlock(allocator, context->extractBuffer);
-    freeBlock(allocator, context->boundary);
+    if (io != nullptr && context->ownsIo) {
+        closeInput(*io);  // KEPT: an object that the library opened itself is closed twice
+        if (io->release != nullptr) io->release(io);
+    }
+    freeBlock(allocator, context->boundary.text);
     freeBlock(allocator, context);
 }
 
 int32_t attachmentCount(const EmlFilterContext* context) {
-    return context != nullptr ? context->attachmentCount : -1;
+    return context != nullptr ? context->parts.attachments.count : -1;
 }
 
 // A charset that is not known becomes the default one, for good.
@@ -100,7 +97,7 @@ uint32_t settledCharset(EmlFilterContext& context, uint32_t& extra) {
 
 EmlResult filterInfo(EmlFilterContext* context, EmlContainerInfo* info, const EmlHostRecord* hostRecord) {
     if (context == nullptr || info == nullptr || !isComplete(hostRecord)) return EML_INVALID_ARGUMENT;
-    const auto attachments = context->encrypted != 0 ? 0 : static_cast<uint32_t>(context->attachmentCount);
+    const auto attachments = context->encrypted ? 0 : static_cast<uint32_t>(context->parts.attachments.count);
     info->subFileCount = subFileCount(attachments, context->flags);
     info->charset = settledCharset(*context, info->charsetExtra);
     return EML_OK;

@@ -77,9 +77,9 @@ EmlResult outputValue(HeaderPass& pass, Cursor value, int32_t kind) {
     return result;
 }
 
-// The value is taken from directly behind the colon: its leading blank is part of the first text.
+// The value is taken from directly after the colon: its leading blank is part of the first text.
 EmlResult showField(HeaderPass& pass) {
-    if (pass.context.bodyOnly != 0) return EML_OK;
+    if (pass.context.bodyOnly) return EML_OK;
     for (const ShownField& field : kShownFields) {
         Cursor value = pass.text;
         if (!value.acceptNoCase(field.header)) continue;
@@ -91,7 +91,7 @@ EmlResult showField(HeaderPass& pass) {
     return EML_OK;
 }
 
-// Moves behind the name that a request looks for. KEPT: a name is cut after 62 characters, "Sent" looks for
+// Moves past the name that a request looks for. KEPT: a name is cut after 62 characters, "Sent" looks for
 // the date, and "Priority" for "X-MSMail-Priority" as well.
 bool acceptRequested(Cursor& line, std::string_view name) {
     name = name.substr(0, kMaxRequestName);
@@ -111,7 +111,7 @@ bool acceptRequested(Cursor& line, std::string_view name) {
 
 // A line serves one request.
 EmlResult collectField(HeaderPass& pass) {
-    const EmlMetaData& requests = *pass.context.requests;
+    const EmlMetaData& requests = *pass.context.request.list;
     for (int32_t i = 0; i < requests.count; ++i) {
         const EmlMetaDataEntry* const entry = metadataEntry(requests, i);
         if (EML_NEVER(entry == nullptr)) continue;  // a pass begins with every entry made
@@ -123,6 +123,7 @@ EmlResult collectField(HeaderPass& pass) {
     return EML_OK;
 }
 
+// KEPT: a metadata request is served from Content-* lines too, which the stream never shows.
 EmlResult treatLine(HeaderPass& pass) {
     const bool learnt = learnField(pass.context, pass.text);
     if (pass.metadataMode) return collectField(pass);
@@ -132,7 +133,7 @@ EmlResult treatLine(HeaderPass& pass) {
 EmlResult readLines(HeaderPass& pass) {
     const EmlFilterContext& context = pass.context;
     while (!pass.text.atEnd()) {
-        if (context.lineEndWidth != 0 && *pass.text.pos == context.lineEnd[0]) break;
+        if (context.input.lineEndWidth != 0 && *pass.text.pos == context.input.lineEnd[0]) break;
         if (EmlResult result = treatLine(pass); result != EML_OK) return result;
         while (!pass.text.atEnd() && !isLineEnd(*pass.text.pos)) pass.text.skip(1);
         skipLineEnd(pass.text);
@@ -142,9 +143,9 @@ EmlResult readLines(HeaderPass& pass) {
 
 EmlResult parseHeader(EmlFilterContext& context, const uint8_t* begin, uint32_t length, bool metadataMode,
                       int32_t& parsed) {
-    context.inputEnd = begin + length;
-    context.readPos = context.inputEnd;
-    HeaderPass pass{context, {begin, context.inputEnd}, metadataMode, false};
+    context.input.end = begin + length;
+    context.input.readPos = context.input.end;
+    HeaderPass pass{context, {begin, context.input.end}, metadataMode, false};
     const EmlResult result = readLines(pass);
     parsed = static_cast<int32_t>(pass.text.pos - begin);
     forgetInput(context);
@@ -159,7 +160,7 @@ EmlResult parseWholeHeader(EmlFilterContext& context, bool metadataMode) {
     if (length == 0) return EML_OBJECT_FAILED;
     int32_t parsed = 0;
     const EmlResult result = parseHeader(context, block.bytes(), length, metadataMode, parsed);
-    context.messageOffset += context.headerLength;
+    context.input.offset += context.headerLength;
     return result;
 }
 
@@ -169,17 +170,17 @@ EmlResult parseFirstBuffer(EmlFilterContext& context, bool metadataMode) {
     if (length < 1) return EML_OBJECT_FAILED;
     int32_t parsed = 0;
     const EmlResult result =
-        parseHeader(context, context.input, static_cast<uint32_t>(length), metadataMode, parsed);
-    context.messageOffset += parsed;
+        parseHeader(context, context.input.buffer, static_cast<uint32_t>(length), metadataMode, parsed);
+    context.input.offset += parsed;
     return result;
 }
 
 EmlResult showAttachmentList(EmlFilterContext& context) {
     if (EmlResult result = outputEMLfieldname(context, "Attachment:"); result != EML_OK) return result;
-    for (int32_t i = 0; i < context.attachmentCount; ++i) {
-        const char* const name = context.attachments[i].fileName;
+    for (int32_t i = 0; i < context.parts.attachments.count; ++i) {
+        const char* const name = context.parts.attachments.records[i].fileName;
         if (name[0] != '\0' && writeText(context, name) == Written::kNoMemory) return EML_NO_MEMORY;
-        if (i + 1 < context.attachmentCount && writeText(context, "; ") == Written::kNoMemory)
+        if (i + 1 < context.parts.attachments.count && writeText(context, "; ") == Written::kNoMemory)
             return EML_NO_MEMORY;
     }
     return resultOf(writeLineBreak(context));
@@ -193,29 +194,13 @@ EmlResult processEMLheader(EmlFilterContext& context, bool metadataMode) {
     if (!eml::seekFile(*context.io, 0)) return EML_OBJECT_FAILED;
     eml::resetReader(context);
     if (metadataMode) {
-        context.bufferFull = 0;
-        context.stagingPending = 0;
-        context.inBody = 0;
-        context.prologuePending = 1;
+        context.output.full = false;
+        context.body.textWaits = false;
+        context.body.running = false;
+        context.prologuePending = true;
     }
     const EmlResult result = context.headerLength < 1 ? eml::parseFirstBuffer(context, metadataMode)
                                                       : eml::parseWholeHeader(context, metadataMode);
-    if (result != EML_OK || metadataMode || context.bodyOnly != 0) return result;
-    return context.attachmentCount > 0 ? eml::showAttachmentList(context) : EML_OK;
-}
-
-uint32_t checkAttachments(EmlFilterContext& context) {
-    if (context.attachmentCount < context.attachmentCapacity) return 1;
-    constexpr int32_t kStep = 5;
-    // Whole steps, and as many as are there already, so that a long table grows in linear time.
-    const int64_t capacity =
-        int64_t{context.attachmentCapacity} + std::max(kStep, context.attachmentCapacity);
-    const uint64_t size = static_cast<uint64_t>(capacity) * sizeof(EmlAttachment);
-    EmlAllocator& allocator = eml::allocatorOf(context);
-    context.attachments = static_cast<EmlAttachment*>(
-        context.attachments == nullptr ? eml::allocateBlock(allocator, size)
-                                       : eml::reallocateBlock(allocator, context.attachments, size));
-    context.attachmentCapacity = context.attachments != nullptr ? static_cast<int32_t>(capacity) : 0;
-    if (context.attachments == nullptr) context.attachmentCount = 0;
-    return context.attachments != nullptr ? 1 : 0;
+    if (result != EML_OK || metadataMode || context.bodyOnly) return result;
+    return context.parts.attachments.count > 0 ? eml::showAttachmentList(context) : EML_OK;
 }

@@ -6,6 +6,3 @@
 // Reads the header from the start of the message. In both modes the content type, the first charset and the
 // transfer encoding are learnt. EML_OBJECT_FAILED when the input cannot be rewound or gives no header.
 [[nodiscard]] EmlResult processEMLheader(EmlFilterContext& context, bool metadataMode);
-
-// Makes place for one more attachment. Gives 1, or 0 when the table could not grow; it is lost then.
-[[nodiscard]] uint32_t checkAttachments(EmlFilterContext& context);

@@ -9,7 +9,7 @@ namespace eml {
 
 namespace {
 
-// The offset of the first zero byte at or behind `from`, or `count`.
+// The offset of the first zero byte at or after `from`, or `count`.
 int32_t zeroAt(const uint8_t* bytes, int32_t from, int32_t count) {
     const void* zero = std::memchr(bytes + from, 0, static_cast<size_t>(count - from));
     return zero != nullptr ? static_cast<int32_t>(static_cast<const uint8_t*>(zero) - bytes) : count;
@@ -31,7 +31,7 @@ int32_t firstInPieces(const uint8_t* bytes, int32_t count, const BoundaryNeedle&
     return count;
 }
 
-// The last occurrence, each looked for behind the one before it; `count` without one.
+// The last occurrence, each looked for after the one before it; `count` without one.
 int32_t lastOccurrence(const uint8_t* bytes, int32_t count, const BoundaryNeedle& boundary) {
     int32_t last = count;
     for (const uint8_t* from = bytes; from < bytes + count;) {
@@ -45,11 +45,11 @@ int32_t lastOccurrence(const uint8_t* bytes, int32_t count, const BoundaryNeedle
 
 // The offset of the last such byte at or before `from`, or -1.
 int32_t lastAt(const uint8_t* bytes, int32_t from, uint8_t byte) {
-    return static_cast<int32_t>(behindLast(bytes, static_cast<size_t>(from) + 1, byte)) - 1;
+    return static_cast<int32_t>(indexAfterLast(bytes, static_cast<size_t>(from) + 1, byte)) - 1;
 }
 
-// The offset behind the last empty line, or 0. Offset 0 itself is never looked at.
-int32_t behindEmptyLine(const uint8_t* bytes, int32_t from, const LineEnd& lineEnd) {
+// The offset after the last empty line, or 0. Offset 0 itself is never looked at.
+int32_t afterEmptyLine(const uint8_t* bytes, int32_t from, const LineEnd& lineEnd) {
     const auto width = static_cast<int32_t>(lineEnd.width);
     for (int32_t at = lastAt(bytes, from, lineEnd.bytes[0]); at > width;) {
         const int32_t before = at - width;
@@ -59,7 +59,7 @@ int32_t behindEmptyLine(const uint8_t* bytes, int32_t from, const LineEnd& lineE
     return 0;
 }
 
-int32_t behindLineEnd(const uint8_t* bytes, int32_t from, const LineEnd& lineEnd) {
+int32_t afterLineEnd(const uint8_t* bytes, int32_t from, const LineEnd& lineEnd) {
     const int32_t at = lastAt(bytes, from, lineEnd.bytes[0]);
     return at >= 1 ? at + static_cast<int32_t>(lineEnd.width) : 0;
 }
@@ -94,8 +94,8 @@ int32_t lineCut(const uint8_t* bytes, int32_t count, const LineEnd& lineEnd) {
     if (lineEnd.width == 0) return 0;
     const int32_t from = count - static_cast<int32_t>(lineEnd.width);
     if (from <= 0) return 0;
-    int32_t cut = behindEmptyLine(bytes, from, lineEnd);
-    if (cut == 0) cut = behindLineEnd(bytes, from, lineEnd);
+    int32_t cut = afterEmptyLine(bytes, from, lineEnd);
+    if (cut == 0) cut = afterLineEnd(bytes, from, lineEnd);
     return cut == 0 ? 0 : count - std::min(cut, count);
 }
 

@@ -14,7 +14,7 @@ struct LineEnd {
 };
 
 // The line end of a message by its first buffer with one. The first CR or LF settles it, together with an LF
-// behind it; a later CR LF in the same buffer turns a single one into CR LF. KEPT: LF LF counts as a line end
+// after it; a later CR LF in the same buffer turns a single one into CR LF. KEPT: LF LF counts as a line end
 // of two bytes.
 [[nodiscard]] LineEnd detectLineEnd(const uint8_t* bytes, int32_t count);
 
@@ -26,10 +26,10 @@ struct BoundaryNeedle {
 
 // How many bytes at the end of the buffer are kept back for the next one, so that this one ends before a
 // boundary. In a buffer without zero bytes the last occurrence counts; in one with zero bytes the first,
-// unless the boundary stands at its start: then the cut is behind the first zero. 0 is no cut.
+// unless the boundary stands at its start: then the cut is after the first zero. 0 is no cut.
 [[nodiscard]] int32_t boundaryCut(const uint8_t* bytes, int32_t count, const BoundaryNeedle& boundary);
 
-// The same, so that the buffer ends behind its last empty line, or else behind its last line end.
+// The same, so that the buffer ends after its last empty line, or else after its last line end.
 [[nodiscard]] int32_t lineCut(const uint8_t* bytes, int32_t count, const LineEnd& lineEnd);
 
 }  // namespace eml

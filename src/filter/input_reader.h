@@ -4,8 +4,8 @@
 
 #include "filter/filter_context.h"
 
-// Reads the next piece of at most `size` bytes into context.input. Gives its length; 0 at the end of the
-// data. What is read beyond a cut is carried over to the next call. Bytes of the message behind 2^31 - 1
+// Reads the next piece of at most `size` bytes into context.input.buffer. Returns its length; 0 at the end of the
+// data. What is read beyond a cut is carried over to the next call. Bytes of the message after 2^31 - 1
 // count as absent.
 [[nodiscard]] int32_t readBuf(EmlFilterContext& context, int32_t size);
 

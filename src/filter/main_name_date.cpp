@@ -33,15 +33,18 @@ struct NameAndDate {
     bool dateDone;
 };
 
-// KEPT: four characters are skipped for the weekday and its comma, and the zone is ignored.
+// KEPT: four characters are skipped for the weekday and its comma, and the zone is ignored. The day is read as
+// a number, but its digits are skipped where the blanks ended: a sign or a line end before it leaves no date.
 std::optional<time_t> dateOf(Cursor value) {
     value.skipBlanks();
     value.skip(kWeekdayLength);
     value.skipBlanks();
     MailDate date{};
-    const std::optional<int32_t> day = readNumber(value);
+    Cursor number = value;
+    const std::optional<int32_t> day = readNumber(number);
     if (!day) return std::nullopt;
     date.day = *day;
+    skipDigits(value);
     value.skipBlanks();
     date.month = monthAt(value);
     value.skip(3);
@@ -64,14 +67,14 @@ void addToStem(NameAndDate& found, const uint8_t* text, uint32_t length) {
     }
 }
 
-// KEPT: behind each text the total grows by the length of the whole stem, not by what the text has added, and
+// KEPT: after each text the total grows by the length of the whole stem, not by what the text has added, and
 // the walk stops when it reaches eight: a subject in several texts can give fewer characters.
 void takeStem(NameAndDate& found) {
     const EmlFilterContext& context = found.context;
-    const uint8_t* record = context.outStart;
+    const uint8_t* record = context.output.start;
     size_t total = 0;
     while (total < kStemLength) {
-        const uint32_t length = recordLength(record, static_cast<uint32_t>(context.out - record));
+        const uint32_t length = recordLength(record, static_cast<uint32_t>(context.output.next - record));
         if (length == 0) return;
         if (record[0] == kTagText) {
             addToStem(found, record + kTextHeaderSize, length - kTextHeaderSize);
@@ -95,7 +98,7 @@ void takeSubject(NameAndDate& found, Cursor& value) {
 bool readLines(NameAndDate& found, Cursor text) {
     const EmlFilterContext& context = found.context;
     while (!text.atEnd()) {
-        if (context.lineEndWidth != 0 && *text.pos == context.lineEnd[0]) return true;
+        if (context.input.lineEndWidth != 0 && *text.pos == context.input.lineEnd[0]) return true;
         Cursor line = text;
         if (!found.dateDone && line.acceptNoCase("Date:")) {
             takeDate(found, line);
@@ -115,8 +118,8 @@ EmlResult readHeader(NameAndDate& found) {
     if (!seekFile(*context.io, 0)) return EML_OBJECT_FAILED;
     int32_t count = readBuf(context, kInputSize);
     if (count < 1) return EML_OBJECT_FAILED;
-    while (count > 0 && !readLines(found, {context.input, context.input + count})) {
-        context.messageOffset += count;
+    while (count > 0 && !readLines(found, {context.input.buffer, context.input.buffer + count})) {
+        context.input.offset += count;
         count = readBuf(context, kInputSize);
     }
     return EML_OK;
@@ -128,22 +131,25 @@ EmlResult findNameAndDate(NameAndDate& found) {
     EmlFilterContext& context = found.context;
     const ScopedBlock records(allocatorOf(context), kRecordBufferSize);
     if (records.bytes() == nullptr) return EML_NO_MEMORY;
-    const uint32_t bufferFull = context.bufferFull;
-    const uint32_t stagingPending = context.stagingPending;
-    context.bufferFull = 0;
+    const bool full = context.output.full;
+    const bool textWaits = context.body.textWaits;
+    context.output.full = false;
     openRecordOutput(context, records.bytes(), kRecordBufferSize, kRecordLimit);
     const EmlResult result = readHeader(found);
     closeRecordOutput(context);
     forgetInput(context);
-    context.bufferFull = bufferFull;
-    context.stagingPending = stagingPending;
+    context.output.full = full;
+    context.body.textWaits = textWaits;
+    // A fill that goes on without a restart counts from here.
+    context.body.converted = context.input.offset;
     return result;
 }
 
 }  // namespace
 
 EmlResult mainNameDate(EmlFilterContext* context, char* name, void* date) {
-    if (context == nullptr || name == nullptr || context->outStart != nullptr) return EML_INVALID_ARGUMENT;
+    if (context == nullptr || name == nullptr || context->output.start != nullptr)
+        return EML_INVALID_ARGUMENT;
     resetReader(*context);
     NameAndDate found{*context, {}, 0, date, false, false};
     const EmlResult result = findNameAndDate(found);

@@ -6,7 +6,7 @@
 #include "filter/boundary_text.h"
 #include "filter/content_type.h"
 #include "filter/input_reader.h"
-#include "host/host_memory.h"
+#include "filter/part_tables.h"
 
 namespace eml {
 
@@ -15,37 +15,17 @@ namespace {
 constexpr int32_t kUnknownEnd = -1;
 constexpr std::string_view kMixed = "multipart/mixed";
 
-bool fail(EmlFilterContext& context, EmlResult code) {
-    context.services->lastError = code;
-    return false;
-}
-
-bool makePartRoom(EmlFilterContext& context) {
-    if (context.partCount < context.partCapacity) return true;
-    constexpr int32_t kStep = 5;
-    // Whole steps, and as many as are there already, so that a long table grows in linear time.
-    const int64_t capacity = int64_t{context.partCapacity} + std::max(kStep, context.partCapacity);
-    const uint64_t size = static_cast<uint64_t>(capacity) * sizeof(EmlBodyPart);
-    EmlAllocator& allocator = allocatorOf(context);
-    context.parts =
-        static_cast<EmlBodyPart*>(context.parts == nullptr ? allocateBlock(allocator, size)
-                                                           : reallocateBlock(allocator, context.parts, size));
-    context.partCapacity = context.parts != nullptr ? static_cast<int32_t>(capacity) : 0;
-    if (context.parts != nullptr) return true;
-    context.partCount = 0;
-    return fail(context, EML_NO_MEMORY);
-}
-
 int32_t offsetOf(const EmlFilterContext& context, const uint8_t* at) {
-    return context.messageOffset + static_cast<int32_t>(at - context.input);
+    return context.input.offset + static_cast<int32_t>(at - context.input.buffer);
 }
 
 int32_t beforeLineEnd(const EmlFilterContext& context, int32_t offset) {
-    return offset - static_cast<int32_t>(context.lineEndWidth);
+    return offset - static_cast<int32_t>(context.input.lineEndWidth);
 }
 
 void endLastPart(EmlFilterContext& context, int32_t end) {
-    if (context.partCount > 0) context.parts[context.partCount - 1].end = end;
+    if (context.parts.bodies.count > 0)
+        context.parts.bodies.records[context.parts.bodies.count - 1].end = end;
 }
 
 void fillPart(const EmlFilterContext& context, EmlBodyPart& part, int32_t start) {
@@ -55,19 +35,21 @@ void fillPart(const EmlFilterContext& context, EmlBodyPart& part, int32_t start)
     std::memcpy(part.type, context.contentType, sizeof part.type);
 }
 
-// KEPT: while no attachment has been found, a further part is written to the spare slot behind the table, and
+// KEPT: while no attachment has been found, a further part is written to the spare slot after the last record, and
 // the part before it is reopened to run on over the new one.
 void recordPart(EmlFilterContext& context, int32_t start) {
-    int32_t index = context.partCount;
-    fillPart(context, context.parts[index], start);
+    int32_t index = context.parts.bodies.count;
+    fillPart(context, context.parts.bodies.records[index], start);
     if (index == 0) {
-        context.firstPart = 0;
-    } else if (context.attachmentCount == 0) {
+        context.parts.first = 0;
+    } else if (context.parts.attachments.count == 0) {
         --index;
     }
-    context.parts[index].end = kUnknownEnd;
-    if (index >= 1) context.parts[index - 1].end = beforeLineEnd(context, context.parts[index].start);
-    context.partCount = index + 1;
+    context.parts.bodies.records[index].end = kUnknownEnd;
+    if (index >= 1)
+        context.parts.bodies.records[index - 1].end =
+            beforeLineEnd(context, context.parts.bodies.records[index].start);
+    context.parts.bodies.count = index + 1;
 }
 
 bool isRecorded(const EmlFilterContext& context) {
@@ -76,94 +58,98 @@ bool isRecorded(const EmlFilterContext& context) {
 }
 
 // Moves over pairs of bytes that equal the line end. KEPT: a pair is two bytes also where line ends have one:
-// then it is the line end and a zero byte, so that the last line end of a buffer and the zero behind it are
+// then it is the line end and a zero byte, so that the last line end of a buffer and the zero after it are
 // passed together.
 void skipLineEndPairs(const EmlFilterContext& context, const uint8_t*& at) {
-    while (at < context.inputEnd && at[0] == context.lineEnd[0] && at[1] == context.lineEnd[1]) at += 2;
+    while (at < context.input.end && at[0] == context.input.lineEnd[0] && at[1] == context.input.lineEnd[1])
+        at += 2;
 }
 
 // Moves over what may follow a boundary. True when the boundary ends the last part and nothing of the buffer
 // is left.
-bool skipBehindBoundary(const EmlFilterContext& context, const uint8_t*& at) {
-    const auto atDashes = [&] { return context.inputEnd - at >= 2 && at[0] == '-' && at[1] == '-'; };
+bool skipPastBoundary(const EmlFilterContext& context, const uint8_t*& at) {
+    const auto atDashes = [&] { return context.input.end - at >= 2 && at[0] == '-' && at[1] == '-'; };
     if (!atDashes()) {
         skipLineEndPairs(context, at);
-        return at > context.inputEnd;
+        return at > context.input.end;
     }
     for (const uint8_t* before = nullptr; before != at;) {
         before = at;
         while (atDashes()) at += 2;
         skipLineEndPairs(context, at);
     }
-    return at >= context.inputEnd;
+    return at >= context.input.end;
 }
 
-// One boundary, whose text begins at `hit`. `at` moves behind the header of its part, or to the end of the
+// One boundary, whose text begins at `hit`. `at` moves past the header of its part, or to the end of the
 // buffer.
-bool scanBoundary(EmlFilterContext& context, const uint8_t* hit, const uint8_t*& at) {
+EmlResult scanBoundary(EmlFilterContext& context, const uint8_t* hit, const uint8_t*& at) {
     const int32_t start = offsetOf(context, hit);
-    at = hit + context.boundaryLength;
-    if (skipBehindBoundary(context, at)) {
+    at = hit + context.boundary.length;
+    if (skipPastBoundary(context, at)) {
         endLastPart(context, beforeLineEnd(context, start));
-        at = context.inputEnd;
-        return true;
+        at = context.input.end;
+        return EML_OK;
     }
-    at = std::min(at, context.inputEnd);
-    if (decodeContentType(context, at, true) == 0 || !makePartRoom(context)) return false;
+    at = std::min(at, context.input.end);
+    if (EmlResult result = decodeContentType(context, at, true); result != EML_OK) return result;
+    if (EmlResult result = makePartRoom(context); result != EML_OK) return result;
     if (isRecorded(context)) recordPart(context, start);
-    return true;
+    return EML_OK;
 }
 
-bool scanBuffer(EmlFilterContext& context) {
-    const uint8_t* at = context.input;
-    if (context.headerLength == 0 && decodeContentType(context, at, true) == 0) return false;
-    while (at < context.inputEnd && *at != 0) {
-        const uint8_t* const hit = findBoundary(context, at, context.inputEnd);
-        if (hit == nullptr) return true;
-        if (!scanBoundary(context, hit, at)) return false;
+EmlResult scanBuffer(EmlFilterContext& context) {
+    const uint8_t* at = context.input.buffer;
+    if (context.headerLength == 0) {
+        if (EmlResult result = decodeContentType(context, at, true); result != EML_OK) return result;
     }
-    return true;
+    while (at < context.input.end && *at != 0) {
+        const uint8_t* const hit = findBoundary(context, at, context.input.end);
+        if (hit == nullptr) return EML_OK;
+        if (EmlResult result = scanBoundary(context, hit, at); result != EML_OK) return result;
+    }
+    return EML_OK;
 }
 
 // A message that is an attachment itself, without any part: one part for its text, which is empty, and one
 // for it.
-bool makeFallbackParts(EmlFilterContext& context) {
-    if (context.attachmentCount > 1) return fail(context, EML_EMPTY_MESSAGE);
+EmlResult makeFallbackParts(EmlFilterContext& context) {
+    PartTables& parts = context.parts;
+    if (parts.attachments.count > 1) return EML_EMPTY_MESSAGE;
     EmlAllocator& allocator = allocatorOf(context);
-    freeBlock(allocator, context.parts);
-    context.parts = nullptr;
-    context.partCapacity = 0;
+    parts.bodies.release(allocator);
     if (allocator.allocateZeroed != nullptr) {
-        context.parts =
+        parts.bodies.records =
             static_cast<EmlBodyPart*>(allocator.allocateZeroed(&allocator, 2, sizeof(EmlBodyPart)));
     }
-    if (context.parts == nullptr) return fail(context, EML_NO_MEMORY);
-    const int32_t body = static_cast<int32_t>(context.lineEndWidth) + context.headerLength;
-    context.parts[0].start = context.parts[0].end = body;
-    fillPart(context, context.parts[1], body);
-    context.parts[1].end = context.messageSize;
-    context.partCount = context.partCapacity = 2;
-    context.firstPart = 0;
-    context.attachments[0].partIndex = 1;
-    return true;
+    if (parts.bodies.records == nullptr) return EML_NO_MEMORY;
+    const int32_t body = static_cast<int32_t>(context.input.lineEndWidth) + context.headerLength;
+    parts.bodies.records[0].start = parts.bodies.records[0].end = body;
+    fillPart(context, parts.bodies.records[1], body);
+    parts.bodies.records[1].end = context.messageSize;
+    parts.bodies.count = parts.bodies.capacity = 2;
+    parts.first = 0;
+    parts.attachments.records[0].partIndex = 1;
+    return EML_OK;
 }
 
-bool scanMessage(EmlFilterContext& context) {
+EmlResult scanMessage(EmlFilterContext& context) {
     for (int32_t count = readBuf(context, kInputSize); count > 0; count = readBuf(context, kInputSize)) {
-        if (!scanBuffer(context)) return false;
-        context.messageOffset += count;
+        if (EmlResult result = scanBuffer(context); result != EML_OK) return result;
+        context.input.offset += count;
     }
-    context.messageSize = context.messageOffset;
-    if (context.messageSize == 0) return fail(context, EML_EMPTY_MESSAGE);
-    if (context.partCount == 0 && context.attachmentCount > 0) return makeFallbackParts(context);
-    if (context.partCount > 0 && context.parts[context.partCount - 1].end == kUnknownEnd) {
+    context.messageSize = context.input.offset;
+    if (context.messageSize == 0) return EML_EMPTY_MESSAGE;
+    const GrowingArray<EmlBodyPart>& bodies = context.parts.bodies;
+    if (bodies.count == 0 && context.parts.attachments.count > 0) return makeFallbackParts(context);
+    if (bodies.count > 0 && bodies.records[bodies.count - 1].end == kUnknownEnd) {
         endLastPart(context, context.messageSize);
     }
-    return true;
+    return EML_OK;
 }
 
 }  // namespace
 
 }  // namespace eml
 
-uint32_t parseEML(EmlFilterContext& context) { return eml::scanMessage(context) ? 1 : 0; }
+EmlResult parseEML(EmlFilterContext& context) { return eml::scanMessage(context); }

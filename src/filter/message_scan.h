@@ -3,5 +3,5 @@
 
 #include "filter/filter_context.h"
 
-// Reads the whole message once. Non-zero on success; 0 with a code in lastError.
-[[nodiscard]] uint32_t parseEML(EmlFilterContext& context);
+// Reads the whole message once. EML_EMPTY_MESSAGE when it has no byte, or several attachments and no part.
+[[nodiscard]] EmlResult parseEML(EmlFilterContext& context);

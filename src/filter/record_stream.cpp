@@ -13,41 +13,42 @@ namespace {
 constexpr uint32_t kStagingSize = 4096;
 constexpr int32_t kStagingLimit = 3686;
 constexpr uint32_t kStagingMargin = 600;
-constexpr uint32_t kLengthSize = 4;  // of a length field, behind the tag
+constexpr uint32_t kLengthSize = 4;  // of a length field, after the tag
 
-// Makes place for `needed` more bytes in the staging buffer, by whole steps and at least by its own size, so
+// Makes room for `needed` more bytes in the staging buffer, by whole steps and at least by its own size, so
 // that a long header stays linear. KEPT: when the host cannot reallocate, the old block is lost.
 Written growStaging(EmlFilterContext& context, uint64_t needed) {
     const uint64_t used = recordBytes(context);
-    const uint64_t wanted = grownCapacity(context.stagingCapacity, used + needed + kStagingMargin);
-    context.staging = static_cast<uint8_t*>(reallocateBlock(allocatorOf(context), context.staging, wanted));
-    if (context.staging == nullptr) {
-        context.stagingCapacity = 0;
+    const uint64_t wanted = grownCapacity(context.staging.capacity, used + needed + kStagingMargin);
+    context.staging.data =
+        static_cast<uint8_t*>(reallocateBlock(allocatorOf(context), context.staging.data, wanted));
+    if (context.staging.data == nullptr) {
+        context.staging.capacity = 0;
         closeRecordOutput(context);
         return Written::kNoMemory;
     }
-    context.stagingCapacity = static_cast<uint32_t>(wanted);
-    openRecordOutput(context, context.staging, wanted, INT32_MAX);
-    context.out += used;
+    context.staging.capacity = static_cast<uint32_t>(wanted);
+    openRecordOutput(context, context.staging.data, wanted, INT32_MAX);
+    context.output.next += used;
     return Written::kYes;
 }
 
-// Place for a record of `length` bytes at context.out.
+// Room for a record of `length` bytes at context.output.next.
 Written makeRoom(EmlFilterContext& context, uint64_t length) {
-    if (context.out == nullptr) return Written::kNoMemory;
-    if (length <= static_cast<uint64_t>(context.outEnd - context.out)) return Written::kYes;
-    return context.staging != nullptr ? growStaging(context, length) : Written::kFull;
+    if (context.output.next == nullptr) return Written::kNoMemory;
+    if (length <= static_cast<uint64_t>(context.output.end - context.output.next)) return Written::kYes;
+    return context.staging.data != nullptr ? growStaging(context, length) : Written::kFull;
 }
 
-// A record whose payload is `count` words and, in front of them, at most one byte.
+// A record whose payload is `count` words and, before them, at most one byte.
 template <size_t Count>
 Written writeWords(EmlFilterContext& context, uint8_t tag, const std::array<uint32_t, Count>& words) {
     constexpr uint32_t kLength = 1 + kLengthSize + 4 * Count;
     if (const Written room = makeRoom(context, kLength); room != Written::kYes) return room;
-    *context.out = tag;
-    writeLittleEndian32(context.out + 1, kLength);
-    for (size_t i = 0; i < Count; ++i) writeLittleEndian32(context.out + 5 + 4 * i, words[i]);
-    context.out += kLength;
+    *context.output.next = tag;
+    writeLittleEndian32(context.output.next + 1, kLength);
+    for (size_t i = 0; i < Count; ++i) writeLittleEndian32(context.output.next + 5 + 4 * i, words[i]);
+    context.output.next += kLength;
     return Written::kYes;
 }
 
@@ -70,8 +71,8 @@ class RecordBuilder {
     [[nodiscard]] Written write(EmlFilterContext& context) {
         writeLittleEndian32(bytes_.data() + 1, length_);
         if (const Written room = makeRoom(context, length_); room != Written::kYes) return room;
-        std::memcpy(context.out, bytes_.data(), length_);
-        context.out += length_;
+        std::memcpy(context.output.next, bytes_.data(), length_);
+        context.output.next += length_;
         return Written::kYes;
     }
 
@@ -106,7 +107,7 @@ void putTextHeader(uint8_t* record, uint32_t length) {
 uint32_t wholeRecords(const EmlFilterContext& context, uint32_t capacity) {
     uint32_t total = 0;
     for (;;) {
-        const uint32_t length = recordLength(context.stagingPos + total, context.stagingLeft - total);
+        const uint32_t length = recordLength(context.staging.pos + total, context.staging.left - total);
         if (length == 0 || length > capacity - total) return total;
         total += length;
     }
@@ -115,27 +116,27 @@ uint32_t wholeRecords(const EmlFilterContext& context, uint32_t capacity) {
 }  // namespace
 
 void openRecordOutput(EmlFilterContext& context, uint8_t* begin, uint64_t capacity, int32_t limit) {
-    context.out = begin;
-    context.outStart = begin;
-    context.outEnd = begin + capacity;
-    context.outLimit = limit;
+    context.output.next = begin;
+    context.output.start = begin;
+    context.output.end = begin + capacity;
+    context.output.limit = limit;
 }
 
 void closeRecordOutput(EmlFilterContext& context) { openRecordOutput(context, nullptr, 0, 0); }
 
 uint32_t textRoom(const EmlFilterContext& context) {
-    if (context.staging != nullptr) return INT32_MAX;
+    if (context.staging.data != nullptr) return INT32_MAX;
     const uint32_t used = recordBytes(context);
-    const auto limit = static_cast<uint32_t>(context.outLimit);
+    const auto limit = static_cast<uint32_t>(context.output.limit);
     return used < limit ? limit - used : 0;
 }
 
 Written writeText(EmlFilterContext& context, const uint8_t* text, uint32_t length) {
     if (const Written room = makeRoom(context, uint64_t{length} + kTextHeaderSize); room != Written::kYes)
         return room;
-    putTextHeader(context.out, length);
-    if (length != 0) std::memcpy(context.out + kTextHeaderSize, text, length);
-    context.out += length + kTextHeaderSize;
+    putTextHeader(context.output.next, length);
+    if (length != 0) std::memcpy(context.output.next + kTextHeaderSize, text, length);
+    context.output.next += length + kTextHeaderSize;
     return Written::kYes;
 }
 
@@ -158,6 +159,7 @@ Written writeCharset(EmlFilterContext& context, uint32_t charset) {
     return writeWords(context, kTagCharset, std::array<uint32_t, 1>{charset});
 }
 
+// KEPT: the charset of the prologue is the one that the open scan found, also after a fill has met another.
 Written writePrologue(EmlFilterContext& context) {
     Written written = writeWords(context, kTagOpening, std::array<uint32_t, 2>{0, 12});
     if (written == Written::kYes) written = writePage(context);
@@ -171,24 +173,24 @@ Written writePrologue(EmlFilterContext& context) {
 
 EmlResult beginStaging(EmlFilterContext& context) {
     releaseStaging(context);
-    context.staging = static_cast<uint8_t*>(allocateBlock(allocatorOf(context), kStagingSize));
-    if (context.staging == nullptr) return EML_NO_MEMORY;
-    context.stagingCapacity = kStagingSize;
-    openRecordOutput(context, context.staging, kStagingSize, kStagingLimit);
+    context.staging.data = static_cast<uint8_t*>(allocateBlock(allocatorOf(context), kStagingSize));
+    if (context.staging.data == nullptr) return EML_NO_MEMORY;
+    context.staging.capacity = kStagingSize;
+    openRecordOutput(context, context.staging.data, kStagingSize, kStagingLimit);
     return EML_OK;
 }
 
 void finishStaging(EmlFilterContext& context) {
-    context.stagingLeft = recordBytes(context);
-    context.stagingPos = context.staging;
+    context.staging.left = recordBytes(context);
+    context.staging.pos = context.staging.data;
 }
 
 void releaseStaging(EmlFilterContext& context) {
-    freeBlock(allocatorOf(context), context.staging);
-    context.staging = nullptr;
-    context.stagingCapacity = 0;
-    context.stagingPos = nullptr;
-    context.stagingLeft = 0;
+    freeBlock(allocatorOf(context), context.staging.data);
+    context.staging.data = nullptr;
+    context.staging.capacity = 0;
+    context.staging.pos = nullptr;
+    context.staging.left = 0;
 }
 
 uint32_t recordLength(const uint8_t* record, uint32_t left) {
@@ -201,29 +203,29 @@ uint32_t recordLength(const uint8_t* record, uint32_t left) {
 
 }  // namespace eml
 
-uint32_t drainStaging(EmlFilterContext& context, uint8_t* buffer, uint32_t& size, uint32_t capacity) {
+bool drainStaging(EmlFilterContext& context, uint8_t* buffer, uint32_t& size, uint32_t capacity) {
     size = 0;
-    if (context.stagingLeft == 0 || context.stagingPos == nullptr) return 0;
-    uint32_t total = context.stagingLeft;
+    if (context.staging.left == 0 || context.staging.pos == nullptr) return false;
+    uint32_t total = context.staging.left;
     if (total > capacity) total = eml::wholeRecords(context, capacity);
     if (total != 0) {
-        std::memcpy(buffer, context.stagingPos, total);
+        std::memcpy(buffer, context.staging.pos, total);
         size = total;
-        context.stagingPos += total;
-        context.stagingLeft -= total;
-        return context.stagingLeft != 0 ? 1 : 0;
+        context.staging.pos += total;
+        context.staging.left -= total;
+        return context.staging.left != 0;
     }
     // Not even one record fits. Text is split so that no character of two bytes is cut in half.
-    const uint32_t length = eml::recordLength(context.stagingPos, context.stagingLeft);
-    if (context.stagingPos[0] != eml::kTagText || length < eml::kTextHeaderSize) return 0;
+    const uint32_t length = eml::recordLength(context.staging.pos, context.staging.left);
+    if (context.staging.pos[0] != eml::kTagText || length < eml::kTextHeaderSize) return false;
     const uint32_t piece = capacity < eml::kTextHeaderSize ? 0 : (capacity - eml::kTextHeaderSize) & ~1U;
-    if (piece < 2) return 0;
-    uint8_t* const record = context.staging + (context.stagingPos - context.staging);
+    if (piece < 2) return false;
+    uint8_t* const record = context.staging.data + (context.staging.pos - context.staging.data);
     std::memcpy(buffer, record, eml::kTextHeaderSize + piece);
     eml::putTextHeader(buffer, piece);
     eml::putTextHeader(record + piece, length - eml::kTextHeaderSize - piece);
     size = piece + eml::kTextHeaderSize;
-    context.stagingPos = record + piece;
-    context.stagingLeft -= piece;
-    return 1;
+    context.staging.pos = record + piece;
+    context.staging.left -= piece;
+    return true;
 }

@@ -32,7 +32,7 @@ void closeRecordOutput(EmlFilterContext& context);
 
 // Bytes written so far.
 [[nodiscard]] inline uint32_t recordBytes(const EmlFilterContext& context) {
-    return static_cast<uint32_t>(context.out - context.outStart);
+    return static_cast<uint32_t>(context.output.next - context.output.start);
 }
 
 // Bytes of text that may still be written before the output counts as full. The staging buffer never does.
@@ -68,7 +68,7 @@ void releaseStaging(EmlFilterContext& context);
 }  // namespace eml
 
 // Moves staged records into the host's buffer, as many as fit whole; only a text record is split, at an even
-// length. `size` receives the bytes written. 1 when staged records remain, else 0: also when the next one
-// could never be delivered.
-[[nodiscard]] uint32_t drainStaging(EmlFilterContext& context, uint8_t* buffer, uint32_t& size,
-                                    uint32_t capacity);
+// length. `size` receives the bytes written. True when staged records remain; false also when the next one could
+// never be delivered.
+[[nodiscard]] bool drainStaging(EmlFilterContext& context, uint8_t* buffer, uint32_t& size,
+                                uint32_t capacity);

@@ -2,8 +2,8 @@
 #include <cstring>
 
 #include "bytes/unreachable.h"
-#include "filter/attachment_extraction.h"
 #include "filter/filter_calls.h"
+#include "filter/part_tables.h"
 #include "host/container_queries.h"
 #include "host/sub_file_records.h"
 
@@ -15,14 +15,14 @@ constexpr size_t kNameBufferSize = 30;
 constexpr char kDefaultName[] = "zteml.mail";
 
 uint32_t shownAttachments(const EmlFilterContext& context) {
-    return context.encrypted != 0 ? 0 : static_cast<uint32_t>(context.attachmentCount);
+    return context.encrypted ? 0 : static_cast<uint32_t>(context.parts.attachments.count);
 }
 
 EmlResult describeAttachment(EmlFilterContext& context, uint32_t index, EmlSubFileInfo& info,
                              EmlAllocator& allocator) {
     EmlAttachment* const attachment = attachmentAt(context, index);
     // The number has been compared with the count, and a message that opened with an attachment has parts.
-    if (EML_NEVER(attachment == nullptr || context.parts == nullptr)) return EML_OBJECT_FAILED;
+    if (EML_NEVER(attachment == nullptr || context.parts.bodies.records == nullptr)) return EML_OBJECT_FAILED;
     const uint32_t shift = rootShift(context.flags);
     const char* prefix = shift != 0 ? kRootPrefix : "";
     if ((context.flags & EML_OPEN_ATTACHMENTS_FOLDER) != 0) prefix = kAttachmentsPrefix;
@@ -36,7 +36,7 @@ EmlResult describeMessage(EmlFilterContext& context, EmlSubFileInfo& info, EmlAl
     const uint32_t shift = rootShift(context.flags);
     info.kind = EML_KIND_MESSAGE;
     info.flags &= ~EML_SUB_FILE_CLEARED_FOR_MESSAGE;
-    if (context.encrypted != 0) info.flags |= EML_SUB_FILE_ENCRYPTED;
+    if (context.encrypted) info.flags |= EML_SUB_FILE_ENCRYPTED;
     info.parent = static_cast<int32_t>(shift) - 1;
     info.size = context.messageSize;
     info.charset = settledCharset(context, info.charsetExtra);
@@ -66,7 +66,8 @@ EmlResult describeFilterSubFile(EmlFilterContext* context, int32_t index, EmlSub
 }
 
 EmlResult attachmentInfo(EmlFilterContext* context, uint32_t index, EmlAttachmentInfo* info) {
-    if (context == nullptr || info == nullptr || context->parts == nullptr) return EML_OBJECT_FAILED;
+    if (context == nullptr || info == nullptr || context->parts.bodies.records == nullptr)
+        return EML_OBJECT_FAILED;
     EmlAttachment* const attachment = attachmentAt(*context, index);
     if (attachment == nullptr) return EML_OBJECT_FAILED;
     static_assert(sizeof info->name == sizeof attachment->fileName);

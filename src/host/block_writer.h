@@ -1,5 +1,4 @@
-// Decoded bytes on their way to an output object: written in blocks of 4096 bytes, the rest when the body
-// ends.
+// Writes decoded bytes to an output object in blocks of 4096 bytes, and the rest when the body ends.
 #pragma once
 
 #include "bytes/sink.h"
@@ -11,7 +10,7 @@ inline constexpr uint32_t kOutputBlockSize = 4096;
 
 class BlockWriter {
   public:
-    // `block` is kOutputBlockSize bytes of the caller.
+    // `block` has kOutputBlockSize bytes and belongs to the caller.
     BlockWriter(EmlIOobj& output, uint8_t* block) : output_(output), block_(block) {}
 
     [[nodiscard]] OutputSpan space() const { return {block_ + fill_, block_ + kOutputBlockSize}; }

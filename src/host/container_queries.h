@@ -1,4 +1,4 @@
-// What both readers answer about the whole container.
+// The answers about the container that both readers give alike.
 #pragma once
 
 #include <emlreader/eml.h>
@@ -10,7 +10,7 @@ namespace eml {
     return (openFlags & EML_OPEN_ROOT_FOLDER) != 0 ? 1 : 0;
 }
 
-// Sub-files that may be asked for: the message, its attachments, and the root folder when there is one.
+// The number of sub-files: the message, its attachments, and the root folder if there is one.
 [[nodiscard]] inline uint32_t subFileCount(uint32_t attachmentCount, uint32_t openFlags) {
     return attachmentCount + 1 + rootShift(openFlags);
 }

@@ -1,4 +1,4 @@
-// Bytes that grow at the end, in a block of the host. The rule of growth and of a failed growth, once.
+// A buffer that grows at the end, in memory of the host.
 #pragma once
 
 #include "host/host_memory.h"
@@ -7,8 +7,8 @@ namespace eml {
 
 inline constexpr uint32_t kGrowthUnit = 4096;
 
-// The capacity to grow to: whole units, and twice the old one where that is more, so that appending stays
-// linear.
+// The capacity to grow to: whole units, and at least twice the old capacity, so that appending takes linear
+// time.
 [[nodiscard]] constexpr uint64_t grownCapacity(uint64_t capacity, uint64_t needed) {
     const uint64_t wanted = needed > 2 * capacity ? needed : 2 * capacity;
     const uint64_t whole = (wanted + kGrowthUnit - 1) / kGrowthUnit * kGrowthUnit;
@@ -20,7 +20,7 @@ struct GrowingBuffer {
     uint32_t capacity;
     uint32_t length;
 
-    // Makes room for `more` bytes behind the content. KEPT: when the host cannot reallocate, the old block is
+    // Makes room for `more` bytes after the content. KEPT: when the host cannot reallocate, the old block is
     // lost: the pointer becomes NULL and the content is gone.
     [[nodiscard]] EmlResult reserve(EmlAllocator& allocator, uint64_t more) {
         const uint64_t needed = length + more;

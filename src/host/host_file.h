@@ -1,4 +1,4 @@
-// The host's I/O objects. One host call for one call here: no loop over short reads, no cache.
+// The host's I/O objects. Each function makes one host call: no loop over short reads, no cache.
 #pragma once
 
 #include <emlreader/eml_host.h>
@@ -7,7 +7,7 @@
 
 namespace eml {
 
-// The 64-bit offset crosses as two halves.
+// The 64-bit offset is passed as two halves.
 [[nodiscard]] inline bool seekFile(EmlIOobj& file, int64_t offset, uint32_t origin = EML_SEEK_START) {
     if (file.seek == nullptr) return false;
     const auto low = static_cast<uint32_t>(offset & 0xFFFFFFFF);
@@ -27,14 +27,15 @@ inline void writeFile(EmlIOobj& file, const void* bytes, uint32_t count) {
     if (file.write != nullptr) file.write(&file, bytes, count);
 }
 
-// The position at the end of the file, or a negative value when the object cannot tell. The seek's answer is
-// not examined: an object that cannot seek may still count what was written.
+// The position at the end of the file, or a negative value when the object cannot tell. The result of the
+// seek is ignored: an object that cannot seek may still count what was written.
 [[nodiscard]] inline int64_t seekToEnd(EmlIOobj& file) {
     (void)seekFile(file, 0, EML_SEEK_END);
     return file.tell != nullptr ? file.tell(&file) : -1;
 }
 
-// Stores the position at the end in the object's size field; left alone when the object cannot tell.
+// Stores the position at the end in the object's size field, which stays unchanged when the object cannot
+// tell.
 inline void storeFinalSize(EmlIOobj& file) {
     const int64_t size = seekToEnd(file);
     if (size < 0) return;

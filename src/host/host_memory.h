@@ -1,5 +1,6 @@
-// Memory of the host: zeroed records, raw blocks, copies of texts, and a block that is freed at scope end.
-// Sizes are 64 bits here; what does not fit in the 32 bits of an allocator entry counts as exhausted memory.
+// Memory from the host: zeroed records, raw blocks, copies of texts, and a block that is freed at scope end.
+// Sizes are 64 bits here; a size that does not fit in the 32 bits of an allocator entry counts as out of
+// memory.
 #pragma once
 
 #include <emlreader/eml_host.h>
@@ -19,7 +20,7 @@ inline void freeBlock(EmlAllocator& allocator, void* block) {
     if (block != nullptr && allocator.free != nullptr) allocator.free(&allocator, block);
 }
 
-// A failed reallocation loses the old block: the caller replaces its pointer by the result whatever it is.
+// A failed reallocation loses the old block: the caller stores the result over its pointer, NULL included.
 [[nodiscard]] inline void* reallocateBlock(EmlAllocator& allocator, void* block, uint64_t size) {
     if (size > UINT32_MAX || allocator.reallocate == nullptr) return nullptr;
     return allocator.reallocate(&allocator, block, static_cast<uint32_t>(size));
@@ -35,7 +36,7 @@ template <class Record>
     return static_cast<Record*>(block);
 }
 
-// A zero-terminated copy of `length` bytes; NULL when memory is exhausted.
+// A zero-terminated copy of `length` bytes; NULL when memory runs out.
 [[nodiscard]] inline char* copyText(EmlAllocator& allocator, const void* text, uint64_t length) {
     auto* copy = static_cast<char*>(allocateBlock(allocator, length + 1));
     if (copy == nullptr) return nullptr;

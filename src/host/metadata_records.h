@@ -1,4 +1,4 @@
-// Metadata lists, in the ways that the two readers share.
+// Metadata lists, as far as both readers handle them alike.
 #pragma once
 
 #include <emlreader/eml_host.h>
@@ -7,17 +7,17 @@
 
 namespace eml {
 
-// What stands between the values of a field that occurs more than once, so that hosts can split them again.
+// Separates the values of a field that occurs more than once, so that hosts can split them again.
 inline constexpr std::string_view kValueSeparator = "#####";
 
-// A list of `count` empty slots. EML_NO_MEMORY leaves a list of none.
+// A list of `count` empty slots. After EML_NO_MEMORY the list has none.
 [[nodiscard]] EmlResult makeMetadataList(EmlMetaData& list, EmlAllocator& allocator, int32_t count);
 
 // A text entry at `index`, named by a copy of `name` unless that is NULL.
 [[nodiscard]] EmlResult makeMetadataEntry(EmlMetaData& list, EmlAllocator& allocator, int32_t index,
                                           const char* name);
 
-// Stores a value of at least one byte, zero-terminated: as the entry's value, or behind the one that it has
+// Stores a value of at least one byte, zero-terminated: as the entry's value, or after the one that it has
 // and the separator. Blocks grow in powers of two, so that a field that occurs often is joined in linear
 // time. EML_NO_MEMORY leaves the entry without a value.
 [[nodiscard]] EmlResult storeMetadataValue(EmlMetaDataEntry& entry, EmlAllocator& allocator,

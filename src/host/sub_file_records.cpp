@@ -9,7 +9,9 @@ namespace eml {
 EmlResult setName(EmlSubFileInfo& info, EmlAllocator& allocator, const char* prefix, const char* name) {
     const size_t prefixLength = std::strlen(prefix);
     const size_t nameLength = std::strlen(name);
-    info.name = static_cast<char*>(allocateBlock(allocator, uint64_t{prefixLength} + nameLength + 1));
+    // KEPT: the block of a name has four bytes for each character and eight more. Hosts widen names in place.
+    const uint64_t size = (uint64_t{prefixLength} + nameLength) * 4 + 8;
+    info.name = static_cast<char*>(allocateBlock(allocator, size));
     if (info.name == nullptr) return EML_NO_MEMORY;
     std::memcpy(info.name, prefix, prefixLength);
     std::memcpy(info.name + prefixLength, name, nameLength + 1);

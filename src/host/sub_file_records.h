@@ -1,15 +1,15 @@
-// Filling in EmlSubFileInfo, in the ways that the two readers share.
+// Fills in EmlSubFileInfo, as far as both readers do so alike.
 #pragma once
 
 #include <emlreader/eml_host.h>
 
 namespace eml {
 
-// What stands before the names of sub-files.
+// Prefixes of sub-file names.
 inline constexpr char kRootPrefix[] = "root/";
 inline constexpr char kAttachmentsPrefix[] = "Attachments/";
 
-// Prefix and name as one text of the host.
+// Prefix and name as one text of the host, with room to widen it in place.
 [[nodiscard]] EmlResult setName(EmlSubFileInfo& info, EmlAllocator& allocator, const char* prefix,
                                 const char* name);
 

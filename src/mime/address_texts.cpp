@@ -1,5 +1,6 @@
 #include "mime/address_texts.h"
 
+#include "bytes/subtext.h"
 #include "mime/address_tokens.h"
 #include "mime/header_fields.h"
 #include "mime/lexical.h"
@@ -30,10 +31,10 @@ void appendUnescaped(std::string_view text, bool beforeSpecials, const HeaderTex
     size_t start = 0;
     for (size_t i = 0; i + 1 < text.size(); ++i) {
         if (text[i] != '\\' || (beforeSpecials && !isAddressSpecial(text[i + 1]))) continue;
-        appendDecoded(text.substr(start, i - start), how, texts);
+        appendDecoded(subtext(text, start, i - start), how, texts);
         start = ++i;
     }
-    appendDecoded(text.substr(start), how, texts);
+    appendDecoded(subtext(text, start), how, texts);
 }
 
 void appendWithSingleBlanks(std::string_view text, TextBuilder& texts) {
@@ -66,7 +67,7 @@ class NameWriter {
             }
             const bool comment = token.kind == AddressTokenKind::kComment;
             if (comment || token.kind == AddressTokenKind::kQuoted) {
-                if (start != kNone) writeRun(text.substr(start, end - start));
+                if (start != kNone) writeRun(subtext(text, start, end - start));
                 start = kNone;
                 passOpaque(text, token);
                 continue;
@@ -81,7 +82,7 @@ class NameWriter {
             bracket = token.kind == AddressTokenKind::kOpen || (bracket && !close);
             if (!loose) end = token.end;
         }
-        if (start != kNone) writeRun(text.substr(start, end - start));
+        if (start != kNone) writeRun(subtext(text, start, end - start));
         gap_ = true;
     }
 
@@ -97,7 +98,7 @@ class NameWriter {
         const bool comment = token.kind == AddressTokenKind::kComment;
         const bool afterBlank = token.start > 0 && isSpacing(text[token.start - 1]);
         gap_ = gap_ || afterBlank || comment;
-        if (!comment) writeQuoted(text.substr(token.start + 1, token.end - token.start - 2));
+        if (!comment) writeQuoted(subtext(text, token.start + 1, token.end - token.start - 2));
     }
 
     void writeQuoted(std::string_view content) {
@@ -110,7 +111,7 @@ class NameWriter {
         // A quote that opens or closes nothing.
         if (run.front() == '"') run.remove_prefix(1);
         const size_t last = run.find_last_not_of('"');
-        if (last != kNone && isLetter(run[last])) run = run.substr(0, last + 1);
+        if (last != kNone && isLetter(run[last])) run = subtext(run, 0, last + 1);
         if (run.empty()) return;
         separate();
         if (run.find('\\') != kNone) {
@@ -139,7 +140,7 @@ class NameWriter {
 };
 
 bool startsWithNoCase(std::string_view text, std::string_view start) {
-    return text.size() >= start.size() && equalNoCase(text.substr(0, start.size()), start);
+    return text.size() >= start.size() && equalNoCase(subtext(text, 0, start.size()), start);
 }
 
 bool isEnclosed(std::string_view text, char open, char close) {
@@ -149,10 +150,10 @@ bool isEnclosed(std::string_view text, char open, char close) {
 // An address without one layer of what people put around it.
 std::string_view unwrapped(std::string_view text) {
     text = trimSpacing(text);
-    if (startsWithNoCase(text, "mailto:")) return text.substr(7);
-    if (!text.empty() && text.front() == '<') return text.substr(1);
-    if (!text.empty() && text.back() == '>') return text.substr(0, text.size() - 1);
-    const std::string_view inside = text.size() >= 3 ? text.substr(1, text.size() - 2) : std::string_view{};
+    if (startsWithNoCase(text, "mailto:")) return subtext(text, 7);
+    if (!text.empty() && text.front() == '<') return subtext(text, 1);
+    if (!text.empty() && text.back() == '>') return subtext(text, 0, text.size() - 1);
+    const std::string_view inside = text.size() >= 3 ? subtext(text, 1, text.size() - 2) : std::string_view{};
     if (isEnclosed(text, '\'', '\'') || (isEnclosed(text, '[', ']') && inside.find('@') != kNone))
         return inside;
     if (isEnclosed(text, '"', '"') && quotedEnd(text, 0) == text.size() && inside.find('@') != kNone)
@@ -169,7 +170,7 @@ std::string_view withoutRoute(std::string_view text) {
     if (token.kind != AddressTokenKind::kAt) return text;
     while (token.kind != AddressTokenKind::kColon && token.kind != AddressTokenKind::kEnd)
         token = lexer.next();
-    const std::string_view rest = trimSpacing(text.substr(token.end));
+    const std::string_view rest = trimSpacing(subtext(text, token.end));
     return rest.empty() ? text : rest;
 }
 
@@ -210,7 +211,7 @@ void appendQuotedPart(std::string_view content, const HeaderText& how, TextBuild
             continue;
         }
         if (content[i] == '"' || content[i] == '\\') texts.append(uint8_t{'\\'});
-        appendBytes(content.substr(i, end - i), how, texts);
+        appendBytes(subtext(content, i, end - i), how, texts);
         i = end - 1;
     }
     if (quotes) texts.append(uint8_t{'"'});
@@ -230,7 +231,7 @@ TextPlace appendName(std::string_view before, std::string_view after, const Head
 TextPlace appendComment(std::string_view comment, const HeaderText& how, TextBuilder& texts) {
     if (comment.size() < 2) return kAbsentText;
     const uint32_t start = texts.length();
-    appendUnescaped(comment.substr(1, comment.size() - 2), false, how, texts);
+    appendUnescaped(subtext(comment, 1, comment.size() - 2), false, how, texts);
     return endText(texts, start);
 }
 
@@ -251,9 +252,9 @@ TextPlace appendAddress(std::string_view address, const HeaderText& how, TextBui
         if (gap && afterText && token.isText()) texts.append(uint8_t{' '});
         gap = false;
         afterText = token.isText() || token.kind == AddressTokenKind::kComma;
-        const std::string_view text = address.substr(token.start, token.end - token.start);
+        const std::string_view text = subtext(address, token.start, token.end - token.start);
         if (token.kind == AddressTokenKind::kQuoted) {
-            appendQuotedPart(text.substr(1, text.size() - 2), how, texts);
+            appendQuotedPart(subtext(text, 1, text.size() - 2), how, texts);
         } else if (token.kind == AddressTokenKind::kLiteral) {
             for (const char character : text) {
                 if (!isSpacing(character)) appendBytes({&character, 1}, how, texts);

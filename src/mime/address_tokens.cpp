@@ -1,5 +1,6 @@
 #include "mime/address_tokens.h"
 
+#include "bytes/subtext.h"
 #include "mime/encoded_words.h"
 #include "mime/lexical.h"
 
@@ -85,7 +86,7 @@ size_t AddressLexer::quotedAt(size_t at) {
     noQuotes_ = end == kNone;
     if (end == kNone || end == text_.size() || endsWord(text_[end])) return end;
     // `"Joe <joe@x>, "Ann" <ann@x>`: what would close the string opens the next one.
-    const std::string_view content = text_.substr(at + 1, end - at - 2);
+    const std::string_view content = subtext(text_, at + 1, end - at - 2);
     const bool opens = !content.empty() && (isSpacing(content.back()) || content.back() == ',');
     return opens && content.find('>') != kNone ? kNone : end;
 }
@@ -98,10 +99,10 @@ size_t AddressLexer::commentAt(size_t at) {
 }
 
 size_t AddressLexer::encodedWordEnd(size_t at) {
-    if (text_.substr(at, 2) != "=?") return kNone;
+    if (subtext(text_, at, 2) != "=?") return kNone;
     if (wordMark_ < at + 2) wordMark_ = text_.find("?=", at + 2);
     if (wordMark_ == kNone || wordMark_ - at > kMaxEncodedWord) return kNone;
-    const std::optional<EncodedWord> word = encodedWordAt(text_.substr(at, kMaxEncodedWord));
+    const std::optional<EncodedWord> word = encodedWordAt(subtext(text_, at, kMaxEncodedWord));
     return word ? at + word->length : kNone;
 }
 

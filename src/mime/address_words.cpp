@@ -1,5 +1,6 @@
 #include "mime/address_words.h"
 
+#include "bytes/subtext.h"
 #include "mime/lexical.h"
 
 namespace eml {
@@ -25,7 +26,7 @@ std::string_view findComment(std::string_view text, bool last) {
     AddressLexer lexer(text);
     for (AddressToken token = lexer.next(); token.kind != AddressTokenKind::kEnd; token = lexer.next()) {
         if (token.kind != AddressTokenKind::kComment) continue;
-        found = text.substr(token.start, token.end - token.start);
+        found = subtext(text, token.start, token.end - token.start);
         if (!last) break;
     }
     return found;
@@ -34,7 +35,7 @@ std::string_view findComment(std::string_view text, bool last) {
 bool readQuotedMailbox(std::string_view entry, MailboxParts& parts) {
     entry = trimSpacing(entry);
     if (entry.size() < 2 || entry.front() != '"' || quotedEnd(entry, 0) != entry.size()) return false;
-    const std::string_view inside = entry.substr(1, entry.size() - 2);
+    const std::string_view inside = subtext(entry, 1, entry.size() - 2);
     const size_t at = inside.find('@');
     if (at == kNone) return false;
     const size_t open = inside.rfind('<', at);
@@ -44,9 +45,9 @@ bool readQuotedMailbox(std::string_view entry, MailboxParts& parts) {
     const size_t start = brackets ? open + 1 : 0;
     const size_t close = brackets ? inside.find('>', at) : kNone;
     parts = {};
-    parts.nameBefore = inside.substr(0, brackets ? open : 0);
-    parts.address = inside.substr(start, close == kNone ? kNone : close - start);
-    if (close != kNone) parts.nameAfter = inside.substr(close + 1);
+    parts.nameBefore = subtext(inside, 0, brackets ? open : 0);
+    parts.address = subtext(inside, start, close == kNone ? kNone : close - start);
+    if (close != kNone) parts.nameAfter = subtext(inside, close + 1);
     parts.hasAddress = true;
     return true;
 }
@@ -62,11 +63,12 @@ bool WordWalk::belongsTo(const Unit& unit, const AddressToken& token, bool gap) 
 void WordWalk::addToken(Unit& unit, bool gap) const {
     // "[mailto:a@b]" is an address, "[127.0.0.1]" a domain.
     const bool literal = token_.kind == AddressTokenKind::kLiteral;
-    const bool wrapped = literal && text_.substr(token_.start, token_.end - token_.start).find('@') != kNone;
+    const bool wrapped =
+        literal && subtext(text_, token_.start, token_.end - token_.start).find('@') != kNone;
     const bool at = token_.kind == AddressTokenKind::kAt;
     const bool dot = token_.kind == AddressTokenKind::kDot;
     const bool quoted = token_.kind == AddressTokenKind::kQuoted;
-    const bool encoded = text_.substr(token_.start, 2) == "=?";
+    const bool encoded = subtext(text_, token_.start, 2) == "=?";
     unit.end = token_.end;
     unit.at = unit.at || at || wrapped;
     unit.plain = unit.plain && !quoted && !encoded;
@@ -135,17 +137,17 @@ bool WordWalk::next(MailboxParts& parts) {
     parts = {};
     parts.hasAddress = hasAddress || (wordCount == 1 && plain);
     if (hasAddress) {
-        parts.nameBefore = text_.substr(nameStart, address.start - nameStart);
-        parts.nameAfter = text_.substr(address.end, end - address.end);
-        parts.address = text_.substr(address.start, address.end - address.start);
+        parts.nameBefore = subtext(text_, nameStart, address.start - nameStart);
+        parts.nameAfter = subtext(text_, address.end, end - address.end);
+        parts.address = subtext(text_, address.start, address.end - address.start);
         parts.around[0] = parts.nameAfter;
-        parts.around[1] = text_.substr(segment_, address.start - segment_);
+        parts.around[1] = subtext(text_, segment_, address.start - segment_);
     } else if (parts.hasAddress) {
-        parts.address = text_.substr(wordsStart, end - wordsStart);
+        parts.address = subtext(text_, wordsStart, end - wordsStart);
         parts.around[0] = parts.address;
-        parts.around[1] = text_.substr(segment_, wordsStart - segment_);
+        parts.around[1] = subtext(text_, segment_, wordsStart - segment_);
     } else {
-        parts.nameBefore = text_.substr(segment_, end - segment_);
+        parts.nameBefore = subtext(text_, segment_, end - segment_);
     }
     segment_ = end;
     return true;

@@ -1,5 +1,6 @@
 #include "mime/addresses.h"
 
+#include "bytes/subtext.h"
 #include "mime/address_tokens.h"
 #include "mime/address_words.h"
 #include "mime/header_fields.h"
@@ -50,7 +51,7 @@ class ListReader {
 
   private:
     [[nodiscard]] std::string_view slice(size_t start, size_t end) const {
-        return value_.substr(start, end - start);
+        return subtext(value_, start, end - start);
     }
 
     void record(const AddressPlaces& places) {
@@ -176,10 +177,10 @@ class ListReader {
     }
 
     [[nodiscard]] bool opensGroup(const AddressToken& token) const {
-        if (!entry_.text || entry_.at || entry_.hasBrackets || value_.substr(token.end, 2) == "//")
+        if (!entry_.text || entry_.at || entry_.hasBrackets || subtext(value_, token.end, 2) == "//")
             return false;
         const std::string_view name = trimSpacing(slice(entry_.start, token.start));
-        return name.size() < 6 || !equalNoCase(name.substr(name.size() - 6), "mailto");
+        return name.size() < 6 || !equalNoCase(subtext(name, name.size() - 6), "mailto");
     }
 
     void startGroup(const AddressToken& token) {
@@ -239,7 +240,7 @@ class ListReader {
             token = lexer.next();
             const bool ends = token.kind == AddressTokenKind::kComma || token.kind == AddressTokenKind::kEnd;
             if (!ends) continue;
-            addWords(words.substr(start, token.start - start));
+            addWords(subtext(words, start, token.start - start));
             start = token.end;
         } while (token.kind != AddressTokenKind::kEnd);
     }

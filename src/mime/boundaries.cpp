@@ -1,6 +1,7 @@
 #include "mime/boundaries.h"
 
 #include "bytes/ascii.h"
+#include "bytes/subtext.h"
 
 namespace eml {
 
@@ -20,7 +21,7 @@ std::string_view withoutBlanks(std::string_view text) {
 DelimiterMatch matchDelimiter(std::string_view line, std::string_view boundary) {
     constexpr DelimiterMatch kNone{DelimiterKind::kNone, false};
     if (line.size() < boundary.size() + 2 || !line.starts_with("--")) return kNone;
-    std::string_view rest = line.substr(2);
+    std::string_view rest = subtext(line, 2);
     if (!rest.starts_with(boundary)) return kNone;
     rest.remove_prefix(boundary.size());
     if (rest.empty()) return {DelimiterKind::kDelimiter, false};
@@ -36,7 +37,7 @@ DelimiterMatch matchDelimiter(std::string_view line, std::string_view boundary) 
 
 std::string_view guessedBoundary(std::string_view line) {
     if (!line.starts_with("--")) return {};
-    const std::string_view boundary = comparedBoundary(line.substr(2));
+    const std::string_view boundary = comparedBoundary(subtext(line, 2));
     if (boundary.size() > kMaxGuessedBoundary || boundary.ends_with("--")) return {};
     for (const char character : boundary) {
         if (isBlankCharacter(character)) return {};

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "bytes/subtext.h"
 #include "mime/protection.h"
 
 namespace eml {
@@ -50,7 +51,7 @@ class DerWalk {
     [[nodiscard]] std::optional<std::string_view> take(uint8_t tag) {
         std::optional<uint64_t> length;
         if (!enter(tag, length) || !length.has_value() || *length > rest_.size()) return std::nullopt;
-        const std::string_view contents = rest_.substr(0, static_cast<size_t>(*length));
+        const std::string_view contents = subtext(rest_, 0, static_cast<size_t>(*length));
         rest_.remove_prefix(contents.size());
         return contents;
     }

@@ -1,7 +1,6 @@
 #include "mime/content_reading.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
 
 #include "mime/body_reader.h"
@@ -140,11 +139,13 @@ EmlResult readContent(EmlMimeContext& context, const ContentSource& source, Deco
 
 uint64_t count8Bit(const uint8_t* pos, const uint8_t* end) {
     constexpr uint64_t kHighBits = 0x8080808080808080;
+    constexpr uint64_t kOnes = 0x0101010101010101;
     uint64_t count = 0;
     for (; end - pos >= 8; pos += 8) {
         uint64_t bytes = 0;
         std::memcpy(&bytes, pos, sizeof bytes);
-        if ((bytes & kHighBits) != 0) count += static_cast<uint64_t>(std::popcount(bytes & kHighBits));
+        // The product sums the bytes in its highest one. std::popcount would call the compiler's run time.
+        count += (((bytes & kHighBits) >> 7) * kOnes) >> 56;
     }
     for (; pos < end; ++pos) count += *pos >> 7;
     return count;

@@ -6,6 +6,7 @@
 #include <array>
 
 #include "bytes/ascii.h"
+#include "bytes/subtext.h"
 
 namespace eml {
 
@@ -60,7 +61,7 @@ std::string_view takeToken(std::string_view& text) {
     if (text.starts_with('"')) text.remove_prefix(1);
     size_t end = 0;
     while (end < text.size() && !isBlankOrLineEnd(text[end]) && !isOneOf(text[end], kEnds)) ++end;
-    const std::string_view token = text.substr(0, end);
+    const std::string_view token = subtext(text, 0, end);
     text.remove_prefix(end);
     if (text.starts_with('"')) text.remove_prefix(1);
     return token;
@@ -131,7 +132,7 @@ uint32_t encodingLike(std::string_view text) {
 
 // The text up to a ";" or the first comment, without blanks and quotes at its end.
 std::string_view wordsOf(std::string_view text) {
-    std::string_view words = text.substr(0, text.find_first_of(";("));
+    std::string_view words = subtext(text, 0, text.find_first_of(";("));
     while (!words.empty() && isBlankOrLineEnd(words.back())) words.remove_suffix(1);
     return words;
 }
@@ -147,7 +148,7 @@ MediaType readMediaType(std::string_view value) {
     rest = afterComments(rest);
     if (rest.starts_with('=')) return {{}, {}, start};  // a parameter: the type is missing
     if (rest.starts_with('/')) {
-        rest = afterComments(rest.substr(1));
+        rest = afterComments(subtext(rest, 1));
         media.subtype = takeToken(rest);
         media.parameters = rest;
     } else {
@@ -169,13 +170,13 @@ TokenAndParameters readToken(std::string_view value) {
 EncodingName readTransferEncoding(std::string_view value) {
     const std::string_view text = afterComments(value);
     const std::string_view words = wordsOf(text);
-    const std::string_view after = afterComments(text.substr(words.size()));
+    const std::string_view after = afterComments(subtext(text, words.size()));
     EncodingName name{encodingNamed(words), words, !after.empty()};
     if (words.empty()) name.encoding = EML_MIME_ENCODING_NONE;
     if (name.encoding != EML_MIME_ENCODING_UNKNOWN) return name;
     name.encoding = encodingLike(words);
     if (name.encoding == EML_MIME_ENCODING_UNKNOWN) {
-        name.encoding = encodingNamed(words.substr(0, words.find_first_of(" \t\r\n,")));
+        name.encoding = encodingNamed(subtext(words, 0, words.find_first_of(" \t\r\n,")));
     }
     name.irregular = name.encoding != EML_MIME_ENCODING_UNKNOWN;
     return name;

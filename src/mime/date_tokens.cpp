@@ -1,5 +1,6 @@
 #include "mime/date_tokens.h"
 
+#include "bytes/subtext.h"
 #include "mime/lexical.h"
 
 namespace eml {
@@ -24,7 +25,7 @@ size_t readToken(std::string_view value, size_t at, DateToken& token) {
     if (isLetter(value[at])) {
         token.kind = DateTokenKind::kWord;
         while (end < value.size() && isLetter(value[end])) ++end;
-        token.word = value.substr(at, end - at);
+        token.word = subtext(value, at, end - at);
         return end;
     }
     token.kind = DateTokenKind::kSign;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "bytes/subtext.h"
 #include "mime/header_fields.h"
 
 namespace eml {
@@ -37,7 +38,7 @@ constexpr NamedZone kZones[] = {
 
 // Whether `word` is the beginning of `name`, three letters at least.
 bool shortens(std::string_view word, std::string_view name) {
-    return word.size() >= 3 && word.size() <= name.size() && equalNoCase(word, name.substr(0, word.size()));
+    return word.size() >= 3 && word.size() <= name.size() && equalNoCase(word, subtext(name, 0, word.size()));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "mime/defects.h"
 
 #include <array>
+#include <cstring>
 
 namespace eml {
 
@@ -29,6 +30,7 @@ constexpr std::array kDefectNames = std::to_array<DefectName>({
     {EML_MIME_DEFECT_ENCODED_MULTIPART, "encoded-multipart"},
     {EML_MIME_DEFECT_INLINE_FILE_CUT_OFF, "inline-file-cut-off"},
     {EML_MIME_DEFECT_TOO_MANY_DEFECTS, "too-many-defects"},
+    {EML_MIME_DEFECT_BOUNDARY_TOO_LONG, "boundary-too-long"},
     {EML_MIME_DEFECT_DUPLICATE_FIELD, "duplicate-field"},
     {EML_MIME_DEFECT_CONFLICTING_FIELD, "conflicting-field"},
     {EML_MIME_DEFECT_DUPLICATE_PARAMETER, "duplicate-parameter"},
@@ -48,6 +50,7 @@ constexpr std::array kDefectNames = std::to_array<DefectName>({
     {EML_MIME_DEFECT_BASE64_CHARACTER, "base64-character"},
     {EML_MIME_DEFECT_BASE64_PADDING, "base64-padding"},
     {EML_MIME_DEFECT_BASE64_CUT_OFF, "base64-cut-off"},
+    {EML_MIME_DEFECT_QUOTED_PRINTABLE_ESCAPE, "quoted-printable-escape"},
     {EML_MIME_DEFECT_UUENCODE_LINE, "uuencode-line"},
     {EML_MIME_DEFECT_YENC_DAMAGED, "yenc-damaged"},
     {EML_MIME_DEFECT_UNKNOWN_CHARSET, "unknown-charset"},
@@ -98,6 +101,21 @@ void noteDefect(EmlMimeContext& context, uint32_t code, uint32_t part, uint64_t 
     }
     owner.lastDefect = recordCount<MimeDefect>(context.defects);
     ++owner.defectCount;
+}
+
+// Not by a reallocation, which loses the list when it fails.
+EmlResult reserveDefects(EmlMimeContext& context, uint32_t more) {
+    GrowingBuffer& list = context.defects;
+    const uint64_t needed = list.length + uint64_t{more} * sizeof(MimeDefect);
+    if (needed <= list.capacity) return EML_OK;
+    GrowingBuffer grown{};
+    if (grown.reserve(*context.allocator, grownCapacity(list.capacity, needed)) != EML_OK)
+        return EML_NO_MEMORY;
+    if (list.length != 0) std::memcpy(grown.data, list.data, list.length);
+    grown.length = list.length;
+    list.release(*context.allocator);
+    list = grown;
+    return EML_OK;
 }
 
 const char* defectName(uint32_t code) {

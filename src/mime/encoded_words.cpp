@@ -3,6 +3,7 @@
 #include <array>
 
 #include "bytes/ascii.h"
+#include "bytes/subtext.h"
 #include "mime/text_conversion.h"
 #include "mime/word_decoders.h"
 
@@ -34,7 +35,7 @@ WordEnd findWordEnd(std::string_view text, size_t start, bool base64) {
         if (mark + 1 == text.size()) return {mark, mark + 1};
         if (text[mark + 1] == '=') return {mark, mark + 2};
         if (base64) {
-            const std::string_view digits = text.substr(start, mark - start);
+            const std::string_view digits = subtext(text, start, mark - start);
             const bool whole = isBlankOrLineEnd(text[mark + 1]) &&
                                std::none_of(digits.begin(), digits.end(), isBlankOrLineEnd);
             if (whole) return {mark, mark + 1};
@@ -116,7 +117,7 @@ size_t runLength(std::string_view text, const EncodedWord& first) {
     for (;;) {
         size_t next = end;
         while (next < text.size() && isBlankOrLineEnd(text[next])) ++next;
-        const std::optional<EncodedWord> word = encodedWordAt(text.substr(next));
+        const std::optional<EncodedWord> word = encodedWordAt(subtext(text, next));
         if (!word || word->base64 != first.base64 || !equalLabels(word->charset, first.charset)) return end;
         end = next + word->length;
     }
@@ -164,7 +165,7 @@ std::string_view charsetOfRun(std::string_view run, std::string_view label, cons
 void appendPlain(std::string_view text, const HeaderText& how, TextBuilder& out) {
     while (!text.empty()) {
         const size_t lineEnd = std::min(text.find_first_of("\r\n"), text.size());
-        appendGuessed(text.substr(0, lineEnd), how.fallbackCharset, how.convert, out);
+        appendGuessed(subtext(text, 0, lineEnd), how.fallbackCharset, how.convert, out);
         text.remove_prefix(std::min(lineEnd + 1, text.size()));
     }
 }
@@ -214,14 +215,14 @@ std::optional<EncodedWord> encodedWordAt(std::string_view text) {
     const size_t start = mark + 3;
     const WordEnd end = findWordEnd(text, start, encoding == 'b');
     if (end.word == kNowhere) return std::nullopt;
-    const std::string_view charset = text.substr(2, mark - 2);
-    return EncodedWord{charset.substr(0, charset.find('*')), encoding == 'b',
-                       text.substr(start, end.text - start), end.word};
+    const std::string_view charset = subtext(text, 2, mark - 2);
+    return EncodedWord{subtext(charset, 0, charset.find('*')), encoding == 'b',
+                       subtext(text, start, end.text - start), end.word};
 }
 
 bool hasEncodedWord(std::string_view text) {
     for (size_t mark = text.find("=?"); mark != kNowhere; mark = text.find("=?", mark + 1)) {
-        if (encodedWordAt(text.substr(mark))) return true;
+        if (encodedWordAt(subtext(text, mark))) return true;
     }
     return false;
 }
@@ -231,11 +232,11 @@ void appendDecoded(std::string_view text, const HeaderText& how, TextBuilder& ou
     bool afterWord = false;
     size_t mark = text.find("=?");
     while (mark != kNowhere) {
-        const std::optional<EncodedWord> word = encodedWordAt(text.substr(mark));
+        const std::optional<EncodedWord> word = encodedWordAt(subtext(text, mark));
         size_t next = mark + 1;
         if (word) {
-            const std::string_view run = text.substr(mark, runLength(text.substr(mark), *word));
-            const std::string_view before = text.substr(done, mark - done);
+            const std::string_view run = subtext(text, mark, runLength(subtext(text, mark), *word));
+            const std::string_view before = subtext(text, done, mark - done);
             const bool onlyBlanks = afterWord && isAllBlank(before);
             next = mark + run.size();
             if (appendRun(onlyBlanks ? std::string_view{} : before, run, *word, how, out)) {
@@ -245,7 +246,7 @@ void appendDecoded(std::string_view text, const HeaderText& how, TextBuilder& ou
         }
         mark = text.find("=?", next);
     }
-    appendPlain(text.substr(done), how, out);
+    appendPlain(subtext(text, done), how, out);
 }
 
 void appendDecodedTrimmed(std::string_view text, const HeaderText& how, TextBuilder& out) {

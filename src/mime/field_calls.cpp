@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "bytes/subtext.h"
 #include "host/host_file.h"
 #include "mime/addresses.h"
 #include "mime/content_type.h"
@@ -54,7 +55,7 @@ EmlResult findIndex(EmlMimeContext& context, uint32_t part, uint32_t index, Fiel
     }
     const uint32_t start = context.fieldStart;
     uint32_t at = context.fieldIndex;
-    for (FieldWalk walk(headerOf(context).substr(start)); walk.next(field); ++at) {
+    for (FieldWalk walk(subtext(headerOf(context), start)); walk.next(field); ++at) {
         if (at < index) continue;
         field.start += start;
         field.end += start;
@@ -140,7 +141,7 @@ EmlResult findField(EmlMimeContext& context, uint32_t part, const char* name, ui
     if (result != EML_OK) return result == EML_NO_SUB_FILE && part < partCount(context) ? EML_OK : result;
     const uint32_t start = context.fieldStart;
     uint32_t at = index;
-    for (FieldWalk walk(headerOf(context).substr(start)); walk.next(field); ++at) {
+    for (FieldWalk walk(subtext(headerOf(context), start)); walk.next(field); ++at) {
         if (!equalNoCase(field.name, name)) continue;
         found = at;
         context.fieldIndex = at;

@@ -1,6 +1,7 @@
 #include "mime/header_fields.h"
 
 #include "bytes/ascii.h"
+#include "bytes/subtext.h"
 
 namespace eml {
 
@@ -25,7 +26,7 @@ size_t colonAfter(std::string_view line, size_t length) {
     size_t colon = length;
     while (isBlankAt(line, colon)) ++colon;
     if (colon == line.size() || line[colon] != ':') return std::string_view::npos;
-    if (line.substr(colon + 1, 2) == "//") return std::string_view::npos;
+    if (subtext(line, colon + 1, 2) == "//") return std::string_view::npos;
     return colon;
 }
 
@@ -65,19 +66,19 @@ bool FieldWalk::next(FieldLines& field) {
     if (pos_ >= header_.size()) return false;
     field.start = pos_;
     size_t textEnd = passLine();
-    std::string_view line = header_.substr(field.start, textEnd - field.start);
+    std::string_view line = subtext(header_, field.start, textEnd - field.start);
     const size_t blanks = field.start == 0 ? line.find_first_not_of(" \t") : 0;
     // Nothing comes before the first line that it could continue.
-    if (blanks < line.size() && beginsField(line.substr(blanks))) line.remove_prefix(blanks);
+    if (blanks < line.size() && beginsField(subtext(line, blanks))) line.remove_prefix(blanks);
     const size_t nameStart = textEnd - line.size();
     while (isBlankAt(header_, pos_)) textEnd = passLine();
     field.end = pos_;
     const size_t length = nameLength(line);
     const size_t colon = colonAfter(line, length);
     const bool isField = colon != std::string_view::npos;
-    field.name = isField ? line.substr(0, length) : std::string_view{};
+    field.name = isField ? subtext(line, 0, length) : std::string_view{};
     const size_t valueStart = isField ? nameStart + colon + 1 : field.start;
-    field.value = header_.substr(valueStart, textEnd - valueStart);
+    field.value = subtext(header_, valueStart, textEnd - valueStart);
     return true;
 }
 

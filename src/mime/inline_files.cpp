@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "bytes/subtext.h"
 #include "mime/uuencode.h"
 
 namespace eml {
@@ -11,13 +12,13 @@ namespace {
 constexpr std::string_view kBlanks = " \t";
 
 std::string_view trimmedEnd(std::string_view text) {
-    return text.substr(0, text.find_last_not_of(kBlanks) + 1);
+    return subtext(text, 0, text.find_last_not_of(kBlanks) + 1);
 }
 
 std::string_view trimmed(std::string_view text) {
     text = trimmedEnd(text);
     const size_t start = text.find_first_not_of(kBlanks);
-    return start == std::string_view::npos ? std::string_view{} : text.substr(start);
+    return start == std::string_view::npos ? std::string_view{} : subtext(text, start);
 }
 
 constexpr std::string_view kYencBegin = "=ybegin ";
@@ -28,7 +29,7 @@ constexpr std::string_view kYencName = " name=";
 std::optional<std::string_view> afterUuencodeMode(std::string_view line) {
     constexpr std::string_view kBegin = "begin ";
     if (!line.starts_with(kBegin)) return std::nullopt;
-    line = trimmed(line.substr(kBegin.size()));
+    line = trimmed(subtext(line, kBegin.size()));
     const size_t digits = std::min(line.find_first_not_of("01234567"), line.size());
     if (digits < 3 || digits > 4) return std::nullopt;
     line.remove_prefix(digits);
@@ -55,7 +56,7 @@ std::string_view yencName(std::string_view line) {
     if (!line.starts_with(kYencBegin)) return {};
     const size_t place = line.find(kYencName);
     if (place == std::string_view::npos) return {};
-    return trimmed(line.substr(place + kYencName.size()));
+    return trimmed(subtext(line, place + kYencName.size()));
 }
 
 bool isYencEnd(std::string_view line) {

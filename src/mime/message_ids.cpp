@@ -1,5 +1,6 @@
 #include "mime/message_ids.h"
 
+#include "bytes/subtext.h"
 #include "mime/lexical.h"
 #include "mime/text_conversion.h"
 
@@ -33,7 +34,7 @@ std::string_view unterminatedId(std::string_view id) {
     const size_t at = id.find('@');
     if (at == kNone) return trimSpacing(id);
     for (size_t i = at + 1; i < id.size(); ++i) {
-        if (i > at + 1 && endsWord(id[i])) return trimSpacing(id.substr(0, i));
+        if (i > at + 1 && endsWord(id[i])) return trimSpacing(subtext(id, 0, i));
     }
     return trimSpacing(id);
 }
@@ -50,7 +51,7 @@ void appendDense(std::string_view text, bool keepBlanks, const HeaderText& how, 
         const bool kept =
             i < text.size() && (!isSpacing(text[i]) || (keepBlanks && isBlankCharacter(text[i])));
         if (kept) continue;
-        if (i > start) appendGuessed(text.substr(start, i - start), how.fallbackCharset, how.convert, out);
+        if (i > start) appendGuessed(subtext(text, start, i - start), how.fallbackCharset, how.convert, out);
         start = i + 1;
     }
 }
@@ -113,7 +114,7 @@ bool MessageIdWalk::nextInBrackets(std::string_view& id) {
         }
         const size_t end = idEnd(rest_, i + 1);
         const bool closed = end < rest_.size() && rest_[end] == '>';
-        const std::string_view text = rest_.substr(i + 1, end - i - 1);
+        const std::string_view text = subtext(rest_, i + 1, end - i - 1);
         id = closed ? trimSpacing(text) : unterminatedId(text);
         i = closed ? end + 1 : end;
         if (id.empty()) continue;
@@ -133,7 +134,7 @@ bool MessageIdWalk::nextWord(std::string_view& id) {
     if (start == rest_.size()) return false;
     size_t end = afterOpaque(start);
     while (end < rest_.size() && !endsWord(rest_[end])) ++end;
-    id = rest_.substr(start, end - start);
+    id = subtext(rest_, start, end - start);
     rest_.remove_prefix(end);
     return true;
 }
@@ -158,13 +159,13 @@ void appendMessageId(std::string_view id, const HeaderText& how, TextBuilder& ou
             continue;
         }
         if (quoted || standsBesideBlank(id, i, end)) {
-            appendDense(id.substr(start, i - start), false, how, out);
-            if (quoted) appendDense(id.substr(i, end - i), true, how, out);
+            appendDense(subtext(id, start, i - start), false, how, out);
+            if (quoted) appendDense(subtext(id, i, end - i), true, how, out);
             start = end;
         }
         i = end;
     }
-    appendDense(id.substr(start), false, how, out);
+    appendDense(subtext(id, start), false, how, out);
 }
 
 void readMessageIds(std::string_view value, const HeaderText& how, EmlAllocator& allocator,

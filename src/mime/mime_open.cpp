@@ -1,6 +1,7 @@
 #include "mime/mime_open.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "host/host_file.h"
 #include "host/host_memory.h"
@@ -39,9 +40,23 @@ EmlMimeOptions completeOptions(const EmlMimeOptions* given) {
     return options;
 }
 
+// A list that grows no more gives back the room that it has left, when that is much and memory has room for a copy.
+void trim(EmlMimeContext& context, GrowingBuffer& list) {
+    constexpr uint32_t kMuch = 64 << 10;
+    if (list.capacity - list.length < kMuch) return;
+    auto* const copy = static_cast<uint8_t*>(allocateBlock(*context.allocator, list.length));
+    if (copy == nullptr) return;
+    if (list.length != 0) std::memcpy(copy, list.data, list.length);
+    const GrowingBuffer trimmed{copy, list.length, list.length};
+    list.release(*context.allocator);
+    list = trimmed;
+}
+
 EmlResult readMessage(EmlMimeContext& context) {
     if (EmlResult result = PartTree(context).build(); result != EML_OK) return result;
     if (EmlResult result = assignRoles(context); result != EML_OK) return result;
+    for (GrowingBuffer* list : {&context.parts, &context.spans, &context.defects, &context.texts})
+        trim(context, *list);
     return context.defectsLost ? EML_NO_MEMORY : EML_OK;
 }
 
@@ -77,7 +92,8 @@ EmlMimeContext* openMime(EmlIOobj* input, EmlAllocator* allocator, const EmlMime
 
 void closeMime(EmlMimeContext* context) {
     if (context == nullptr) return;
-    (void)context->input->close(context->input);
+    // The host may have taken the entry away since the open.
+    if (context->input->close != nullptr) (void)context->input->close(context->input);
     EmlAllocator& allocator = *context->allocator;
     for (GrowingBuffer* buffer : {&context->parts, &context->spans, &context->defects, &context->texts,
                                   &context->header, &context->scratch, &context->places, &context->list}) {

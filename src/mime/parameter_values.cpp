@@ -4,6 +4,7 @@
 
 #include "bytes/ascii.h"
 #include "bytes/decode_tables.h"
+#include "bytes/subtext.h"
 #include "mime/parameters.h"
 #include "mime/text_conversion.h"
 
@@ -82,7 +83,7 @@ int compareNames(std::string_view left, std::string_view right) {
 
 bool isPathStart(std::string_view text) {
     const uint8_t first = text.empty() ? uint8_t{0} : lowerAt(text, 0);
-    return first >= 'a' && first <= 'z' && text.substr(1).starts_with(":\\");
+    return first >= 'a' && first <= 'z' && subtext(text, 1).starts_with(":\\");
 }
 
 // Whether a quoted value is a path of a share ("\\server\share\file") whose backslashes nobody has escaped.
@@ -104,7 +105,7 @@ size_t nextString(std::string_view raw, size_t index) {
 // doubled ones around the whole.
 void appendUnquoted(std::string_view raw, TextBuilder& out) {
     if (raw.size() >= 2 && raw.front() == '"' && raw.back() == '"' && raw[raw.size() - 2] != '\\') {
-        raw = raw.substr(1, raw.size() - 2);
+        raw = subtext(raw, 1, raw.size() - 2);
     }
     const bool share = isRawShare(raw);
     const bool path = share || isPathStart(raw);
@@ -116,7 +117,7 @@ void appendUnquoted(std::string_view raw, TextBuilder& out) {
             const bool escapes = next == '"' || (share ? false : next == '\\' || !path);
             if (escapes) byte = static_cast<uint8_t>(raw[++i]);
         } else if (const size_t next = nextString(raw, i); next != kNowhere) {
-            out.append(raw.substr(i + 1, next - i - 1));
+            out.append(subtext(raw, i + 1, next - i - 1));
             i = next;
             continue;
         } else if (byte == '\t' && afterLineEnd) {
@@ -188,14 +189,14 @@ bool isLabel(std::string_view text) {
 ExtendedValue splitExtended(std::string_view value) {
     constexpr size_t kLongestLanguage = 35;
     const ExtendedValue none{{}, value, false};
-    const size_t first = value.substr(0, TextConversion::kMaxLabel + 1).find('\'');
+    const size_t first = subtext(value, 0, TextConversion::kMaxLabel + 1).find('\'');
     if (first == kNowhere) return none;
-    const std::string_view charset = value.substr(0, first);
+    const std::string_view charset = subtext(value, 0, first);
     if (!isLabel(charset)) return none;
-    const std::string_view rest = value.substr(first + 1);
-    const size_t second = rest.substr(0, kLongestLanguage + 1).find('\'');
-    if (second != kNowhere && isLabel(rest.substr(0, second)))
-        return {charset, rest.substr(second + 1), true};
+    const std::string_view rest = subtext(value, first + 1);
+    const size_t second = subtext(rest, 0, kLongestLanguage + 1).find('\'');
+    if (second != kNowhere && isLabel(subtext(rest, 0, second)))
+        return {charset, subtext(rest, second + 1), true};
     // One quote alone, after a name that can only be a charset's.
     if (knownCharset(charset) != KnownCharset::kOther) return {charset, rest, true};
     return none;
@@ -207,12 +208,12 @@ bool lacksStar(std::string_view value) {
     const ExtendedValue split = splitExtended(value);
     return split.hasCharset && !split.charset.empty() &&
            knownCharset(split.charset) != KnownCharset::kOther &&
-           value.substr(split.charset.size()).starts_with("''");
+           subtext(value, split.charset.size()).starts_with("''");
 }
 
 std::string_view withoutOuterQuotes(std::string_view text) {
     if (text.size() < 2 || text.front() != '"' || text.back() != '"') return text;
-    return text.substr(1, text.size() - 2);
+    return subtext(text, 1, text.size() - 2);
 }
 
 // One value on its way: the bytes of its pieces, and what the first extended one says of them.
@@ -226,7 +227,7 @@ class JoinedValue {
 
   private:
     [[nodiscard]] std::string_view rawOf(const Piece& piece) const {
-        return field_.substr(piece.value, piece.valueLength);
+        return subtext(field_, piece.value, piece.valueLength);
     }
     void addExtended(std::string_view raw, bool isFirst);
     void appendPlain(std::string_view bytes);
@@ -390,7 +391,7 @@ class ParameterWriter {
 
   private:
     [[nodiscard]] std::string_view nameOf(const Piece& piece) const {
-        return field_.substr(piece.name, piece.nameLength);
+        return subtext(field_, piece.name, piece.nameLength);
     }
     Piece beginText(std::string_view name, uint32_t ordinal);
     void endText(Piece& text);
@@ -463,7 +464,7 @@ void readParameters(std::string_view parameters, const HeaderText& how, TextBuil
     problems |= walk.problems();
     if (pieces.failed()) return texts.fail();
     const auto nameOf = [parameters](const Piece& piece) {
-        return parameters.substr(piece.name, piece.nameLength);
+        return subtext(parameters, piece.name, piece.nameLength);
     };
     sortPieces(pieces.begin(), pieces.end(), [nameOf](const Piece& left, const Piece& right) {
         const int order = compareNames(nameOf(left), nameOf(right));

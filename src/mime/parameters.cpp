@@ -4,6 +4,7 @@
 #include <array>
 
 #include "bytes/ascii.h"
+#include "bytes/subtext.h"
 
 namespace eml {
 
@@ -44,12 +45,12 @@ bool isKnownName(std::string_view name) {
 // Whether a known name and "=" stand at `pos`: another parameter begins.
 bool parameterBeginsAt(std::string_view text, size_t pos) {
     constexpr size_t kLongest = 40;  // a known name, a section number and blanks
-    const std::string_view near = text.substr(pos, kLongest);
+    const std::string_view near = subtext(text, pos, kLongest);
     size_t end = 0;
     while (end < near.size() && !endsName(near[end])) ++end;
-    const std::string_view name = near.substr(0, end);
+    const std::string_view name = subtext(near, 0, end);
     while (end < near.size() && isBlankOrLineEnd(near[end])) ++end;
-    return end < near.size() && near[end] == '=' && isKnownName(name.substr(0, name.find('*')));
+    return end < near.size() && near[end] == '=' && isKnownName(subtext(name, 0, name.find('*')));
 }
 
 size_t skipBlanksAt(std::string_view text, size_t pos) {
@@ -65,7 +66,7 @@ void splitName(RawParameter& parameter) {
     if (parameter.extended) name.remove_suffix(1);
     const size_t star = name.rfind('*');
     if (star == kNowhere || star == 0) return;
-    const std::string_view digits = name.substr(star + 1);
+    const std::string_view digits = subtext(name, star + 1);
     const auto isDigit = [](char character) { return character >= '0' && character <= '9'; };
     if (digits.empty() || digits.size() > kMaxSectionDigits ||
         !std::all_of(digits.begin(), digits.end(), isDigit)) {
@@ -73,7 +74,7 @@ void splitName(RawParameter& parameter) {
     }
     parameter.section = 0;
     for (const char digit : digits) parameter.section = parameter.section * 10 + (digit - '0');
-    name = name.substr(0, star);
+    name = subtext(name, 0, star);
 }
 
 // "name" and "filename" hold what people write: blanks, parentheses.
@@ -165,7 +166,7 @@ bool ParameterWalk::next(RawParameter& parameter) {
 void ParameterWalk::readName(RawParameter& parameter) {
     const size_t start = pos_;
     while (pos_ < text_.size() && !endsName(text_[pos_])) ++pos_;
-    parameter.name = text_.substr(start, pos_ - start);
+    parameter.name = subtext(text_, start, pos_ - start);
     splitName(parameter);
 }
 
@@ -184,7 +185,7 @@ void ParameterWalk::readValue(RawParameter& parameter) {
 // ("my "great" file.pdf"), provided that another one closes the value before the next ";". A value that is never
 // closed, or only by the quote that opens the next value, ends where that parameter begins.
 void ParameterWalk::readQuoted(RawParameter& parameter) {
-    const std::string_view text = text_.substr(pos_);
+    const std::string_view text = subtext(text_, pos_);
     size_t inner = kNowhere;  // the first quote that did not close
     size_t cut = kNowhere;    // the ";" before what looks like the next parameter
     size_t pos = 0;
@@ -197,7 +198,7 @@ void ParameterWalk::readQuoted(RawParameter& parameter) {
         } else if (character == ';' && cut == kNowhere) {
             if (parameterBeginsAt(text, skipBlanksAt(text, pos + 1))) cut = pos;
         } else if (character == '"' && closesValue(text, pos)) {
-            parameter.value = text.substr(0, pos);
+            parameter.value = subtext(text, 0, pos);
             pos_ += pos + 1;
             return;
         } else if (character == '"' && cut != kNowhere && followsEquals(text, pos)) {
@@ -209,7 +210,7 @@ void ParameterWalk::readQuoted(RawParameter& parameter) {
     const bool hasInner = inner < cut;
     problems_ |= hasInner ? kParameterSyntax : kUnterminatedQuote;
     const size_t end = std::min({inner, cut, text.size()});
-    parameter.value = hasInner || cut != kNowhere ? text.substr(0, end) : withoutEnd(text);
+    parameter.value = hasInner || cut != kNowhere ? subtext(text, 0, end) : withoutEnd(text);
     pos_ += hasInner ? end + 1 : end;
 }
 
@@ -234,7 +235,7 @@ void ParameterWalk::readUnquoted(RawParameter& parameter) {
             if (valueEndsAtBlank(pos)) break;
             if (text_[pos] == '(') ++pos;  // a comment that does not end
         } else if (character == '=') {
-            const std::optional<EncodedWord> word = encodedWordAt(text_.substr(pos));
+            const std::optional<EncodedWord> word = encodedWordAt(subtext(text_, pos));
             pos += word ? word->length : 1;
         } else {
             ++pos;
@@ -242,7 +243,7 @@ void ParameterWalk::readUnquoted(RawParameter& parameter) {
         end = pos;
     }
     pos_ = pos;
-    parameter.value = text_.substr(start, end - start);
+    parameter.value = subtext(text_, start, end - start);
     if (parameter.value.find('"') + 1 == parameter.value.size() && !parameter.value.empty()) {
         parameter.value.remove_suffix(1);  // the quote that opened it is missing
         problems_ |= kUnterminatedQuote;

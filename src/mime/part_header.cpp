@@ -4,6 +4,7 @@
 #include <array>
 #include <cstring>
 
+#include "bytes/subtext.h"
 #include "mime/content_type.h"
 #include "mime/defects.h"
 #include "mime/file_name.h"
@@ -315,7 +316,7 @@ EmlResult setType(EmlMimeContext& context, uint32_t number, std::string_view typ
     appendLower(subtype, work);
     if (work.failed()) return EML_NO_MEMORY;
     MimePart& part = partAt(context, number);
-    part.type = keepText(context, work.since(0).substr(0, typeLength));
+    part.type = keepText(context, subtext(work.since(0), 0, typeLength));
     part.subtype = keepText(context, work.since(typeLength));
     return part.type == 0 || part.subtype == 0 ? EML_NO_MEMORY : EML_OK;
 }

@@ -1,5 +1,6 @@
 #include "mime/part_tree.h"
 
+#include "bytes/subtext.h"
 #include "mime/defects.h"
 #include "mime/header_fields.h"
 #include "mime/spans.h"
@@ -229,7 +230,7 @@ void PartTree::settleBoundary(const MimeLine& line, OpenPart& open) {
     open.decided = true;
     const uint32_t compared = open.comparedLength;
     open.comparedLength = open.boundaryLength;
-    if (!line.text.substr(2).starts_with(boundaryOf(open))) open.comparedLength = compared;
+    if (!subtext(line.text, 2).starts_with(boundaryOf(open))) open.comparedLength = compared;
 }
 
 // Whether the first delimiter of a multipart follows its header without an empty line: the header holds the

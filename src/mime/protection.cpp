@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "bytes/ascii.h"
+#include "bytes/subtext.h"
 #include "mime/parameters.h"
 
 namespace eml {
@@ -17,14 +18,14 @@ bool equalsNoCase(std::string_view text, std::string_view lower) {
 }
 
 bool endsWithNoCase(std::string_view text, std::string_view lower) {
-    return text.size() >= lower.size() && equalsNoCase(text.substr(text.size() - lower.size()), lower);
+    return text.size() >= lower.size() && equalsNoCase(subtext(text, text.size() - lower.size()), lower);
 }
 
 std::string_view trimmed(std::string_view text) {
     constexpr std::string_view kBlanks = " \t\r\n";
     const size_t start = std::min(text.find_first_not_of(kBlanks), text.size());
     text.remove_prefix(start);
-    return text.substr(0, text.find_last_not_of(kBlanks) + 1);
+    return subtext(text, 0, text.find_last_not_of(kBlanks) + 1);
 }
 
 struct Named {
@@ -120,7 +121,7 @@ uint32_t protectionOf(std::string_view type, std::string_view subtype, std::stri
 uint32_t protectionOfLine(std::string_view line) {
     constexpr std::string_view kBegin = "-----BEGIN PGP ";
     if (!line.starts_with(kBegin)) return EML_MIME_PROTECTION_NONE;
-    line = trimmed(line.substr(kBegin.size()));
+    line = trimmed(subtext(line, kBegin.size()));
     if (!line.ends_with("-----")) return EML_MIME_PROTECTION_NONE;
     if (line == "SIGNED MESSAGE-----") return EML_MIME_PGP_INLINE_SIGNED;
     // "MESSAGE, PART 1/3-----" is one of several (RFC 4880 section 6.2).

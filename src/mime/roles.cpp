@@ -1,5 +1,6 @@
 #include "mime/roles.h"
 
+#include "bytes/subtext.h"
 #include "mime/header_fields.h"
 #include "mime/part_texts.h"
 
@@ -96,9 +97,9 @@ class RoleWalk {
 
     [[nodiscard]] bool isOfType(const MimePart& part, std::string_view name) const {
         const std::string_view type = viewAt(context_, part.type);
-        return name.size() > type.size() && equalNoCase(name.substr(0, type.size()), type) &&
+        return name.size() > type.size() && equalNoCase(subtext(name, 0, type.size()), type) &&
                name[type.size()] == '/' &&
-               equalNoCase(name.substr(type.size() + 1), viewAt(context_, part.subtype));
+               equalNoCase(subtext(name, type.size() + 1), viewAt(context_, part.subtype));
     }
 
     // A multipart has been looked at. When one of its alternatives is missing, the other stands for both.

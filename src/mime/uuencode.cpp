@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "bytes/subtext.h"
 #include "mime/inline_files.h"
 
 namespace eml {
@@ -43,7 +44,7 @@ bool isUuencodeLengthWrong(std::string_view line) {
     const UuencodeLength length = uuencodeLength(line);
     line.remove_prefix(1);
     if (line.size() < length.needed) return true;
-    return line.size() > length.full + 1 && !isFilling(line.substr(length.full));
+    return line.size() > length.full + 1 && !isFilling(subtext(line, length.full));
 }
 
 bool UuencodeDecoder::isBlankLine(const LinePiece& line) {

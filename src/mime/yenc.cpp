@@ -3,6 +3,7 @@
 #include <array>
 
 #include "bytes/decode_tables.h"
+#include "bytes/subtext.h"
 #include "mime/inline_files.h"
 
 namespace eml {
@@ -33,10 +34,10 @@ std::optional<uint64_t> numberAt(std::string_view text, uint32_t base) {
 
 // The number after " key=" in a line; the name at its end is not looked into.
 std::optional<uint64_t> numberOf(std::string_view line, std::string_view key, uint32_t base = 10) {
-    line = line.substr(0, line.find(" name="));
+    line = subtext(line, 0, line.find(" name="));
     const size_t place = line.find(key);
     if (place == std::string_view::npos) return std::nullopt;
-    return numberAt(line.substr(place + key.size()), base);
+    return numberAt(subtext(line, place + key.size()), base);
 }
 
 }  // namespace

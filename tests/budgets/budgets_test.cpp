@@ -64,7 +64,7 @@ constexpr auto kBudgets = std::to_array<Budget>({
 });
 
 // The most that the work may grow by when a message grows by four.
-constexpr double kMostGrowth = 4.4;
+constexpr double kMaxGrowth = 4.4;
 
 // Work for each byte that stands for a constant amount, whose growth says nothing.
 constexpr double kNextToNothing = 0.1;
@@ -129,7 +129,7 @@ TEST_P(BudgetTest, HoldsAndTheWorkGrowsLikeTheMessage) {
         const double growth =
             after * static_cast<double>(large.size) / (before * static_cast<double>(small.size));
         if (after > kNextToNothing) {
-            EXPECT_LE(growth, kMostGrowth) << hostile.name << ": " << figure.name << ", four times the size";
+            EXPECT_LE(growth, kMaxGrowth) << hostile.name << ": " << figure.name << ", four times the size";
         }
     }
 }

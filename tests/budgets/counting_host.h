@@ -26,8 +26,8 @@ struct HostWork {
 
 // What goes far beyond every budget, for each byte of the message, is refused: a reader that has become
 // quadratic then fails at once instead of running for minutes.
-inline constexpr uint64_t kMostAllocated = 2000;
-inline constexpr uint64_t kMostRead = 50000;
+inline constexpr uint64_t kMaxAllocated = 2000;
+inline constexpr uint64_t kMaxRead = 50000;
 
 class CountingHost {
   public:
@@ -77,7 +77,7 @@ class CountingHost {
     }
 
     void* allocate(size_t size) {
-        if (work_.bytesAllocated > allowance(kMostAllocated)) return nullptr;
+        if (work_.bytesAllocated > allowance(kMaxAllocated)) return nullptr;
         auto* const header = static_cast<Block*>(std::malloc(sizeof(Block) + size));
         if (header == nullptr) std::abort();  // no exception may pass through the library
         header->size = size;
@@ -117,7 +117,7 @@ class CountingHost {
     }
 
     int32_t read(void* buffer, uint32_t count) {
-        if (work_.bytesRead > allowance(kMostRead)) return 0;
+        if (work_.bytesRead > allowance(kMaxRead)) return 0;
         const size_t at = std::min(static_cast<size_t>(position_), message_.size());
         const size_t delivered = std::min<size_t>(count, message_.size() - at);
         if (delivered != 0) std::memcpy(buffer, message_.data() + at, delivered);

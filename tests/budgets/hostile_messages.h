@@ -66,7 +66,7 @@ inline std::string relatedAroundAttachments(uint32_t count) {
     return nested("multipart/related", kLevels, repeat(part, count));
 }
 
-// Parts that differ in nothing but `type`, behind a text.
+// Parts that differ in nothing but `type`, after a text.
 inline std::string parts(std::string_view type, uint32_t count) {
     const std::string part = "--b\nContent-Type: " + std::string(type) + "\n\nx\n";
     return multipart("b", "--b\n\ntext\n" + repeat(part, count) + "--b--\n");

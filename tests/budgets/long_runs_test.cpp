@@ -43,7 +43,7 @@ uint64_t bytesLookedThrough(const std::string& message, uint32_t capacity, uint6
         EXPECT_EQ(emlFillBuffer(context, buffer.data(), &size, &progress, capacity), EML_OK);
         streamed += size;
         idle = size == 0 ? idle + 1 : 0;
-        if (context->inBody == 0 || looked.find != nullptr) continue;
+        if (!context->body.running || looked.find != nullptr) continue;
         counting = *context->kernels;
         looked.find = counting.findTextRunEnd;
         counting.findTextRunEnd = findAndCount;

@@ -41,8 +41,8 @@ const Row kRows[] = {
     {"a whole group", "TWFu", false, "Man"},
     {"one padding character", "TWE=", false, "Ma"},
     {"two padding characters", "TQ==", false, "M"},
-    {"nothing is decoded behind the padding", "TWFuTQ==TWFu", false, "ManM"},
-    {"nothing is decoded behind one padding character", "TWE=TWFuTWFu", false, "Ma"},
+    {"nothing is decoded after the padding", "TWFuTQ==TWFu", false, "ManM"},
+    {"nothing is decoded after one padding character", "TWE=TWFuTWFu", false, "Ma"},
     {"a blank between digits is skipped", "TW Fu", false, "Man"},
     {"a line end between digits is skipped", "TW\r\nFu", false, "Man"},
     {"a line end between groups is skipped", "TWFu\r\nTWFu\nTWFu\rTWFu", false, "ManManManMan"},
@@ -54,9 +54,9 @@ const Row kRows[] = {
     {"bytes outside the alphabet before a group are skipped", "..!TWFu", false, "Man"},
     {"a dash where a group begins ends the data", "TWFu-TWFu", false, "Man"},
     {"a dash at the start ends the data", "-TWFu", false, ""},
-    {"a dash behind skipped bytes ends the data", "TWFu\r\n--b\r\nTWFu", false, "Man"},
+    {"a dash after skipped bytes ends the data", "TWFu\r\n--b\r\nTWFu", false, "Man"},
     {"a dash within a group is skipped", "TW-Fu", false, "Man"},
-    {"a dash behind the first digit is skipped", "T-WFuTWFu", false, "ManMan"},
+    {"a dash after the first digit is skipped", "T-WFuTWFu", false, "ManMan"},
     {"a dash before the last digit is skipped", "TWF-u", false, "Man"},
     {"an incomplete group of three is dropped", "TWF", false, ""},
     {"an incomplete group of two is dropped", "TWFuTW", false, "Man"},
@@ -75,7 +75,7 @@ const Row kRows[] = {
      "TWFuTW\xFF"
      "Fu",
      false, "Man"},
-    {"0xFF behind three digits drops the group", "TWF\xFFu", false, ""},
+    {"0xFF after three digits drops the group", "TWF\xFFu", false, ""},
     {"all values", "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/", false,
      std::string(
          "\x00\x10\x83\x10\x51\x87\x20\x92\x8B\x30\xD3\x8F\x41\x14\x93\x51\x55\x97\x61\x96\x9B\x71\xD7\x9F"
@@ -93,7 +93,7 @@ const Row kRows[] = {
     {"lines of 74", digits(100, 74, "\r\n"), false, repeated("Man", 25)},
     {"lines of 73", digits(100, 73, "\r"), false, repeated("Man", 25)},
     {"lines of one digit", digits(40, 1, "\r\n"), false, repeated("Man", 10)},
-    {"an invalid byte behind many groups", digits(64, 64, "") + "*" + digits(64, 64, ""), false,
+    {"an invalid byte after many groups", digits(64, 64, "") + "*" + digits(64, 64, ""), false,
      repeated("Man", 32)},
 };
 
@@ -206,7 +206,7 @@ TEST(Base64, ASinkThatFailsAtAnyByteStopsDecodingThere) {
                 bool ended = false;
                 const Bytes output = decode(Decoder(row.dropCr), input, feeding, &ended);
                 ASSERT_EQ(shown(row.output.substr(0, limit)), shown(output)) << row.rule;
-                ASSERT_TRUE(ended) << row.rule << ": not ended behind a failure at byte " << limit;
+                ASSERT_TRUE(ended) << row.rule << ": not ended after a failure at byte " << limit;
             }
         }
     }

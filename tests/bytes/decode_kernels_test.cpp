@@ -118,7 +118,7 @@ struct Outcome {
     bool operator==(const Outcome&) const = default;
 };
 
-// The end of a block behind which no byte can be read or written. What stands there is overwritten by the
+// The end of a block after which no byte can be read or written. What stands there is overwritten by the
 // next use.
 class PageEnd {
   public:
@@ -185,7 +185,7 @@ ptrdiff_t findTextRunEnd(const DecodeKernels& kernels, const std::vector<uint8_t
     return kernels.findTextRunEnd(begin, pages().text.end()) - begin;
 }
 
-// The positions that can be looked for in a text are those with `distance` bytes behind them.
+// The positions that can be looked for in a text are those with `distance` bytes after them.
 ptrdiff_t findPair(const DecodeKernels& kernels, const std::vector<uint8_t>& text, size_t distance) {
     const uint8_t* const begin = pages().text.put(text);
     return kernels.findPair(begin, pages().text.end() - distance, '=', '4', distance) - begin;
@@ -221,7 +221,7 @@ testing::AssertionResult allAgreeOn(const std::vector<uint8_t>& text) {
     return testing::AssertionSuccess();
 }
 
-// Every byte at every place of a wide register and behind it.
+// Every byte at every place of a wide register and after it.
 TEST(DecodeKernels, EveryByteStopsEverySetWhereItStopsThePlainOne) {
     for (int byte = 0; byte < 256; ++byte) {
         for (size_t at = 0; at < 140; at += at < 34 || at % 32 > 29 ? 1 : 7) {
@@ -232,16 +232,16 @@ TEST(DecodeKernels, EveryByteStopsEverySetWhereItStopsThePlainOne) {
     }
 }
 
-// What begins with "=" may begin at every place of a block, and the text may end at every place behind it.
+// What begins with "=" may begin at every place of a block, and the text may end at every place after it.
 TEST(DecodeKernels, EveryStopAtEveryPlaceOfEveryLength) {
     const std::string stops[] = {"=41",    "=",      "=\r\n",  "=\n",     "=\r", "=\rx",   "==41",
                                  "===",    "=4=41",  "=0D",    "=20\r\n", "=G1", "_",      "=_",
                                  "=C3=9F", "=\r=\r", "=\n=\n", "\r\n",    "-",   {"\0", 1}};
     for (const std::string& stop : stops) {
         for (size_t before = 0; before < 66; ++before) {
-            for (const size_t behind : {0, 1, 2, 62, 130}) {
-                const std::string text = std::string(before, 'Q') + stop + std::string(behind, 'R');
-                ASSERT_TRUE(allAgreeOn({text.begin(), text.end()})) << stop << " behind " << before;
+            for (const size_t after : {0, 1, 2, 62, 130}) {
+                const std::string text = std::string(before, 'Q') + stop + std::string(after, 'R');
+                ASSERT_TRUE(allAgreeOn({text.begin(), text.end()})) << stop << " after " << before;
             }
         }
     }

@@ -15,7 +15,7 @@ using reference::Bytes;
 inline constexpr size_t kNoLimit = static_cast<size_t>(-1);
 
 // Takes at most `limit` bytes, `atOnce` at a time. What it offers ends where its block ends, so that a byte
-// too many is seen by the address sanitizer; behind the limit it offers nothing, as a sink that has failed.
+// too many is seen by the address sanitizer; after the limit it offers nothing, as a sink that has failed.
 class RoomSink {
   public:
     RoomSink(size_t atOnce, size_t limit) : atOnce_(atOnce), left_(limit), room_(new uint8_t[atOnce]) {}

@@ -38,7 +38,7 @@ size_t findOnce(const Bytes& text, const Bytes& needle) {
     return findIn(Finders(needle.data(), needle.size()), text);
 }
 
-// Every occurrence, one search behind the start of the last find, as overlapping ones demand.
+// Every occurrence, one search after the start of the last find, as overlapping ones demand.
 void expectAllOccurrences(const Bytes& text, const Bytes& needle) {
     const Finders finder(needle.data(), needle.size());
     Bytes rest = text;
@@ -110,9 +110,8 @@ TEST(Find, EveryTextAndNeedleOverThreeLetters) {
     EXPECT_TRUE(held);
 }
 
-// Many places that begin like the needle and are none, in front of the text: the search goes another way
-// then.
-TEST(Find, EveryTextAndNeedleBehindManyFalsePlaces) {
+// After many false matches the search goes another way.
+TEST(Find, EveryTextAndNeedleAfterManyFalseMatches) {
     const Bytes alphabet = bytesOf("ab");
     const bool held = forEveryInput(alphabet, 5, [&](const Bytes& needle) {
         if (needle.size() < 2) return true;
@@ -123,7 +122,7 @@ TEST(Find, EveryTextAndNeedleBehindManyFalsePlaces) {
             Bytes whole = places;
             whole.insert(whole.end(), text.begin(), text.end());
             const bool equal = reference::find(whole, needle) == findIn(finder, whole);
-            EXPECT_TRUE(equal) << shown(needle) << " behind false places in " << shown(text);
+            EXPECT_TRUE(equal) << shown(needle) << " after false places in " << shown(text);
             return equal;
         });
     });
@@ -213,10 +212,10 @@ TEST(Find, NeedlesLongerThanABlock) {
     EXPECT_EQ(4321u, findOnce(text, needle));
 }
 
-TEST(BehindLast, Rows) {
+TEST(IndexAfterLast, Rows) {
     const auto place = [](const std::string& text, char byte) {
         const Bytes bytes = bytesOf(text.c_str());
-        return eml::behindLast(bytes.data(), bytes.size(), static_cast<uint8_t>(byte));
+        return eml::indexAfterLast(bytes.data(), bytes.size(), static_cast<uint8_t>(byte));
     };
     EXPECT_EQ(place("", 'a'), 0u);
     EXPECT_EQ(place("b", 'a'), 0u);

@@ -1,4 +1,4 @@
-// The end of a run of ordinary text: found at every place, in front of nothing that it may not read.
+// The end of a run of ordinary text: found at every place, before nothing that it may not read.
 #include "bytes/text_run.h"
 
 #include <gtest/gtest.h>

@@ -67,11 +67,11 @@ const Row kRows[] = {
     {"no closing, base64", "=?x?B?SGkg", "Hi "},
     {"a closing of which only ? is there is text", "=?x?Q?ab?", "ab?"},
     {"cut in its label: dropped", "plain =?ISO-8859-1", "plain "},
-    {"cut right behind \"=?\": dropped", "plain =?", "plain "},
-    {"cut behind the label's ?: dropped", "plain =?x?", "plain "},
+    {"cut right after \"=?\": dropped", "plain =?", "plain "},
+    {"cut after the label's ?: dropped", "plain =?x?", "plain "},
     {"cut inside the encoding field: dropped", "plain =?x?Q", "plain "},
     {"also when the field is long", "plain =?x?Quoted words and more", "plain "},
-    {"cut behind the field: nothing more", "plain =?x?Q?", "plain "},
+    {"cut after the field: nothing more", "plain =?x?Q?", "plain "},
     {"\"=\" as the last byte begins no word", "plain =", "plain ="},
     {"what follows a dropped word is dropped", "a =?b c d", "a "},
     {"KEPT: an unknown letter leaves the encoding", "=?x?B?SGk=?= =?ISO-8859-1?Z?SGk=?=", "Hi Hi"},
@@ -82,7 +82,7 @@ const Row kRows[] = {
     {"only the first byte of the field counts", "=?x?Bogus?SGk=?=", "Hi"},
     {"a language suffix in the label", "=?us-ascii*en?Q?a?=", "a"},
     {"empty encoded text gives nothing", "a=?x?Q?\?=b=?x?B?\?=c", "abc"},
-    {"\"?=\" is looked for behind the field", "=?x?Q?=41?=", "A"},
+    {"\"?=\" is looked for after the field", "=?x?Q?=41?=", "A"},
     {"a ? alone does not close", "=?x?Q?a?b?=c", "a?bc"},
     {"blanks inside a word are kept", "=?x?Q?a b?=", "a b"},
     {"a word opened in a word is text of it", "=?x?Q?a=?x?Q?b?=c", "a\xFF?Q?bc"},
@@ -199,7 +199,7 @@ TEST(EncodedWords, AWorkBufferThatCannotGrowGivesNoMemory) {
         Decoding decoding;
         decoding.services().journal().fail(Entry::kReallocate, {1, true});
         EXPECT_EQ(decoding.append(bytesOf(text)), EML_NO_MEMORY) << text.substr(0, 8);
-        EXPECT_EQ(decoding.buffer().data, nullptr) << "the old block is lost by rule";
+        EXPECT_EQ(decoding.buffer().data, nullptr) << "the old block is lost, by contract";
     }
 }
 

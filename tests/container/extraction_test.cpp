@@ -128,6 +128,51 @@ TEST(Extraction, NumberWithoutASubFileGivesAnEmptyClosedOutput) {
     }
 }
 
+// An embedded message whose name cannot be copied ends the open; the attachments before it are counted, and
+// it is the last of them. What stands after it is found by number all the same.
+TEST(Extraction, AfterAnOpenThatFailedWhatWasFoundIsExtracted) {
+    const std::string message = multipart("mixed",
+                                          "--b\n\nplain\n--b\nContent-Disposition: inline; filename=x\n\n1\n"
+                                          "--b\nContent-Type: message/rfc822\n\nSubject: s\n\n2\n"
+                                          "--b\nContent-Disposition: inline; filename=y\n\n3\n--b--\n");
+    for (const uint32_t flags : {0U, EML_OPEN_ROOT_FOLDER}) {
+        RecordingHost host(message);
+        host.journal().fail(Entry::kDuplicateString, {1, false});
+        OpenedMessage opened(host, flags);
+        ASSERT_EQ(opened.result(), EML_NO_MEMORY);
+        const int32_t first = flags != 0 ? 2 : 1;
+        ASSERT_EQ(opened.subFileCount(), static_cast<uint32_t>(first) + 2);
+        const char* const contents[] = {"1", "Subject: s\r\n\r\n2", "3"};
+        const EmlResult described[] = {EML_OK, EML_NO_SUB_FILE, EML_INVALID_ARGUMENT};
+        for (int32_t i = 0; i < 3; ++i) {
+            SCOPED_TRACE(i);
+            const Extracted got = opened.extract(first + i);
+            EXPECT_EQ(got.result, EML_OK);
+            EXPECT_EQ(got.bytes, contents[i]);
+            EXPECT_EQ(opened.describe(first + i).result, described[i]) << "describing follows the count";
+        }
+        EXPECT_EQ(opened.extract(first + 3).result, EML_NO_SUB_FILE);
+        EXPECT_EQ(opened.extract(-1).result, EML_NO_SUB_FILE);
+        EXPECT_EQ(opened.extract(INT32_MIN).result, EML_NO_SUB_FILE);
+    }
+}
+
+TEST(Extraction, WithoutATableOfAttachmentsTheListIsWalked) {
+    uint64_t allocations = 0;
+    int32_t withoutTable = 0;
+    for (uint64_t nth = 0; nth <= allocations; ++nth) {
+        RecordingHost host(attachment("", "12345"));
+        host.journal().fail(Entry::kAllocate, {nth, false});
+        OpenedMessage opened(host);
+        if (nth == 0) allocations = host.journal().calls(Entry::kAllocate);
+        if (opened.context() == nullptr || opened.context()->attachmentCount == 0) continue;
+        if (opened.context()->attachments == nullptr) ++withoutTable;
+        EXPECT_EQ(opened.extract(1).bytes, "12345") << nth;
+        EXPECT_EQ(opened.describe(1).result, EML_OK) << nth;
+    }
+    EXPECT_EQ(withoutTable, 1) << "of all allocations, the one for the table";
+}
+
 TEST(Extraction, ConvertedAttachmentIsEmptyAndSaysSo) {
     RecordingHost host(crlf("Content-Type: multipart/mixed\n\nAttachment Converted: \"x.doc\"\n"));
     OpenedMessage opened(host, EML_OPEN_CONVERTED_ATTACHMENTS);
@@ -151,6 +196,40 @@ TEST(Extraction, EncryptedMessageLeavesTheOutputOpen) {
     EXPECT_FALSE(got.closed);
     EXPECT_EQ(got.sizeField, UINT64_MAX);
     EXPECT_TRUE(got.writes.empty());
+}
+
+// An encrypted message lists no attachment, but the file that its header names is there.
+TEST(Extraction, FileOfAnEncryptedMessageIsExtracted) {
+    const std::string message = crlf(
+        "Content-Type: application/pkcs7-mime; name=smime.p7m\nContent-Transfer-Encoding: base64\n"
+        "Content-Disposition: attachment; filename=smime.p7m\n\nTWFu\n");
+    for (const uint32_t flags : {0U, EML_OPEN_ROOT_FOLDER}) {
+        RecordingHost host(message);
+        OpenedMessage opened(host, flags);
+        const int32_t shift = flags != 0 ? 1 : 0;
+        EXPECT_EQ(opened.subFileCount(), static_cast<uint32_t>(shift) + 1);
+        EXPECT_EQ(opened.describe(shift + 1).result, EML_INVALID_ARGUMENT);
+        EXPECT_EQ(opened.extract(shift).result, EML_ENCRYPTED);
+        const Extracted got = opened.extract(shift + 1);
+        EXPECT_EQ(got.result, EML_OK);
+        EXPECT_EQ(got.bytes, "Man");
+        EXPECT_TRUE(got.closed);
+    }
+}
+
+// That a message is encrypted is answered for the message alone.
+TEST(Extraction, FolderAndMissingNumbersOfAnEncryptedMessageComeFirst) {
+    RecordingHost host(crlf("Content-Type: application/pkcs7-mime\n\nTWFu\n"));
+    OpenedMessage opened(host, EML_OPEN_ROOT_FOLDER);
+    const Extracted folder = opened.extract(0);
+    EXPECT_EQ(folder.result, EML_OK);
+    EXPECT_FALSE(folder.opened);
+    EXPECT_EQ(opened.extract(1).result, EML_ENCRYPTED);
+    for (const int32_t number : {-1, 2, INT32_MAX}) {
+        const Extracted got = opened.extract(number);
+        EXPECT_EQ(got.result, EML_NO_SUB_FILE) << number;
+        EXPECT_TRUE(got.closed);
+    }
 }
 
 TEST(Extraction, CharsetThatIsAskedForIsTakenAway) {
@@ -192,7 +271,24 @@ TEST(Extraction, OutputThatLacksAnEntryIsLeftAsItIs) {
             << entryName(entry);
         EXPECT_TRUE(output.writes().empty());
         EXPECT_FALSE(output.closed());
+        EXPECT_EQ(host.journal().calls(Entry::kOutputOpen), 0U)
+            << "all entries are looked at before any is used";
         EXPECT_EQ(host.journal().calls(Entry::kOutputSeek), 0U);
+    }
+}
+
+TEST(Extraction, CharsetIsTakenAwayAlsoWhenTheOutputCannotBeUsed) {
+    RecordingHost host(attachment("", "12345"));
+    OpenedMessage opened(host);
+    for (const uint32_t options : {0U, EML_EXTRACT_PREFER_RICH}) {
+        EmlExtractInfo info{0, EML_CHARSET_UTF_8};
+        host.journal().fail(Entry::kOutputOpen, {host.journal().calls(Entry::kOutputOpen) + 1, false});
+        EXPECT_EQ(opened.extract(1, options, &info).result, EML_OUTPUT_UNUSABLE);
+        EXPECT_EQ(info.outputCharset, 0U);
+        info.outputCharset = EML_CHARSET_UTF_8;
+        EXPECT_EQ(emlExtractSubFileToIOobj2(opened.context(), 1, nullptr, &info, 0, options),
+                  EML_OUTPUT_UNUSABLE);
+        EXPECT_EQ(info.outputCharset, 0U);
     }
 }
 

@@ -46,8 +46,8 @@ TEST(MissingEntry, CloseOfTheInputMayGoMissingLater) {
     EXPECT_FALSE(host.inputClosed());
 }
 
-TEST(MissingEntry, WithoutReadSeekOrTellTheMessageIsEmpty) {
-    for (const Entry entry : {Entry::kInputRead, Entry::kInputSeek, Entry::kInputTell}) {
+TEST(MissingEntry, WithoutReadOrSeekTheMessageIsEmpty) {
+    for (const Entry entry : {Entry::kInputRead, Entry::kInputSeek}) {
         RecordingHost host(scenarios()[2].message);
         host.remove(entry);
         OpenedMessage opened(host);
@@ -129,12 +129,14 @@ TEST(OddAnswer, FileThatIsShorterThanItSaysDoesNoHarm) {
     }
 }
 
-TEST(OddAnswer, SizeBelowZeroIsNone) {
-    RecordingHost host(scenarios()[2].message);
-    host.journal().fail(Entry::kInputTell, {1, true});
-    OpenedMessage opened(host);
-    EXPECT_EQ(opened.context()->fileSize, 0);
-    EXPECT_EQ(opened.subFileCount(), 1U);
+TEST(OddAnswer, SizeBelowZeroIsNotKnown) {
+    for (const Way way : {Way::kPlain, Way::kMinusOne}) {
+        RecordingHost host(scenarios()[2].message);
+        host.journal().fail(Entry::kInputTell, {1, true, way});
+        OpenedMessage opened(host);
+        EXPECT_EQ(opened.context()->fileSize, opened.context()->bodyOffset);
+        EXPECT_EQ(opened.subFileCount(), 1U);
+    }
 }
 
 TEST(OddAnswer, CloseOfTheInputThatFailsIsIgnored) {

@@ -37,7 +37,7 @@ struct Request {
     const char* name;
 };
 
-// `zeros` are the zero bytes that must stand behind every value.
+// `zeros` are the zero bytes that must follow every value.
 inline ListEntry copyEntry(const EmlMetaDataEntry* entry, TrackedHeap& heap, uint32_t zeros) {
     if (entry == nullptr) return {};
     EXPECT_EQ(entry->reserved, 0u);

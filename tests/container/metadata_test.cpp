@@ -262,6 +262,7 @@ TEST(Metadata, AHalfBuiltDefaultListIsReadSafely) {
                 const MetadataList list = defaultList(host, opened);
                 EXPECT_EQ(list.result, EML_OK);
                 EXPECT_EQ(list.count, 7);
+                for (const ListEntry& one : list.entries) EXPECT_EQ(one.type, EML_TYPE_TEXT);
                 for (const uint32_t options : {0u, 2u, 4u, 6u}) (void)opened.extract(0, options);
             }
         }

@@ -130,7 +130,7 @@ TEST(PackedRtf, Tokens) {
 }
 
 // The place of a reference counts from the last multiple of 4096, and goes back by 4096 when it is not
-// behind.
+// after.
 TEST(PackedRtf, ReferencesAroundMultiplesOf4096) {
     for (size_t length = 4096 - 207 - 3; length <= 4096 - 207 + 3; ++length) {
         Random random(length);

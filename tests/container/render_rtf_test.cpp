@@ -54,6 +54,21 @@ TEST(RenderRtf, BodyOnlyKeepsItsBrace) {
         EXPECT_EQ(render(rtfMessage("Subject: s\n", "{\\rtf1 x}"), options), "{\\rtf1 x}");
 }
 
+// Once for the text of the body, and once when all is written, for the size.
+TEST(RenderRtf, PositionOfTheOutputIsAskedForOnce) {
+    for (const uint32_t options : {0U, EML_EXTRACT_BODY_ONLY}) {
+        RecordingHost host(rtfMessage("Subject: s\n", "{\\rtf1 x}"));
+        OpenedMessage opened(host);
+        host.journal().record();
+        (void)opened.extract(0, options);
+        const std::string header = options == 0 ? "output.write " : "";
+        EXPECT_EQ(host.journal().sequenceText(),
+                  "output.open output.seek " + header +
+                      "input.seek allocate input.read output.tell output.write free output.seek output.tell "
+                      "output.close");
+    }
+}
+
 // KEPT: only the four East Asian code pages have a font charset.
 TEST(RenderRtf, CodePages) {
     struct Row {
@@ -157,7 +172,7 @@ TEST(RenderRtf, BodiesByTheirEncodingAndPacking) {
     struct Row {
         const char* encoding;
         std::string body;
-        std::string expected;  // behind a header
+        std::string expected;  // after a header
     };
     std::string stored = textOf(reference::packedRtfHeader("MELA", 5)) + "{\\rtf1";
     const Row rows[] = {

@@ -65,11 +65,11 @@ TEST(RtfBody, WhatABodyIs) {
     for (const Row& row : rows) EXPECT_EQ(write(row.body).text, row.text) << row.rule;
 }
 
-// Behind a header block the body goes on in the block's group: without its own brace.
+// After a header block the body goes on in the block's group: without its own brace.
 TEST(RtfBody, TheOpeningBraceIsLeftOutBehindAHeader) {
     struct Row {
         const char* text;
-        const char* behind;
+        const char* after;
     };
     for (const Row& row :
          {Row{"{\\rtf1 x}", "\\rtf1 x}"}, Row{"{\\RTF1 x}", "\\RTF1 x}"}, Row{"{\\rtf1", "\\rtf1"},
@@ -79,7 +79,7 @@ TEST(RtfBody, TheOpeningBraceIsLeftOutBehindAHeader) {
         const Bytes bodies[] = {bytesOf(text), stored(static_cast<uint32_t>(text.size()), text),
                                 reference::packRtf(bytesOf(text))};
         for (const Bytes& body : bodies) {
-            EXPECT_EQ(write(body, "H").text, row.behind);
+            EXPECT_EQ(write(body, "H").text, row.after);
             EXPECT_EQ(write(body).text, row.text) << "nothing before it: whole";
         }
     }

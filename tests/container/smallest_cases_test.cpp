@@ -13,18 +13,18 @@ namespace {
 TEST(SmallestRoom, TheMainNameStaysInItsOwn) {
     struct {
         char name[kMainNameSize];
-        char behind[8];
+        char after[8];
     } room;
     for (const std::string subject : {"abcdefghi", "a", ""}) {
         std::fill(std::begin(room.name), std::end(room.name), 'Z');
-        std::fill(std::begin(room.behind), std::end(room.behind), 'Z');
+        std::fill(std::begin(room.after), std::end(room.after), 'Z');
         const auto* text = reinterpret_cast<const uint8_t*>(subject.data());
         makeMainName({text, text + subject.size()}, room.name);
-        EXPECT_EQ(std::count(std::begin(room.behind), std::end(room.behind), 'Z'), 8) << subject;
+        EXPECT_EQ(std::count(std::begin(room.after), std::end(room.after), 'Z'), 8) << subject;
     }
 }
 
-// The line end in front of a delimiter is looked for where it is, or not at all: when the seek to it fails,
+// The line end before a delimiter is looked for where it is, or not at all: when the seek to it fails,
 // the part keeps its end, whatever can be read at the place where the input stands.
 TEST(SmallestTrim, ASeekThatFailsTrimsNothing) {
     const std::string message = multipart("mixed", "--b\n\nxx--b--\n") + std::string(9000, '\n');

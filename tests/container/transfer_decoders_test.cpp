@@ -124,7 +124,7 @@ TEST(StreamDecoders, Rows) {
     }
 }
 
-// The escape that the body cuts off is not completed by what stands behind the body.
+// The escape that the body cuts off is not completed by what follows the body.
 TEST(StreamDecoders, NothingBehindTheBodyIsRead) {
     for (const Codec codec : kCodecs) {
         for (const size_t size : {1u, 4u, 100u, 4095u, 4096u, 4097u, 8192u, 10000u}) {

@@ -140,11 +140,11 @@ class Checked {
     static void checkContent(const EmlSection& section, const std::string& body, const std::string& content) {
         const bool isText = section.contentClass == EML_CLASS_TEXT || section.contentClass == EML_CLASS_HTML;
         switch (section.encoding) {
-            case EML_ENC_BASE64:
+            case eml::TransferEncoding::kBase64:
                 EXPECT_LE(content.size(), body.size() / 4 * 3);
                 EXPECT_EQ(textOf(reference::decodeBase64(bytesOf(body), isText)), content);
                 break;
-            case EML_ENC_QP:
+            case eml::TransferEncoding::kQuotedPrintable:
                 EXPECT_LE(content.size(), body.size());
                 EXPECT_EQ(textOf(reference::decodeQuotedPrintableBody(bytesOf(body))), content);
                 break;

@@ -13,7 +13,7 @@ namespace {
 
 class Names {
   public:
-    // Both forms; the container's with each kind of end behind the name.
+    // Both forms; the container's with each kind of end after the name.
     bool agree(const std::string& name) {
         compared_.input();
         const uint8_t* const bytes = blocks_.copy(name);

@@ -122,7 +122,7 @@ bool quotedPrintableAgrees(Runs& runs, const std::string& input) {
                                                  reference::extractedQuotedPrintable(input));
 }
 
-// The text stands in the middle of `clean`, which a wide register takes in one step, behind each number of
+// The text stands in the middle of `clean`, which a wide register takes in one step, after each number of
 // bytes in `places`.
 template <class Agrees>
 void holdInTheMiddle(std::string_view clean, const PieceList& pieces, size_t most,

@@ -2,7 +2,7 @@
 // subject, in both readers, against the plain references.
 #include <algorithm>
 
-#include "container/embedded_names.h"
+#include "container/embedded_name.h"
 #include "container/main_name_date.h"
 #include "exhaustive/every_input.h"
 #include "filter/embedded_name.h"
@@ -11,8 +11,8 @@
 #include "reference/bytes.h"
 #include "reference/dates.h"
 #include "reference/filter_values.h"
-#include "reference/header_values.h"
 #include "reference/names.h"
+#include "reference/parameters.h"
 #include "support/opened_message.h"
 
 namespace eml::test {

@@ -57,7 +57,7 @@ std::vector<Line> linesRead(const std::string& message) {
         const auto* const text = reinterpret_cast<const char*>(buffer.get());
         lines.push_back(
             {std::string(text, static_cast<size_t>(context.position - context.lineStart)), result});
-        EXPECT_EQ(buffer[lines.back().bytes.size()], 0) << "a zero byte stands behind the line";
+        EXPECT_EQ(buffer[lines.back().bytes.size()], 0) << "a zero byte follows the line";
     }
     return lines;
 }
@@ -71,7 +71,7 @@ TEST(EveryShortMessage, Lines) {
                          compared.comparison();
                          const std::string message = std::string(filler, 'f') + text;
                          const bool held = linesRead(message) == linesOf(message);
-                         EXPECT_TRUE(held) << shown(text) << " behind " << filler << " bytes";
+                         EXPECT_TRUE(held) << shown(text) << " after " << filler << " bytes";
                          return held;
                      });
     }
@@ -99,11 +99,12 @@ class FilterReads {
         for (size_t reads = 0; reads < 2 * message.size() + 2; ++reads) {
             const int32_t count = readBuf(*context_, size);
             const int count2 = expected.read(size);
-            const std::string got(reinterpret_cast<const char*>(context_->input), size_t(std::max(count, 0)));
+            const std::string got(reinterpret_cast<const char*>(context_->input.buffer),
+                                  size_t(std::max(count, 0)));
             const std::string want = expected.input.substr(0, size_t(std::max(count2, 0)));
             const bool held = count == count2 && got == want &&
-                              context_->inputEnd - context_->input == expected.inputEnd &&
-                              context_->carryCount == static_cast<int32_t>(expected.carry.size());
+                              context_->input.end - context_->input.buffer == expected.inputEnd &&
+                              context_->input.carryCount == static_cast<int32_t>(expected.carry.size());
             EXPECT_TRUE(held) << '"' << shown(message) << "\", reads of " << size << ", the file gives "
                               << step << ", read " << reads << ": \"" << shown(got) << "\", expected \""
                               << shown(want) << '"';
@@ -118,10 +119,10 @@ class FilterReads {
         position_ = 0;
         *context_ = EmlFilterContext{};
         context_->io = &input_.record;
-        context_->carryPos = context_->carry;
-        context_->boundary = boundary_;
-        context_->boundaryLength = 3;
-        context_->boundaryFinder = SubstringFinder(reinterpret_cast<const uint8_t*>(boundary_), 3);
+        context_->input.carryPos = context_->input.carry;
+        context_->boundary.text = boundary_;
+        context_->boundary.length = 3;
+        context_->boundary.finder = SubstringFinder(reinterpret_cast<const uint8_t*>(boundary_), 3);
         forgetInput(*context_);
         input_.owner = this;
         input_.record.read = [](EmlIOobj* self, void* buffer, uint32_t count) {

@@ -92,7 +92,7 @@ Answer FilterSession::nameDate() {
     const EmlResult code = emlGetMainNameDate(context_, name.chars(), date.data());
     const std::string text(name.chars());
     if (code == EML_NO_MEMORY || code == EML_OBJECT_FAILED) {
-        if (text != "zteml.mail") host().journal().violation("no default name behind a failure: " + text);
+        if (text != "zteml.mail") host().journal().violation("no default name after a failure: " + text);
     }
     uint32_t words[2];
     std::memcpy(words, date.data(), sizeof words);

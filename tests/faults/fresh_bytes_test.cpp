@@ -1,4 +1,4 @@
-// Memory that nobody has written means nothing: whatever fresh blocks and the room behind a short read hold,
+// Memory that nobody has written means nothing: whatever fresh blocks and the room after a short read hold,
 // every call gives the same.
 #include <gtest/gtest.h>
 
@@ -41,6 +41,7 @@ void compareFreshBytes(Reader reader) {
 }
 
 TEST(FreshBytes, DoNotShowInTheContainerReader) { compareFreshBytes(Reader::kContainer); }
+TEST(FreshBytes, DoNotShowInTheMimeReader) { compareFreshBytes(Reader::kMime); }
 TEST(FreshBytes, DoNotShowInTheFilter) { compareFreshBytes(Reader::kFilter); }
 
 }  // namespace

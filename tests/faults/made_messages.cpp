@@ -97,6 +97,30 @@ std::vector<std::string> subFileMessages() {
             crlf("Content-Type: application/pkcs7-mime\nSubject: s\n\nTWFu\n")};
 }
 
+const std::vector<MadeMessage>& mimeMessages() {
+    static const std::vector<MadeMessage> kMessages = {
+        {"files inside text",
+         "Content-Type: text/plain; charset=koi8-r\n\nbefore\nbegin 644 \xC1.txt\n#0V%T\n`\nend\nbetween\n"
+         "=ybegin line=128 size=3 name=y.bin\n\x8D\x8E\x8F\n=yend size=3\nafter \xC1\n"},
+        {"names in every form",
+         "Content-Type: multipart/related; boundary=b\n\n--b\nContent-ID: <id>\n"
+         "Content-Type: image/png; name*0*=koi8-r''%C1; name*1=\"b\"; name=x\n"
+         "Content-Disposition: attachment; filename=\"=?koi8-r?B?wcI=?=\"\nContent-Description: "
+         "=?koi8-r?Q?=C1?= =?x-none?Q?=C1?=\nContent-Transfer-Encoding: base64\n\nTWFu!TQ==TQ\n--b--\n"},
+        {"guessed text, and text in a charset of the host",
+         "Content-Type: multipart/mixed; boundary=b\n\n--b\n\n\xE9" + std::string(70000, 'x') +
+             "\xE9\n--b\nContent-Type: text/plain; charset=koi8-r; format=flowed\n"
+             "Content-Transfer-Encoding: quoted-printable\n\n> a =\n=C1 =ZZ \n> b\n--b\n"
+             "Content-Type: text/plain; charset=x-none\n\n\xC1\n--b--\n"},
+        {"a message in a message, signed",
+         "Content-Type: multipart/signed; protocol=\"application/pgp-signature\"; boundary=s\n\n--s\n"
+         "Content-Type: message/rfc822\n\nFrom: a (b) <c@d>, e: f@g;;\nDate: Tue, 5 Mar 2024 14:07:09 +0100\n"
+         "Message-ID: <a@b> <c@d>\n\nx\n--s\nContent-Type: application/pgp-signature\n\ny\n--s--\n"},
+        {"a long message", "A: b\n\n" + std::string((1 << 20) + 100, 'x')},
+    };
+    return kMessages;
+}
+
 const std::vector<MadeMessage>& madeMessages() {
     static const std::vector<MadeMessage> kMessages = makeAll();
     return kMessages;

@@ -14,6 +14,9 @@ struct MadeMessage {
 
 [[nodiscard]] const std::vector<MadeMessage>& madeMessages();
 
+// Messages for the MIME reader alone.
+[[nodiscard]] const std::vector<MadeMessage>& mimeMessages();
+
 // Of these, the ones that are about attachments and metadata in the filter.
 [[nodiscard]] std::vector<std::string> subFileMessages();
 

@@ -5,6 +5,7 @@
 
 #include "faults/container_session.h"
 #include "faults/filter_session.h"
+#include "faults/mime_session.h"
 
 namespace eml::test {
 namespace {
@@ -15,10 +16,11 @@ void appendWord(std::string& text, const char* name, uint32_t value) {
 
 HostOptions optionsFor(const Scene& scene, HostOptions options) {
     // The filter reads a whole header at once when it is longer than its buffer.
-    if (scene.reader != Reader::kContainer) {
+    if (isFilter(scene.reader)) {
         options.largestRead = UINT32_MAX;
         options.closesAnyInput = true;
     }
+    if (scene.reader == Reader::kMime) options.largestRead = 64 << 10;
     options.inputIsGiven = scene.reader == Reader::kFilterFile;
     return options;
 }
@@ -71,7 +73,7 @@ Answer Session::takeMetadata(EmlResult code, EmlMetaData& list) {
         appendWord(answer.text, "type", entry->type);
         if (entry->value != nullptr) {
             answer.text += " \"" + std::string(entry->value, entry->valueLength) + "\"";
-            if (entry->value[entry->valueLength] != '\0') answer.text += " without a zero byte behind it";
+            if (entry->value[entry->valueLength] != '\0') answer.text += " without a zero byte after it";
             heap.give(entry->value);
         }
         answer.text += '\n';
@@ -101,6 +103,7 @@ Requests::Requests(RecordingHost& host) : array_(host.ownHeap(), kCount * sizeof
 
 std::unique_ptr<Session> makeSession(const Scene& scene, HostOptions options) {
     if (scene.reader == Reader::kContainer) return std::make_unique<ContainerSession>(scene, options);
+    if (scene.reader == Reader::kMime) return std::make_unique<MimeSession>(scene, options);
     return std::make_unique<FilterSession>(scene, options);
 }
 

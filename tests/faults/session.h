@@ -1,4 +1,4 @@
-// One message in one of the two readers, and every call that a host can make on it, each with its answer as
+// One message in one of the readers, and every call that a host can make on it, each with its answer as
 // a value. Whatever the library is handed - records, buffers, names - comes from the host's own heap, and so
 // ends at an unreadable page when the heap is guarded.
 #pragma once
@@ -20,6 +20,7 @@ enum class Reader : uint8_t {
     kContainer,
     kFilter,
     kFilterFile,  // the filter over an object that it gets from openFile
+    kMime,
 };
 
 enum class Call : uint8_t {
@@ -40,6 +41,10 @@ enum class Call : uint8_t {
 };
 
 [[nodiscard]] const char* callName(Call call);
+
+[[nodiscard]] inline bool isFilter(Reader reader) {
+    return reader == Reader::kFilter || reader == Reader::kFilterFile;
+}
 
 struct Step {
     Call call;
@@ -74,6 +79,9 @@ class Session {
     [[nodiscard]] virtual EmlResult open() = 0;
     [[nodiscard]] virtual bool isOpen() const = 0;
     virtual void close() = 0;
+
+    // Takes an entry of the host away.
+    virtual void remove(Entry entry) { host_.remove(entry); }
 
     // Every call for every number, and for some that are none.
     [[nodiscard]] virtual std::vector<Step> steps() = 0;

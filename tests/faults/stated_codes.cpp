@@ -1,5 +1,7 @@
 #include "faults/stated_codes.h"
 
+#include <emlreader/eml_mime.h>
+
 #include <algorithm>
 #include <array>
 #include <iterator>
@@ -93,6 +95,33 @@ constexpr Row kFilterRows[] = {
     {Call::kExtractToTarget, Entry::kOutputClose, orElse(EML_OBJECT_FAILED)},
 };
 
+constexpr Row kMimeRows[] = {
+    // A list that cannot be copied keeps the room that it has left.
+    {Call::kOpen, Entry::kAllocate, orElse(EML_NO_MEMORY)},
+    {Call::kOpen, Entry::kReallocate, one(EML_NO_MEMORY)},
+    {Call::kOpen, Entry::kInputOpen, one(EML_INPUT_NOT_OPENED)},
+    {Call::kOpen, Entry::kInputSeek, one(EML_INPUT_NOT_OPENED)},
+    // The message ends early.
+    {Call::kOpen, Entry::kInputRead, one(EML_OK)},
+    {Call::kOpen, Entry::kProgress, one(EML_MIME_CANCELLED)},
+    {Call::kNameDate, Entry::kAllocate, one(EML_NO_MEMORY)},
+    {Call::kNameDate, Entry::kReallocate, one(EML_NO_MEMORY)},
+    {Call::kMetadata, Entry::kAllocate, one(EML_NO_MEMORY)},
+    {Call::kMetadata, Entry::kReallocate, one(EML_NO_MEMORY)},
+    {Call::kMetadata, Entry::kInputSeek, one(EML_OBJECT_FAILED)},
+    // A read that gives less is no failure; one that gives nothing is.
+    {Call::kMetadata, Entry::kInputRead, orElse(EML_OBJECT_FAILED)},
+    {Call::kExtract, Entry::kAllocate, one(EML_NO_MEMORY)},
+    {Call::kExtract, Entry::kReallocate, one(EML_NO_MEMORY)},
+    {Call::kExtract, Entry::kInputSeek, one(EML_OBJECT_FAILED)},
+    {Call::kExtract, Entry::kInputRead, orElse(EML_OBJECT_FAILED)},
+    {Call::kExtract, Entry::kOutputOpen, one(EML_OUTPUT_UNUSABLE)},
+    // The seek to the start is looked at, the one that measures the output is not.
+    {Call::kExtract, Entry::kOutputSeek, orElse(EML_OBJECT_FAILED)},
+    {Call::kExtract, Entry::kOutputClose, one(EML_OBJECT_FAILED)},
+    {Call::kExtract, Entry::kProgress, one(EML_MIME_CANCELLED)},
+};
+
 template <size_t N>
 const Row* findRow(const Row (&rows)[N], Call call, Entry entry) {
     const auto* const found = std::find_if(std::begin(rows), std::end(rows), [&](const Row& row) {
@@ -101,11 +130,52 @@ const Row* findRow(const Row (&rows)[N], Call call, Entry entry) {
     return found != std::end(rows) ? found : nullptr;
 }
 
+const Row* rowOf(Reader reader, Call call, Entry entry) {
+    if (reader == Reader::kMime) return findRow(kMimeRows, call, entry);
+    return reader == Reader::kContainer ? findRow(kContainerRows, call, entry)
+                                        : findRow(kFilterRows, call, entry);
+}
+
+template <size_t N>
+bool isOneOf(const EmlResult (&codes)[N], EmlResult code) {
+    return std::find(std::begin(codes), std::end(codes), code) != std::end(codes);
+}
+
+// The codes that eml_mime.h states for each call, and EML_NO_SUB_FILE for the numbers that are none.
+bool isCodeOfMimeCall(Call call, EmlResult code) {
+    static constexpr EmlResult kOpenCodes[] = {EML_OK, EML_NO_MEMORY, EML_INVALID_ARGUMENT,
+                                               EML_INPUT_NOT_OPENED, EML_MIME_CANCELLED};
+    static constexpr EmlResult kNumberCodes[] = {EML_OK, EML_NO_SUB_FILE};
+    static constexpr EmlResult kNameCodes[] = {EML_OK, EML_NO_SUB_FILE, EML_NO_MEMORY};
+    static constexpr EmlResult kFieldCodes[] = {EML_OK, EML_NO_SUB_FILE, EML_NO_MEMORY, EML_OBJECT_FAILED};
+    static constexpr EmlResult kExtractCodes[] = {EML_OK,
+                                                  EML_NO_SUB_FILE,
+                                                  EML_INVALID_ARGUMENT,
+                                                  EML_NO_MEMORY,
+                                                  EML_OBJECT_FAILED,
+                                                  EML_OUTPUT_UNUSABLE,
+                                                  EML_MIME_CANCELLED};
+    switch (call) {
+        case Call::kOpen:
+            return isOneOf(kOpenCodes, code);
+        case Call::kDescribe:
+        case Call::kRequests:
+            return isOneOf(kNumberCodes, code);
+        case Call::kNameDate:
+            return isOneOf(kNameCodes, code);
+        case Call::kMetadata:
+            return isOneOf(kFieldCodes, code);
+        case Call::kExtract:
+            return isOneOf(kExtractCodes, code);
+        default:
+            return code == EML_OK;
+    }
+}
+
 }  // namespace
 
 bool isStatedCode(Reader reader, Call call, Entry entry, EmlResult undisturbed, EmlResult code) {
-    const Row* const row = reader == Reader::kContainer ? findRow(kContainerRows, call, entry)
-                                                        : findRow(kFilterRows, call, entry);
+    const Row* const row = rowOf(reader, call, entry);
     if (call == Call::kLine) return isCodeOfCall(reader, call, code);
     if (row == nullptr) return code == undisturbed;
     return std::any_of(row->codes.begin(), row->codes.end(), [&](EmlResult stated) {
@@ -114,6 +184,7 @@ bool isStatedCode(Reader reader, Call call, Entry entry, EmlResult undisturbed, 
 }
 
 bool isCodeOfCall(Reader reader, Call call, EmlResult code) {
+    if (reader == Reader::kMime) return isCodeOfMimeCall(call, code);
     const auto isOneOf = [code](std::initializer_list<EmlResult> codes) {
         return std::find(codes.begin(), codes.end(), code) != codes.end();
     };

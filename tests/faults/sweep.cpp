@@ -35,6 +35,9 @@ const std::vector<EntryWays>& entryWays() {
         {Entry::kOutputSeek, {Way::kPlain}},
         {Entry::kOutputTell, {Way::kPlain, Way::kMinusOne, Way::kTooMuch}},
         {Entry::kOutputClose, {Way::kPlain}},
+        {Entry::kConversionOpen, {Way::kPlain}},
+        {Entry::kConversionConvert, {Way::kPlain, Way::kHalf, Way::kTooMuch}},
+        {Entry::kProgress, {Way::kPlain}},
     };
     return kEntries;
 }
@@ -45,6 +48,10 @@ constexpr Entry kRemovable[] = {
     Entry::kIsLeadByte,       Entry::kResetCharset, Entry::kStoreDate,       Entry::kRecordAllocate,
     Entry::kRecordReallocate, Entry::kRecordFree,   Entry::kInputOpen,       Entry::kInputRead,
     Entry::kInputSeek,        Entry::kInputTell,    Entry::kInputClose};
+
+// The entries of the options of the MIME reader.
+constexpr Entry kRemovableOfMime[] = {Entry::kConversionOpen, Entry::kConversionConvert,
+                                      Entry::kConversionClose, Entry::kProgress};
 
 size_t indexOf(Entry entry) { return static_cast<size_t>(entry); }
 
@@ -130,14 +137,14 @@ void Sweep::measureFresh() {
 
 // A conversion of the filter finds the part that the text is in, whose charset is the message's from then on.
 bool Sweep::mayDependOnCalls(const Step& step) const {
-    return scene_.reader != Reader::kContainer && (step.call == Call::kQuery || step.call == Call::kDescribe);
+    return isFilter(scene_.reader) && (step.call == Call::kQuery || step.call == Call::kDescribe);
 }
 
 // A conversion whose read was cut short may find another part, and take its charset; that is the message's
 // from then on, and that of a part which names none.
 bool Sweep::isUndisturbed(size_t index, const Kind& kind, const Answer& answer) const {
     if (answer == answers_[index] || answer == freshAnswers_[index]) return true;
-    return scene_.reader != Reader::kContainer && kind.entry == Entry::kInputRead &&
+    return isFilter(scene_.reader) && kind.entry == Entry::kInputRead &&
            !changesNothing(kind.entry, kind.way) && isSameButForCharset(index, answer);
 }
 
@@ -274,7 +281,7 @@ void Sweep::failLine(const Kind& kind, uint64_t nth, Faults& faults) {
     for (size_t i = 0; i < steps_.size(); ++i) checkInLine(*session, i, kind, faults);
     EXPECT_GE(journal.failed(), 1U) << "the fault did not strike";
     journal.fail(kind.entry, {});
-    for (size_t i = 0; i < steps_.size(); ++i) expectSame(*session, i, kind, "behind the last fault", faults);
+    for (size_t i = 0; i < steps_.size(); ++i) expectSame(*session, i, kind, "after the last fault", faults);
     finish(*session, faults);
 }
 
@@ -285,7 +292,7 @@ void Sweep::checkInLine(Session& session, size_t index, const Kind& kind, Faults
     const Answer answer = session.run(step);
     if (!Session::isRepeatable(step)) return;
     if (journal.failed() == before) {
-        // A conversion that keeps failing stays in progress, and calls behind it show that.
+        // A conversion that keeps failing stays in progress, and calls after it show that.
         if (before == 0 || !kind.onwards) {
             EXPECT_TRUE(isUndisturbed(index, kind, answer)) << callName(step.call) << " " << step.number;
         }
@@ -300,7 +307,10 @@ void Sweep::checkInLine(Session& session, size_t index, const Kind& kind, Faults
 }
 
 void Sweep::takeEntriesAway(Faults& faults) {
-    for (const Entry entry : kRemovable) {
+    std::vector<Entry> entries(std::begin(kRemovable), std::end(kRemovable));
+    if (scene_.reader == Reader::kMime)
+        entries.insert(entries.end(), std::begin(kRemovableOfMime), std::end(kRemovableOfMime));
+    for (const Entry entry : entries) {
         for (const bool beforeOpen : {true, false}) {
             if (faults.take()) takeAway(entry, beforeOpen, faults);
         }
@@ -308,17 +318,17 @@ void Sweep::takeEntriesAway(Faults& faults) {
 }
 
 void Sweep::takeAway(Entry entry, bool beforeOpen, Faults& faults) {
-    SCOPED_TRACE(scene_.name + ": without " + entryName(entry) + (beforeOpen ? "" : ", behind the open"));
+    SCOPED_TRACE(scene_.name + ": without " + entryName(entry) + (beforeOpen ? "" : ", after the open"));
     const auto session = makeSession(scene_, options_);
     RecordingHost& host = session->host();
     if (entry == Entry::kFree || entry == Entry::kReallocate || entry == Entry::kRecordReallocate)
         host.allowLiveBlocks();
-    if (beforeOpen) host.remove(entry);
+    if (beforeOpen) session->remove(entry);
     const EmlResult code = session->open();
     EXPECT_TRUE(isCodeOfCall(scene_.reader, Call::kOpen, code)) << code;
     if (session->isOpen()) {
         const std::vector<Step> steps = session->steps();
-        if (!beforeOpen) host.remove(entry);
+        if (!beforeOpen) session->remove(entry);
         for (const Step& step : steps) expectCodeOfCall(step, session->run(step));
     }
     finish(*session, faults);

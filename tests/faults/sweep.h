@@ -56,7 +56,7 @@ class Sweep {
     // A fault in one of all calls of one context, where each finds what those before it left.
     void failInLine(Faults& faults);
 
-    // Each entry missing from the open on, and from behind it.
+    // Each entry missing from the open on, and from after it.
     void takeEntriesAway(Faults& faults);
 
   private:

@@ -21,6 +21,7 @@ struct Strides {
     uint64_t calls;
     uint64_t callsInLine;
     uint64_t missingEntries;
+    uint64_t scenes = 1;
 };
 
 // Sweeps over all scenes of a reader, prints the counts and keeps them as properties of the running test.

@@ -17,14 +17,15 @@ struct Found {
 
 Found bodyOf(const std::string& message) {
     OpenFilter filter(message);
-    if (filter.context() == nullptr || filter.opened().partCount == 0) return {"(no part)", 0};
+    if (filter.context() == nullptr || filter.opened().parts.bodies.count == 0) return {"(no part)", 0};
     BodySpan span{};
     const EmlResult result = getBody(filter.opened(), span);
     if (result != EML_OK) return {"(failed)", result};
     if (span.start < 0 || span.end < span.start || static_cast<size_t>(span.end) > message.size())
         return {"(a span outside of the message)", 0};
     const auto start = static_cast<size_t>(span.start);
-    return {message.substr(start, static_cast<size_t>(span.end) - start), filter.opened().transferEncoding};
+    return {message.substr(start, static_cast<size_t>(span.end) - start),
+            codeOf(filter.opened().transferEncoding)};
 }
 
 constexpr const char kMixed[] = "Mime-Version: 1.0\nContent-Type: multipart/mixed; boundary=b\n\n";
@@ -102,16 +103,16 @@ TEST(FilterBody, WithoutAStartIsTheWholePartAsItStands) {
     const std::string message = crlf(std::string(kMixed) + "--b\nContent-Type: multipart/report\n" +
                                      "Content-Transfer-Encoding: base64\n\n" + text);
     OpenFilter filter(message);
-    ASSERT_EQ(filter.opened().partCount, 1);
+    ASSERT_EQ(filter.opened().parts.bodies.count, 1);
     BodySpan span{};
     ASSERT_EQ(getBody(filter.opened(), span), EML_OK);
-    EXPECT_EQ(span.start, filter.opened().parts[0].start);
-    EXPECT_EQ(span.end, filter.opened().parts[0].end);
-    EXPECT_EQ(filter.opened().transferEncoding, 0U);
+    EXPECT_EQ(span.start, filter.opened().parts.bodies.records[0].start);
+    EXPECT_EQ(span.end, filter.opened().parts.bodies.records[0].end);
+    EXPECT_EQ(codeOf(filter.opened().transferEncoding), 0U);
 }
 
 TEST(FilterBody, BoundaryWithoutAHeaderIsFollowedByText) {
-    // LF: the empty line directly behind the boundary line
+    // LF: the empty line directly after the boundary line
     const std::string message = std::string(kMixed) +
                                 "--b\nContent-Type: multipart/alternative; boundary=n\n\n"
                                 "--n\n\ntext\n--n--\n" +
@@ -119,7 +120,7 @@ TEST(FilterBody, BoundaryWithoutAHeaderIsFollowedByText) {
     EXPECT_EQ(bodyOf(message).text, "text");
 }
 
-// KEPT: dashes behind a boundary are stepped over as a line end is.
+// KEPT: dashes after a boundary are stepped over as a line end is.
 TEST(FilterBody, ClosingBoundaryCanOpenTheText) {
     const std::string message =
         std::string(kMixed) + "--b\nContent-Type: multipart/alternative; boundary=n\n\n--n--\n\ntext\n--n\n" +
@@ -135,6 +136,23 @@ TEST(FilterBody, LeavesTheContentTypeAsItWas) {
     EXPECT_STREQ(filter.opened().contentType, "image/x");
 }
 
+// KEPT: the boundary of a nested level serves one search.
+TEST(FilterBody, BoundaryIsPutBackAfterTheSearch) {
+    OpenFilter filter(crlf(std::string(kMixed) +
+                           "--b\nContent-Type: multipart/alternative; boundary=longer-one\n\n--longer-one\n"
+                           "Content-Type: text/html\n\ntext\n--longer-one--\n" +
+                           kAttachment));
+    ASSERT_STREQ(filter.opened().boundary.text, "--b");
+    BodySpan first{};
+    ASSERT_EQ(getBody(filter.opened(), first), EML_OK);
+    EXPECT_STREQ(filter.opened().boundary.text, "--b");
+    EXPECT_EQ(filter.opened().boundary.length, 3);
+    BodySpan second{};
+    ASSERT_EQ(getBody(filter.opened(), second), EML_OK);
+    EXPECT_EQ(second.start, first.start);
+    EXPECT_EQ(second.end, first.end);
+}
+
 // The end of the span never comes before its start.
 TEST(FilterBody, StartBehindTheEndMakesItEmpty) {
     const std::string message = crlf(
@@ -142,8 +160,8 @@ TEST(FilterBody, StartBehindTheEndMakesItEmpty) {
         "Content-Type: text/plain\n\n" +
         std::string(9000, 't'));
     OpenFilter filter(message);
-    ASSERT_EQ(filter.opened().partCount, 1);
-    filter.opened().parts[0].end = filter.opened().parts[0].start + 5;
+    ASSERT_EQ(filter.opened().parts.bodies.count, 1);
+    filter.opened().parts.bodies.records[0].end = filter.opened().parts.bodies.records[0].start + 5;
     BodySpan span{};
     ASSERT_EQ(getBody(filter.opened(), span), EML_OK);
     EXPECT_EQ(span.start, static_cast<int32_t>(message.find("tttt")));

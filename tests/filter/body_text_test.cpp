@@ -9,6 +9,7 @@
 #include <random>
 
 #include "filter/record_stream.h"
+#include "filter/transfer_decoders.h"
 #include "reference/filter_text.h"
 #include "support/opened_message.h"
 
@@ -22,7 +23,7 @@ using reference::lineBreakRecord;
 using reference::tabRecord;
 using reference::textRecord;
 
-// A context whose input stands in a block of exactly its own size and the byte behind it.
+// A context whose input stands in a block of exactly its own size and the byte after it.
 struct Body {
     explicit Body(const std::string& bytes, char behind = '\0', HostOptions options = {})
         : host(bytes, options),
@@ -33,39 +34,39 @@ struct Body {
         context->services = &host.services();
         context->io = &host.input();
         context->kernels = &chooseKernels();
-        context->carryPos = context->carry;
-        context->readPos = input.data();
-        context->inputEnd = input.data() + bytes.size();
+        context->input.carryPos = context->input.carry;
+        context->input.readPos = input.data();
+        context->input.end = input.data() + bytes.size();
         EXPECT_NE(host.input().open(&host.input()), 0);
     }
     ~Body() {
-        context->decodeBuffer.release(host.services().allocator);
-        context->fieldBuffer.release(host.services().allocator);
+        context->body.decoded.release(host.services().allocator);
+        context->request.value.release(host.services().allocator);
     }
     Body(const Body&) = delete;
     Body& operator=(const Body&) = delete;
 
     // The body is in the file, not in the buffer.
     void inFile() {
-        context->bodyLength = static_cast<int32_t>(input.size() - 1);
-        context->inBody = 1;
+        context->body.length = static_cast<int32_t>(input.size() - 1);
+        context->body.running = true;
         forgetInput(*context);
     }
 
     void open(std::vector<uint8_t>& buffer, size_t capacity, size_t limit) {
         buffer.assign(capacity + 32, uint8_t{0xA5});
         openRecordOutput(*context, buffer.data(), capacity, static_cast<int32_t>(limit));
-        context->bufferFull = 0;
-        context->stagingPending = 0;
+        context->output.full = false;
+        context->body.textWaits = false;
     }
 
     [[nodiscard]] std::string written() const {
-        return std::string(reinterpret_cast<const char*>(context->outStart), recordBytes(*context));
+        return std::string(reinterpret_cast<const char*>(context->output.start), recordBytes(*context));
     }
 
     [[nodiscard]] std::string field() const {
-        return std::string(reinterpret_cast<const char*>(context->fieldBuffer.data),
-                           context->fieldBuffer.length);
+        return std::string(reinterpret_cast<const char*>(context->request.value.data),
+                           context->request.value.length);
     }
 
     RecordingHost host;
@@ -77,19 +78,19 @@ std::string streamed(const std::string& bytes, char behind = '\0') {
     Body body(bytes, behind);
     std::vector<uint8_t> buffer;
     body.open(buffer, 100000, 90000);
-    EXPECT_EQ(processEMLplainbody(*body.context, false), 1U);
-    EXPECT_EQ(body.context->bufferFull, 0U);
-    EXPECT_EQ(body.context->stagingPending, 0U);
-    EXPECT_EQ(body.context->readPos, body.context->inputEnd);
-    EXPECT_EQ(body.context->messageOffset, static_cast<int32_t>(bytes.size()))
+    EXPECT_TRUE(processEMLplainbody(*body.context, false));
+    EXPECT_FALSE(body.context->output.full);
+    EXPECT_FALSE(body.context->body.textWaits);
+    EXPECT_EQ(body.context->input.readPos, body.context->input.end);
+    EXPECT_EQ(body.context->body.converted, static_cast<int32_t>(bytes.size()))
         << "bytes that are dropped count";
     return body.written();
 }
 
 std::string gathered(const std::string& bytes, char behind = '\0') {
     Body body(bytes, behind);
-    EXPECT_EQ(processEMLplainbody(*body.context, true), 1U);
-    EXPECT_EQ(body.context->bufferFull, 0U);
+    EXPECT_TRUE(processEMLplainbody(*body.context, true));
+    EXPECT_FALSE(body.context->output.full);
     return body.field();
 }
 
@@ -175,16 +176,17 @@ void expectPiecesLikeTheReference(const std::string& bytes, size_t capacity, siz
     for (int call = 0; call < 60; ++call) {
         std::vector<uint8_t> buffer;
         body.open(buffer, capacity, limit);
-        const uint8_t* const before = body.context->readPos;
-        ASSERT_EQ(processEMLplainbody(*body.context, false), 1U);
+        const uint8_t* const before = body.context->input.readPos;
+        ASSERT_TRUE(processEMLplainbody(*body.context, false));
         reference::Buffer model{capacity, limit, {}, false};
         (void)reference::convert(rest, model);
         ASSERT_EQ(body.written(), model.bytes) << call;
-        ASSERT_EQ(body.context->bufferFull, model.full ? 1U : 0U) << call;
-        ASSERT_EQ(body.context->stagingPending, model.full ? 1U : 0U) << call;
-        ASSERT_EQ(static_cast<size_t>(body.context->inputEnd - body.context->readPos), rest.size()) << call;
+        ASSERT_EQ(body.context->output.full, model.full) << call;
+        ASSERT_EQ(body.context->body.textWaits, model.full) << call;
+        ASSERT_EQ(static_cast<size_t>(body.context->input.end - body.context->input.readPos), rest.size())
+            << call;
         for (size_t i = model.bytes.size(); i < buffer.size(); ++i) ASSERT_EQ(buffer[i], 0xA5) << call;
-        if (!model.full || body.context->readPos == before) return;
+        if (!model.full || body.context->input.readPos == before) return;
     }
 }
 
@@ -208,12 +210,12 @@ TEST(PlainText, RunIsCutToTheTextThatIsLeftItsHeaderNotCounted) {
     Body body(std::string(100, 'x'));
     std::vector<uint8_t> buffer;
     body.open(buffer, 1000, 60);
-    EXPECT_EQ(processEMLplainbody(*body.context, false), 1U);
+    EXPECT_TRUE(processEMLplainbody(*body.context, false));
     EXPECT_EQ(body.written(), textRecord(std::string(60, 'x')));
-    EXPECT_EQ(body.context->bufferFull, 1U);
-    EXPECT_EQ(body.context->stagingPending, 1U);
-    EXPECT_EQ(body.context->inputEnd - body.context->readPos, 40);
-    EXPECT_EQ(body.context->messageOffset, 60);
+    EXPECT_TRUE(body.context->output.full);
+    EXPECT_TRUE(body.context->body.textWaits);
+    EXPECT_EQ(body.context->input.end - body.context->input.readPos, 40);
+    EXPECT_EQ(body.context->body.converted, 60);
 }
 
 // Every flush is cut, not only the last one.
@@ -221,14 +223,48 @@ TEST(PlainText, RunBeforeALineEndIsCutToo) {
     Body body(std::string(30, 'a') + "\n" + std::string(30, 'b') + "\ncc");
     std::vector<uint8_t> buffer;
     body.open(buffer, 1000, 60);
-    EXPECT_EQ(processEMLplainbody(*body.context, false), 1U);
+    EXPECT_TRUE(processEMLplainbody(*body.context, false));
     EXPECT_EQ(body.written(),
               textRecord(std::string(30, 'a')) + lineBreakRecord() + textRecord(std::string(16, 'b')));
-    EXPECT_EQ(body.context->bufferFull, 1U);
+    EXPECT_TRUE(body.context->output.full);
     body.open(buffer, 1000, 60);
-    EXPECT_EQ(processEMLplainbody(*body.context, false), 1U);
+    EXPECT_TRUE(processEMLplainbody(*body.context, false));
     EXPECT_EQ(body.written(), textRecord(std::string(14, 'b')) + lineBreakRecord() + textRecord("cc"));
-    EXPECT_EQ(body.context->bufferFull, 0U);
+    EXPECT_FALSE(body.context->output.full);
+}
+
+// Whether the output is full is looked at before each byte, not between a run and the byte that ends it:
+// a run that is not cut takes that byte along. A run that is cut ends the call.
+TEST(PlainText, RunThatFillsTheOutputTakesTheByteBehindItAlong) {
+    const std::string run(60, 'x');
+    struct Row {
+        std::string bytes;
+        size_t capacity;
+        std::string records;
+        ptrdiff_t left;
+    };
+    const Row rows[] = {
+        {run + "\nyy", 1000, textRecord(run) + lineBreakRecord(), 2},
+        {run + "\r\nyy", 1000, textRecord(run) + lineBreakRecord(), 2},
+        {run + "\tyy", 1000, textRecord(run) + tabRecord(), 2},
+        {run + "\0yy"s, 1000, textRecord(run), 2},
+        {run + "\n\nyy", 1000, textRecord(run) + lineBreakRecord(), 3},
+        {run + "x\nyy", 1000, textRecord(run), 4},
+        {run + "\n", 1000, textRecord(run) + lineBreakRecord(), 0},
+        // A record for which there is no room is left to the next call.
+        {run + "\nyy", 73, textRecord(run), 3},
+        {run + "\nyy", 74, textRecord(run) + lineBreakRecord(), 2},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(escaped(row.bytes) + " at " + std::to_string(row.capacity));
+        Body body(row.bytes);
+        std::vector<uint8_t> buffer;
+        body.open(buffer, row.capacity, 60);
+        EXPECT_TRUE(processEMLplainbody(*body.context, false));
+        EXPECT_EQ(escaped(body.written()), escaped(row.records));
+        EXPECT_EQ(body.context->input.end - body.context->input.readPos, row.left);
+        EXPECT_EQ(body.context->output.full, row.left != 0);
+    }
 }
 
 // KEPT rule: what a cut leaves as a single last byte is dropped by the next call.
@@ -236,51 +272,52 @@ TEST(PlainText, SingleByteThatACutLeavesIsDropped) {
     Body body(std::string(61, 'x'));
     std::vector<uint8_t> buffer;
     body.open(buffer, 1000, 60);
-    EXPECT_EQ(processEMLplainbody(*body.context, false), 1U);
-    EXPECT_EQ(body.context->bufferFull, 1U);
+    EXPECT_TRUE(processEMLplainbody(*body.context, false));
+    EXPECT_TRUE(body.context->output.full);
     body.open(buffer, 1000, 60);
-    EXPECT_EQ(processEMLplainbody(*body.context, false), 1U);
+    EXPECT_TRUE(processEMLplainbody(*body.context, false));
     EXPECT_EQ(body.written(), "");
-    EXPECT_EQ(body.context->readPos, body.context->inputEnd);
-    EXPECT_EQ(body.context->messageOffset, 61);
+    EXPECT_EQ(body.context->input.readPos, body.context->input.end);
+    EXPECT_EQ(body.context->body.converted, 61);
 }
 
 TEST(PlainText, RunThatJustFitsIsNoCut) {
     Body body(std::string(60, 'x'));
     std::vector<uint8_t> buffer;
     body.open(buffer, 1000, 60);
-    EXPECT_EQ(processEMLplainbody(*body.context, false), 1U);
+    EXPECT_TRUE(processEMLplainbody(*body.context, false));
     EXPECT_EQ(body.written(), textRecord(std::string(60, 'x')));
-    EXPECT_EQ(body.context->bufferFull, 0U);
-    EXPECT_EQ(body.context->stagingPending, 0U);
+    EXPECT_FALSE(body.context->output.full);
+    EXPECT_FALSE(body.context->body.textWaits);
 }
 
 TEST(PlainText, WhileStagingNothingCountsAsFull) {
     Body body(std::string(20000, 'x') + "\n\t" + std::string(20000, 'y'));
     ASSERT_EQ(beginStaging(*body.context), EML_OK);
-    EXPECT_EQ(processEMLplainbody(*body.context, false), 1U);
+    EXPECT_TRUE(processEMLplainbody(*body.context, false));
     EXPECT_EQ(body.written(), textRecord(std::string(20000, 'x')) + lineBreakRecord() + tabRecord() +
                                   textRecord(std::string(20000, 'y')));
-    EXPECT_EQ(body.context->bufferFull, 0U);
+    EXPECT_FALSE(body.context->output.full);
     releaseStaging(*body.context);
 }
 
 TEST(PlainText, FieldTextIsAppendedToWhatIsThere) {
     Body body("bcd");
     EmlAllocator& allocator = body.host.services().allocator;
-    ASSERT_EQ(body.context->fieldBuffer.append(allocator, reinterpret_cast<const uint8_t*>("a"), 1), EML_OK);
-    EXPECT_EQ(processEMLplainbody(*body.context, true), 1U);
+    ASSERT_EQ(body.context->request.value.append(allocator, reinterpret_cast<const uint8_t*>("a"), 1),
+              EML_OK);
+    EXPECT_TRUE(processEMLplainbody(*body.context, true));
     EXPECT_EQ(body.field(), "abcd");
 }
 
 TEST(PlainText, MemoryThatRunsOutIsTold) {
     Body field("abc");
     field.host.journal().fail(Entry::kAllocate, {1, true});
-    EXPECT_EQ(processEMLplainbody(*field.context, true), 0U);
+    EXPECT_FALSE(processEMLplainbody(*field.context, true));
     Body staged(std::string(5000, 'x'));
     ASSERT_EQ(beginStaging(*staged.context), EML_OK);
     staged.host.journal().fail(Entry::kReallocate, {1, true});
-    EXPECT_EQ(processEMLplainbody(*staged.context, false), 0U);
+    EXPECT_FALSE(processEMLplainbody(*staged.context, false));
 }
 
 // ---- the decoders
@@ -289,7 +326,7 @@ using Step = EmlResult (*)(EmlFilterContext&, bool);
 
 // A value in the buffer, as header fields give it.
 std::string decodedField(Step step, const std::string& bytes) {
-    // What stands behind the encoded text must not matter: a zero byte is put behind the decoded one.
+    // What stands after the encoded text must not matter: a zero byte is put after the decoded one.
     Body body(bytes, '?');
     EXPECT_EQ(step(*body.context, true), EML_OK);
     EXPECT_EQ(body.host.journal().calls(Entry::kInputRead), 0U) << "only what is in the buffer";
@@ -303,8 +340,8 @@ std::string decodedBody(Step step, const std::string& bytes, ReadStyle style = R
     std::vector<uint8_t> buffer;
     body.open(buffer, 1000000, 900000);
     EXPECT_EQ(step(*body.context, false), EML_OK);
-    EXPECT_EQ(body.context->readPos, body.context->inputEnd);
-    EXPECT_EQ(body.context->messageOffset, body.context->bodyLength);
+    EXPECT_EQ(body.context->input.readPos, body.context->input.end);
+    EXPECT_EQ(body.context->body.converted, body.context->body.length);
     return body.written();
 }
 
@@ -435,7 +472,7 @@ TEST(DecodedText, ReadsOfTheFileDoNotShow) {
     }
 }
 
-// Both decoders put a zero byte behind what they decoded, so that a single last byte is dropped.
+// Both decoders put a zero byte after what they decoded, so that a single last byte is dropped.
 TEST(DecodedText, SingleLastByteIsDropped) {
     EXPECT_EQ(decodedField(processEMLqpbody, "a"), "");
     EXPECT_EQ(decodedField(processEMLqpbody, "=41"), "");
@@ -465,7 +502,7 @@ TEST(DecodedText, FullBufferGoesOnWhereItStopped) {
             std::vector<uint8_t> buffer;
             body.open(buffer, 141, 20);
             // A resumed fill is told by bufferFull.
-            body.context->bufferFull = first ? 0 : 1;
+            body.context->output.full = first ? 0 : 1;
             ASSERT_EQ(step(*body.context, false), EML_OK);
             reference::Buffer model{141, 20, {}, false};
             (void)reference::convert(rest, model);
@@ -492,7 +529,7 @@ TEST(DecodedText, CodesOfAllocationsThatFail) {
         Body growing(body);
         growing.host.journal().fail(Entry::kReallocate, {1, false});
         EXPECT_EQ(decoder.step(*growing.context, true), decoder.growth) << decoder.name << ", growth";
-        EXPECT_EQ(growing.context->decodeBuffer.data, nullptr) << "the old block is lost by rule";
+        EXPECT_EQ(growing.context->body.decoded.data, nullptr) << "the old block is lost by rule";
         EXPECT_EQ(growing.host.heap().lostBlocks(), 1U);
 
         Body field("QUJDREVG");

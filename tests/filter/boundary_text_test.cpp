@@ -14,7 +14,7 @@ namespace {
 
 // "(none)" when no boundary is stored.
 std::string boundaryOf(const EmlFilterContext& context) {
-    return context.boundary == nullptr ? "(none)" : context.boundary;
+    return context.boundary.text == nullptr ? "(none)" : context.boundary.text;
 }
 
 struct Row {
@@ -53,7 +53,7 @@ TEST(FilterBoundary, IsAParameterOfTheField) {
         ASSERT_NE(filter.context(), nullptr) << row.value;
         EXPECT_EQ(boundaryOf(filter.opened()), row.boundary) << row.value;
         if (row.boundary != "(none)") {
-            EXPECT_EQ(filter.opened().boundaryLength, static_cast<int32_t>(row.boundary.size()));
+            EXPECT_EQ(filter.opened().boundary.length, static_cast<int32_t>(row.boundary.size()));
         }
     }
 }
@@ -123,17 +123,17 @@ TEST(FilterBoundary, FirstOneStaysSaveForTheseTypes) {
         ASSERT_NE(filter.context(), nullptr);
         EmlFilterContext& context = filter.opened();
         EXPECT_EQ(boundaryOf(context), row.afterScan) << row.outer << ", " << row.inner;
-        if (context.partCount == 0) continue;
+        if (context.parts.bodies.count == 0) continue;
         BodySpan span{};
         EXPECT_EQ(getBody(context, span), EML_OK);
         EXPECT_EQ(boundaryOf(context), row.afterScan) << "a search keeps what it finds to itself";
 
         const std::string header =
             "Content-Type: " + std::string(row.inner) + "; boundary=inner\r\n\r\n text";
-        std::memcpy(context.input, header.c_str(), header.size() + 1);
-        context.inputEnd = context.input + header.size();
-        const uint8_t* position = context.input;
-        EXPECT_EQ(decodeContentType(context, position, false), 1U);
+        std::memcpy(context.input.buffer, header.c_str(), header.size() + 1);
+        context.input.end = context.input.buffer + header.size();
+        const uint8_t* position = context.input.buffer;
+        EXPECT_EQ(decodeContentType(context, position, false), EML_OK);
         EXPECT_EQ(boundaryOf(context), row.inSearch) << row.outer << ", " << row.inner;
     }
 }

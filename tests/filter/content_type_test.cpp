@@ -18,8 +18,8 @@ std::string repeated(std::string_view text, size_t count) {
 // The names of the attachments, each in brackets.
 std::string namesOf(const EmlFilterContext& context) {
     std::string names;
-    for (int32_t i = 0; i < context.attachmentCount; ++i)
-        names.append("[").append(context.attachments[i].fileName).append("]");
+    for (int32_t i = 0; i < context.parts.attachments.count; ++i)
+        names.append("[").append(context.parts.attachments.records[i].fileName).append("]");
     return names;
 }
 
@@ -66,10 +66,10 @@ TEST(FilterType, IsKeptAsTheHeaderHasIt) {
             withHeader(std::string("Content-Type: ") + row.value + "\nX-Other: a longer field"));
         ASSERT_NE(filter.context(), nullptr) << row.value;
         EXPECT_EQ(filter.opened().contentType, row.type) << row.value;
-        const char* const boundary = filter.opened().boundary;
+        const char* const boundary = filter.opened().boundary.text;
         EXPECT_EQ(boundary != nullptr ? boundary : "", row.boundary) << row.value;
         EXPECT_EQ(filter.opened().signedMessage, row.type == "multipart/signed" ? 1U : 0U) << row.value;
-        EXPECT_EQ(filter.opened().encrypted, 0U) << row.value;
+        EXPECT_FALSE(filter.opened().encrypted) << row.value;
     }
 }
 
@@ -158,7 +158,7 @@ TEST(FilterAttachment, FirstFieldOfEachKindCounts) {
     });
     OpenFilter filter(
         withHeader("Content-Transfer-Encoding: base64\nContent-Transfer-Encoding: quoted-printable"));
-    EXPECT_EQ(filter.opened().transferEncoding, 4U);
+    EXPECT_EQ(codeOf(filter.opened().transferEncoding), 4U);
 }
 
 TEST(FilterAttachment, SignatureIsNone) {
@@ -173,12 +173,12 @@ TEST(FilterAttachment, SignatureIsNone) {
 TEST(FilterAttachment, EncryptedPartIsAnOrdinaryOne) {
     expectNames({{"Content-Type: application/pkcs7-mime; name=smime.p7m", "[smime.p7m]"}});
     OpenFilter nested(withParts({"Content-Type: application/pkcs7-mime; name=smime.p7m"}));
-    EXPECT_EQ(nested.opened().encrypted, 0U);
+    EXPECT_FALSE(nested.opened().encrypted);
     OpenFilter message(withHeader("Content-Type: Application/PKCS7-MIME; name=smime.p7m"));
-    EXPECT_EQ(message.opened().encrypted, 1U);
+    EXPECT_TRUE(message.opened().encrypted);
     EXPECT_EQ(emlGetFileNumber(message.context()), 0);
     OpenFilter other(withHeader("Content-Type: application/pkcs7-mimes; name=smime.p7m"));
-    EXPECT_EQ(other.opened().encrypted, 0U);
+    EXPECT_FALSE(other.opened().encrypted);
     EXPECT_EQ(emlGetFileNumber(other.context()), 1);
 }
 
@@ -188,8 +188,8 @@ TEST(FilterAttachment, ReportIsNamedByItsIndexAndHasTheTypeBefore) {
                                  "Content-Type: message/delivery-status",
                                  "Content-Type: Message/Delivery-Status; name=x"}));
     EXPECT_EQ(namesOf(filter.opened()), "[n][zt1.tmp][zt2.tmp]");
-    EXPECT_STREQ(filter.opened().attachments[1].contentType, "image/x");
-    EXPECT_STREQ(filter.opened().attachments[2].contentType, "image/x");
+    EXPECT_STREQ(filter.opened().parts.attachments.records[1].contentType, "image/x");
+    EXPECT_STREQ(filter.opened().parts.attachments.records[2].contentType, "image/x");
 }
 
 TEST(FilterAttachment, RecordSaysWhereAndWhatItIs) {
@@ -197,10 +197,10 @@ TEST(FilterAttachment, RecordSaysWhereAndWhatItIs) {
         {"Content-Type: text/plain", "Content-Type: image/x; name=n\nContent-Transfer-Encoding: base64"});
     OpenFilter filter(message);
     ASSERT_EQ(emlGetFileNumber(filter.context()), 1);
-    const EmlAttachment& attachment = filter.opened().attachments[0];
+    const EmlAttachment& attachment = filter.opened().parts.attachments.records[0];
     EXPECT_EQ(attachment.offset, message.rfind("content"));
     EXPECT_EQ(attachment.size, -1);
-    EXPECT_EQ(attachment.encoding, 4U);
+    EXPECT_EQ(codeOf(attachment.encoding), 4U);
     EXPECT_STREQ(attachment.contentType, "image/x");
     EXPECT_EQ(attachment.partIndex, 1U);
 }
@@ -218,7 +218,7 @@ TEST(FilterEncoding, IsTheValueThatTheFieldBeginsWith) {
     };
     for (const Row& row : kRows) {
         OpenFilter filter(withHeader(std::string("Content-Transfer-Encoding:") + row.value));
-        EXPECT_EQ(filter.opened().transferEncoding, row.encoding) << row.value;
+        EXPECT_EQ(codeOf(filter.opened().transferEncoding), row.encoding) << row.value;
     }
 }
 
@@ -257,7 +257,7 @@ TEST(FilterCharset, IsTheFirstOneOfTheMessage) {
     for (const Row& row : kRows) {
         OpenFilter filter(withHeader(row.header));
         EXPECT_EQ(filter.opened().charset, row.charset) << row.header;
-        EXPECT_EQ(filter.opened().charsetTaken != 0, row.taken) << row.header;
+        EXPECT_EQ(filter.opened().charsetTaken, row.taken) << row.header;
     }
 }
 
@@ -284,7 +284,7 @@ TEST(FilterCharset, NameIsCutAfter63Characters) {
 TEST(FilterCharset, TypeWithTheTwoLettersHidesIt) {
     OpenFilter filter(withHeader("Content-Type: text/x-chemical; charset=koi8-r"));
     EXPECT_EQ(filter.opened().charset, 7U);
-    EXPECT_EQ(filter.opened().charsetTaken, 0U);
+    EXPECT_FALSE(filter.opened().charsetTaken);
 }
 
 // A keyword counts only when something follows it in the buffer.
@@ -318,8 +318,8 @@ TEST(FilterKeyword, AtTheVeryEndOfTheMessageIsAbsent) {
         OpenFilter filter(row.message);
         ASSERT_NE(filter.context(), nullptr) << row.message;
         EXPECT_EQ(filter.opened().contentType, row.type) << row.message;
-        EXPECT_EQ(filter.opened().transferEncoding, row.encoding) << row.message;
-        EXPECT_EQ(filter.opened().charsetTaken != 0, row.charsetTaken) << row.message;
+        EXPECT_EQ(codeOf(filter.opened().transferEncoding), row.encoding) << row.message;
+        EXPECT_EQ(filter.opened().charsetTaken, row.charsetTaken) << row.message;
         EXPECT_EQ(emlGetFileNumber(filter.context()), row.attachments) << row.message;
         EXPECT_EQ(filter.opened().mimeIndicator, row.mime) << row.message;
     }
@@ -328,13 +328,13 @@ TEST(FilterKeyword, AtTheVeryEndOfTheMessageIsAbsent) {
 TEST(FilterKeyword, EncodingAtTheVeryEndOfTheMessageIsAbsent) {
     for (const char* const value : {"7bit", "8bit", "base64", "quoted-printable"}) {
         OpenFilter filter(std::string("Content-Transfer-Encoding: ") + value);
-        EXPECT_EQ(filter.opened().transferEncoding, 0U) << value;
+        EXPECT_EQ(codeOf(filter.opened().transferEncoding), 0U) << value;
     }
 }
 
 TEST(FilterKeyword, CharsetAtTheVeryEndOfTheMessageIsAbsent) {
     OpenFilter filter("Content-Type: text/plain; charset=");
-    EXPECT_EQ(filter.opened().charsetTaken, 0U);
+    EXPECT_FALSE(filter.opened().charsetTaken);
     EXPECT_EQ(filter.opened().charset, 7U);
 }
 
@@ -352,23 +352,23 @@ TEST(FilterHeaderBlock, WithoutAnEmptyLineHasNoLength) {
     EXPECT_EQ(filter.opened().headerLength, 0);
 }
 
-// The first line is read before anything is taken for an empty line.
+// The first line is read before anything is treated as an empty line.
 TEST(FilterHeaderBlock, EmptyFirstLineDoesNotEndIt) {
     OpenFilter filter("\r\nSubject: x\r\n\r\ntext\r\n");
     EXPECT_EQ(filter.opened().headerLength, 14);
 }
 
-// Behind all three fields of a part only a line that begins as line ends of the message do ends the header.
+// After all three fields of a part only a line that begins as line ends of the message do ends the header.
 TEST(FilterHeaderBlock, BehindItsThreeFieldsLinesArePassedUnread) {
     const std::string top = "Content-Type: multipart/mixed; boundary=b\r\n\r\n--b\r\n";
     const std::string two = "Content-Type: image/x; name=n\r\nContent-Transfer-Encoding: base64\r\n";
     const std::string three = two + "Content-Disposition: inline\r\n";
     const std::string rest = "Mime-Version: 1.0\r\n\nX-Other: 1\r\n\r\ncontent\r\n--b--\r\n";
     OpenFilter shorter(top + two + rest);
-    EXPECT_EQ(shorter.opened().attachments[0].offset, (top + two).size() + 20);
+    EXPECT_EQ(shorter.opened().parts.attachments.records[0].offset, (top + two).size() + 20);
     EXPECT_EQ(shorter.opened().mimeIndicator, 1U);
     OpenFilter longer(top + three + rest);
-    EXPECT_EQ(longer.opened().attachments[0].offset, (top + three + rest).find("content"));
+    EXPECT_EQ(longer.opened().parts.attachments.records[0].offset, (top + three + rest).find("content"));
     EXPECT_EQ(longer.opened().mimeIndicator, 4U);
 }
 
@@ -380,15 +380,15 @@ TEST(FilterHeaderBlock, BeginsAnewInEveryInputBuffer) {
 
     OpenFilter first(fields + filler + end);
     EXPECT_EQ(first.opened().headerLength, static_cast<int32_t>((fields + filler).size()));
-    EXPECT_EQ(first.opened().transferEncoding, 0U);
+    EXPECT_EQ(codeOf(first.opened().transferEncoding), 0U);
     ASSERT_EQ(emlGetFileNumber(first.context()), 1);
-    EXPECT_EQ(first.opened().attachments[0].encoding, 4U);
-    EXPECT_LT(first.opened().attachments[0].offset, 4097U);
+    EXPECT_EQ(codeOf(first.opened().parts.attachments.records[0].encoding), 4U);
+    EXPECT_LT(first.opened().parts.attachments.records[0].offset, 4097U);
 
     OpenFilter last(filler + fields + end);
-    EXPECT_EQ(last.opened().transferEncoding, 4U);
+    EXPECT_EQ(codeOf(last.opened().transferEncoding), 4U);
     ASSERT_EQ(emlGetFileNumber(last.context()), 1);
-    EXPECT_EQ(last.opened().attachments[0].offset, (filler + fields).size() + 2);
+    EXPECT_EQ(last.opened().parts.attachments.records[0].offset, (filler + fields).size() + 2);
 
     // Two records without a part: the message counts as empty.
     OpenFilter both(fields + filler + fields + end);

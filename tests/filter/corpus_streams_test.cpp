@@ -77,7 +77,7 @@ TEST(FilterCorpus, StreamsAddUpAndGiveOneText) {
         std::string whole;
         for (const uint32_t capacity : {65536U, 4096U, 256U, 141U}) {
             const std::string stream = filter.stream(capacity);
-            if (filter.opened().encrypted != 0) {
+            if (filter.opened().encrypted) {
                 EXPECT_EQ(filter.fillResult(), EML_ENCRYPTED);
                 EXPECT_EQ(stream, "");
                 continue;
@@ -95,7 +95,7 @@ TEST(FilterCorpus, StreamsAddUpAndGiveOneText) {
                 continue;
             const int32_t missing = std::max(missingBytes(whole, text), missingBytes(text, whole));
             EXPECT_GE(missing, 1) << capacity;
-            EXPECT_LE(missing, filter.opened().bodyLength / 4096) << capacity;
+            EXPECT_LE(missing, filter.opened().body.length / 4096) << capacity;
         }
     }
     RecordProperty("streams_that_lack_a_byte", differing);

@@ -79,14 +79,14 @@ TEST(FilterFieldValue, TwoWordsInOneCharsetHaveNothingBetweenThem) {
                    "bc\xB6"}});
 }
 
-// KEPT: behind a word the charset is the default one, whatever the charset of the message is.
+// KEPT: after a word the charset is the default one, whatever the charset of the message is.
 TEST(FilterFieldValue, WordInAMessageOfAnotherCharsetIsFollowedByTheDefault) {
     EXPECT_EQ(headerRecords("Content-Type: text/plain; charset=koi8-r\r\n"
                             "Subject: one =?iso-8859-2?Q?two?= =?koi8-r?Q?three?=\r\n\r\n"),
               "*'Subject:'*\\t\\t' one '{5}'two'{7}{6}'three'{7}\\n");
 }
 
-// A decoded text goes through the step for plain text, with a zero byte behind it.
+// A decoded text goes through the step for plain text, with a zero byte after it.
 TEST(FilterFieldValue, DecodedTextIsTreatedAsABody) {
     expectValues({
         {"a single byte is dropped", "=?iso-8859-2?Q?a?=", "{5}{7}", ""},
@@ -105,6 +105,11 @@ TEST(FilterFieldValue, MalformedWordsShowWhatTheyCan) {
     expectValues({
         {"no second question mark: no more of the line", "ab =?iso-8859-2 cd", "'ab '", "ab "},
         {"the next line goes on", "ab =?iso-8859-2 cd\r\n ef", "'ab ''ef'", "ab ef"},
+        {"no second question mark: the charset is announced all the same", "ab =?iso-8859-2", "'ab '{5}{7}",
+         "ab "},
+        {"and the next line goes on", "=?koi8-r\r\n ef", "{6}{7}'ef'", "ef"},
+        {"the default charset is not", "=?us-ascii\r\n ef", "'ef'", "ef"},
+        {"nor is a name that is too long", "=?koi8-r" + std::string(60, 'x'), "", ""},
         {"the letter has no question mark behind it", "=?iso-8859-2?Qab?=", "{5}'ab'{7}", "ab"},
         {"no end: to the end of the line", "=?us-ascii?Q?ab cd", "'ab cd'", "ab cd"},
         {"no end: not to the next line", "=?us-ascii?Q?ab\r\n cd?=", "'ab''cd?='", "abcd?="},
@@ -145,6 +150,7 @@ TEST(FilterFieldValue, ZeroByteEndsIt) {
         {"in text", "ab" + zero + "cd", "'ab'", "ab"},
         {"in a word", "=?us-ascii?Q?ab" + zero + "cd?=", "'ab'", "ab"},
         {"in the name of a charset", "=?us" + zero + "-ascii?Q?cd?=", "", ""},
+        {"in the name of a charset that is announced", "=?koi8-r" + zero + "?Q?cd?=", "{6}{7}", ""},
         {"what continues it is lost", "ab" + zero + "\r\n cd", "'ab'", "ab"},
     });
 }

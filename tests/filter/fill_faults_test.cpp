@@ -106,7 +106,7 @@ TEST(FillFaults, StagingThatCannotGrowAtAnyRecord) {
     EXPECT_EQ(fits + noMemory + inWord, 450U);
 }
 
-// KEPT rules: which of the two codes a decoder gives, and that behind the base64 step the result of the
+// KEPT rules: which of the two codes a decoder gives, and that after the base64 step the result of the
 // quoted-printable step is the one that counts.
 TEST(FillFaults, CodesOfTheDecoders) {
     const std::string header = "To: b\r\nContent-Transfer-Encoding: ";
@@ -133,7 +133,7 @@ TEST(FillFaults, CodesOfTheDecoders) {
             << "both steps fail";
     }
     {
-        // Behind a growth that failed nothing is left to read: the text is lost, and the result is that of
+        // After a growth that failed nothing is left to read: the text is lost, and the result is that of
         // the quoted-printable step.
         OpenedFilter filter(header + "base64\r\n\r\n" + std::string(12000, 'A'));
         const Conversion conversion = filter.convertWithFault(Entry::kReallocate, 1);

@@ -2,7 +2,7 @@
 // them.
 #include <gtest/gtest.h>
 
-#include "filter/filter_context.h"
+#include "filter/open_filter.h"
 #include "filter/stream_walk.h"
 #include "reference/filter_text.h"
 
@@ -13,7 +13,7 @@ using namespace std::string_literals;
 
 constexpr uint32_t kLarge = 1 << 20;
 
-// What a message's stream shows behind its prologue, and the last charset record with the text behind it.
+// What a message's stream shows after its prologue, and the last charset record with the text after it.
 std::string shownText(EmlFilterContext* context, uint32_t fillFlags = 0) {
     const std::string bytes = convertAll(context, kLarge, fillFlags).bytes();
     return bytes.size() < 132 ? "(none)" : textOfStream(std::string_view(bytes).substr(132));
@@ -61,6 +61,7 @@ TEST(FillArguments, SizeIsSetOnEveryPath) {
     StreamHost host(kMessage);
     StreamHost root(kMessage, EML_OPEN_ROOT_FOLDER);
     StreamHost encrypted("Content-Type: application/pkcs7-mime\r\n\r\nMIIB\r\n");
+    StreamHost both("Content-Type: application/pkcs7-mime\r\n\r\nMIIB\r\n", EML_OPEN_ROOT_FOLDER);
     struct {
         const char* path;
         EmlFilterContext* context;
@@ -73,6 +74,10 @@ TEST(FillArguments, SizeIsSetOnEveryPath) {
         {"the root folder", root.context, 0, EML_OK},
         {"an attachment under the root folder", root.context, 2, EML_INVALID_ARGUMENT},
         {"an encrypted message", encrypted.context, 0, EML_ENCRYPTED},
+        {"another sub-file than the encrypted message", encrypted.context, 1, EML_INVALID_ARGUMENT},
+        {"the root folder of an encrypted message", both.context, 0, EML_OK},
+        {"an encrypted message under the root folder", both.context, 1, EML_ENCRYPTED},
+        {"another sub-file under that folder", both.context, 2, EML_INVALID_ARGUMENT},
     };
     for (const auto& test : cases) {
         const Call made = call(test.context, test.subFile, 4096, 0, 0);
@@ -155,7 +160,7 @@ TEST(FillProgress, GrowsWithTheBody) {
 }
 
 TEST(FillProgress, DoesNotOverflowInALargeBody) {
-    // Behind 21.4 MB a hundred times the offset does not fit in 31 bits, and behind 42.9 MB not in 32.
+    // After 21.4 MB a hundred times the offset does not fit in 31 bits, and after 42.9 MB not in 32.
     StreamHost host("\r\n" + std::string(50000000, 'x'));
     const Conversion conversion = convertAll(host.context, 1 << 20);
     EXPECT_TRUE(conversion.finished);
@@ -171,7 +176,7 @@ TEST(FillSteps, EmptyBodyIsFinishedInOneCall) {
         const Call made = call(host.context, 0, 4096, 0, 0);
         EXPECT_EQ(made.result, EML_OK);
         EXPECT_EQ(made.progress, 100U);
-        // The empty line behind the header is the body's first.
+        // The empty line after the header is the body's first.
         const char* const body = std::string_view(message).ends_with("\r\n\r\n") ? "\n" : "";
         EXPECT_EQ(textOfStream(made.bytes.substr(132)),
                   "{b}From:{/b}\t\t a\n{b}To:{/b}\t\t b\n{27:7}"s + body)
@@ -247,8 +252,8 @@ TEST(FillSteps, BodyOnlyLastsUntilACallSaysOtherwise) {
     StreamHost host(kMessage);
     EXPECT_EQ(shownText(host.context, EML_FILL_BODY_ONLY), "{27:7}\nsome text\n");
     // The call without flags leaves the choice alone.
-    host.context->prologuePending = 1;
-    host.context->inBody = 0;
+    host.context->prologuePending = true;
+    host.context->body.running = false;
     std::string buffer(4096, '\0');
     uint32_t size = 0;
     uint32_t progress = 0;
@@ -328,7 +333,7 @@ TEST(FillBody, AttachmentWithinTheTextEmptiesIt) {
     EXPECT_EQ(text.substr(0, 16), "{27:7}the text\n-") << "without an attachment the text is there";
 }
 
-// KEPT rule: the quoted-printable step runs behind the base64 step, and its result is the one that counts.
+// KEPT rule: the quoted-printable step runs after the base64 step, and its result is the one that counts.
 TEST(FillBody, QuotedPrintableStepBehindTheBase64StepGivesNothingMore) {
     // "=41" and "_" in the decoded text would show it.
     EXPECT_EQ(bodyText("Content-Transfer-Encoding: base64\r\n\r\nPTQxX2FiYw==\r\n"), "{27:7}=41_abc");
@@ -343,19 +348,6 @@ TEST(FillBody, EncodingsThatAreNoneOfTheTwoArePlain) {
     }
 }
 
-// An encoding that no header gives counts as none.
-TEST(FillBody, EncodingBeyondTheKnownOnesIsNone) {
-    StreamHost host("Subject: s\r\n\r\n=41\r\n");
-    const std::string expected = shownText(host.context);
-    Conversion conversion;
-    (void)fillOnce(host.context, 141, conversion, EML_FILL_RESTART);
-    ASSERT_EQ(host.context->inBody, 0U);
-    host.context->transferEncoding = 6;
-    while (!conversion.finished) (void)fillOnce(host.context, 141, conversion);
-    EXPECT_EQ(host.context->transferEncoding, 0U);
-    EXPECT_EQ(textOfStream(conversion.bytes().substr(132)), expected);
-}
-
 TEST(FillBody, MessageThatIsAnAttachmentHasNoText) {
     StreamHost host("Subject: s\r\nContent-Type: application/pdf; name=a.pdf\r\n\r\nPDF text\r\n");
     ASSERT_NE(host.context, nullptr);
@@ -367,11 +359,11 @@ TEST(FillBody, MessageThatIsAnAttachmentHasNoText) {
 std::string partsOf(const std::string& message) {
     StreamHost host(message);
     if (host.context == nullptr) return "(not opened)";
-    std::string text = "first " + std::to_string(host.context->firstPart);
-    for (int32_t i = 0; i < host.context->partCount; ++i) {
-        const EmlBodyPart& part = host.context->parts[i];
+    std::string text = "first " + std::to_string(host.context->parts.first);
+    for (int32_t i = 0; i < host.context->parts.bodies.count; ++i) {
+        const EmlBodyPart& part = host.context->parts.bodies.records[i];
         const auto start = static_cast<size_t>(part.start);
-        text += "; " + std::string(part.type) + " " + std::to_string(part.encoding) + " [" +
+        text += "; " + std::string(part.type) + " " + std::to_string(codeOf(part.encoding)) + " [" +
                 escaped(message.substr(start, static_cast<size_t>(part.end) - start)) + "]";
     }
     return text;
@@ -402,7 +394,7 @@ TEST(Parts, PartsWithAnAttachmentAreRecordedOneByOne) {
 }
 
 // KEPT rule: line-end pairs are two bytes also where line ends have one, so that LF at the end of the buffer
-// and the zero byte behind it are passed together: the last part ends at the boundary.
+// and the zero byte after it are passed together: the last part ends at the boundary.
 TEST(Parts, LineEndPairsAreTwoBytes) {
     EXPECT_EQ(partsOf("Subject: s\nContent-Type: multipart/mixed; boundary=b\n\n--b\nContent-Type: "
                       "text/plain\n\none\n--b--\n"),
@@ -444,17 +436,17 @@ TEST(Parts, OneAttachmentWithoutPartsMakesTwo) {
     StreamHost host(
         "Content-Type: application/pdf; name=a.pdf\r\nContent-Transfer-Encoding: base64\r\n\r\nQUJD\r\n");
     const EmlFilterContext& context = *host.context;
-    EXPECT_EQ(context.partCount, 2);
-    EXPECT_EQ(context.partCapacity, 2);
-    EXPECT_EQ(context.firstPart, 0);
+    EXPECT_EQ(context.parts.bodies.count, 2);
+    EXPECT_EQ(context.parts.bodies.capacity, 2);
+    EXPECT_EQ(context.parts.first, 0);
     const int32_t body = context.headerLength + 2;
-    EXPECT_EQ(context.parts[0].start, body);
-    EXPECT_EQ(context.parts[0].end, body);
-    EXPECT_EQ(context.parts[1].start, body);
-    EXPECT_EQ(context.parts[1].end, context.messageSize);
-    EXPECT_EQ(context.parts[1].encoding, 4U);
-    EXPECT_STREQ(context.parts[1].type, "application/pdf");
-    EXPECT_EQ(context.attachments[0].partIndex, 1U);
+    EXPECT_EQ(context.parts.bodies.records[0].start, body);
+    EXPECT_EQ(context.parts.bodies.records[0].end, body);
+    EXPECT_EQ(context.parts.bodies.records[1].start, body);
+    EXPECT_EQ(context.parts.bodies.records[1].end, context.messageSize);
+    EXPECT_EQ(codeOf(context.parts.bodies.records[1].encoding), 4U);
+    EXPECT_STREQ(context.parts.bodies.records[1].type, "application/pdf");
+    EXPECT_EQ(context.parts.attachments.records[0].partIndex, 1U);
 }
 
 TEST(Parts, BufferThatIsCutToNothingEndsTheScan) {
@@ -464,7 +456,7 @@ TEST(Parts, BufferThatIsCutToNothingEndsTheScan) {
                     "\r\n--b\r\nContent-Type: text/plain\r\n\r\n" + std::string(200, 'y') + "\r\n");
     ASSERT_NE(host.context, nullptr);
     EXPECT_EQ(host.context->messageSize, 4096) << "what the scan counted";
-    EXPECT_EQ(host.context->partCount, 0);
+    EXPECT_EQ(host.context->parts.bodies.count, 0);
 }
 
 TEST(Parts, ManyPartsAreAllRecorded) {
@@ -472,7 +464,7 @@ TEST(Parts, ManyPartsAreAllRecorded) {
     for (int i = 0; i < 1000; ++i)
         message += "--b\r\nContent-Type: image/png; name=a" + std::to_string(i) + "\r\n\r\nxx\r\n";
     StreamHost host(message + "--b--\r\n");
-    EXPECT_EQ(host.context->partCount, 1000);
+    EXPECT_EQ(host.context->parts.bodies.count, 1000);
     EXPECT_EQ(emlGetFileNumber(host.context), 1000);
 }
 

@@ -21,33 +21,33 @@ struct ReaderUnderTest {
         : host(message, options), context(std::make_unique<EmlFilterContext>()) {
         context->services = &host.services();
         context->io = &host.input();
-        context->carryPos = context->carry;
+        context->input.carryPos = context->input.carry;
         forgetInput(*context);
         EXPECT_NE(host.input().open(&host.input()), 0);
     }
 
     void setBoundary(const std::string& text) {
         boundary = text;
-        context->boundary = boundary.data();
-        context->boundaryLength = static_cast<int32_t>(boundary.size());
-        context->boundaryFinder =
+        context->boundary.text = boundary.data();
+        context->boundary.length = static_cast<int32_t>(boundary.size());
+        context->boundary.finder =
             SubstringFinder(reinterpret_cast<const uint8_t*>(boundary.data()), boundary.size());
     }
 
-    // The next piece; also holds what is true behind every read that does not serve from the carry-over area.
+    // The next piece; also holds what is true after every read that does not serve from the carry-over area.
     std::string read(int32_t size) {
         const int32_t count = readBuf(*context, size);
         EXPECT_GE(count, 0);
-        EXPECT_EQ(context->input[count], 0) << "a zero byte stands behind the data";
-        return std::string(reinterpret_cast<const char*>(context->input), static_cast<size_t>(count));
+        EXPECT_EQ(context->input.buffer[count], 0) << "a zero byte stands behind the data";
+        return std::string(reinterpret_cast<const char*>(context->input.buffer), static_cast<size_t>(count));
     }
 
     [[nodiscard]] std::string carried() const {
-        return std::string(reinterpret_cast<const char*>(context->carryPos),
-                           static_cast<size_t>(context->carryCount));
+        return std::string(reinterpret_cast<const char*>(context->input.carryPos),
+                           static_cast<size_t>(context->input.carryCount));
     }
 
-    [[nodiscard]] ptrdiff_t inputEnd() const { return context->inputEnd - context->input; }
+    [[nodiscard]] ptrdiff_t inputEnd() const { return context->input.end - context->input.buffer; }
 
     RecordingHost host;
     std::unique_ptr<EmlFilterContext> context;
@@ -57,41 +57,41 @@ struct ReaderUnderTest {
 TEST(InputReader, LfFirstAndCrLfLaterInTheFirstReadIsCrLfThroughout) {
     ReaderUnderTest reader("a\nb\r\nc\n");
     EXPECT_EQ(reader.read(4096), "a\nb\r\n");
-    EXPECT_EQ(reader.context->lineEndWidth, 2U);
-    EXPECT_EQ(reader.context->lineEnd[0], '\r');
-    EXPECT_EQ(reader.context->lineEnd[1], '\n');
+    EXPECT_EQ(reader.context->input.lineEndWidth, 2U);
+    EXPECT_EQ(reader.context->input.lineEnd[0], '\r');
+    EXPECT_EQ(reader.context->input.lineEnd[1], '\n');
 }
 
 TEST(InputReader, OnceKnownTheLineEndStays) {
     ReaderUnderTest reader("a\nbcd\r\n\r\ne\r\n");
     EXPECT_EQ(reader.read(3), "a\n");
-    EXPECT_EQ(reader.context->lineEndWidth, 1U);
+    EXPECT_EQ(reader.context->input.lineEndWidth, 1U);
     while (!reader.read(4096).empty()) {
     }
-    EXPECT_EQ(reader.context->lineEndWidth, 1U);
-    EXPECT_EQ(reader.context->lineEnd[0], '\n');
+    EXPECT_EQ(reader.context->input.lineEndWidth, 1U);
+    EXPECT_EQ(reader.context->input.lineEnd[0], '\n');
 }
 
 TEST(InputReader, CrLfThatTheFirstReadCutsInHalfIsALoneCr) {
     ReaderUnderTest reader("abc\r\ndef\r\n");
     EXPECT_EQ(reader.read(4), "abc\r");
-    EXPECT_EQ(reader.context->lineEndWidth, 1U);
-    EXPECT_EQ(reader.context->lineEnd[0], '\r');
+    EXPECT_EQ(reader.context->input.lineEndWidth, 1U);
+    EXPECT_EQ(reader.context->input.lineEnd[0], '\r');
 }
 
 TEST(InputReader, LineEndIsLookedForUntilABufferHasOne) {
     ReaderUnderTest reader("abcdefgh\ni");
     EXPECT_EQ(reader.read(4), "abcd");
-    EXPECT_EQ(reader.context->lineEndWidth, 0U);
+    EXPECT_EQ(reader.context->input.lineEndWidth, 0U);
     EXPECT_EQ(reader.read(4096), "efgh\n");
-    EXPECT_EQ(reader.context->lineEndWidth, 1U);
+    EXPECT_EQ(reader.context->input.lineEndWidth, 1U);
     EXPECT_EQ(reader.carried(), "i");
 }
 
 TEST(InputReader, FullBufferWithoutALineEndIsReturnedWhole) {
     ReaderUnderTest reader(std::string(5000, 'x'));
     EXPECT_EQ(reader.read(4096).size(), 4096U);
-    EXPECT_EQ(reader.context->carryCount, 0);
+    EXPECT_EQ(reader.context->input.carryCount, 0);
     EXPECT_EQ(reader.read(4096).size(), 904U);
     EXPECT_EQ(reader.read(4096), "");
 }
@@ -101,11 +101,11 @@ TEST(InputReader, BoundaryAtTheStartOfAShortBufferCutsItToNothing) {
     reader.setBoundary("--b");
     EXPECT_EQ(reader.read(4096), "");
     EXPECT_EQ(reader.carried(), "--b\r\nthe whole text\r\n");
-    EXPECT_EQ(reader.context->readCount, 0);
+    EXPECT_EQ(reader.context->input.readCount, 0);
     EXPECT_EQ(reader.inputEnd(), 0);
     // The next call reads nothing more and gives it as it is, without a cut.
     EXPECT_EQ(reader.read(4096), "--b\r\nthe whole text\r\n");
-    EXPECT_EQ(reader.context->carryCount, 0);
+    EXPECT_EQ(reader.context->input.carryCount, 0);
     EXPECT_EQ(reader.read(4096), "");
 }
 
@@ -113,14 +113,14 @@ TEST(InputReader, BoundaryAtTheStartOfAFullBufferMakesNoCutAndReplaysNothing) {
     std::string message = "--b\r\n" + std::string(4091, 'x') + "tail\r\n";
     ReaderUnderTest reader(message);
     reader.setBoundary("--b");
-    // No boundary cut: the line cut behind the only line end is made instead.
+    // No boundary cut: the line cut after the only line end is made instead.
     EXPECT_EQ(reader.read(4096), "--b\r\n");
-    EXPECT_EQ(reader.context->carryCount, 4091);
+    EXPECT_EQ(reader.context->input.carryCount, 4091);
     // Without any line end there is no cut at all, and nothing may be carried over.
     ReaderUnderTest bare("--b" + std::string(4093, 'x') + "tail");
     bare.setBoundary("--b");
     EXPECT_EQ(bare.read(4096).size(), 4096U);
-    EXPECT_EQ(bare.context->carryCount, 0);
+    EXPECT_EQ(bare.context->input.carryCount, 0);
     EXPECT_EQ(bare.read(4096), "tail");
     EXPECT_EQ(bare.read(4096), "");
 }
@@ -136,9 +136,9 @@ TEST(InputReader, EndOfTheDataIsHandedOutWithoutCuts) {
     ReaderUnderTest reader("one\r\ntwo");
     EXPECT_EQ(reader.read(4096), "one\r\n");
     EXPECT_EQ(reader.read(4096), "two") << "the carried bytes, as they are";
-    EXPECT_EQ(reader.context->readCount, 8);
+    EXPECT_EQ(reader.context->input.readCount, 8);
     EXPECT_EQ(reader.read(4096), "");
-    EXPECT_EQ(reader.context->readCount, 8);
+    EXPECT_EQ(reader.context->input.readCount, 8);
 }
 
 // KEPT rule: the end of the buffer does not follow a read that the carry-over area alone serves.
@@ -149,10 +149,10 @@ TEST(InputReader, FewerBytesThanAreCarriedLeaveTheEndWhereItWas) {
     const uint64_t reads = reader.host.journal().calls(Entry::kInputRead);
     EXPECT_EQ(reader.read(3), "012");
     EXPECT_EQ(reader.inputEnd(), 10) << "deliberately not 3";
-    EXPECT_EQ(reader.context->readCount, 13);
+    EXPECT_EQ(reader.context->input.readCount, 13);
     EXPECT_EQ(reader.read(7), "3456789") << "all that is left, exactly";
     EXPECT_EQ(reader.inputEnd(), 10);
-    EXPECT_EQ(reader.context->carryCount, 0);
+    EXPECT_EQ(reader.context->input.carryCount, 0);
     EXPECT_EQ(reader.host.journal().calls(Entry::kInputRead), reads) << "nothing is read for that";
 }
 
@@ -174,10 +174,10 @@ TEST(InputReader, NothingIsAskedForWithASizeBelowOne) {
 TEST(InputReader, BodyPassCutsNothingAndLearnsNoLineEnd) {
     ReaderUnderTest reader("ab\r\n--b\r\n\r\ncd");
     reader.setBoundary("--b");
-    reader.context->inBody = 1;
+    reader.context->body.running = true;
     EXPECT_EQ(reader.read(4096), "ab\r\n--b\r\n\r\ncd");
-    EXPECT_EQ(reader.context->lineEndWidth, 0U);
-    EXPECT_EQ(reader.context->carryCount, 0);
+    EXPECT_EQ(reader.context->input.lineEndWidth, 0U);
+    EXPECT_EQ(reader.context->input.carryCount, 0);
 }
 
 TEST(InputReader, FileThatFailsIsAtItsEnd) {
@@ -198,10 +198,10 @@ TEST(InputReader, AnswersBeyondWhatWasAskedAreClamped) {
 
 TEST(InputReader, BytesBehindTheLargestOffsetCountAsAbsent) {
     ReaderUnderTest reader(std::string(100, 'x'));
-    reader.context->readCount = INT32_MAX - 10;
+    reader.context->input.readCount = INT32_MAX - 10;
     EXPECT_EQ(reader.read(4096).size(), 10U);
     EXPECT_EQ(readBuf(*reader.context, 4096), 0);
-    EXPECT_EQ(reader.context->readCount, INT32_MAX);
+    EXPECT_EQ(reader.context->input.readCount, INT32_MAX);
 }
 
 TEST(InputReader, ReadsNeverAskForMoreThanABuffer) {
@@ -225,11 +225,11 @@ std::string randomMessage(std::mt19937& random) {
 void expectEqual(const ReaderUnderTest& real, const reference::Reader& model) {
     const EmlFilterContext& context = *real.context;
     ASSERT_EQ(real.inputEnd(), model.inputEnd);
-    ASSERT_EQ(context.readCount, model.readCount);
+    ASSERT_EQ(context.input.readCount, model.readCount);
     ASSERT_EQ(real.carried(), model.carry);
-    ASSERT_EQ(context.lineEndWidth, static_cast<uint32_t>(model.lineEnd.width));
-    ASSERT_EQ(context.lineEnd[0], static_cast<uint8_t>(model.lineEnd.first));
-    ASSERT_EQ(context.lineEnd[1], static_cast<uint8_t>(model.lineEnd.second));
+    ASSERT_EQ(context.input.lineEndWidth, static_cast<uint32_t>(model.lineEnd.width));
+    ASSERT_EQ(context.input.lineEnd[0], static_cast<uint8_t>(model.lineEnd.first));
+    ASSERT_EQ(context.input.lineEnd[1], static_cast<uint8_t>(model.lineEnd.second));
 }
 
 TEST(InputReader, ReadsLikeTheReference) {
@@ -247,10 +247,11 @@ TEST(InputReader, ReadsLikeTheReference) {
                                                 std::min(static_cast<size_t>(size), model.carry.size()));
             model.step = style == ReadStyle::kHalf ? static_cast<size_t>((asked + 1) / 2) : 4096;
             model.inBody = random() % 8 == 0;
-            real.context->inBody = model.inBody ? 1 : 0;
+            real.context->body.running = model.inBody;
             const int expected = model.read(size);
             ASSERT_EQ(readBuf(*real.context, size), expected);
-            ASSERT_EQ(std::memcmp(real.context->input, model.input.data(), static_cast<size_t>(expected) + 1),
+            ASSERT_EQ(std::memcmp(real.context->input.buffer, model.input.data(),
+                                  static_cast<size_t>(expected) + 1),
                       0);
             ASSERT_NO_FATAL_FAILURE(expectEqual(real, model));
         }
@@ -260,7 +261,7 @@ TEST(InputReader, ReadsLikeTheReference) {
 TEST(InputBytes, WithoutALimitOnlyTheBufferIsServed) {
     ReaderUnderTest reader("abc");
     EXPECT_EQ(reader.read(2), "ab");
-    reader.context->readPos = reader.context->input;
+    reader.context->input.readPos = reader.context->input.buffer;
     EXPECT_EQ(emlgetc(*reader.context, 0), 'a');
     EXPECT_EQ(emlgetc(*reader.context, -5), 'b');
     const uint64_t reads = reader.host.journal().calls(Entry::kInputRead);
@@ -280,7 +281,7 @@ TEST(InputBytes, BytesAreUnsigned) {
 
 TEST(InputBytes, LimitBoundsWhatIsRead) {
     ReaderUnderTest reader(std::string(10000, 'x'));
-    reader.context->inBody = 1;
+    reader.context->body.running = true;
     for (int i = 0; i < 5000; ++i) ASSERT_EQ(emlgetc(*reader.context, 5000), 'x') << i;
     EXPECT_EQ(emlgetc(*reader.context, 5000), -1);
     EXPECT_EQ(reader.host.bytesRead(), 5000U) << "4096 and the 904 that are left";
@@ -289,8 +290,8 @@ TEST(InputBytes, LimitBoundsWhatIsRead) {
 TEST(InputBytes, NothingHandedOutYetMeansARefill) {
     ReaderUnderTest reader("abcdef");
     EXPECT_EQ(reader.read(3), "abc");
-    reader.context->readPos = reader.context->input;
-    reader.context->readCount = 0;
+    reader.context->input.readPos = reader.context->input.buffer;
+    reader.context->input.readCount = 0;
     EXPECT_EQ(emlgetc(*reader.context, 10), 'd') << "what stands in the buffer is stale";
 }
 
@@ -301,7 +302,7 @@ TEST(InputBytes, ServeLikeTheReference) {
         model.message = randomMessage(random);
         ReaderUnderTest real(model.message);
         model.inBody = round % 2 == 0;
-        real.context->inBody = model.inBody ? 1 : 0;
+        real.context->body.running = model.inBody;
         const int limit = static_cast<int>(random() % 15000);
         for (int i = 0; i < 13000; ++i) {
             const int asked = random() % 50 == 0 ? 0 : limit;
@@ -329,8 +330,8 @@ TEST(InputRuns, WhatStandsUnreadInTheBuffer) {
         ReaderUnderTest runs("abcdef");
         for (ReaderUnderTest* const reader : {&single, &runs}) {
             EXPECT_EQ(reader->read(3), "abc");
-            reader->context->readPos = reader->context->input;
-            reader->context->readCount = row.handedOut;
+            reader->context->input.readPos = reader->context->input.buffer;
+            reader->context->input.readCount = row.handedOut;
         }
         const InputRun run = takeRun(*runs.context, row.limit);
         EXPECT_EQ(std::string(run.begin, run.end), row.run) << row.rule;
@@ -347,7 +348,7 @@ TEST(InputRuns, AreTheBytesThatWouldBeServedOneByOne) {
         const ReadStyle style = round % 2 == 0 ? ReadStyle::kHalf : ReadStyle::kFull;
         ReaderUnderTest single(message, {.readStyle = style});
         ReaderUnderTest runs(message, {.readStyle = style});
-        single.context->inBody = runs.context->inBody = 1;
+        single.context->body.running = runs.context->body.running = true;
         for (;;) {
             const InputRun run = takeRun(*runs.context, limit);
             for (const uint8_t* at = run.begin; at < run.end; ++at)

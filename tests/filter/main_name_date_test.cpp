@@ -33,8 +33,8 @@ NameDate nameDate(OpenFilter& filter) {
 NameDate nameDate(const std::string& message, HeapMode mode = HeapMode::kPlain) {
     OpenFilter filter(message, 0, mode);
     const NameDate found = nameDate(filter);
-    EXPECT_EQ(filter.opened().out, nullptr);
-    EXPECT_EQ(filter.opened().outStart, nullptr);
+    EXPECT_EQ(filter.opened().output.next, nullptr);
+    EXPECT_EQ(filter.opened().output.start, nullptr);
     return found;
 }
 
@@ -73,7 +73,7 @@ TEST(FilterName, IsTheFirstEightCharactersOfTheSubject) {
     });
 }
 
-// KEPT: behind each text the total grows by the whole name, so that several texts can give fewer characters.
+// KEPT: after each text the total grows by the whole name, so that several texts can give fewer characters.
 TEST(FilterName, SubjectInSeveralTextsCanGiveFewerCharacters) {
     const auto word = [](const std::string& text) { return " =?us-ascii?Q?" + text + "?="; };
     expectNames({
@@ -93,7 +93,7 @@ TEST(FilterName, LongSubjectIsReadInItsInputBuffer) {
     expectNames({{" =?us-ascii?Q?" + std::string(10000, 'v') + "?=", "vvvvvvvv"}});
 }
 
-// The record buffer counts as full at 3686 bytes: no decoded text is written behind them.
+// The record buffer counts as full at 3686 bytes: no decoded text is written after them.
 TEST(FilterName, TextsThatDoNotFitAreLeftOut) {
     const std::string word = "=?us-ascii?Q?abcd?=";
     const auto marks = [](size_t count) { return std::string(count, '?'); };
@@ -175,6 +175,15 @@ TEST(FilterDate, IsReadFromBehindFourCharacters) {
         {" Tue,", std::nullopt},
         {" T", std::nullopt},
         {"", std::nullopt},
+        // The digits are looked for where the blanks ended, and the number is read from after a line end.
+        {" Tue, +5 Mar 2024 14:07:09", std::nullopt},
+        {" Tue, -5 Mar 2024 14:07:09", std::nullopt},
+        {" Tue,\r\n 5 Mar 2024 14:07:09", std::nullopt},
+        {" Tue, \n5 Mar 2024 14:07:09", std::nullopt},
+        {" Tue, \v5 Mar 2024 14:07:09", std::nullopt},
+        {" Tue, 5\t Mar 2024 14:07:09", kMarch},
+        {" Tue, 5Mar 2024 14:07:09", kMarch},
+        {" Tue, 00000000005 Mar 2024 14:07:09", kMarch},
         {" Tue, 99999999999 Mar 2024 14:07:09", std::nullopt},
     };
     for (const Row& row : kRows) {
@@ -216,13 +225,13 @@ TEST(FilterNameDate, ArgumentsAndConversionsAreTestedFirst) {
     uint32_t progress = 0;
     ASSERT_EQ(emlFillBuffer(filter.context(), buffer.data(), &size, &progress, 1000), EML_OK);
     ASSERT_LT(progress, 100U);
-    const int32_t readCount = filter.opened().readCount;
-    const int32_t offset = filter.opened().messageOffset;
+    const int32_t readCount = filter.opened().input.readCount;
+    const int32_t converted = filter.opened().body.converted;
     EXPECT_EQ(emlGetMainNameDate(filter.context(), name, date), EML_INVALID_ARGUMENT);
     EXPECT_STREQ(name, "untouched");
-    EXPECT_EQ(filter.opened().readCount, readCount);
-    EXPECT_EQ(filter.opened().messageOffset, offset);
-    // Behind its end.
+    EXPECT_EQ(filter.opened().input.readCount, readCount);
+    EXPECT_EQ(filter.opened().body.converted, converted);
+    // After its end.
     while (progress < 100)
         ASSERT_EQ(emlFillBuffer(filter.context(), buffer.data(), &size, &progress, 1000), EML_OK);
     EXPECT_EQ(emlGetMainNameDate(filter.context(), name, date), EML_OK);
@@ -241,7 +250,7 @@ TEST(FilterNameDate, FailureGivesTheDefaultName) {
         const NameDate found = nameDate(filter);
         EXPECT_EQ(found.result, row.result) << entryName(row.entry);
         EXPECT_EQ(found.name, "zteml.mail");
-        EXPECT_EQ(filter.opened().outStart, nullptr);
+        EXPECT_EQ(filter.opened().output.start, nullptr);
         EXPECT_EQ(nameDate(filter).name, "s.mail");
     }
 }

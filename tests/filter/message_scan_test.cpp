@@ -64,12 +64,12 @@ TEST(FilterScanRandom, FragmentsReachTheRules) {
         OpenFilter filter(randomFilterMessage(seed));
         if (filter.context() == nullptr) continue;
         const EmlFilterContext& context = filter.opened();
-        counts[0] += context.attachmentCount > 0 ? 1 : 0;
-        counts[1] += context.partCount > 1 ? 1 : 0;
+        counts[0] += context.parts.attachments.count > 0 ? 1 : 0;
+        counts[1] += context.parts.bodies.count > 1 ? 1 : 0;
         counts[2] += context.messageSize > 4096 ? 1 : 0;
         counts[3] += context.headerLength > 4096 ? 1 : 0;
-        counts[4] += context.lineEndWidth == 1 ? 1 : 0;
-        counts[5] += context.signedMessage != 0 ? 1 : 0;
+        counts[4] += context.input.lineEndWidth == 1 ? 1 : 0;
+        counts[5] += context.signedMessage ? 1 : 0;
         counts[6] += context.charset != EML_CHARSET_WESTERN ? 1 : 0;
     }
     for (const int32_t count : counts) EXPECT_GT(count, 40);
@@ -91,8 +91,8 @@ void expectParts(const std::vector<Row>& rows) {
         ASSERT_NE(filter.context(), nullptr) << row.name;
         EXPECT_EQ(partsOf(filter.opened()), row.parts) << row.name;
         std::string names;
-        for (int32_t i = 0; i < filter.opened().attachmentCount; ++i)
-            names += std::string(filter.opened().attachments[i].fileName) + ";";
+        for (int32_t i = 0; i < filter.opened().parts.attachments.count; ++i)
+            names += std::string(filter.opened().parts.attachments.records[i].fileName) + ";";
         EXPECT_EQ(names, row.names) << row.name;
         EXPECT_EQ(filter.opened().messageSize, static_cast<int32_t>(row.message.size())) << row.name;
     }
@@ -133,7 +133,7 @@ TEST(FilterScan, LineBehindTheClosingBoundaryCounts) {
         {"a line end, LF", start + "\n", "61-103 0 image/x; ", "n;"},
         {"more dashes", start + "----\n", "61-103 0 image/x; ", "n;"},
         {"line ends, CR LF", crlf(start + "\n\n\n"), "64-109 0 image/x; ", "n;"},
-        // KEPT: what follows is taken for the header of a part of the type before
+        // KEPT: what follows is treated as the header of a part of the type before
         {"an epilogue", start + "\nan epilogue\n", "61-103 0 image/x; 104-122 0 image/x; ", "n;"},
         {"an epilogue, CR LF", crlf(start + "\nan epilogue\n"), "64-109 0 image/x; 111-131 0 image/x; ",
          "n;"},
@@ -143,7 +143,7 @@ TEST(FilterScan, LineBehindTheClosingBoundaryCounts) {
 TEST(FilterScan, OpeningBoundaryAtTheVeryEnd) {
     const std::string start = std::string(kMixed) + "--b\nContent-Type: image/x; name=n\n\ncontent\n--b";
     expectParts({
-        // the zero behind the buffer makes the line end a pair: it is passed, and ends the part
+        // the zero after the buffer makes the line end a pair: it is passed, and ends the part
         {"LF", start + "\n", "61-103 0 image/x; ", "n;"},
         {"no line end", start, "61-103 0 image/x; 104-107 0 image/x; ", "n;"},
         // CR LF is a pair that ends where the buffer ends: a part without header
@@ -166,9 +166,9 @@ TEST(FilterScan, ZeroByteEndsTheSearchInItsBuffer) {
     const std::string zero(1, '\0');
     const std::string part = "--b\nContent-Type: text/plain\n\ntext\n";
     OpenFilter before(kMixed + part + "te" + zero + "xt\n" + part);
-    EXPECT_EQ(before.opened().partCount, 1);
+    EXPECT_EQ(before.opened().parts.bodies.count, 1);
     OpenFilter at(kMixed + zero + part);
-    EXPECT_EQ(at.opened().partCount, 0);
+    EXPECT_EQ(at.opened().parts.bodies.count, 0);
 }
 
 TEST(FilterScan, MixedPartIsNotRecorded) {
@@ -193,10 +193,10 @@ TEST(FilterScan, AttachmentWithoutPartsGetsTwo) {
         {"without an empty line", header, "1-1 0 ; 1-64 4 image/x; ", "n;"},
     });
     OpenFilter filter(header + "\nTWFu\n");
-    EXPECT_EQ(filter.opened().partCount, 2);
-    EXPECT_EQ(filter.opened().partCapacity, 2);
-    EXPECT_EQ(filter.opened().firstPart, 0);
-    EXPECT_EQ(filter.opened().attachments[0].partIndex, 1U);
+    EXPECT_EQ(filter.opened().parts.bodies.count, 2);
+    EXPECT_EQ(filter.opened().parts.bodies.capacity, 2);
+    EXPECT_EQ(filter.opened().parts.first, 0);
+    EXPECT_EQ(filter.opened().parts.attachments.records[0].partIndex, 1U);
     EXPECT_EQ(filter.host().journal().calls(Entry::kAllocateZeroed), 1U);
 }
 
@@ -214,10 +214,10 @@ TEST(FilterScan, FirstTwoLineFeedsMakeALineEndOfTwoBytes) {
     const std::string message =
         "Content-Type: multipart/mixed; boundary=b\n\n--b\nContent-Type: image/x; name=n\n\ncontent\n--b--\n";
     OpenFilter filter(message);
-    EXPECT_EQ(filter.opened().lineEndWidth, 2U);
-    EXPECT_EQ(filter.opened().lineEnd[0], 10);
-    EXPECT_EQ(filter.opened().lineEnd[1], 10);
-    // The first buffer ends two bytes behind the start of its last line end: within the boundary, which is
+    EXPECT_EQ(filter.opened().input.lineEndWidth, 2U);
+    EXPECT_EQ(filter.opened().input.lineEnd[0], 10);
+    EXPECT_EQ(filter.opened().input.lineEnd[1], 10);
+    // The first buffer ends two bytes after the start of its last line end: within the boundary, which is
     // never found then.
     EXPECT_EQ(partsOf(filter.opened()), "43-92 0 image/x; ");
 }
@@ -234,11 +234,11 @@ TEST(FilterScan, TablesGrowAsLongAsThereIsMemory) {
     for (int i = 0; i < 40; ++i)
         message += "--b\nContent-Type: image/x; name=" + std::to_string(i) + "\n\ncontent\n";
     OpenFilter filter(message + "--b--\n");
-    ASSERT_EQ(filter.opened().partCount, 40);
-    ASSERT_EQ(filter.opened().attachmentCount, 40);
+    ASSERT_EQ(filter.opened().parts.bodies.count, 40);
+    ASSERT_EQ(filter.opened().parts.attachments.count, 40);
     for (uint32_t i = 0; i < 40; ++i) {
-        EXPECT_EQ(filter.opened().attachments[i].fileName, std::to_string(i));
-        EXPECT_EQ(filter.opened().attachments[i].partIndex, i);
+        EXPECT_EQ(filter.opened().parts.attachments.records[i].fileName, std::to_string(i));
+        EXPECT_EQ(filter.opened().parts.attachments.records[i].partIndex, i);
     }
 }
 
@@ -248,7 +248,7 @@ TEST(FilterScan, BufferThatIsCutToNothingEndsIt) {
     const std::string message = start + "--b\nContent-Type: image/x; name=n\n\ncontent\n";
     OpenFilter filter(message);
     ASSERT_NE(filter.context(), nullptr);
-    // The first buffer ends behind the last empty line, the second before the last boundary; nothing is left
+    // The first buffer ends after the last empty line, the second before the last boundary; nothing is left
     // of the third.
     reference::FilterScan scan(message);
     ASSERT_EQ(scan.scan(), 0U);

@@ -18,6 +18,9 @@
 
 namespace eml::test {
 
+// As dumps and tables have it.
+[[nodiscard]] constexpr uint32_t codeOf(TransferEncoding encoding) { return static_cast<uint32_t>(encoding); }
+
 // An input over memory that notes its calls in a host's journal. Unlike the host's own input it may be closed
 // twice, be released, and give a whole header at once.
 class MemoryInput {
@@ -34,7 +37,7 @@ class MemoryInput {
   private:
     struct Bound {
         MemoryInput* input;
-        EmlIOobj record;  // last, so that it is what the unreadable page is behind
+        EmlIOobj record;  // last, so that the unreadable page comes right after it
     };
 
     static MemoryInput& of(EmlIOobj* self);
@@ -57,7 +60,7 @@ struct FilterValue {
     std::string name;
     bool hasValue;
     std::string value;
-    bool terminated;  // a zero byte stands behind the value
+    bool terminated;  // a zero byte stands after the value
 
     bool operator==(const FilterValue&) const = default;
 };

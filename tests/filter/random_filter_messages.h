@@ -170,7 +170,7 @@ class FilterMessageMaker {
         }
     }
 
-    // Filler in front of a place, so that the place comes to a border of 4096 bytes or close to it.
+    // Filler before a place, so that the place comes to a border of 4096 bytes or close to it.
     void moveToBorder(std::string& message) {
         if (message.empty()) return;
         const size_t place = below(message.size() + 1);
@@ -184,7 +184,7 @@ class FilterMessageMaker {
             if (filler.size() < wanted) filler += lineEnd();
         }
         filler.resize(wanted);
-        // In the middle of the text in front of the place, at a line start where there is one.
+        // In the middle of the text before the place, at a line start where there is one.
         const size_t start = message.rfind('\n', place == 0 ? 0 : below(place));
         message.insert(start == std::string::npos || start + 1 > place ? 0 : start + 1, filler);
     }

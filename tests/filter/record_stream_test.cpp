@@ -29,7 +29,7 @@ struct RecordOutput {
     RecordOutput& operator=(const RecordOutput&) = delete;
 
     [[nodiscard]] std::string written() const {
-        return std::string(reinterpret_cast<const char*>(context->outStart), recordBytes(*context));
+        return std::string(reinterpret_cast<const char*>(context->output.start), recordBytes(*context));
     }
 
     RecordingHost host;
@@ -216,7 +216,7 @@ TEST(Staging, GrowthThatFailsLosesTheBlock) {
     ASSERT_EQ(beginStaging(*output.context), EML_OK);
     output.host.journal().fail(Entry::kReallocate, {1, false});
     EXPECT_EQ(writeText(*output.context, std::string(5000, 'x').c_str()), Written::kNoMemory);
-    EXPECT_EQ(output.context->staging, nullptr);
+    EXPECT_EQ(output.context->staging.data, nullptr);
     EXPECT_EQ(output.host.heap().lostBlocks(), 1U);
     EXPECT_EQ(writeText(*output.context, "a"), Written::kNoMemory);
     releaseStaging(*output.context);
@@ -227,7 +227,7 @@ TEST(Staging, FirstBlockThatFails) {
     RecordOutput output;
     output.host.journal().fail(Entry::kAllocate, {1, false});
     EXPECT_EQ(beginStaging(*output.context), EML_NO_MEMORY);
-    EXPECT_EQ(output.context->staging, nullptr);
+    EXPECT_EQ(output.context->staging.data, nullptr);
 }
 
 TEST(Staging, NewOneFreesTheOneThatIsPending) {
@@ -245,18 +245,18 @@ std::vector<std::string> drainAll(const std::string& records, uint32_t capacity)
     EXPECT_EQ(beginStaging(context), EML_OK);
     // Put there as they are, as if they had been written.
     EXPECT_LE(records.size(), size_t{4096});
-    std::memcpy(context.out, records.data(), records.size());
-    context.out += records.size();
+    std::memcpy(context.output.next, records.data(), records.size());
+    context.output.next += records.size();
     finishStaging(context);
     std::vector<std::string> pieces;
     for (;;) {
         std::vector<uint8_t> buffer(capacity + 32, kCanary);
         uint32_t size = 0xA5A5A5A5;
-        const uint32_t remains = drainStaging(context, buffer.data(), size, capacity);
+        const bool remains = drainStaging(context, buffer.data(), size, capacity);
         EXPECT_LE(size, capacity);
         for (size_t i = size; i < buffer.size(); ++i) EXPECT_EQ(buffer[i], kCanary) << i;
         pieces.emplace_back(reinterpret_cast<const char*>(buffer.data()), size);
-        if (remains == 0) return pieces;
+        if (!remains) return pieces;
         EXPECT_NE(size, 0U) << "a drain that leaves something has given something";
         if (size == 0) return pieces;
     }
@@ -340,8 +340,8 @@ TEST(Drain, NothingStagedGivesNothing) {
         RecordOutput output;
         uint8_t buffer[16] = {};
         uint32_t size = 77;
-        output.context->stagingLeft = left;  // without a position it counts for nothing
-        EXPECT_EQ(drainStaging(*output.context, buffer, size, sizeof buffer), 0U);
+        output.context->staging.left = left;  // without a position it counts for nothing
+        EXPECT_FALSE(drainStaging(*output.context, buffer, size, sizeof buffer));
         EXPECT_EQ(size, 0U);
     }
 }

@@ -33,18 +33,19 @@ inline std::string attachmentText(std::string_view name, int64_t offset, uint32_
 // The parts alone: "start-end encoding type; ..."; the attachments: "name@offset encoding type part; ...".
 inline std::string partsOf(const EmlFilterContext& context) {
     std::string text;
-    for (int32_t i = 0; i < context.partCount; ++i) {
-        const EmlBodyPart& part = context.parts[i];
-        text += partText(part.start, part.end, part.encoding, part.type);
+    for (int32_t i = 0; i < context.parts.bodies.count; ++i) {
+        const EmlBodyPart& part = context.parts.bodies.records[i];
+        text += partText(part.start, part.end, codeOf(part.encoding), part.type);
     }
     return text;
 }
 
 inline std::string attachmentsOf(const EmlFilterContext& context) {
     std::string text;
-    for (int32_t i = 0; i < context.attachmentCount; ++i) {
-        const EmlAttachment& one = context.attachments[i];
-        text += attachmentText(one.fileName, one.offset, one.encoding, one.contentType, one.partIndex);
+    for (int32_t i = 0; i < context.parts.attachments.count; ++i) {
+        const EmlAttachment& one = context.parts.attachments.records[i];
+        text +=
+            attachmentText(one.fileName, one.offset, codeOf(one.encoding), one.contentType, one.partIndex);
     }
     return text;
 }
@@ -65,24 +66,25 @@ inline std::string dumpScan(OpenFilter& filter) {
     dump.add("open", 0);
     dump.add("size", context.messageSize);
     dump.add("header", context.headerLength);
-    dump.add("line end", std::string(reinterpret_cast<const char*>(context.lineEnd), context.lineEndWidth));
-    dump.add("encoding", context.transferEncoding);
+    dump.add("line end",
+             std::string(reinterpret_cast<const char*>(context.input.lineEnd), context.input.lineEndWidth));
+    dump.add("encoding", codeOf(context.transferEncoding));
     dump.add("type", context.contentType);
     dump.add("charset", context.charset);
-    dump.add("charset name", context.charsetTaken != 0 ? std::string("+") + context.charsetName : "-");
-    dump.add("boundary", context.boundary != nullptr ? context.boundary : "");
+    dump.add("charset name", context.charsetTaken ? std::string("+") + context.charsetName : "-");
+    dump.add("boundary", context.boundary.text != nullptr ? context.boundary.text : "");
     dump.add("MIME", context.mimeIndicator);
     dump.add("encrypted, signed", std::to_string(context.encrypted) + std::to_string(context.signedMessage));
     dump.add("parts", partsOf(context));
     dump.add("attachments", attachmentsOf(context));
-    if (context.partCount == 0) return dump.text;
+    if (context.parts.bodies.count == 0) return dump.text;
     BodySpan span{};
     if (const EmlResult result = getBody(context, span); result != EML_OK) dump.add("body", result);
-    dump.add("first part", context.firstPart);
+    dump.add("first part", context.parts.first);
     dump.add("span", std::to_string(span.start) + "-" + std::to_string(span.end));
-    dump.add("span encoding", context.transferEncoding);
+    dump.add("span encoding", codeOf(context.transferEncoding));
     dump.add("type afterwards", context.contentType);
-    dump.add("boundary afterwards", context.boundary != nullptr ? context.boundary : "");
+    dump.add("boundary afterwards", context.boundary.text != nullptr ? context.boundary.text : "");
     return dump.text;
 }
 

@@ -42,10 +42,10 @@ TEST(SmallestAttachment, ThatCannotBeReadLeavesTheSize) {
 }
 
 // A body of one byte is not at its end before that byte has been converted, also where the host's buffer is
-// full just behind the record that begins the body.
+// full just after the record that begins the body.
 TEST(SmallestBody, OfOneByteIsConvertedAtEveryCapacity) {
     for (const char* body : {"\t", "\n"}) {
-        // The body of a part; that of a plain message begins with the line end behind its header.
+        // The body of a part; that of a plain message begins with the line end after its header.
         StreamHost host(
             "To: b\r\nContent-Type: multipart/mixed; boundary=cut\r\n\r\n"
             "--cut\r\nContent-Type: text/plain\r\n\r\n" +
@@ -77,7 +77,7 @@ TEST(FailedBody, LetsTheOutputGo) {
 
 // The subject's records have 4096 bytes of room: a text that ends there counts, a longer one is left out.
 TEST(SmallestName, TheSubjectsRecordsHaveFourKilobytes) {
-    // 145 words, each of them 28 bytes: a charset, a text that no name takes, and the charset behind it.
+    // 145 words, each of them 28 bytes: a charset, a text that no name takes, and the charset after it.
     std::string words;
     for (int i = 0; i < 145; ++i) words += "=?shift_jis?z?:?=";
     for (const bool fits : {true, false}) {

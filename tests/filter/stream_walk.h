@@ -16,7 +16,7 @@
 
 namespace eml::test {
 
-// One record. The payload is what stands behind the length field.
+// One record. The payload is what stands after the length field.
 struct StreamRecord {
     uint8_t tag;
     std::string payload;
@@ -166,7 +166,7 @@ class StreamHost {
 // The calls of one conversion.
 struct Conversion {
     std::vector<std::string> calls;  // the bytes that each call gave
-    std::vector<uint32_t> progress;  // and the progress behind it
+    std::vector<uint32_t> progress;  // and the progress after it
     EmlResult result = EML_OK;       // of the last call
     bool finished = false;           // progress reached 100
 
@@ -195,12 +195,12 @@ class FillRoom {
     void* bytes_;
 };
 
-// One call. Checks what holds for every call: `size` is set, no byte at or behind the capacity is written,
+// One call. Checks what holds for every call: `size` is set, no byte at or after the capacity is written,
 // progress never goes back and stays within 100, the records are whole.
 inline EmlResult fillOnce(EmlFilterContext* context, uint32_t capacity, Conversion& conversion,
                           uint32_t fillFlags = 0, uint32_t subFile = 0) {
     constexpr size_t kBehind = 64;
-    // In guarded mode the buffer ends where it ends; else what stands behind it must not change.
+    // In guarded mode the buffer ends where it ends; else what stands after it must not change.
     const bool guarded = defaultHeapMode() == HeapMode::kGuarded;
     const FillRoom buffer(capacity + (guarded ? 0 : kBehind));
     uint32_t size = 0xA5A5A5A5;

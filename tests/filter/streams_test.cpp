@@ -26,8 +26,8 @@ std::string readFile(const fs::path& path) {
 
 enum class BodyCoding : uint8_t { kPlain, kQuotedPrintable, kBase64 };
 
-// Where the text of a message lies in its file: from behind `begin` on up to `end`. Without `end` it is the
-// message's own body, which goes to the end of the file and begins with the empty line behind the header.
+// Where the text of a message lies in its file: from after `begin` on up to `end`. Without `end` it is the
+// message's own body, which goes to the end of the file and begins with the empty line after the header.
 struct KnownBody {
     const char* name;
     BodyCoding coding;
@@ -73,7 +73,7 @@ std::deque<std::string> chunksOf(const std::string& body, BodyCoding coding) {
     return chunks;
 }
 
-// The staged records: all in front of the charset record that begins the body.
+// The staged records: all before the charset record that begins the body.
 std::string stagedPart(EmlFilterContext* context, uint32_t charset) {
     const std::string all = convertAll(context, 1 << 20).bytes();
     const std::string bodyOnly = convertAll(context, 1 << 20, EML_FILL_BODY_ONLY).bytes();
@@ -89,7 +89,7 @@ struct Shown {
     std::string dropped;
 };
 
-// Every call of a conversion, byte for byte and with its progress, and the rule behind every byte of text
+// Every call of a conversion, byte for byte and with its progress, and the rule after every byte of text
 // that is missing.
 void expectLikeModel(EmlFilterContext* context, const reference::StreamModel& fresh, const std::string& body,
                      uint32_t capacity, Shown* shown = nullptr) {

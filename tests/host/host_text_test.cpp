@@ -16,7 +16,7 @@ struct Result {
     uint32_t length;
 };
 
-// Runs either conversion, checks what is behind the text, and frees it.
+// Runs either conversion, checks what is after the text, and frees it.
 Result run(ScriptedServices& services, bool between, std::string_view text, uint32_t charset = 7) {
     ConvertedText converted{nullptr, kNothing};
     if (between) {
@@ -29,7 +29,7 @@ Result run(ScriptedServices& services, bool between, std::string_view text, uint
     Result result{converted.bytes != nullptr, "", converted.length};
     if (converted.bytes == nullptr) return result;
     const size_t room = services.heap().roomAt(converted.bytes);
-    EXPECT_GE(room, uint64_t{converted.length} + 2) << "two bytes of room behind the text";
+    EXPECT_GE(room, uint64_t{converted.length} + 2) << "two bytes of room after the text";
     if (room >= uint64_t{converted.length} + 2) {
         EXPECT_EQ(converted.bytes[converted.length], 0);
         EXPECT_EQ(converted.bytes[converted.length + 1], 0);

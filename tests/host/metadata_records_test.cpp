@@ -19,7 +19,7 @@ EmlResult store(EmlMetaDataEntry& entry, EmlAllocator& allocator, std::string_vi
 
 std::string valueOf(const EmlMetaDataEntry& entry) {
     if (entry.value == nullptr) return "(none)";
-    EXPECT_EQ(entry.value[entry.valueLength], 0) << "a zero byte behind the value";
+    EXPECT_EQ(entry.value[entry.valueLength], 0) << "a zero byte after the value";
     return std::string(entry.value, entry.valueLength);
 }
 

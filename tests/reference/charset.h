@@ -20,7 +20,7 @@ struct CharsetRow {
 // `containerForm` adds the row that only the container reader knows.
 [[nodiscard]] uint32_t charsetId(std::string_view name, bool containerForm);
 
-// The id of the name behind the "charset=" that `parameter` begins with.
+// The id of the name after the "charset=" that `parameter` begins with.
 [[nodiscard]] uint32_t charsetIdOfParameter(std::string_view parameter);
 
 }  // namespace reference

@@ -104,8 +104,9 @@ std::optional<time_t> dateBehindField(std::string_view text) {
     rest.dropBlanks();
     rest.drop(4);
     rest.dropBlanks();
-    const std::optional<int> day = rest.number();
+    const std::optional<int> day = Rest(rest).number();
     if (!day) return std::nullopt;
+    while (isDigit(rest.front())) rest.drop(1);
     rest.dropBlanks();
     const int month = monthOf(rest.text);
     rest.drop(3);

@@ -21,7 +21,7 @@ class Reader {
         return input_[pos_];
     }
 
-    [[nodiscard]] bool behindLastByte() const { return pos_ == input_.size(); }
+    [[nodiscard]] bool atEnd() const { return pos_ == input_.size(); }
 
   private:
     const Bytes& input_;
@@ -57,7 +57,7 @@ void append(Bytes& output, int value, bool dropCr) {
     if (byte != 13 || !dropCr) output.push_back(byte);
 }
 
-// What stands behind "=": a soft line break (false), or the byte that two digits give.
+// What follows "=": a soft line break (false), or the byte that two digits give.
 bool decodeEscape(Reader& reader, int& value) {
     const int high = reader.next();
     if (high == '\n') return false;
@@ -127,7 +127,7 @@ Bytes decodeQuotedPrintableText(const Bytes& input, bool underscoreIsSpace) {
         if (value == 13) continue;
         output.push_back(static_cast<uint8_t>(value));
         if (value != ' ') continue;
-        if (reader.behindLastByte()) output.push_back('0');
+        if (reader.atEnd()) output.push_back('0');
         if (reader.peek() == '\r') {
             reader.next();
             reader.next();

@@ -53,13 +53,13 @@ std::string extractedQuotedPrintable(std::string_view body) {
             output += body[at++];
             continue;
         }
-        const std::string_view behind = body.substr(at + 1);
-        if (behind.starts_with("\r\n")) {
+        const std::string_view after = body.substr(at + 1);
+        if (after.starts_with("\r\n")) {
             at += 3;
-        } else if (behind.starts_with("\r") || behind.starts_with("\n")) {
+        } else if (after.starts_with("\r") || after.starts_with("\n")) {
             at += 2;
         } else {
-            const unsigned value = hexValueAt(behind, 0) * 16 | hexValueAt(behind, 1);
+            const unsigned value = hexValueAt(after, 0) * 16 | hexValueAt(after, 1);
             output += static_cast<char>(value & 0xFF);
             at += 3;
         }

@@ -248,7 +248,7 @@ void FilterScan::classify(Block& block, size_t place) {
 void FilterScan::classifyOther(Block& block, size_t place) {
     const std::string token = tokenAt(place);
     type = std::string(token.substr(0, 63).c_str());
-    const size_t behind = place + token.size();
+    const size_t after = place + token.size();
     if (lowered(type) == "application/pkcs7-mime" && headerLength == 0) {
         encrypted = true;
     } else if (lowered(type) == "application/pkcs7-signature" ||
@@ -256,7 +256,7 @@ void FilterScan::classifyOther(Block& block, size_t place) {
         block.suppressed = true;
     } else if (beginsWith(type, "application") || beginsWith(type, "audio") || beginsWith(type, "image") ||
                beginsWith(type, "video")) {
-        readName(block, behind);
+        readName(block, after);
         if (!block.name.empty() || beginsWith(type, "application/applefile")) block.attachment = true;
     } else {
         readCharset(place);

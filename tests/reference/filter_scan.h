@@ -31,7 +31,7 @@ class FilterScan {
     // The whole message, part by part. Gives the code of the open.
     uint32_t scan();
 
-    // The readable text, behind a scan that recorded parts. `bodyEncoding` is learnt too.
+    // The readable text, after a scan that recorded parts. `bodyEncoding` is learnt too.
     void findBody();
 
     std::vector<FilterPart> parts;
@@ -70,7 +70,7 @@ class FilterScan {
     [[nodiscard]] size_t boundaryCarry() const;
     [[nodiscard]] size_t lineCarry() const;
 
-    // Characters of the buffer; a zero byte stands behind it.
+    // Characters of the buffer; a zero byte follows it.
     [[nodiscard]] size_t size() const { return buffer_.size(); }
     [[nodiscard]] char at(size_t place) const { return place < size() ? buffer_[place] : '\0'; }
     [[nodiscard]] bool blankAt(size_t place) const { return at(place) == ' ' || at(place) == '\t'; }

@@ -145,7 +145,7 @@ std::string filterBase64(std::string_view body) {
     }
 }
 
-std::string fieldText(std::string_view bytes, bool zeroBehind) {
+std::string fieldText(std::string_view bytes, bool zeroAfter) {
     std::string text;
     std::string run;
     for (size_t i = 0; i < bytes.size(); ++i) {
@@ -159,7 +159,7 @@ std::string fieldText(std::string_view bytes, bool zeroBehind) {
         if (byte == '\r' || byte == '\n') text += ' ';
         if (byte == '\r' && i + 1 < bytes.size() && bytes[i + 1] == '\n') ++i;
     }
-    return run.size() == 1 && zeroBehind ? text : text + run;
+    return run.size() == 1 && zeroAfter ? text : text + run;
 }
 
 Buffer bufferOf(size_t capacity) { return {capacity, capacity * 9 / 10, {}, false}; }
@@ -181,7 +181,7 @@ std::string convert(std::string& rest, Buffer& buffer) {
             continue;
         }
         start = flush(bytes, start, at, buffer);
-        if (start < at || isFull(buffer)) return stopAt(start);
+        if (start < at) return stopAt(start);
         const bool isLineEnd = byte == '\r' || byte == '\n';
         if (isLineEnd && !put(buffer, lineBreakRecord())) return stopAt(start);
         if (byte == '\t' && !put(buffer, tabRecord())) return stopAt(start);

@@ -21,8 +21,8 @@ namespace reference {
 [[nodiscard]] std::string filterQuotedPrintable(std::string_view body);
 [[nodiscard]] std::string filterBase64(std::string_view body);
 
-// A value that is gathered as plain bytes. `zeroBehind`: a zero byte stands behind it.
-[[nodiscard]] std::string fieldText(std::string_view bytes, bool zeroBehind = true);
+// A value that is gathered as plain bytes. `zeroAfter`: a zero byte follows it.
+[[nodiscard]] std::string fieldText(std::string_view bytes, bool zeroAfter = true);
 
 // A host's buffer.
 struct Buffer {

@@ -17,10 +17,10 @@ class Decoder {
     FilterValue decode() {
         for (;;) {
             decodeLine();
-            const size_t behind = at_ + lineEndAt(at_);
-            const bool folded = behind > at_ && behind < text_.size() && isBlank(text_[behind]);
+            const size_t after = at_ + lineEndAt(at_);
+            const bool folded = after > at_ && after < text_.size() && isBlank(text_[after]);
             if (!folded) break;
-            at_ = behind;
+            at_ = after;
             skipBlanks();
         }
         value_.records.push_back(lineBreakRecord());
@@ -69,23 +69,23 @@ class Decoder {
     void decodeWord() {
         const std::string_view rest = restOfLine();
         const size_t nameEnd = rest.find('?');
-        if (nameEnd == std::string_view::npos) {
-            // A word that its line cuts off in the name: nothing more of it is shown.
-            at_ += rest.size();
-            return;
-        }
         const std::string_view name = rest.substr(0, nameEnd).substr(0, 63);
         const uint32_t known = name.empty() ? 0 : charsetId(name, false);
         const uint32_t charset = known == 0 ? kDefaultCharset : known;
         if (charset != kDefaultCharset) announce(charset);
-        at_ += nameEnd + 1;
-        decodeContent();
+        if (nameEnd == std::string_view::npos) {
+            // A word that its line cuts off in the name: nothing more of it is shown, but its charset is.
+            at_ += rest.size();
+        } else {
+            at_ += nameEnd + 1;
+            decodeContent();
+        }
         if (charset != kDefaultCharset) announce(kDefaultCharset);
         if (restOfLine().starts_with("?")) ++at_;
         if (restOfLine().starts_with("=")) ++at_;
-        const size_t behind = at_;
+        const size_t after = at_;
         skipBlanks();
-        if (!restOfLine().starts_with("=?")) at_ = behind;
+        if (!restOfLine().starts_with("=?")) at_ = after;
     }
 
     void decodeContent() {

@@ -18,7 +18,7 @@ struct LineEnd {
 // Bytes kept back before a boundary; 0 for none. At most the whole buffer.
 [[nodiscard]] int boundaryCarry(const std::string& buffer, const std::string& boundary);
 
-// Bytes kept back behind the last empty line, or else the last line end; 0 for none.
+// Bytes kept back after the last empty line, or else the last line end; 0 for none.
 [[nodiscard]] int lineCarry(const std::string& buffer, const LineEnd& lineEnd);
 
 // The reader over a message in memory.

@@ -13,7 +13,7 @@ namespace reference {
 // The filter's name of the message, from the texts that its subject was decoded to.
 [[nodiscard]] std::string mainNameOfTexts(const std::vector<std::string>& texts);
 
-// The filter's name of an embedded message: `rest` is what stands behind its type in the input buffer.
+// The filter's name of an embedded message: `rest` is what follows its type in the input buffer.
 [[nodiscard]] std::string nameOfEmbedded(std::string_view rest, int number);
 
 }  // namespace reference

@@ -72,7 +72,7 @@ Bytes packedRtfHeader(std::string_view type, uint32_t rawSize) {
 
 namespace {
 
-// Gathers tokens in groups of eight, each group behind its control byte.
+// Gathers tokens in groups of eight, each group after its control byte.
 class TokenWriter {
   public:
     explicit TokenWriter(Bytes& target) : target_(target) {}

@@ -58,7 +58,7 @@ class Scanned {
     [[nodiscard]] std::string decoded(const EmlSection& section) {
         MemoryOutput output(host_);
         EXPECT_NE(output.object().open(&output.object()), 0);
-        const EmlResult result = section.encoding == EML_ENC_BASE64
+        const EmlResult result = section.encoding == TransferEncoding::kBase64
                                      ? eml2DecodeBASE64(context_, section, 0, output.object())
                                      : eml2DecodeQP(context_, section, output.object());
         EXPECT_EQ(result, EML_OK);

@@ -28,8 +28,8 @@ class FarFilter {
         EXPECT_NE(input.seek(&input, static_cast<uint32_t>(offset), 0, EML_SEEK_START), 0);
         resetReader(*context_);
         context_->io = &input;
-        context_->carryPos = context_->carry;
-        context_->readCount = context_->messageOffset = static_cast<int32_t>(offset);
+        context_->input.carryPos = context_->input.carry;
+        context_->input.readCount = context_->input.offset = static_cast<int32_t>(offset);
         forgetInput(*context_);
     }
 
@@ -73,9 +73,9 @@ TEST(SizesOfTheFilter, TheCountOfReadsEndsAt31Bits) {
         EXPECT_NE(host.input().open(&host.input()), 0);
         const auto context = std::make_unique<EmlFilterContext>();
         context->io = &host.input();
-        context->carryPos = context->carry;
-        context->readCount = INT32_MAX - left;
-        context->inBody = 1;
+        context->input.carryPos = context->input.carry;
+        context->input.readCount = INT32_MAX - left;
+        context->body.running = true;
         int64_t handedOut = 0;
         for (int32_t count = readBuf(*context, 4096); count != 0; count = readBuf(*context, 4096)) {
             ASSERT_GT(count, 0);
@@ -83,7 +83,7 @@ TEST(SizesOfTheFilter, TheCountOfReadsEndsAt31Bits) {
             ASSERT_LE(handedOut, left);
         }
         EXPECT_EQ(handedOut, left);
-        EXPECT_EQ(context->readCount, INT32_MAX);
+        EXPECT_EQ(context->input.readCount, INT32_MAX);
         forgetInput(*context);
         EXPECT_EQ(emlgetc(*context, INT32_MAX), -1);
     }
@@ -107,9 +107,9 @@ void scanNearTheEnd(const LargeMessage& message, int64_t before, Look look) {
     message.giveTo(host);
     FarFilter filter(start);
     ASSERT_TRUE(filter.isOpen());
-    ASSERT_EQ(filter.context().partCount, 1);
+    ASSERT_EQ(filter.context().parts.bodies.count, 1);
     filter.goOn(host.input(), INT32_MAX - before - 2);
-    ASSERT_EQ(parseEML(filter.context()), 1U);
+    ASSERT_EQ(parseEML(filter.context()), EML_OK);
     look(filter);
     filter.goBack();
 }
@@ -121,13 +121,13 @@ TEST(SizesOfTheFilter, WhatLiesBehind31BitsIsAbsent) {
         scanNearTheEnd(message, before, [&](FarFilter& filter) {
             const EmlFilterContext& context = filter.context();
             EXPECT_EQ(context.messageSize, INT32_MAX);
-            ASSERT_EQ(context.attachmentCount, 1);
-            EXPECT_STREQ(context.attachments[0].fileName, "first");
-            const auto offset = static_cast<int64_t>(context.attachments[0].offset);
+            ASSERT_EQ(context.parts.attachments.count, 1);
+            EXPECT_STREQ(context.parts.attachments.records[0].fileName, "first");
+            const auto offset = static_cast<int64_t>(context.parts.attachments.records[0].offset);
             EXPECT_EQ(message.bytes(offset, 9), "the first");
-            ASSERT_EQ(context.partCount, 2);
-            EXPECT_EQ(context.parts[0].end, INT32_MAX - before);
-            EXPECT_EQ(context.parts[1].end, INT32_MAX);
+            ASSERT_EQ(context.parts.bodies.count, 2);
+            EXPECT_EQ(context.parts.bodies.records[0].end, INT32_MAX - before);
+            EXPECT_EQ(context.parts.bodies.records[1].end, INT32_MAX);
             EXPECT_EQ(filter.sizeOf(0), INT32_MAX - offset);
             EXPECT_EQ(filter.extract(1), message.bytes(offset, static_cast<uint32_t>(INT32_MAX - offset)));
         });
@@ -167,15 +167,15 @@ TEST(SizesOfTheFilter, ProgressNeverGoesBackNorBelowZero) {
     uint32_t size = 0;
     uint32_t progress = 0;
     ASSERT_EQ(emlFillBufferEx(&context, 0, buffer.data(), &size, &progress, 256, EML_FILL_RESTART), EML_OK);
-    while (context.inBody == 0)
+    while (!context.body.running)
         ASSERT_EQ(emlFillBuffer(&context, buffer.data(), &size, &progress, 256), EML_OK);
-    const int32_t length = context.bodyLength;
+    const int32_t length = context.body.length;
     EXPECT_GT(length, INT32_MAX - 100);
     EXPECT_EQ(progress, 0U);
     // Most of the text counts as converted.
     constexpr int32_t kLeft = 300000;
-    context.readCount = context.messageOffset = length - kLeft;
-    context.stagingPending = 0;
+    context.input.readCount = context.body.converted = length - kLeft;
+    context.body.textWaits = false;
     forgetInput(context);
     uint32_t before = 0;
     for (int calls = 0; progress < 100; ++calls) {
@@ -185,8 +185,8 @@ TEST(SizesOfTheFilter, ProgressNeverGoesBackNorBelowZero) {
         ASSERT_LE(progress, 100U);
         before = progress;
     }
-    EXPECT_EQ(context.messageOffset, length);
-    EXPECT_EQ(context.readCount, length);
+    EXPECT_EQ(context.body.converted, length);
+    EXPECT_EQ(context.input.readCount, length);
     filter.goBack();
 }
 

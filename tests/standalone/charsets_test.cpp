@@ -13,7 +13,7 @@ using emlhost::Converter;
 using emlhost::findCharset;
 using namespace std::string_literals;
 
-/* One text in each charset, known from the charset's own tables. */
+// One text in each charset, known from the charset's own tables.
 struct Sample {
     uint32_t id;
     std::string bytes;
@@ -66,7 +66,7 @@ TEST(Charsets, EachIdDecodesAndEncodesItsSample) {
         EXPECT_EQ(toUtf8(sample.id, sample.bytes), sample.utf8);
         if (sample.id == EML_CHARSET_UTF_7) {
             EXPECT_EQ(toUtf8(sample.id, fromUtf8(sample.id, sample.utf8)),
-                      sample.utf8); /* several spellings */
+                      sample.utf8);  // several spellings
         } else {
             EXPECT_EQ(fromUtf8(sample.id, sample.utf8), sample.bytes);
         }
@@ -155,7 +155,7 @@ TEST(Charsets, InvalidAndTruncatedTextBecomesSubstitutes) {
         {EML_CHARSET_UTF_16, "z\0y"s, "z?"},
         {EML_CHARSET_UTF_16, "\0\xDEz\0"s, "?z"},
         {EML_CHARSET_HEBREW, "\xE0\xFFz", "א?z"},
-        /* the a waits for a tone mark, and comes before the substitute all the same */
+        // the a waits for a tone mark, and comes before the substitute all the same
         {EML_CHARSET_VIETNAMESE, "a\x8Ao", "a?o"},
     };
     for (const Row& row : rows) {
@@ -206,7 +206,7 @@ TEST(Charsets, LongTextsAreConvertedWhole) {
     EXPECT_EQ(toUtf8(EML_CHARSET_SHIFT_JIS, bytes), utf8);
 }
 
-/* Every pair of bytes, behind a letter and before one: conversion ends, gives text, and never fails. */
+// Every pair of bytes, behind a letter and before one: conversion ends, gives text, and never fails.
 TEST(Charsets, AnyTwoBytesConvertInEveryCharset) {
     for (const Sample& sample : kSamples) {
         Converter decode(sample.id, EML_CHARSET_UTF_8);

@@ -31,7 +31,7 @@ TEST(FileOutput, AppearsUnderItsNameAtCommitOnly) {
     auto output = outputWith(folder, "content");
     EXPECT_FALSE(std::filesystem::exists(folder.pathOf("result")));
     EXPECT_TRUE(std::filesystem::exists(output->temporaryPath()));
-    EXPECT_FALSE(output->commit("result", CommitPolicy::KeepExisting));
+    EXPECT_FALSE(output->commit("result", CommitPolicy::kKeepExisting));
     EXPECT_EQ(output->temporaryPath(), "");
     EXPECT_EQ(folder.read("result"), "content");
     EXPECT_EQ(folder.entryCount(), 1u) << "nothing else is left behind";
@@ -49,9 +49,9 @@ TEST(FileOutput, KeepsWhatExistsAndMayTryAnotherName) {
     TemporaryFolder folder;
     folder.write("taken", "old");
     auto output = outputWith(folder, "new");
-    EXPECT_EQ(output->commit("taken", CommitPolicy::KeepExisting), std::errc::file_exists);
+    EXPECT_EQ(output->commit("taken", CommitPolicy::kKeepExisting), std::errc::file_exists);
     EXPECT_EQ(folder.read("taken"), "old");
-    EXPECT_FALSE(output->commit("taken (2)", CommitPolicy::KeepExisting));
+    EXPECT_FALSE(output->commit("taken (2)", CommitPolicy::kKeepExisting));
     EXPECT_EQ(folder.read("taken (2)"), "new");
     EXPECT_EQ(folder.entryCount(), 2u);
 }
@@ -59,7 +59,7 @@ TEST(FileOutput, KeepsWhatExistsAndMayTryAnotherName) {
 TEST(FileOutput, ReplacesWhenToldTo) {
     TemporaryFolder folder;
     folder.write("taken", "old");
-    EXPECT_FALSE(outputWith(folder, "new")->commit("taken", CommitPolicy::Replace));
+    EXPECT_FALSE(outputWith(folder, "new")->commit("taken", CommitPolicy::kReplace));
     EXPECT_EQ(folder.read("taken"), "new");
     EXPECT_EQ(folder.entryCount(), 1u);
 }
@@ -69,11 +69,11 @@ TEST(FileOutput, NeverFollowsALink) {
     folder.write("target", "precious");
     std::filesystem::create_symlink("target", folder.pathOf("link"));
     std::filesystem::create_symlink("nowhere", folder.pathOf("dangling"));
-    EXPECT_EQ(outputWith(folder, "new")->commit("link", CommitPolicy::KeepExisting), std::errc::file_exists);
-    EXPECT_EQ(outputWith(folder, "new")->commit("dangling", CommitPolicy::KeepExisting),
+    EXPECT_EQ(outputWith(folder, "new")->commit("link", CommitPolicy::kKeepExisting), std::errc::file_exists);
+    EXPECT_EQ(outputWith(folder, "new")->commit("dangling", CommitPolicy::kKeepExisting),
               std::errc::file_exists);
     EXPECT_FALSE(std::filesystem::exists(folder.pathOf("nowhere")));
-    EXPECT_FALSE(outputWith(folder, "new")->commit("link", CommitPolicy::Replace));
+    EXPECT_FALSE(outputWith(folder, "new")->commit("link", CommitPolicy::kReplace));
     EXPECT_EQ(folder.read("target"), "precious");
     EXPECT_EQ(folder.read("link"), "new");
     EXPECT_FALSE(std::filesystem::is_symlink(folder.pathOf("link")));
@@ -82,8 +82,9 @@ TEST(FileOutput, NeverFollowsALink) {
 TEST(FileOutput, AFolderIsNeverReplaced) {
     TemporaryFolder folder;
     std::filesystem::create_directory(folder.pathOf("taken"));
-    EXPECT_EQ(outputWith(folder, "new")->commit("taken", CommitPolicy::KeepExisting), std::errc::file_exists);
-    EXPECT_EQ(outputWith(folder, "new")->commit("taken", CommitPolicy::Replace), std::errc::is_a_directory);
+    EXPECT_EQ(outputWith(folder, "new")->commit("taken", CommitPolicy::kKeepExisting),
+              std::errc::file_exists);
+    EXPECT_EQ(outputWith(folder, "new")->commit("taken", CommitPolicy::kReplace), std::errc::is_a_directory);
     EXPECT_EQ(folder.entryCount(), 1u);
 }
 
@@ -94,20 +95,20 @@ TEST(FileOutput, TakesPlainNamesOnly) {
     const std::string names[] = {
         "", ".", "..", "/", "../outside", "sub/inside", "/tmp/emlhost-absolute", {"a\0b", 3}};
     for (const std::string& name : names) {
-        EXPECT_EQ(output->commit(name, CommitPolicy::Replace), std::errc::invalid_argument) << name;
+        EXPECT_EQ(output->commit(name, CommitPolicy::kReplace), std::errc::invalid_argument) << name;
     }
-    EXPECT_FALSE(output->commit("fine", CommitPolicy::KeepExisting));
-    EXPECT_EQ(output->commit("again", CommitPolicy::KeepExisting), std::errc::invalid_argument);
+    EXPECT_FALSE(output->commit("fine", CommitPolicy::kKeepExisting));
+    EXPECT_EQ(output->commit("again", CommitPolicy::kKeepExisting), std::errc::invalid_argument);
 }
 
 TEST(FileOutput, HasOrdinaryPermissionsLessTheUmask) {
     TemporaryFolder folder;
     mode_t previous = ::umask(022);
-    EXPECT_FALSE(outputWith(folder, "x")->commit("result", CommitPolicy::KeepExisting));
+    EXPECT_FALSE(outputWith(folder, "x")->commit("result", CommitPolicy::kKeepExisting));
     std::error_code error;
     auto secret = FileOutput::create(folder.path(), error, 0600);
     ASSERT_NE(secret, nullptr);
-    EXPECT_FALSE(secret->commit("secret", CommitPolicy::KeepExisting));
+    EXPECT_FALSE(secret->commit("secret", CommitPolicy::kKeepExisting));
     ::umask(previous);
     struct stat status;
     ASSERT_EQ(::stat(folder.pathOf("result").c_str(), &status), 0);
@@ -122,7 +123,7 @@ TEST(FileOutput, OpeningAgainEmptiesTheFile) {
     EmlIOobj* object = output->object();
     ASSERT_NE(object->open(object), 0);
     object->write(object, "short", 5);
-    EXPECT_FALSE(output->commit("result", CommitPolicy::KeepExisting)) << "commit finishes, closed or not";
+    EXPECT_FALSE(output->commit("result", CommitPolicy::kKeepExisting)) << "commit finishes, closed or not";
     EXPECT_EQ(folder.read("result"), "short");
     EXPECT_EQ(object->open(object), 0) << "a committed file is not touched any more";
 }
@@ -142,7 +143,7 @@ TEST(FileOutput, AFileThatCouldNotBeWrittenIsNotCommitted) {
     std::error_code error;
     auto output = FileOutput::create(folder.path(), error);
     ASSERT_NE(output, nullptr);
-    /* A limit on the size of files fails a write as a full disk does. */
+    // A limit on the size of files fails a write as a full disk does.
     auto previousHandler = std::signal(SIGXFSZ, SIG_IGN);
     rlimit previousLimit;
     ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &previousLimit), 0);
@@ -154,7 +155,7 @@ TEST(FileOutput, AFileThatCouldNotBeWrittenIsNotCommitted) {
     std::string piece(4096, 'x');
     for (int i = 0; i < 50; ++i) object->write(object, piece.data(), static_cast<uint32_t>(piece.size()));
     int32_t closed = object->close(object);
-    std::error_code committed = output->commit("result", CommitPolicy::KeepExisting);
+    std::error_code committed = output->commit("result", CommitPolicy::kKeepExisting);
     ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &previousLimit), 0);
     std::signal(SIGXFSZ, previousHandler);
     EXPECT_EQ(closed, 0);

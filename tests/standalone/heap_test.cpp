@@ -31,7 +31,7 @@ TEST(CountingHeap, CountsLiveBlocksBytesPeakAndAllocations) {
 TEST(CountingHeap, ReallocationKeepsContentAndIsCounted) {
     CountingHeap heap;
     EmlAllocator* allocator = heap.allocator();
-    /* Neighbours in the list on both sides, so that a moved block must be put back between them. */
+    // Neighbours in the list on both sides, so that a moved block must be put back between them.
     void* before = allocator->allocate(allocator, 8);
     void* block = allocator->allocate(allocator, 8);
     void* behind = allocator->allocate(allocator, 8);
@@ -63,12 +63,12 @@ TEST(CountingHeap, FailedReallocationLeavesTheBlockLive) {
     EXPECT_EQ(heap.counts().liveBlocks, 1u);
     EXPECT_EQ(heap.counts().liveBytes, 10u);
     EXPECT_EQ(static_cast<char*>(block)[9], 'x');
-    /* Not freed here: the heap does it, and the leak checker would tell. */
+    // Not freed here: the heap does it, and the leak checker would tell.
 }
 
 TEST(CountingHeap, ZeroedBlocksAreZero) {
     CountingHeap heap;
-    /* A used block first, so that memory with other content is likely to come again. */
+    // A used block first, so that memory with other content is likely to come again.
     void* used = heap.allocate(2 * 32);
     std::memset(used, 0xAA, 2 * 32);
     heap.free(used);

@@ -34,7 +34,7 @@ std::string readAtMost(EmlIOobj* object, uint32_t count) {
     return buffer;
 }
 
-/* Text in which every place looks different. */
+// Text in which every place looks different.
 std::string numberedText(size_t size) {
     std::string text;
     for (size_t i = 0; text.size() < size; ++i) text += std::to_string(i) + ",";
@@ -42,7 +42,7 @@ std::string numberedText(size_t size) {
     return text;
 }
 
-/* Every rule of the record, for each kind of input. */
+// Every rule of the record, for each kind of input.
 struct Kind {
     const char* name;
     std::unique_ptr<Input> (*make)(const std::string& path, const std::string& content);
@@ -145,7 +145,7 @@ TEST_P(EveryInput, GivesWholeReadsEverywhere) {
     const std::string content = numberedText(3 * DescriptorInput::kWindowSize + 777);
     EmlIOobj* object = open(content);
     constexpr size_t kRead = 4096;
-    /* Forwards and backwards, in steps that meet the ends of windows in every way. */
+    // Forwards and backwards, in steps that meet the ends of windows in every way.
     for (size_t at = 0; at < content.size(); at += 1021) {
         for (size_t position : {at, content.size() - 1 - at}) {
             ASSERT_TRUE(seekTo(object, static_cast<int64_t>(position)));
@@ -160,7 +160,7 @@ TEST_P(EveryInput, HasNoReleaseUnlessHandedOver) {
     EXPECT_EQ(open("x")->release, nullptr);
     EmlIOobj* object = Input::handOver(std::move(input_));
     ASSERT_NE(object->release, nullptr);
-    object->release(object); /* the leak checker sees to it that this destroys the input */
+    object->release(object);  // the leak checker sees to it that this destroys the input
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, EveryInput,
@@ -239,7 +239,7 @@ TEST(DescriptorInput, ReadsBehindFourGiB) {
     std::string path = folder.write("large.eml", "");
     constexpr int64_t kSize = (int64_t{1} << 32) + 10;
     int number = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
-    /* A hole: the file takes no room. */
+    // A hole: the file takes no room.
     if (::pwrite(number, "end", 3, static_cast<off_t>(kSize - 3)) != 3) {
         ::close(number);
         GTEST_SKIP() << "the file system has no files of this size";
@@ -269,7 +269,7 @@ TEST(SpoolInput, KeepsAllThatAPipeDelivers) {
     UniqueDescriptor readEnd(ends[0]);
     const std::string content = numberedText(300'000);
     std::thread writer([&content, number = ends[1]] {
-        UniqueDescriptor writeEnd(number); /* closing it is what ends the input */
+        UniqueDescriptor writeEnd(number);  // closing it is what ends the input
         for (size_t at = 0; at < content.size();) {
             ssize_t written = ::write(writeEnd.get(), content.data() + at, content.size() - at);
             if (written <= 0) break;

@@ -90,10 +90,10 @@ TEST(Output, TheRecordHasWhatAnExtractionNeedsAndNoMore) {
     EXPECT_EQ(object->size[0], 0u) << "the size is the library's to store";
 }
 
-/* A sink that fails from some write on. */
+// A sink that fails from some write on.
 class FailingOutput final : public Output {
   public:
-    explicit FailingOutput(int writesThatSucceed) : Output(Seeking::Anywhere), left_(writesThatSucceed) {}
+    explicit FailingOutput(int writesThatSucceed) : Output(Seeking::kAnywhere), left_(writesThatSucceed) {}
     int puts() const { return puts_; }
 
   private:
@@ -183,8 +183,8 @@ TEST(DescriptorOutput, AFullDeviceIsAnErrorAtClose) {
     EXPECT_EQ(output.error(), std::errc::no_space_on_device);
 }
 
-/* Writes of all sizes, around that of the buffer, and seeks between them: the file must hold what memory
- * does. */
+// Writes of all sizes, around that of the buffer, and seeks between them: the file must hold what memory
+// does.
 TEST(BufferedOutput, GivesWhatUnbufferedWritesGive) {
     TemporaryFolder folder;
     std::error_code error;
@@ -207,7 +207,7 @@ TEST(BufferedOutput, GivesWhatUnbufferedWritesGive) {
         ++fill;
     }
     EXPECT_EQ(file->size(), memory.size());
-    ASSERT_FALSE(file->commit("result", CommitPolicy::KeepExisting));
+    ASSERT_FALSE(file->commit("result", CommitPolicy::kKeepExisting));
     EXPECT_EQ(folder.read("result"), textOf(memory));
 }
 

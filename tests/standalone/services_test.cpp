@@ -14,7 +14,7 @@ using emlhost_test::TemporaryFolder;
 
 EmlTextSpan spanOf(std::string& text) { return {text.data(), static_cast<uint32_t>(text.size())}; }
 
-/* Both calls of convertTextFrom, with a guard behind the room that is given. */
+// Both calls of convertTextFrom, with a guard after the room that is given.
 std::string convertFrom(Services& services, uint32_t charset, std::string text) {
     EmlHostServices* record = services.record();
     EmlTextSpan source = spanOf(text);
@@ -156,7 +156,7 @@ TEST(Services, DatesComeBackAsTheyWereStored) {
                             int64_t{std::numeric_limits<int32_t>::max()}, int64_t{INT32_MIN},
                             int64_t{1} << 33, -(int64_t{1} << 33)}) {
         auto time = static_cast<time_t>(seconds);
-        if (time != seconds) continue; /* a 32-bit time_t */
+        if (time != seconds) continue;  // a 32-bit time_t
         uint32_t date[2] = {0xAAAAAAAA, 0xAAAAAAAA};
         services.record()->storeDate(time, date);
         EXPECT_EQ(emlhost::dateFrom(date), seconds);

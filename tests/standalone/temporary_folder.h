@@ -1,6 +1,5 @@
-/* A folder for one test, removed with everything in it. */
-#ifndef EMLREADER_TESTS_STANDALONE_TEMPORARY_FOLDER_H
-#define EMLREADER_TESTS_STANDALONE_TEMPORARY_FOLDER_H
+// A folder for one test, removed with everything in it.
+#pragma once
 
 #include <gtest/gtest.h>
 
@@ -41,7 +40,7 @@ class TemporaryFolder {
         return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     }
 
-    /* Number of entries, hidden ones included. */
+    // Number of entries, hidden ones included.
     size_t entryCount() const {
         return static_cast<size_t>(
             std::distance(std::filesystem::directory_iterator(path_), std::filesystem::directory_iterator()));
@@ -52,5 +51,3 @@ class TemporaryFolder {
 };
 
 }  // namespace emlhost_test
-
-#endif

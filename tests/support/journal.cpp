@@ -17,6 +17,8 @@ const char* entryName(Entry entry) {
         "output.open",       "output.write",
         "output.seek",       "output.tell",
         "output.close",      "output.release",
+        "conversion.open",   "conversion.convert",
+        "conversion.close",  "progress",
     };
     return kNames[static_cast<size_t>(entry)];
 }

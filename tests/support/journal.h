@@ -40,6 +40,11 @@ enum class Entry : uint8_t {
     kOutputTell,
     kOutputClose,
     kOutputRelease,
+    // what the options of the MIME reader hold
+    kConversionOpen,
+    kConversionConvert,
+    kConversionClose,
+    kProgress,
     kCount
 };
 

@@ -267,6 +267,7 @@ int32_t RecordingHost::readInput(void* buffer, uint32_t count, ReadStyle style) 
     if (style == ReadStyle::kMinusOne) return -1;
     if (style == ReadStyle::kOneByte) wanted = 1;
     if (style == ReadStyle::kHalf) wanted = (wanted + 1) / 2;
+    wanted = std::min<uint64_t>(wanted, options_.mostDelivered);
     const uint64_t left =
         static_cast<uint64_t>(position_) < size_ ? size_ - static_cast<uint64_t>(position_) : 0;
     const auto delivered = static_cast<uint32_t>(std::min(wanted, left));

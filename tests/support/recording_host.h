@@ -42,8 +42,9 @@ struct HostOptions {
     bool scribble = true;  // the room behind what a read delivers gets the fresh byte
     uint8_t freshByte = kFreshByte;
     uint32_t largestRead = 4096;
-    bool inputIsGiven = false;    // to the library, which releases it, and may close it twice
-    bool closesAnyInput = false;  // an input whose open has failed is closed all the same
+    uint32_t mostDelivered = UINT32_MAX;  // by one read
+    bool inputIsGiven = false;            // to the library, which releases it, and may close it twice
+    bool closesAnyInput = false;          // an input whose open has failed is closed all the same
 };
 
 // Gives the bytes [offset, offset + count) of an input that is not in memory.

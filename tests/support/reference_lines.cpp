@@ -5,7 +5,7 @@
 
 #include "container/container_context.h"
 #include "reference/charset.h"
-#include "reference/header_values.h"
+#include "reference/parameters.h"
 
 namespace eml::test {
 namespace {

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "container/container_context.h"
-#include "reference/header_values.h"
+#include "reference/parameters.h"
 #include "support/reference_lines.h"
 
 namespace eml::test {

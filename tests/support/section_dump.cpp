@@ -14,8 +14,9 @@ template <class Section>
 std::string sectionText(const Section& section) {
     return "[" + std::to_string(section.start) + "," + std::to_string(section.end) + ") body [" +
            std::to_string(section.bodyStart) + "," + std::to_string(section.bodyEnd) + ") class " +
-           std::to_string(section.contentClass) + " encoding " + std::to_string(section.encoding) +
-           " charset " + std::to_string(section.charset) + " boundary " + quoted(section.boundary) + " " +
+           std::to_string(section.contentClass) + " encoding " +
+           std::to_string(static_cast<uint32_t>(section.encoding)) + " charset " +
+           std::to_string(section.charset) + " boundary " + quoted(section.boundary) + " " +
            std::to_string(section.boundaryLength) + " attachment " + (section.isAttachment != 0 ? "1" : "0") +
            " flags " + std::to_string(section.flags) + " name " + quoted(section.fileName) + "\n";
 }
@@ -24,8 +25,9 @@ template <class Message>
 std::string headText(const Message& message, uint32_t result) {
     return "result " + std::to_string(result) + " bodyOffset " + std::to_string(message.bodyOffset) +
            " class " + std::to_string(message.contentClass) + " encoding " +
-           std::to_string(message.encoding) + " charset " + std::to_string(message.charset) + " boundary " +
-           quoted(message.boundary) + " " + std::to_string(message.boundaryLength) + " attachments " +
+           std::to_string(static_cast<uint32_t>(message.encoding)) + " charset " +
+           std::to_string(message.charset) + " boundary " + quoted(message.boundary) + " " +
+           std::to_string(message.boundaryLength) + " attachments " +
            std::to_string(message.attachmentCount) + "\n";
 }
 

@@ -162,7 +162,7 @@ def misbehaving():
 @test
 def the_schema_is_the_file_that_the_tests_use():
     result = cli.eml("schema")
-    expect(result, 0, out=read(os.path.join(HERE, "../../tool/eml-1.schema.json")).decode())
+    expect(result, 0, out=read(os.path.join(HERE, "../../tool/commands/eml-1.schema.json")).decode())
     equal(json.loads(result.out)["properties"]["schema"], {"const": "eml/1"})
 
 
@@ -555,7 +555,7 @@ def resume_touches_no_other_file():
     for what, content, line in (
         ("text", b"my notes\n", 1), ("text without a line end", b"my notes", 1),
         ("other JSON", b'{"a": 1}\n', 1),
-        ("behind a row", row + b"notes\n", 2), ("half a row in the middle", row[:60] + b"\n" + row, 1),
+        ("after a row", row + b"notes\n", 2), ("half a row in the middle", row[:60] + b"\n" + row, 1),
         ("another tail", row + b"notes", 2),
     ):
         write("out", content)

@@ -22,7 +22,7 @@ import tnef_writer as tnef
 EML = os.path.abspath(sys.argv[1]) if len(sys.argv) > 1 else sys.exit(__doc__)
 TESTS = []
 PATIENCE = 120  # seconds for one run
-with open(os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../tool/eml-1.schema.json"),
+with open(os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../tool/commands/eml-1.schema.json"),
           encoding="utf-8") as schema_file:
     SCHEMA = json.load(schema_file)
 
@@ -1306,7 +1306,7 @@ def double_dash_ends_the_options():
 
 
 @test
-def options_stand_before_and_behind_the_command():
+def options_stand_before_and_after_the_command():
     write("plain.eml", PLAIN)
     line = eml("--json", "list", "plain.eml").out
     equal(line.startswith('{"schema":"eml/1"'), True)

@@ -1,11 +1,9 @@
-/*
- * Preloaded into a program, this makes it misbehave when it opens a file whose name says so. It stands for
- * what a bad message could do to its reader; nothing in the reader itself knows of it.
- *
- *     crash-me...    the process gets SIGSEGV
- *     hang-me...     the open never comes back
- *     eat-me...      takes address space until there is hardly any left, and fails
- */
+// Preloaded into a program, this makes it misbehave when it opens a file whose name says so. It stands for
+// what a bad message could do to its reader; nothing in the reader itself knows of it.
+//
+//     crash-me...    the process gets SIGSEGV
+//     hang-me...     the open never comes back
+//     eat-me...      takes address space until there is hardly any left, and fails
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <errno.h>
@@ -22,7 +20,7 @@ static int misbehaves(const char* path) {
     const char* slash = strrchr(path, '/');
     const char* name = slash != NULL ? slash + 1 : path;
     if (strncmp(name, "crash-me", 8) == 0) {
-        signal(SIGSEGV, SIG_DFL); /* a sanitizer's handler takes long */
+        signal(SIGSEGV, SIG_DFL);  // a sanitizer's handler takes long
         raise(SIGSEGV);
     }
     if (strncmp(name, "hang-me", 7) == 0) {
@@ -39,7 +37,7 @@ static int misbehaves(const char* path) {
         }
         last = piece;
     }
-    raise(SIGABRT); /* nobody has set a limit */
+    raise(SIGABRT);  // nobody has set a limit
     return 1;
 }
 

@@ -1,0 +1,192 @@
+#include "tool/message/tnef.h"
+
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+
+#include <csignal>
+#include <cstring>
+
+namespace emltool {
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+Bytes bytesOf(std::string_view text) { return {text.begin(), text.end()}; }
+std::string textOf(std::span<const uint8_t> bytes) { return {bytes.begin(), bytes.end()}; }
+
+// A frame between the two processes.
+std::string frame(uint32_t kind, uint32_t flag, uint32_t nameLength, uint32_t typeLength, uint64_t size) {
+    std::string text(24, '\0');
+    const uint32_t words[] = {kind, flag, nameLength, typeLength};
+    std::memcpy(text.data(), words, sizeof words);
+    std::memcpy(text.data() + sizeof words, &size, sizeof size);
+    return text;
+}
+
+std::string fileFrame(std::string_view name, bool isUtf8, std::string_view type, std::string_view content) {
+    return frame(1, isUtf8 ? 1 : 0, static_cast<uint32_t>(name.size()), static_cast<uint32_t>(type.size()),
+                 content.size())
+        .append(name)
+        .append(type)
+        .append(content);
+}
+
+std::string endFrame(uint32_t codePage, bool complete) { return frame(2, complete ? 1 : 0, codePage, 0, 0); }
+
+// An attribute of a TNEF.
+std::string attribute(std::string_view content, uint32_t claimed) {
+    std::string text = "\x02\x0F\x80\x06";
+    text.push_back('\0');
+    for (int shift = 0; shift < 32; shift += 8) text.push_back(static_cast<char>(claimed >> shift & 0xFF));
+    return text.append(content).append("ck");
+}
+std::string attribute(std::string_view content) {
+    return attribute(content, static_cast<uint32_t>(content.size()));
+}
+
+const std::string kStart = "\x78\x9F\x3E\x22kk";
+
+TEST(Tnef, BeginsWithItsSignature) {
+    EXPECT_TRUE(beginsTnef(bytesOf("\x78\x9F\x3E\x22")));
+    EXPECT_TRUE(beginsTnef(bytesOf(kStart)));
+    EXPECT_FALSE(beginsTnef(bytesOf("\x78\x9F\x3E")));
+    EXPECT_FALSE(beginsTnef(bytesOf("\x22\x3E\x9F\x78")));
+    EXPECT_FALSE(beginsTnef({}));
+}
+
+TEST(Tnef, LeavesAttributesWithoutContentOut) {
+    struct Case {
+        std::string bytes;
+        std::string kept;
+        bool breaksOff;
+    };
+    const Case cases[] = {
+        {"", "", true},
+        {kStart, kStart, false},
+        {kStart + attribute("a"), kStart + attribute("a"), false},
+        {kStart + attribute("") + attribute("b"), kStart + attribute("b"), false},
+        {kStart + attribute("a") + attribute(""), kStart + attribute("a"), false},
+        {kStart + attribute("a") + attribute("b").substr(0, 11), kStart + attribute("a"), true},
+        {kStart + attribute("a") + "x", kStart + attribute("a"), true},
+        {kStart + attribute("a", 0xFFFFFFFF), kStart, true},
+        {kStart + attribute("a", 2), kStart, true},
+        {kStart.substr(0, 5), kStart.substr(0, 5), true},
+    };
+    for (const Case& one : cases) {
+        bool breaksOff = !one.breaksOff;
+        Bytes kept = withoutEmptyAttributes(bytesOf(one.bytes), breaksOff);
+        EXPECT_EQ(textOf(kept), one.kept) << &one - cases;
+        EXPECT_EQ(breaksOff, one.breaksOff) << &one - cases;
+    }
+}
+
+TEST(TnefReply, HoldsFiles) {
+    TnefContent content = parseTnefReply(bytesOf(fileFrame("\xE4.txt", false, "text/plain", "one") +
+                                                 fileFrame("\xC3\xA4", true, "", "") + endFrame(1252, true)),
+                                         3);
+    EXPECT_EQ(content.problem, "");
+    ASSERT_EQ(content.files.size(), 2U);
+    EXPECT_EQ(content.files[0].name, "ä.txt");
+    EXPECT_EQ(content.files[0].type, "text/plain");
+    EXPECT_EQ(textOf(content.files[0].bytes), "one");
+    EXPECT_EQ(content.files[1].name, "ä");
+    EXPECT_TRUE(content.files[1].bytes.empty());
+}
+
+TEST(TnefReply, ReadsNamesInTheirCodePage) {
+    struct Case {
+        uint32_t codePage;
+        std::string bytes;
+        std::string name;
+    };
+    const Case cases[] = {
+        {1252, "\x80", "€"},      {1251, "\xE4", "д"}, {932, "\x83\x65", "テ"},
+        {65001, "\xC3\xA4", "ä"}, {0, "\xE4", "ä"},    {99999, "\xE4", "ä"},
+    };
+    for (const Case& one : cases) {
+        TnefContent content =
+            parseTnefReply(bytesOf(fileFrame(one.bytes, false, "", "") + endFrame(one.codePage, true)), 0);
+        ASSERT_EQ(content.files.size(), 1U) << one.codePage;
+        EXPECT_EQ(content.files[0].name, one.name) << one.codePage;
+    }
+}
+
+TEST(TnefReply, IsRefusedWhereItMakesNoSense) {
+    const std::string whole = fileFrame("a", true, "t", "abc") + endFrame(1252, true);
+    std::vector<std::string> cases = {
+        whole + "x",                                           // something after the end
+        whole + endFrame(1252, true),                          // two ends
+        fileFrame("a", true, "", "abc"),                       // no end
+        fileFrame("a", true, "", "abcd") + endFrame(0, true),  // more than the TNEF has
+        fileFrame("a", true, "", "ab") + fileFrame("a", true, "", "cd") + endFrame(0, true),
+        frame(0, 0, 0, 0, 0) + endFrame(0, true),
+        frame(3, 0, 0, 0, 0) + endFrame(0, true),
+        frame(1, 0, 0, 0, UINT64_MAX) + endFrame(0, true),
+        frame(1, 0, UINT32_MAX, 0, 0) + endFrame(0, true),
+        frame(1, 0, 0, UINT32_MAX, 0) + endFrame(0, true),
+        fileFrame(std::string(4097, 'x'), true, "", "") + endFrame(0, true),
+    };
+    for (size_t length = 0; length < whole.size(); ++length) cases.push_back(whole.substr(0, length));
+    std::string many;
+    for (size_t i = 0; i <= kMaxTnefFiles; ++i) many += fileFrame("a", true, "", "");
+    cases.push_back(many + endFrame(0, true));
+    for (const std::string& reply : cases) {
+        TnefContent content = parseTnefReply(bytesOf(reply), 3);
+        EXPECT_EQ(content.problem, "its reader gave an answer that makes no sense") << &reply - cases.data();
+        EXPECT_TRUE(content.files.empty());
+    }
+    EXPECT_EQ(parseTnefReply(bytesOf(whole), 3).problem, "");
+}
+
+TEST(TnefReply, SaysWhenItIsNotAll) {
+    EXPECT_EQ(parseTnefReply(bytesOf(endFrame(0, false)), 0).problem, "nothing in it can be read");
+    TnefContent content = parseTnefReply(bytesOf(fileFrame("a", true, "", "") + endFrame(0, false)), 0);
+    EXPECT_EQ(content.problem, "its end cannot be read");
+    EXPECT_EQ(content.files.size(), 1U);
+}
+
+TEST(TnefUnpacking, SendsFilesFromOneProcessToTheOther) {
+    TnefContent content = unpackTnef(bytesOf("hello"), [](std::span<const uint8_t> bytes, TnefSink& sink) {
+        sink.file("first", true, "a/b", bytes.first(2));
+        sink.file(std::string(5000, 'n'), true, "", bytes.last(3));
+        return sink.end(1252, true);
+    });
+    EXPECT_EQ(content.problem, "");
+    ASSERT_EQ(content.files.size(), 2U);
+    EXPECT_EQ(textOf(content.files[0].bytes), "he");
+    EXPECT_EQ(textOf(content.files[1].bytes), "llo");
+    EXPECT_EQ(content.files[1].name, std::string(4096, 'n'));
+}
+
+TEST(TnefUnpacking, OutlivesItsReader) {
+    TnefContent content = unpackTnef(bytesOf("x"), [](std::span<const uint8_t>, TnefSink& sink) {
+        sink.file("lost", true, "", {});
+        std::raise(SIGSEGV);
+        return sink.end(0, true);
+    });
+    EXPECT_EQ(content.problem, "its reader crashed (SIGSEGV)");
+    EXPECT_TRUE(content.files.empty());
+
+    content = unpackTnef(bytesOf("x"), [](std::span<const uint8_t> bytes, TnefSink& sink) -> bool {
+        for (;;) sink.file("again", true, "", bytes);
+    });
+    EXPECT_EQ(content.problem, "its reader gave more than there can be");
+
+    content = unpackTnef(bytesOf("x"), [](std::span<const uint8_t>, TnefSink& sink) {
+        constexpr size_t kMuch = size_t{1} << 30;
+        void* block = ::mmap(nullptr, kMuch, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (block == MAP_FAILED) return false;
+        return sink.end(0, true);
+    });
+    EXPECT_EQ(content.problem, "its reader could not do it") << "a block of 1 GiB is refused";
+}
+
+TEST(TnefUnpacking, UsesTheLibraryWhereThereIsOne) {
+    const Bytes bytes = bytesOf("\x78\x9F\x3E\x22 and nothing that it knows");
+    TnefContent content = unpackTnef(bytes);
+    EXPECT_TRUE(content.files.empty());
+    EXPECT_EQ(content.problem, readsTnef() ? "nothing in it can be read" : "");
+}
+
+}  // namespace
+}  // namespace emltool

@@ -1,0 +1,145 @@
+#include "tool/batch/row.h"
+
+#include <fmt/format.h>
+#include <sys/stat.h>
+
+#include <new>
+
+#include "tool/archive/mbox.h"
+#include "tool/message/json_text.h"
+#include "tool/message/text.h"
+#include "tool/message/tree.h"
+#include "tool/text/safe_name.h"
+#include "tool/text/sha256.h"
+
+namespace emltool {
+
+namespace {
+
+// An output that keeps only the digest.
+class DigestOutput final : public emlhost::Output {
+  public:
+    DigestOutput() : Output(Seeking::kNotAtAll) {}
+
+    std::string digest() { return hexText(hash_.finish()); }
+
+  private:
+    int put(uint64_t, std::span<const uint8_t> bytes) noexcept override {
+        hash_.update(bytes);
+        return 0;
+    }
+    int restart() noexcept override {
+        hash_ = Sha256();
+        return 0;
+    }
+
+    Sha256 hash_;
+};
+
+// Determines the sizes, and the digests if they are wanted.
+class RowVisitor final : public AttachmentVisitor {
+  public:
+    explicit RowVisitor(const RowOptions& options) : options_(options) {}
+
+    void visit(SubFileContent& content, SubFileEntry& entry) override {
+        if (options_.digest) {
+            DigestOutput output;
+            emlhost::Extraction extraction = content.extract(output);
+            if (extraction.status == EML_OK && (extraction.flags & EML_EXTRACT_NOT_IN_FILE) == 0) {
+                entry.size = output.size();
+                entry.sha256 = output.digest();
+            }
+        } else {
+            entry.size = decodedSize(content);
+        }
+        entry.safeName = names_.take(safeName(entry.name, dotted(entry.path)));
+    }
+    bool opens(const SubFileEntry&) const override { return options_.recursive; }
+
+  private:
+    const RowOptions& options_;
+    NameSet names_;
+};
+
+// Calls take(piece) for the bytes of `input` until it returns false.
+template <typename Take>
+void readPieces(emlhost::Input& input, Take take) {
+    EmlIOobj* object = input.object();
+    if (object->open(object) == 0) return;
+    uint8_t piece[size_t{16} << 10];
+    for (;;) {
+        int32_t got = object->read(object, piece, sizeof piece);
+        if (got < 1 || !take(std::span<const uint8_t>(piece, static_cast<size_t>(got)))) break;
+    }
+    object->close(object);
+}
+
+std::string digestOf(emlhost::Input& input) {
+    Sha256 hash;
+    readPieces(input, [&](std::span<const uint8_t> piece) {
+        hash.update(piece);
+        return true;
+    });
+    return hexText(hash.finish());
+}
+
+// What comes from a pipe cannot be read twice, so it counts as one message.
+bool isMbox(const std::string& path, emlhost::Input& input) {
+    bool begins = false;
+    readPieces(input, [&](std::span<const uint8_t> piece) {
+        begins = beginsMbox({reinterpret_cast<const char*>(piece.data()), piece.size()});
+        return false;
+    });
+    struct stat found {};
+    return begins && ::stat(path.c_str(), &found) == 0 && S_ISREG(found.st_mode);
+}
+
+BatchRow readMessage(std::unique_ptr<emlhost::Input> input, const BatchItem& item,
+                     const RowOptions& options) {
+    std::optional<MessageTree> tree;
+    std::optional<Problem> problem;
+    try {
+        MessageFile file(std::move(input), item.path, options.force);
+        RowVisitor visitor(options);
+        tree = readTree(file, visitor);
+        if (options.digest) tree->sha256 = digestOf(file.input());
+        if (options.text) tree->text = bodyText(file);
+        file.checkReads();
+    } catch (const Problem& caught) {
+        problem = caught;
+    }
+    BatchRow row;
+    row.kind = problem ? RowKind::kError : RowKind::kGood;
+    row.outOfMemory = problem && problem->code == "out-of-memory";
+    row.line = jsonLine(item.path, tree ? &*tree : nullptr, problem ? &*problem : nullptr, item.index);
+    return row;
+}
+
+BatchRow errorRow(const BatchItem& item, const Problem& problem) {
+    return {RowKind::kError, problemRow(item, problem), problem.code == "out-of-memory"};
+}
+
+}  // namespace
+
+std::string problemRow(const BatchItem& item, const Problem& problem) {
+    return jsonLine(item.path, nullptr, &problem, item.index);
+}
+
+BatchRow readItem(const BatchItem& item, const RowOptions& options) {
+    try {
+        std::unique_ptr<emlhost::Input> input =
+            item.index ? openMboxMessage(item.path, item.offset, item.length) : openMessageInput(item.path);
+        if (!item.index && isMbox(item.path, *input)) return {RowKind::kMbox, "", false};
+        return readMessage(std::move(input), item, options);
+    } catch (const Problem& problem) {
+        if (!item.index && problem.code == "is-a-directory") return {RowKind::kFolder, "", false};
+        return errorRow(item, problem);
+    } catch (const std::bad_alloc&) {
+        return errorRow(item, outOfMemory(item.path));
+    } catch (const std::exception& error) {
+        return errorRow(item, {ExitCode::kInternal, "internal", item.path,
+                               fmt::format("internal error: {}", error.what())});
+    }
+}
+
+}  // namespace emltool

@@ -1,0 +1,47 @@
+// One message of a batch, as its row.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "tool/terminal/problem.h"
+
+namespace emltool {
+
+// What is to be read: a file, or one message of an mbox file.
+struct BatchItem {
+    std::string path;
+    std::optional<uint64_t> index;  // in the mbox; nothing for a whole file
+    uint64_t offset = 0;            // where that message is
+    uint64_t length = 0;
+};
+
+struct RowOptions {
+    bool force = false;
+    bool recursive = false;  // opens embedded messages
+    bool text = false;
+    bool digest = false;
+};
+
+// What came of an item. Processes send each other these numbers.
+enum class RowKind : uint8_t {
+    kGood = 1,
+    kError = 2,   // the row says what is wrong
+    kFolder = 3,  // no row: this is a folder, whose files are to be read
+    kMbox = 4     // no row: this is an mbox, whose messages are to be read
+};
+
+struct BatchRow {
+    RowKind kind = RowKind::kError;
+    std::string line;
+    bool outOfMemory = false;
+};
+
+// Reads the item. Throws std::bad_alloc if there is no memory even for the row.
+BatchRow readItem(const BatchItem& item, const RowOptions& options);
+
+// The row of an item that cannot be read.
+std::string problemRow(const BatchItem& item, const Problem& problem);
+
+}  // namespace emltool

@@ -1,0 +1,241 @@
+#include "tool/batch/run.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "tool/system/ending_signals.h"
+#include "tool/text/sha256.h"
+
+namespace emltool {
+
+namespace {
+
+constexpr size_t kMaxSlots = 4096;                  // rows and tasks that wait for an earlier one
+constexpr size_t kMaxHeldBytes = size_t{64} << 20;  // in such rows
+constexpr unsigned kMaxDeaths = 3;                  // of workers, of one message
+
+// A worker must not hold the parent's input and output open.
+void leaveStreams(int output) {
+    if (output > STDERR_FILENO) ::close(output);
+    int nothing = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+    ::dup2(nothing, STDOUT_FILENO);
+    if (nothing > STDERR_FILENO) ::close(nothing);
+}
+
+Problem timeoutProblem(const std::string& path, std::chrono::milliseconds timeout) {
+    double seconds = std::chrono::duration<double>(timeout).count();
+    return {ExitCode::kInternal, "timeout", path, fmt::format("not read within {:g} s", seconds)};
+}
+
+Problem deathProblem(const std::string& path, int status) {
+    return {ExitCode::kInternal, "crashed", path,
+            fmt::format("the reader {}, {} times", describeStatus(status), kMaxDeaths)};
+}
+
+Problem zeroByteProblem(const std::string& path) {
+    return {ExitCode::kInput, "no-such-file", path,
+            "no such file; the path holds a zero byte (is -0 missing?)"};
+}
+
+}  // namespace
+
+unsigned shardOf(std::string_view path, unsigned shards) {
+    Sha256::Digest digest = Sha256::of(path);
+    uint64_t number = 0;
+    for (size_t i = 0; i < 8; ++i) number = number << 8 | digest[i];
+    return static_cast<unsigned>(number % shards) + 1;
+}
+
+BatchRun::BatchRun(const BatchOptions& options, Console& console)
+    : options_(options),
+      console_(console),
+      output_(options.output, options.resume, finished_),
+      progress_(console),
+      pool_(options.jobs, options.timeout, [this](int tasks, int replies) {
+          leaveStreams(output_.descriptor());
+          return workThrough(tasks, replies, options_.worker);
+      }) {}
+
+BatchRun::~BatchRun() = default;
+
+BatchCounts BatchRun::run() {
+    EndingSignals signals;
+    open(slots_.end(), std::make_unique<ArgumentSource>(options_.paths, options_.separator));
+    for (;;) {
+        bool more = fill();
+        deliver();
+        if (slots_.empty()) break;
+        pollfd others[] = {{signals.descriptor(), POLLIN, 0}, {awaited_, POLLIN, 0}};
+        for (PoolEvent& event : pool_.wait(others, more ? 0 : progress_.untilDue())) handle(event);
+        deliver();
+        if (EndingSignals::caught() != 0) endBySignal();
+        if (progress_.due()) showProgress();
+    }
+    pool_.finish();
+    return counts_;
+}
+
+// Gives the workers as much as they have room for. False if nothing more can be given now; true also after
+// much work without an end, since replies must be read in between.
+bool BatchRun::fill() {
+    constexpr int kMaxSteps = 1000;
+    awaited_ = -1;
+    for (int i = 0; i < kMaxSteps; ++i) {
+        if (!pool_.hasRoom()) return false;
+        if (!again_.empty()) {
+            pool_.give(*again_.front());
+            again_.pop_front();
+        } else if (!take()) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// One step of one source. False if there is nothing to take now.
+bool BatchRun::take() {
+    if (open_.empty()) return false;
+    bool isFull = isOrdered() && (slots_.size() >= kMaxSlots || heldBytes_ >= kMaxHeldBytes);
+    // The first slot must always advance, or nothing ever would.
+    if (isFull && slots_.front().source == nullptr) return false;
+    Slot& slot = isFull ? slots_.front() : *open_.back();
+    FoundItem found;
+    switch (slot.source->next(found)) {
+        case ItemSource::Next::kLater:
+            awaited_ = slot.source->descriptor();
+            return false;
+        case ItemSource::Next::kEnd:
+            std::erase(open_, &slot);
+            slots_.erase(slot.self);
+            return true;
+        case ItemSource::Next::kFound:
+            break;
+    }
+    add(slot, std::move(found));
+    return true;
+}
+
+void BatchRun::open(Slots::iterator before, std::unique_ptr<ItemSource> source) {
+    Slot& slot = insert(before);
+    slot.source = std::move(source);
+    open_.push_back(&slot);
+}
+
+BatchRun::Slot& BatchRun::insert(Slots::iterator before) {
+    auto slot = slots_.emplace(before);
+    slot->self = slot;
+    return *slot;
+}
+
+// Puts what was found before the open slot that it came from.
+void BatchRun::add(Slot& before, FoundItem found) {
+    const BatchItem& item = found.item;
+    if (found.leftOut != nullptr) {
+        progress_.clear();
+        console_.warn(item.path, fmt::format("left out: {}", found.leftOut));
+        return;
+    }
+    if (found.source != nullptr) {
+        open(before.self, std::move(found.source));
+        return;
+    }
+    // All messages of an mbox belong to the shard that has its path.
+    if (!item.index && options_.shards > 1 && shardOf(item.path, options_.shards) != options_.shard) {
+        if (found.named && isFolder(item.path)) {
+            open(before.self, std::make_unique<FolderSource>(item.path, options_.pattern));
+        }
+        return;
+    }
+    if (finished_.take(item.path, item.index)) {
+        ++counts_.finished;
+        return;
+    }
+    if (item.path.find('\0') != std::string::npos) found.problem = zeroByteProblem(item.path);
+    Slot& slot = insert(before.self);
+    slot.item = std::move(found.item);
+    if (found.problem) {
+        settle(slot, problemRow(slot.item, *found.problem), true);
+    } else {
+        pool_.give(slot);
+    }
+}
+
+void BatchRun::handle(PoolEvent& event) {
+    auto& slot = static_cast<Slot&>(*event.task);
+    const std::string& path = slot.item.path;
+    switch (event.kind) {
+        case PoolEvent::Kind::kGivenBack:
+            again_.push_front(&slot);
+            return;
+        case PoolEvent::Kind::kTimedOut:
+            settle(slot, problemRow(slot.item, timeoutProblem(path, options_.timeout)), true);
+            return;
+        case PoolEvent::Kind::kDied:
+            // Another program may have killed the worker, so the message has another chance.
+            if (++slot.deaths < kMaxDeaths) {
+                again_.push_back(&slot);
+            } else {
+                settle(slot, problemRow(slot.item, deathProblem(path, event.status)), true);
+            }
+            return;
+        case PoolEvent::Kind::kReply:
+            break;
+    }
+    switch (event.row) {
+        case RowKind::kFolder:
+            slot.source = std::make_unique<FolderSource>(path, options_.pattern);
+            break;
+        case RowKind::kMbox:
+            slot.source = std::make_unique<MboxSource>(path);
+            break;
+        default:
+            settle(slot, std::move(event.line), event.row == RowKind::kError);
+            return;
+    }
+    open_.push_back(&slot);
+}
+
+void BatchRun::settle(Slot& slot, std::string row, bool isError) {
+    ++counts_.rows;
+    if (isError) ++counts_.errors;
+    if (isOrdered()) {
+        heldBytes_ += row.size();
+        slot.row = std::move(row);
+        slot.done = true;
+    } else {
+        ready_ += row;
+        slots_.erase(slot.self);
+    }
+}
+
+// Writes all rows whose turn it is.
+void BatchRun::deliver() {
+    while (!slots_.empty() && slots_.front().done) {
+        ready_ += slots_.front().row;
+        heldBytes_ -= slots_.front().row.size();
+        slots_.pop_front();
+    }
+    if (ready_.empty()) return;
+    auto begin = std::chrono::steady_clock::now();
+    output_.write(ready_);
+    ready_.clear();
+    pool_.extendDeadlines(std::chrono::steady_clock::now() - begin);
+}
+
+void BatchRun::showProgress() {
+    double seconds = progress_.seconds();
+    double rate = seconds > 0 ? static_cast<double>(counts_.rows) / seconds : 0;
+    std::string before = counts_.finished == 0 ? "" : fmt::format(" and {} from before", counts_.finished);
+    progress_.show(fmt::format("{} message{}{}, {} with errors, {:.0f} a second", counts_.rows,
+                               counts_.rows == 1 ? "" : "s", before, counts_.errors, rate));
+}
+
+void BatchRun::endBySignal() {
+    progress_.clear();
+    pool_.kill();
+    EndingSignals::end();
+}
+
+}  // namespace emltool

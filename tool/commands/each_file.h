@@ -1,0 +1,45 @@
+// The files that a command was given, one after the other.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tool/commands/message_arguments.h"
+#include "tool/message/tree.h"
+#include "tool/terminal/console.h"
+#include "tool/terminal/problem.h"
+
+namespace emltool {
+
+using FileWork = std::function<void(const std::string& path)>;
+using FileFailure = std::function<void(const std::string& path, const Problem& problem)>;
+
+// Does the work for each path. A Problem is reported, after `onProblem`, if there is one, has seen it. The next
+// path has its turn all the same, unless standard output is what failed. Returns the exit code of it all.
+ExitCode forEachFile(Console& console, const std::vector<std::string>& paths, const FileWork& work,
+                     const FileFailure& onProblem = nullptr);
+
+// The headings of several files: "name:", with an empty line before all but the first.
+class FileHeadings {
+  public:
+    FileHeadings(Console& console, size_t fileCount) : console_(console), areShown_(fileCount > 1) {}
+
+    // False, and nothing is printed, when there is only one file.
+    bool print(const std::string& name);
+
+  private:
+    Console& console_;
+    bool areShown_;
+    bool isFirst_ = true;
+};
+
+// Reads each message with the sizes of its attachments, and with `recursive` the messages inside it, warns, and
+// prints it: in JSON if `json` asks for that, otherwise by `print`, after its heading.
+ExitCode forEachTree(Console& console, bool json, const MessageArguments& messages, bool recursive,
+                     const std::function<void(const MessageTree& tree)>& print);
+
+// Warns about what was guessed or left out in a message and in the messages inside it.
+void printWarnings(Console& console, const std::string& file, const MessageTree& tree);
+
+}  // namespace emltool

@@ -1,0 +1,122 @@
+// eml list: the message and its sub-files.
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+
+#include "tool/cli/command.h"
+#include "tool/commands/each_file.h"
+#include "tool/commands/message_arguments.h"
+#include "tool/message/tree.h"
+#include "tool/text/visible_text.h"
+
+namespace emltool {
+
+namespace {
+
+const char* kindOf(const SubFileEntry& entry) {
+    if (entry.info.kind == EML_KIND_MESSAGE || entry.isEmbeddedMessage()) return "message";
+    if (entry.isTnef) return "tnef";
+    return "attachment";
+}
+
+// What a person should know about an entry beyond its columns.
+std::string notesOf(const SubFileEntry& entry, bool verbose) {
+    std::vector<std::string> notes;
+    bool encrypted = (entry.info.flags & EML_SUB_FILE_ENCRYPTED) != 0;
+    if (encrypted || (entry.message != nullptr && entry.message->encrypted)) notes.emplace_back("encrypted");
+    if (!entry.isInFile()) notes.emplace_back("not in the file");
+    if (verbose && entry.info.size > 0) notes.push_back(fmt::format("stored in {} B", entry.info.size));
+    if (verbose && entry.name != entry.info.name) {
+        notes.push_back(fmt::format("written {}", visible(entry.info.name)));
+    }
+    return fmt::format("{}", fmt::join(notes, "; "));
+}
+
+struct Row {
+    std::string number;
+    std::string size;
+    const SubFileEntry* entry;
+};
+
+std::string sizeText(const std::optional<uint64_t>& size, bool exact) {
+    if (!size) return "-   ";
+    return exact ? fmt::format("{} B ", *size) : humanSize(*size);
+}
+
+void gatherRows(const MessageTree& tree, bool exact, std::vector<Row>& rows) {
+    for (const SubFileEntry& entry : tree.subFiles) {
+        // The message inside an embedded message is the embedded message itself.
+        bool repeated = entry.info.kind == EML_KIND_MESSAGE && entry.path.size() > 1;
+        if (!repeated) rows.push_back({dotted(entry.path), sizeText(entry.size, exact), &entry});
+        if (entry.message != nullptr) gatherRows(*entry.message, exact, rows);
+    }
+}
+
+std::vector<Row> rowsOf(const MessageTree& tree, bool exact) {
+    std::vector<Row> rows;
+    gatherRows(tree, exact, rows);
+    return rows;
+}
+
+// Sizes are aligned at their units, and so is the heading.
+void printRows(Console& console, const std::vector<Row>& rows) {
+    size_t numberWidth = 4;
+    size_t sizeWidth = 9;
+    for (const Row& row : rows) {
+        numberWidth = std::max(numberWidth, row.number.size());
+        sizeWidth = std::max(sizeWidth, row.size.size());
+    }
+    const Style& style = console.style();
+    std::string heading =
+        fmt::format("{:>{}} {:>{}}  {:<10}  {}", "#", numberWidth, "SIZE", sizeWidth, "KIND", "NAME");
+    console.print(style.label(heading) + "\n");
+    for (const Row& row : rows) {
+        const SubFileEntry& entry = *row.entry;
+        std::string name = visible(entry.name);
+        bool nameless = name.empty();
+        if (nameless) name = entry.info.kind == EML_KIND_MESSAGE ? "(message)" : "(no name)";
+        std::string notes = notesOf(entry, console.verbose());
+        if (!notes.empty()) notes = "  " + style.note("(" + notes + ")");
+        console.print(fmt::format("{} {:>{}}  {:<10}  {}{}\n",
+                                  style.number(fmt::format("{:>{}}", row.number, numberWidth)), row.size,
+                                  sizeWidth, kindOf(entry), nameless ? style.note(name) : name, notes));
+    }
+}
+
+class ListRun final : public CommandRun {
+  public:
+    explicit ListRun(CLI::App& app) : messages_(app, MessageArguments::Count::kMany) {
+        app.add_flag("-r,--recursive", recursive_,
+                     "also open embedded messages and winmail.dat, at most 32 deep");
+        messages_.declareForce(app);
+    }
+
+    ExitCode run(Console& console, const GlobalOptions& options) override {
+        messages_.check();
+        return forEachTree(console, options.json, messages_, recursive_, [&](const MessageTree& tree) {
+            printRows(console, rowsOf(tree, console.verbose()));
+        });
+    }
+
+  private:
+    MessageArguments messages_;
+    bool recursive_ = false;
+};
+
+std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<ListRun>(app); }
+
+}  // namespace
+
+const Command kListCommand = {
+    "list", "list a message and its sub-files", "FILE...",
+    "The size of an attachment is that of its decoded content; the size of the message is that of its\n"
+    "plain text as stored. Numbers name sub-files for \"eml extract -n\": 3.1 is sub-file 1 of the\n"
+    "message that is sub-file 3. -v shows exact sizes, the stored size, and names as they are written.\n\n"
+    "Examples:\n"
+    "  eml list message.eml\n"
+    "  eml list -r *.eml\n"
+    "  eml --json list -r message.eml | jq '.message.sub_files[].name'\n",
+    declare};
+
+}  // namespace emltool

@@ -1,0 +1,24 @@
+// eml schema
+#include "tool/cli/command.h"
+#include "tool/commands/schema_text.h"
+
+namespace emltool {
+
+namespace {
+
+class SchemaRun final : public CommandRun {
+  public:
+    ExitCode run(Console& console, const GlobalOptions&) override {
+        console.print(kSchemaText);
+        return ExitCode::kDone;
+    }
+};
+
+std::unique_ptr<CommandRun> declare(CLI::App&) { return std::make_unique<SchemaRun>(); }
+
+}  // namespace
+
+const Command kSchemaCommand = {"schema", "print the JSON schema of the answers for programs", "", "",
+                                declare};
+
+}  // namespace emltool

@@ -1,0 +1,148 @@
+// eml show: header and text, as a person reads them.
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <vector>
+
+#include "standalone/filter.h"
+#include "tool/cli/command.h"
+#include "tool/commands/each_file.h"
+#include "tool/commands/message_arguments.h"
+#include "tool/message/filter_file.h"
+#include "tool/message/json_text.h"
+#include "tool/message/message_file.h"
+#include "tool/message/shown_message.h"
+#include "tool/text/html_text.h"
+#include "tool/text/name_decoding.h"
+#include "tool/text/visible_text.h"
+
+namespace emltool {
+
+namespace {
+
+constexpr size_t kLabelWidth = 14;
+
+// A line with its tabs unchanged and everything else made visible.
+std::string visibleLine(std::string_view line) {
+    std::string shown;
+    for (;;) {
+        size_t tab = line.find('\t');
+        shown += visible(line.substr(0, tab));
+        if (tab == std::string_view::npos) return shown;
+        shown += '\t';
+        line.remove_prefix(tab + 1);
+    }
+}
+
+// Prints while it reads. HTML is collected first, since its line ends mean nothing.
+class Printer final : public MessageReader {
+  public:
+    Printer(Console& console, bool withFields, bool withBody, bool source)
+        : console_(console), withFields_(withFields), withBody_(withBody), source_(source) {}
+
+    void field(std::string_view name, std::string_view value) override {
+        std::string label = visible(name) + ":";
+        bool isList = label == "Attachment:";
+        if (isList) label = "Attachments:";
+        size_t width = displayWidth(label);
+        std::string gap(width < kLabelWidth ? kLabelWidth - width : 1, ' ');
+        std::string line = console_.style().label(label);
+        // The names of attachments are as the message writes them.
+        if (!value.empty()) line += gap + visible(isList ? decodeName(value, EML_CHARSET_UNKNOWN) : value);
+        console_.print(line + "\n");
+    }
+
+    void bodyBegins() override {}
+
+    void line(std::string_view text) override {
+        if (!withBody_) return;
+        bool isEmpty = text.find_first_not_of(" \t\r") == std::string_view::npos;
+        if (isEmpty && !anyLine_) return;  // the empty line between header and body is printed anyway
+        if (!anyLine_) begin(text);
+        if (html_) {
+            (htmlText_ += text) += '\n';
+        } else if (isEmpty) {
+            ++emptyLines_;
+        } else {
+            console_.print(std::string(emptyLines_, '\n') + visibleLine(text) + "\n");
+            emptyLines_ = 0;
+        }
+    }
+
+    void finish() {
+        for (const std::string& text : htmlToLines(htmlText_)) console_.print(visibleLine(text) + "\n");
+    }
+
+    bool isHtml() const { return html_; }
+
+  private:
+    void begin(std::string_view firstLine) {
+        if (withFields_) console_.print("\n");
+        html_ = !source_ && looksLikeHtml(firstLine);
+        anyLine_ = true;
+    }
+
+    Console& console_;
+    bool withFields_;
+    bool withBody_;
+    bool source_;
+    bool anyLine_ = false;
+    bool html_ = false;
+    size_t emptyLines_ = 0;  // held back, so that none is at the end
+    std::string htmlText_;
+};
+
+class ShowRun final : public CommandRun {
+  public:
+    explicit ShowRun(CLI::App& app) : messages_(app, MessageArguments::Count::kMany) {
+        app.add_flag("--body-only", bodyOnly_, "leave out header fields");
+        app.add_flag("--source", source_, "show HTML source, not its text");
+        messages_.declareForce(app);
+    }
+
+    ExitCode run(Console& console, const GlobalOptions& options) override {
+        messages_.check();
+        if (options.json) throw usageProblem("show has no JSON form; see \"eml --json info\" or \"records\"");
+        FileHeadings headings(console, messages_.files().size());
+        return forEachFile(console, messages_.files(),
+                           [&](const std::string& path) { show(console, path, headings); });
+    }
+
+  private:
+    void show(Console& console, const std::string& path, FileHeadings& headings) const {
+        FilterFile file(path, messages_.force(), !bodyOnly_);
+        if (headings.print(path)) console.print("\n");
+        Printer printer(console, !bodyOnly_, !file.isEncrypted(), source_);
+        RecordReader reader(printer);
+        file.read([&](const emlhost::TextRecord& record) {
+            reader.take(record);
+            return !file.isEncrypted() || !reader.inBody();
+        });
+        reader.finish();
+        if (file.isEncrypted()) {
+            throw Problem(ExitCode::kEncrypted, "encrypted", file.name(),
+                          "encrypted (S/MIME); only the header can be shown");
+        }
+        printer.finish();
+        if (printer.isHtml() && console.verbose()) {
+            console.warn(file.name(), "the text of an HTML message; --source shows it as it is");
+        }
+    }
+
+    MessageArguments messages_;
+    bool bodyOnly_ = false;
+    bool source_ = false;
+};
+
+std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<ShowRun>(app); }
+
+}  // namespace
+
+const Command kShowCommand = {"show", "show header and text, as a person reads them", "FILE...",
+                              "\"eml FILE\" does the same. For an HTML message, its text is shown.\n\n"
+                              "Examples:\n"
+                              "  eml message.eml\n"
+                              "  eml show --body-only message.eml | less\n",
+                              declare};
+
+}  // namespace emltool

@@ -1,0 +1,15 @@
+#include <array>
+
+#include "tool/cli/command.h"
+
+namespace emltool {
+
+std::span<const Command* const> commands() {
+    static constexpr std::array kCommands = {&kShowCommand,        &kListCommand,   &kInfoCommand,
+                                             &kExtractCommand,     &kRenderCommand, &kRecordsCommand,
+                                             &kViewCommand,        &kBatchCommand,  &kSchemaCommand,
+                                             &kCompletionsCommand, &kVersionCommand};
+    return kCommands;
+}
+
+}  // namespace emltool

@@ -1,0 +1,71 @@
+// Sub-files written to disk.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "standalone/file_output.h"
+#include "tool/message/tree.h"
+#include "tool/text/safe_name.h"
+
+namespace emltool {
+
+// What happens if a file with the new name exists already.
+enum class OnConflict { kRename, kSkip, kOverwrite, kFail };
+
+// The sub-files that the user chose. Without a choice, all attachments are chosen.
+class Selection {
+  public:
+    // `numbers` as the user wrote them. With `recursive`, what is inside a chosen message is chosen too.
+    // Throws Problem.
+    Selection(const std::vector<std::string>& numbers, bool recursive);
+
+    // Whether this sub-file is chosen. If so, it counts as found.
+    bool wants(const SubFilePath& path);
+
+    // Whether something inside this embedded message may be chosen.
+    bool reachesInto(const SubFilePath& path) const;
+
+    bool isAll() const { return choices_.empty(); }
+
+    // The choices that wants() was never asked about.
+    std::vector<std::string> notFound() const;
+
+  private:
+    struct Choice {
+        SubFilePath path;
+        bool found;
+    };
+
+    std::vector<Choice> choices_;
+    bool recursive_;
+};
+
+struct ExtractionOptions {
+    std::string folder;  // "" is the current one
+    OnConflict onConflict = OnConflict::kFail;
+    bool onlyPlan = false;
+};
+
+// Writes each chosen attachment into a file of the folder. A failure is noted in the entry.
+class Extractor final : public AttachmentVisitor {
+  public:
+    Extractor(MessageFile& file, Selection& selection, ExtractionOptions options);
+
+    void visit(SubFileContent& content, SubFileEntry& entry) override;
+    bool opens(const SubFileEntry& entry) const override { return selection_.reachesInto(entry.path); }
+
+  private:
+    void extract(SubFileContent& content, SubFileEntry& entry);
+    void commit(emlhost::FileOutput& output, SubFileEntry& entry);
+    void prepareFolder();
+    std::string pathOf(const std::string& name) const;
+
+    MessageFile& file_;
+    Selection& selection_;
+    ExtractionOptions options_;
+    NameSet names_;
+    bool folderReady_ = false;
+};
+
+}  // namespace emltool

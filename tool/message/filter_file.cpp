@@ -1,0 +1,53 @@
+#include "tool/message/filter_file.h"
+
+#include <fmt/format.h>
+
+#include <vector>
+
+#include "tool/terminal/problem.h"
+
+namespace emltool {
+
+FilterFile::FilterFile(const std::string& path, bool force, bool withFields)
+    : FilterFile(std::make_shared<MessageFile>(path, force), withFields) {}
+
+FilterFile::FilterFile(MessageFile& file, bool withFields)
+    : FilterFile(std::shared_ptr<MessageFile>(std::shared_ptr<MessageFile>(), &file), withFields) {}
+
+FilterFile::FilterFile(std::shared_ptr<MessageFile> file, bool withFields)
+    : file_(std::move(file)),
+      filter_(file_->input(), file_->services()),
+      encrypted_((file_->message().describe(0).flags & EML_SUB_FILE_ENCRYPTED) != 0) {
+    file_->checkReads();
+    if (filter_.status() == EML_NO_MEMORY) throw outOfMemory(name());
+    if (!filter_.usable()) {
+        throw Problem(ExitCode::kNoMessage, "no-text", name(),
+                      fmt::format("cannot be read as text (result {} of the reader)", filter_.status()));
+    }
+    filter_.restart(withFields);
+}
+
+void FilterFile::read(const std::function<bool(const emlhost::TextRecord&)>& take, size_t capacity) {
+    std::vector<uint8_t> buffer(capacity);
+    while (!filter_.finished()) {
+        emlhost::RecordWalker walker(filter_.fill(buffer));
+        emlhost::TextRecord record{};
+        while (walker.next(record)) {
+            if (!take(record)) return;
+        }
+        if (!walker.complete()) {
+            throw Problem(ExitCode::kInternal, "internal", name(), "internal error: broken record stream");
+        }
+    }
+    file_->checkReads();
+    if (filter_.status() == EML_NO_MEMORY) throw outOfMemory(name());
+    if (filter_.status() != EML_OK) {
+        throw Problem(ExitCode::kInput, "cannot-read", name(),
+                      fmt::format("the text breaks off (result {} of the reader)", filter_.status()));
+    }
+    if (filter_.progress() < 100) {
+        throw usageProblem(fmt::format("--capacity={}: too small for the next record", capacity));
+    }
+}
+
+}  // namespace emltool

@@ -1,0 +1,115 @@
+#include "tool/message/message_file.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <string_view>
+
+#include "tool/terminal/problem.h"
+#include "tool/text/suggestion.h"
+#include "tool/text/visible_text.h"
+
+namespace emltool {
+
+namespace {
+
+Problem inputProblem(const std::string& path, const std::error_code& error, const std::string& hint = "") {
+    if (error == std::errc::no_such_file_or_directory) {
+        return {ExitCode::kInput, "no-such-file", path, "no such file" + hint};
+    }
+    if (error == std::errc::is_a_directory) {
+        std::string_view folder = path;
+        if (folder.ends_with('/')) folder.remove_suffix(1);
+        return {ExitCode::kInput, "is-a-directory", path,
+                fmt::format("is a directory; to read a folder use \"eml batch {}\"", shellWord(folder))};
+    }
+    if (error == std::errc::not_enough_memory) return outOfMemory(path);
+    return {ExitCode::kInput, "cannot-read", path, describe(error)};
+}
+
+std::string nameOf(const std::string& path) { return path == "-" ? "standard input" : path; }
+
+std::unique_ptr<emlhost::Input> open(const std::string& path, const std::string& name) {
+    std::error_code error;
+    std::unique_ptr<emlhost::Input> input;
+    if (path == "-") {
+        input = emlhost::spoolInput(STDIN_FILENO, error);
+    } else {
+        input = emlhost::openInput(path, error);
+    }
+    if (input != nullptr) return input;
+    std::string near = error == std::errc::no_such_file_or_directory ? closestFile(path) : "";
+    throw inputProblem(path == "-" ? name : path, error,
+                       near.empty() ? "" : fmt::format("; did you mean {}?", near));
+}
+
+// "Name:", the name being printable ASCII; blanks before the colon are tolerated.
+bool isHeaderField(std::string_view line) {
+    size_t end = 0;
+    while (end < line.size() && line[end] > ' ' && line[end] < '\x7F' && line[end] != ':') ++end;
+    size_t colon = line.find_first_not_of(" \t", end);
+    return end > 0 && colon != std::string_view::npos && line[colon] == ':';
+}
+
+}  // namespace
+
+bool hasHeaderField(std::string_view beginning) {
+    while (!beginning.empty()) {
+        size_t end = beginning.find_first_of("\r\n");
+        std::string_view line = beginning.substr(0, end);
+        if (line.empty()) return false;
+        if (isHeaderField(line)) return true;
+        if (end == std::string_view::npos) return false;
+        bool both = beginning.substr(end, 2) == "\r\n";
+        beginning.remove_prefix(end + (both ? 2 : 1));
+    }
+    return false;
+}
+
+bool looksLikeMessage(emlhost::Input& input) {
+    constexpr size_t kExamined = size_t{64} << 10;
+    std::string beginning;
+    EmlIOobj* object = input.object();
+    if (object->open(object) == 0) return false;
+    char piece[4096];
+    while (beginning.size() < kExamined) {
+        int32_t got = object->read(object, piece, sizeof piece);
+        if (got < 1) break;
+        beginning.append(piece, static_cast<size_t>(got));
+    }
+    object->close(object);
+    return hasHeaderField(beginning);
+}
+
+std::unique_ptr<emlhost::Input> openMessageInput(const std::string& path) {
+    std::error_code error;
+    std::unique_ptr<emlhost::Input> input = emlhost::openInput(path, error);
+    if (input == nullptr) throw inputProblem(path, error);
+    return input;
+}
+
+MessageFile::MessageFile(const std::string& path, bool force)
+    : MessageFile(open(path, nameOf(path)), nameOf(path), force) {}
+
+MessageFile::MessageFile(std::unique_ptr<emlhost::Input> input, std::string name, bool force)
+    : name_(std::move(name)), input_(std::move(input)) {
+    if (input_->size() == 0) throw Problem(ExitCode::kNoMessage, "empty", name_, "the file is empty");
+    if (!force && !looksLikeMessage(*input_)) {
+        checkReads();
+        throw Problem(ExitCode::kNoMessage, "no-message", name_,
+                      "not an e-mail message (no header field found); --force reads it anyway");
+    }
+    message_ = std::make_unique<emlhost::OpenMessage>(*input_, services_, kOpenFlags);
+    checkReads();
+    if (message_->status() == EML_NO_MEMORY) throw outOfMemory(name_);
+    if (!message_->usable()) {
+        throw Problem(ExitCode::kInput, "cannot-open", name_,
+                      fmt::format("cannot be opened (result {} of the reader)", message_->status()));
+    }
+}
+
+void MessageFile::checkReads() const {
+    if (input_->error()) throw inputProblem(name_, input_->error());
+}
+
+}  // namespace emltool

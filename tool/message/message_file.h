@@ -1,0 +1,52 @@
+// A message that the user named, opened.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "standalone/input.h"
+#include "standalone/message.h"
+#include "standalone/services.h"
+
+namespace emltool {
+
+class MessageFile {
+  public:
+    // Opens `path`, "-" being standard input. With `force` also what does not look like a message. Throws
+    // Problem.
+    MessageFile(const std::string& path, bool force);
+
+    // The same for an input that is open already; `name` is what problems call it.
+    MessageFile(std::unique_ptr<emlhost::Input> input, std::string name, bool force);
+
+    // The path, or words for standard input.
+    const std::string& name() const { return name_; }
+
+    emlhost::Services& services() { return services_; }
+    emlhost::Input& input() { return *input_; }
+    emlhost::OpenMessage& message() { return *message_; }
+
+    // Throws if a read of the file has failed, which the library treats as its end.
+    void checkReads() const;
+
+  private:
+    std::string name_;
+    emlhost::Services services_;
+    std::unique_ptr<emlhost::Input> input_;
+    std::unique_ptr<emlhost::OpenMessage> message_;
+};
+
+// The file `path`, which may be called "-", as an input. Throws Problem; for a folder its code is
+// "is-a-directory". Does not look for another file that may be meant.
+std::unique_ptr<emlhost::Input> openMessageInput(const std::string& path);
+
+// Open flags that the tool uses for every message.
+inline constexpr uint32_t kOpenFlags = EML_OPEN_CONVERTED_ATTACHMENTS;
+
+// True if a line before the first empty one is a header field. Looks at the first 64 KiB.
+bool looksLikeMessage(emlhost::Input& input);
+
+// The same for the beginning of a message in memory.
+bool hasHeaderField(std::string_view beginning);
+
+}  // namespace emltool

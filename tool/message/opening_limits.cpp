@@ -1,0 +1,21 @@
+#include "tool/message/opening_limits.h"
+
+#include <fmt/format.h>
+
+namespace emltool {
+
+bool OpeningLimits::mayOpen(const SubFilePath& path, uint64_t bytes, std::vector<std::string>& warnings) {
+    if (path.size() > kMaxDepth) {
+        warnings.push_back(fmt::format("sub-file {}: not opened, more than {} messages inside each other",
+                                       dotted(path), kMaxDepth));
+        return false;
+    }
+    if (bytes > budget_) {
+        warnings.push_back(fmt::format("sub-file {}: not opened, its parts overlap too often", dotted(path)));
+        return false;
+    }
+    budget_ -= bytes;
+    return true;
+}
+
+}  // namespace emltool

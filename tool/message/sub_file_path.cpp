@@ -1,0 +1,26 @@
+#include "tool/message/sub_file_path.h"
+
+#include <fmt/format.h>
+
+#include <charconv>
+
+namespace emltool {
+
+std::string dotted(const SubFilePath& path) { return fmt::format("{}", fmt::join(path, ".")); }
+
+std::optional<SubFilePath> parseSubFilePath(std::string_view text) {
+    SubFilePath path;
+    const char* at = text.data();
+    const char* end = at + text.size();
+    for (;;) {
+        int32_t number = 0;
+        auto [rest, failure] = std::from_chars(at, end, number);
+        if (failure != std::errc{} || number < 0) return std::nullopt;
+        path.push_back(number);
+        if (rest == end) return path;
+        if (*rest != '.') return std::nullopt;
+        at = rest + 1;
+    }
+}
+
+}  // namespace emltool

@@ -1,0 +1,58 @@
+#include "tool/message/text.h"
+
+#include "tool/message/filter_file.h"
+#include "tool/message/shown_message.h"
+#include "tool/text/html_text.h"
+
+namespace emltool {
+
+namespace {
+
+class Collector final : public MessageReader {
+  public:
+    void field(std::string_view, std::string_view) override {}
+    void bodyBegins() override {}
+
+    void line(std::string_view text) override {
+        bool isEmpty = text.find_first_not_of(" \t\r") == std::string_view::npos;
+        if (isEmpty && !anyLine_) return;
+        if (!anyLine_) html_ = looksLikeHtml(text);
+        anyLine_ = true;
+        if (isEmpty && !html_) {
+            ++emptyLines_;
+            return;
+        }
+        text_.append(emptyLines_, '\n').append(text) += '\n';
+        emptyLines_ = 0;
+    }
+
+    std::string finish() {
+        if (!html_) return std::move(text_);
+        std::string lines;
+        for (const std::string& text : htmlToLines(text_)) (lines += text) += '\n';
+        return lines;
+    }
+
+  private:
+    bool anyLine_ = false;
+    bool html_ = false;
+    size_t emptyLines_ = 0;  // held back, so that none is at the end
+    std::string text_;
+};
+
+}  // namespace
+
+std::optional<std::string> bodyText(MessageFile& file) {
+    FilterFile filter(file, false);
+    if (filter.isEncrypted()) return std::nullopt;
+    Collector collector;
+    RecordReader reader(collector);
+    filter.read([&](const emlhost::TextRecord& record) {
+        reader.take(record);
+        return true;
+    });
+    reader.finish();
+    return collector.finish();
+}
+
+}  // namespace emltool

@@ -1,0 +1,15 @@
+// The body of a message as a person reads it.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "tool/message/message_file.h"
+
+namespace emltool {
+
+// The lines that `eml show --body-only` prints, each with its line end, before it makes them visible; UTF-8.
+// Nothing if the message is encrypted. Throws Problem.
+std::optional<std::string> bodyText(MessageFile& file);
+
+}  // namespace emltool

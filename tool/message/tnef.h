@@ -1,0 +1,74 @@
+// Files in TNEF (winmail.dat), the format that some mail systems wrap attachments in. It is read by a library
+// that has been tested too little with hostile input, so the library runs in isolation
+// (system/isolated_work.h).
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace emltool {
+
+// One file. The bytes belong to the TnefContent.
+struct TnefFile {
+    std::string name;  // UTF-8; not safe as a path
+    std::string type;  // "message/rfc822"; empty when it is not known
+    std::span<const uint8_t> bytes;
+};
+
+struct TnefContent {
+    std::vector<TnefFile> files;
+    std::string problem;  // why nothing, or not everything, was read; empty if all was
+    std::vector<uint8_t> storage;
+};
+
+// Whether this program has been built with the library.
+bool readsTnef();
+
+// Whether bytes with this beginning are TNEF.
+bool beginsTnef(std::span<const uint8_t> bytes);
+
+// The attributes of a TNEF without the empty ones, since the library stops at the first empty one.
+// `breaksOff` says whether the last one claims more bytes than there are; it is dropped.
+std::vector<uint8_t> withoutEmptyAttributes(std::span<const uint8_t> bytes, bool& breaksOff);
+
+// Larger ones are not unpacked.
+inline constexpr uint64_t kMaxTnefSize = uint64_t{256} << 20;
+
+// At most this many files of one TNEF are unpacked.
+inline constexpr size_t kMaxTnefFiles = 10000;
+
+// Takes what was found and writes it to the other process at once.
+class TnefSink {
+  public:
+    explicit TnefSink(int descriptor) : descriptor_(descriptor) {}
+
+    // `name` is in UTF-8, or in the code page of the TNEF.
+    void file(std::string_view name, bool isUtf8, std::string_view type, std::span<const uint8_t> bytes);
+
+    // No file follows. `complete` if the TNEF ended as it should. True if everything has been written.
+    bool end(uint32_t codePage, bool complete);
+
+  private:
+    void put(std::span<const uint8_t> bytes);
+    void put(std::string_view text);
+
+    int descriptor_;
+    bool failed_ = false;
+};
+
+// Reads TNEF and returns the result of end(); runs in a process of its own.
+using TnefReader = bool (*)(std::span<const uint8_t> bytes, TnefSink& sink);
+
+// Reads with the library. Finds nothing if readsTnef() is false.
+bool readTnefWithLibrary(std::span<const uint8_t> bytes, TnefSink& sink);
+
+// The files of a TNEF.
+TnefContent unpackTnef(std::span<const uint8_t> bytes, TnefReader reader = readTnefWithLibrary);
+
+// The same from what a TnefSink has written; `maxBytes` is the limit of all files together.
+TnefContent parseTnefReply(std::vector<uint8_t> reply, uint64_t maxBytes);
+
+}  // namespace emltool

@@ -1,0 +1,34 @@
+// File names made from names that strangers chose.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace emltool {
+
+// The longest name that file systems accept.
+inline constexpr size_t kMaxNameLength = 255;
+
+// A plain file name made from `name`, which is UTF-8: the last component after "/" and "\", without control
+// and direction characters, without dots and blanks at either end, at most 255 bytes, cut between characters,
+// keeping its extension. If nothing is left, the name is "part-" and `number`.
+std::string safeName(std::string_view name, std::string_view number);
+
+// "report.pdf" with 2 is "report (2).pdf"; at most 255 bytes.
+std::string numberedName(const std::string& name, unsigned number);
+
+// The names that were used in one run.
+class NameSet {
+  public:
+    // Takes `name`, or the first numberedName of it that is free.
+    std::string take(const std::string& name);
+
+  private:
+    std::unordered_set<std::string> taken_;
+    std::unordered_map<std::string, unsigned> last_;  // where to continue for a name that is often repeated
+};
+
+}  // namespace emltool

@@ -1,0 +1,24 @@
+// Text in UTF-8, character by character.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace emltool {
+
+// What nextCharacter returns for a byte that belongs to no character.
+inline constexpr char32_t kNoCharacter = 0xFFFFFFFF;
+
+// The character at `position`, which is before the end of `text`, and moves `position` past it. A byte that
+// begins no well-formed character is skipped alone.
+char32_t nextCharacter(std::string_view text, size_t& position) noexcept;
+
+bool isUtf8(std::string_view text) noexcept;
+
+void appendUtf8(std::string& text, char32_t character);
+
+// `text` with U+FFFD for each byte that belongs to no character.
+std::string withoutInvalidBytes(std::string_view text);
+
+}  // namespace emltool

@@ -1,0 +1,271 @@
+#include "tool/view/page.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <string_view>
+
+#include "tool/message/opening_limits.h"
+#include "tool/message/rendering.h"
+#include "tool/message/text.h"
+#include "tool/message/tree.h"
+#include "tool/text/base64_text.h"
+#include "tool/text/charset_labels.h"
+#include "tool/text/safe_name.h"
+#include "tool/text/utf8.h"
+#include "tool/text/visible_text.h"
+#include "tool/view/inert_html.h"
+#include "tool/view/style.h"
+
+namespace emltool {
+
+namespace {
+
+// The page and the frame have the same policy.
+constexpr std::string_view kPolicy =
+    "default-src 'none'; img-src data:; style-src 'unsafe-inline'; base-uri 'none'; form-action 'none'";
+
+std::string policyTags() {
+    return fmt::format(
+        "<meta http-equiv=\"Content-Security-Policy\" content=\"{}\">"
+        "<meta http-equiv=\"x-dns-prefetch-control\" content=\"off\">"
+        "<meta name=\"referrer\" content=\"no-referrer\">",
+        kPolicy);
+}
+
+// Text from a stranger, in HTML.
+std::string shown(std::string_view text) { return escapeHtml(visible(text)); }
+
+// Lines of text, with tabs and line ends unchanged.
+std::string shownLines(std::string_view text) {
+    std::string result;
+    while (!text.empty()) {
+        size_t end = text.find_first_of("\t\n");
+        result += shown(text.substr(0, end));
+        if (end == std::string_view::npos) break;
+        result += text[end];
+        text.remove_prefix(end + 1);
+    }
+    return result;
+}
+
+std::string_view textOf(const emlhost::MemoryOutput& output) {
+    return {reinterpret_cast<const char*>(output.bytes().data()), output.bytes().size()};
+}
+
+// Keeps the bytes of attachments that are small enough, by their number.
+class BytesVisitor final : public AttachmentVisitor {
+  public:
+    explicit BytesVisitor(uint64_t maxSize) : maxSize_(maxSize) {}
+
+    void visit(SubFileContent& content, SubFileEntry& entry) override {
+        auto number = static_cast<size_t>(entry.path.back());
+        bytes_.resize(std::max(bytes_.size(), number + 1));
+        entry.size = decodedSize(content);
+        if (!entry.size || *entry.size > maxSize_) return;
+        emlhost::MemoryOutput output;
+        content.extract(output);
+        if (output.error()) throw outOfMemory("");
+        bytes_[number] = output.take();
+    }
+    bool opens(const SubFileEntry&) const override { return false; }
+
+    const std::vector<uint8_t>& of(const SubFileEntry& entry) const {
+        return bytes_[static_cast<size_t>(entry.path.back())];
+    }
+
+  private:
+    uint64_t maxSize_;
+    std::vector<std::vector<uint8_t>> bytes_;
+};
+
+class PageBuilder {
+  public:
+    PageBuilder(const ViewOptions& options, uint64_t messageSize) : options_(options), limits_(messageSize) {}
+
+    ViewPage build(MessageFile& file);
+
+  private:
+    std::string article(MessageFile& file, const SubFilePath& path, std::string& tree);
+    std::string body(MessageFile& file, const MessageTree& tree);
+    std::string attachment(const SubFileEntry& entry, const BytesVisitor& bytes, const SubFilePath& path,
+                           std::string& tree, std::string& inner);
+    void embedded(const SubFileEntry& entry, const BytesVisitor& bytes, const SubFilePath& path,
+                  std::string& tree, std::string& inner);
+
+    const ViewOptions& options_;
+    OpeningLimits limits_;
+    std::string title_;
+    std::vector<std::string> warnings_;
+};
+
+std::string idOf(const SubFilePath& path) { return path.empty() ? "message" : "part-" + dotted(path); }
+
+const std::string* fieldText(const MessageTree& tree, std::string_view name) {
+    for (const MetadataField& field : tree.metadata) {
+        if (field.name == name && field.text) return &*field.text;
+    }
+    return nullptr;
+}
+
+std::string subjectOf(const MessageTree& tree) {
+    const std::string* subject = fieldText(tree, "Subject");
+    return subject == nullptr || subject->empty() ? "(no subject)" : *subject;
+}
+
+std::string headerTable(const MessageTree& tree) {
+    std::string rows;
+    for (const MetadataField& field : tree.metadata) {
+        if (field.name == "Subject" || !field.text) continue;
+        rows += fmt::format("<dt>{}</dt><dd>{}</dd>\n", shown(field.name), shown(*field.text));
+    }
+    return "<dl>\n" + rows + "</dl>\n";
+}
+
+std::string blockedText(const BlockedContent& blocked) {
+    std::vector<std::string> items;
+    auto add = [&](size_t count, std::string_view one, std::string_view many) {
+        if (count != 0) items.push_back(fmt::format("{} {}", count, count == 1 ? one : many));
+    };
+    add(blocked.scripts, "script", "scripts");
+    add(blocked.remote, "item from the network", "items from the network");
+    add(blocked.forms, "form", "forms");
+    add(blocked.inlineImages, "inline image (see the attachments)", "inline images (see the attachments)");
+    return fmt::format("{}", fmt::join(items, ", "));
+}
+
+std::string note(std::string_view text) { return fmt::format("<p class=\"note\">{}</p>\n", text); }
+
+// A frame cannot grow with what is in it unless a script runs. The text gives a rough height; the rest can be
+// scrolled to.
+std::string frameHeight(std::string_view html, std::string_view plainText) {
+    bool hasMore =
+        html.find("<img") != std::string_view::npos || html.find("<table") != std::string_view::npos;
+    auto lines = std::min<ptrdiff_t>(std::count(plainText.begin(), plainText.end(), '\n'), 100);
+    return hasMore ? "65vh" : fmt::format("min(65vh,{}rem)", 2 * lines + 5);
+}
+
+std::string htmlBody(MessageFile& file, const MessageTree& tree, std::string_view plainText) {
+    emlhost::MemoryOutput output;
+    file.message().extract(0, output, EML_EXTRACT_PREFER_RICH | EML_EXTRACT_BODY_ONLY);
+    file.checkReads();
+    if (output.error()) throw outOfMemory(file.name());
+    InertHtml inert = makeInert(withoutInvalidBytes(fromUnlabelledCharset(textOf(output), tree.charset)));
+    std::string section;
+    if (inert.blocked.any()) section += note("Blocked: " + blockedText(inert.blocked) + ".");
+    std::string document = "<!DOCTYPE html><html><head><meta charset=\"utf-8\">" + policyTags() +
+                           "<style>body{margin:1rem;font-family:sans-serif}"
+                           "x-a{color:#0b57a4;text-decoration:underline}</style></head><body>" +
+                           inert.html;
+    section +=
+        "<iframe sandbox=\"\" title=\"The message as its sender made it\" referrerpolicy=\"no-referrer\" "
+        "style=\"height:" +
+        frameHeight(inert.html, plainText) + "\" srcdoc=\"" + escapeHtml(document) + "\"></iframe>\n";
+    return section;
+}
+
+std::string PageBuilder::body(MessageFile& file, const MessageTree& tree) {
+    if (tree.encrypted) return note("The message is encrypted (S/MIME): only its header can be shown.");
+    Form form = formOf(file.message(), EML_EXTRACT_PREFER_RICH);
+    std::optional<std::string> text;
+    try {
+        text = bodyText(file);
+    } catch (const Problem& problem) {
+        if (problem.exit == ExitCode::kInternal) throw;
+        warnings_.push_back(problem.text);
+    }
+    std::string plain = text && !text->empty() ? "<pre>" + shownLines(*text) + "</pre>\n" : "";
+    if (form == Form::kHtml) {
+        std::string section = htmlBody(file, tree, text.value_or(""));
+        if (!plain.empty()) section += "<details><summary>As plain text</summary>\n" + plain + "</details>\n";
+        return section;
+    }
+    if (form == Form::kRtf) plain += note("The message also has an RTF form: eml render --to=rtf.");
+    return plain.empty() ? note("No text.") : plain;
+}
+
+// An embedded message becomes an article of its own after the one that contains it.
+void PageBuilder::embedded(const SubFileEntry& entry, const BytesVisitor& bytes, const SubFilePath& path,
+                           std::string& tree, std::string& inner) {
+    const std::vector<uint8_t>& content = bytes.of(entry);
+    if (!entry.isEmbeddedMessage() || content.empty()) return;
+    if (!limits_.mayOpen(path, content.size(), warnings_)) return;
+    MessageFile file(std::make_unique<emlhost::MemoryInput>(content), entry.name, true);
+    inner += article(file, path, tree);
+}
+
+std::string PageBuilder::attachment(const SubFileEntry& entry, const BytesVisitor& bytes,
+                                    const SubFilePath& path, std::string& tree, std::string& inner) {
+    std::string name = entry.name.empty() ? "(no name)" : entry.name;
+    std::string size = entry.size ? humanSize(*entry.size) : "not in the message";
+    bool isHere = entry.size && *entry.size <= options_.maxEmbed;
+    tree += fmt::format("<li><a href=\"#{}\">{}</a>", idOf(path), shown(name));
+    std::string item;
+    if (isHere) {
+        const std::vector<uint8_t>& content = bytes.of(entry);
+        std::string data = base64({reinterpret_cast<const char*>(content.data()), content.size()});
+        // One type for all, so that the browser saves it and does not show it.
+        item = fmt::format("<a download=\"{}\" href=\"data:application/octet-stream;base64,{}\">{}</a>",
+                           escapeHtml(safeName(entry.name, dotted(path))), data, shown(name));
+    } else {
+        item = shown(name);
+    }
+    item = fmt::format("<li id=\"{}\">{} <small>{}{}</small></li>\n",
+                       entry.isEmbeddedMessage() ? "file-" + dotted(path) : idOf(path), item, size,
+                       entry.size && !isHere ? ", too large for this page: eml extract" : "");
+    embedded(entry, bytes, path, tree, inner);
+    tree += "</li>\n";
+    return item;
+}
+
+std::string PageBuilder::article(MessageFile& file, const SubFilePath& path, std::string& tree) {
+    BytesVisitor bytes(std::max(options_.maxEmbed, uint64_t{4} << 20));
+    MessageTree message = readTree(file, bytes);
+    for (const std::string& warning : message.warnings) warnings_.push_back(warning);
+    std::string subject = subjectOf(message);
+    if (path.empty()) {
+        title_ = subject;
+        tree += fmt::format("<li><a href=\"#message\">{}</a>", shown(subject));
+    }
+    std::string items;
+    std::string inner;
+    std::string subTree;
+    for (const SubFileEntry& entry : message.subFiles) {
+        if (entry.info.kind != EML_KIND_ATTACHMENT) continue;
+        SubFilePath entryPath = path;
+        entryPath.push_back(entry.path.back());
+        items += attachment(entry, bytes, entryPath, subTree, inner);
+    }
+    if (!subTree.empty()) tree += "\n<ul>\n" + subTree + "</ul>\n";
+    if (path.empty()) tree += "</li>\n";
+
+    std::string text = fmt::format("<article id=\"{}\">\n", idOf(path));
+    text += fmt::format("<h{0}>{1}</h{0}>\n", path.empty() ? 1 : 2, shown(subject));
+    text += headerTable(message) + body(file, message);
+    if (!items.empty()) text += "<h3>Attachments</h3>\n<ul class=\"files\">\n" + items + "</ul>\n";
+    return text + "</article>\n" + inner;
+}
+
+ViewPage PageBuilder::build(MessageFile& file) {
+    std::string tree;
+    std::string articles = article(file, {}, tree);
+    std::string page = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n" +
+                       policyTags() +
+                       "\n<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
+                       "<meta name=\"color-scheme\" content=\"light dark\">\n<title>" +
+                       shown(title_) + "</title>\n<style>\n" + std::string(kViewStyle) +
+                       "</style>\n</head>\n<body>\n<nav aria-label=\"Parts of the message\">\n<ul>\n" + tree +
+                       "</ul>\n</nav>\n<main>\n";
+    for (const std::string& warning : warnings_) page += note("Warning: " + shown(warning));
+    page +=
+        articles + "<footer>Made by eml view. Nothing in this page reaches the network or runs.</footer>\n";
+    return {page + "</main>\n</body>\n</html>\n", std::move(warnings_)};
+}
+
+}  // namespace
+
+ViewPage buildViewPage(MessageFile& file, const ViewOptions& options) {
+    return PageBuilder(options, file.input().size()).build(file);
+}
+
+}  // namespace emltool
