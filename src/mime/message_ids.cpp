@@ -177,7 +177,11 @@ void readMessageIds(std::string_view value, const HeaderText& how, EmlAllocator&
     GrowingBuffer buffer{};
     TextBuilder decoded(allocator, buffer);
     appendDecoded(value, how, decoded);
-    if (!decoded.failed()) addMessageIds(decoded.since(0), how, texts, list);
+    if (decoded.failed()) {
+        texts.fail();
+    } else {
+        addMessageIds(decoded.since(0), how, texts, list);
+    }
     buffer.release(allocator);
 }
 
