@@ -176,8 +176,8 @@ void headerValues(const Target& target) {
     const Exact text(target.text);
     const eml::Cursor cursor{text.begin(), text.end()};
     requireSame<int64_t>(reference::contentClass(target.text), eml::classifyContentType(cursor), "a class");
-    requireSame<int64_t>(reference::transferEncoding(target.text), eml::classifyEncoding(cursor),
-                         "an encoding");
+    requireSame<int64_t>(reference::transferEncoding(target.text),
+                         static_cast<int64_t>(eml::classifyEncoding(cursor)), "an encoding");
     requireSameText(reference::quotedValue(target.text), textOf(eml::quotedValue(cursor)), "a quoted value");
     requireSameText(reference::boundary(target.text), textOf(eml::boundaryValue(cursor)), "a boundary");
     const std::string parameter = "boundary=" + std::string(target.text);
