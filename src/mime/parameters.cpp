@@ -193,7 +193,8 @@ void ParameterWalk::readQuoted(RawParameter& parameter) {
         const char character = text[pos];
         if (character == '\\') {
             ++pos;
-        } else if (character == ';' && inner != kNowhere) {
+        } else if (character == ';' &&
+                   inner != kNowhere) {  // NOLINT(bugprone-branch-clone): the order counts
             break;
         } else if (character == ';' && cut == kNowhere) {
             if (parameterBeginsAt(text, skipBlanksAt(text, pos + 1))) cut = pos;

@@ -76,7 +76,7 @@ class MailBase64 : public FilePlace {
   private:
     // The first "+" or "/", or `end`.
     static const uint8_t* findStandard(const uint8_t* pos, const uint8_t* end) {
-        for (const int digit : {'/', '+'}) {
+        for (const uint8_t digit : {uint8_t{'/'}, uint8_t{'+'}}) {
             if (pos == end) break;
             const void* const found = std::memchr(pos, digit, static_cast<size_t>(end - pos));
             if (found != nullptr) end = static_cast<const uint8_t*>(found);

@@ -29,10 +29,10 @@ TEST(FieldCalls, FieldsInOrderWithTheirSpans) {
         } else {
             EXPECT_EQ(viewOf(field.name), names[i]);
         }
-        all += message.substr(field.span.offset, field.span.length);
+        all += at(field.span, message);
     }
     const EmlMimePart root = opened.part(0);
-    EXPECT_EQ(all, message.substr(root.header.offset, root.header.length)) << "the spans make up the header";
+    EXPECT_EQ(all, at(root.header, message)) << "the spans make up the header";
     EmlMimeField field{};
     EXPECT_EQ(emlMimeGetField(opened.context(), 0, 8, &field), EML_NO_SUB_FILE);
     EXPECT_EQ(emlMimeGetField(opened.context(), 9, 0, &field), EML_NO_SUB_FILE);

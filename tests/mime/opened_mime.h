@@ -59,6 +59,8 @@ class OpenedMime {
 };
 
 [[nodiscard]] std::string_view viewOf(const EmlMimeText& text);
+// What stands at a span of the message.
+[[nodiscard]] std::string_view at(const EmlMimeSpan& span, std::string_view message);
 [[nodiscard]] std::string visible(std::string_view bytes);
 
 }  // namespace eml::test

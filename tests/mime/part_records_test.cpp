@@ -45,8 +45,8 @@ TEST(PartRecords, FieldsOfTheRecord) {
     EXPECT_EQ(viewOf(part.contentId), "id@x");
     EXPECT_EQ(viewOf(part.location), "http://a/b");
     EXPECT_EQ(viewOf(part.description), "d\xC3\xA9");
-    EXPECT_EQ(message.substr(part.body.offset, part.body.length), "body");
-    EXPECT_TRUE(message.substr(part.header.offset, part.header.length).starts_with("Content-Type: TEXT"));
+    EXPECT_EQ(at(part.body, message), "body");
+    EXPECT_TRUE(at(part.header, message).starts_with("Content-Type: TEXT"));
 }
 
 TEST(PartRecords, OnlyTheRecordSizeIsWritten) {
@@ -69,8 +69,7 @@ TEST(PartRecords, SignedSpanIsTheFirstPartWithItsHeader) {
     OpenedMime opened(message);
     const EmlMimePart root = opened.part(0);
     EXPECT_EQ(root.protection, EML_MIME_PGP_SIGNED);
-    EXPECT_EQ(message.substr(root.signedSpan.offset, root.signedSpan.length),
-              "Content-Type: text/plain\r\n\r\nsigned text\r\n");
+    EXPECT_EQ(at(root.signedSpan, message), "Content-Type: text/plain\r\n\r\nsigned text\r\n");
 }
 
 TEST(PartRecords, SignedSpanOfAMultipartHoldsItsClosingDelimiter) {
@@ -81,7 +80,7 @@ TEST(PartRecords, SignedSpanOfAMultipartHoldsItsClosingDelimiter) {
     OpenedMime opened(message);
     const EmlMimePart root = opened.part(0);
     EXPECT_EQ(root.protection, EML_MIME_SIGNED_OTHER);
-    EXPECT_EQ(message.substr(root.signedSpan.offset, root.signedSpan.length), signedPart);
+    EXPECT_EQ(at(root.signedSpan, message), signedPart);
 }
 
 TEST(PartNames, AreMadeUpFromPlaceAndType) {

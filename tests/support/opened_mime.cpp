@@ -8,6 +8,10 @@ namespace eml::test {
 
 std::string_view viewOf(const EmlMimeText& text) { return {text.text, text.length}; }
 
+std::string_view at(const EmlMimeSpan& span, std::string_view message) {
+    return message.substr(static_cast<size_t>(span.offset), static_cast<size_t>(span.length));
+}
+
 std::string visible(std::string_view bytes) {
     std::string out;
     for (const char character : bytes) {
@@ -76,7 +80,7 @@ std::string OpenedMime::tree(std::string_view message) const {
         const bool isMessage = (part.flags & EML_MIME_PART_MESSAGE) != 0;
         const bool isMultipart = (part.flags & EML_MIME_PART_MULTIPART) != 0;
         if (!isMessage && !isMultipart) {
-            out += "\"" + visible(message.substr(part.body.offset, part.body.length)) + "\"";
+            out += "\"" + visible(at(part.body, message)) + "\"";
         }
         const bool isText = !isMessage && !isMultipart;
         out += isMessage ? "(" : isMultipart ? "{" : part.childCount > 0 ? "[" : "";
