@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <map>
 #include <regex>
@@ -48,12 +49,13 @@ Names constantsOfPython() {
 // The ids for which Python has a codec.
 Ids idsOfPythonCodecs() {
     const Names constants = constantsOfPython();
-    const std::string text = fileText("python/emlreader/_library.py");
-    const std::regex row(R"(^    CHARSET_(\w+): ")", std::regex::ECMAScript | std::regex::multiline);
+    const std::string file = fileText("python/emlreader/_library.py");
+    const std::string text = file.substr(std::min(file.find("CODECS = {"), file.size()));
+    const std::regex row(R"(^ +(CHARSET_)?(\w+): ")", std::regex::ECMAScript | std::regex::multiline);
     Ids ids;
     for (std::sregex_iterator at(text.begin(), text.end(), row), end; at != end; ++at) {
-        const auto found = constants.find((*at)[1]);
-        EXPECT_NE(found, constants.end()) << (*at)[1];
+        const auto found = constants.find((*at)[2]);
+        EXPECT_NE(found, constants.end()) << (*at)[2];
         if (found != constants.end()) ids.insert(found->second);
     }
     return ids;

@@ -26,7 +26,8 @@ ExitCode forEachFile(Console& console, const std::vector<std::string>& paths, co
 
 bool FileHeadings::print(const std::string& name) {
     if (!areShown_) return false;
-    console_.print((isFirst_ ? "" : "\n") + console_.style().label(visible(name) + ":") + "\n");
+    if (!isFirst_) console_.print("\n");
+    console_.print(console_.style().label(visible(name) + ":") + "\n");
     isFirst_ = false;
     return true;
 }
