@@ -12,7 +12,6 @@ namespace {
 
 using eml::BlockWriter;
 using eml::InputRun;
-using eml::TransferEncoding;
 
 using FilterBase64 = eml::Base64Decoder<eml::kFilterBase64>;
 using TextQuotedPrintable = eml::QuotedPrintableDecoder<eml::kFilterText>;
