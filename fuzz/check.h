@@ -22,9 +22,9 @@ inline void require(bool held, const char* rule) {
 }
 
 inline std::string shownStart(const Bytes& bytes) {
-    constexpr size_t kMost = 400;
-    if (bytes.size() <= kMost) return reference::shown(bytes);
-    return reference::shown(Bytes(bytes.begin(), bytes.begin() + kMost)) + "...";
+    constexpr size_t kMax = 400;
+    if (bytes.size() <= kMax) return reference::shown(bytes);
+    return reference::shown(Bytes(bytes.begin(), bytes.begin() + kMax)) + "...";
 }
 
 inline std::string shownStart(std::string_view bytes) { return shownStart(reference::bytesOf(bytes)); }

@@ -25,7 +25,7 @@ using eml::test::ReferenceMessage;
 using eml::test::SectionPointer;
 
 constexpr size_t kHead = 24;
-constexpr int32_t kMostVisited = 24;
+constexpr int32_t kMaxVisited = 24;
 
 struct Order {
     uint32_t flags = 0;
@@ -73,7 +73,7 @@ class Visit {
         if (!order_.visitsAll) return;
         info();
         metadata(0, false);
-        const int32_t last = std::min(count_ + 2, kMostVisited);
+        const int32_t last = std::min(count_ + 2, kMaxVisited);
         for (int32_t number = 0; number <= last; ++number) {
             describe(number);
             extract(number);

@@ -20,7 +20,7 @@ namespace {
 using namespace fuzz;
 
 constexpr size_t kHead = 24;
-constexpr int32_t kMostVisited = 24;
+constexpr int32_t kMaxVisited = 24;
 
 struct Order {
     uint32_t flags = 0;
@@ -95,7 +95,7 @@ class Visit {
         info();
         nameAndDate();
         metadata(0, false);
-        const int32_t last = std::min(count_ + 2, kMostVisited);
+        const int32_t last = std::min(count_ + 2, kMaxVisited);
         for (int32_t number = 0; number <= last; ++number) {
             describe(number);
             extract(number);

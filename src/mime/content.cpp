@@ -54,7 +54,7 @@ constexpr std::array<TransferDefect, 7> kTransferDefects = {{
 }};
 
 // The most that one extraction can find: those above, and three of the charset.
-constexpr uint32_t kMostDefects = uint32_t{kTransferDefects.size()} + 3;
+constexpr uint32_t kMaxDefects = uint32_t{kTransferDefects.size()} + 3;
 
 // A file without its last line: of one inside text the open has noted that.
 void countCutOff(const EmlMimeContext& context, const ContentSource& source, DecodeProblems& problems) {
@@ -214,7 +214,7 @@ EmlResult extractForm(EmlMimeContext& context, uint32_t part, uint32_t form, Eml
 EmlResult extractContent(EmlMimeContext& context, uint32_t part, uint32_t form, EmlIOobj* output,
                          EmlMimeContent& content) {
     content = EmlMimeContent{};
-    if (EmlResult result = reserveDefects(context, kMostDefects); result != EML_OK) return result;
+    if (EmlResult result = reserveDefects(context, kMaxDefects); result != EML_OK) return result;
     if (output == nullptr) return extractForm(context, part, form, nullptr, content);
     if (!isUsableOutput(output) || output->open(output) == 0) return EML_OUTPUT_UNUSABLE;
     EmlResult result = EML_OBJECT_FAILED;

@@ -12,7 +12,7 @@ namespace eml {
 class LineAfterPadding {
   public:
     // So many digits and "=" in a row are data, whatever comes after them.
-    static constexpr size_t kMost = 256;
+    static constexpr size_t kMax = 256;
     static constexpr uint8_t kPadding = 0xFE;  // "=" among the digits
 
     enum class Verdict : uint8_t {
@@ -31,7 +31,7 @@ class LineAfterPadding {
         if (foreign_ || ended_ || digit == kInvalidDigit) return Verdict::kForeign;
         if (count_ == 0) place_ = place;
         held_[count_++] = digit;
-        return count_ == kMost ? Verdict::kData : Verdict::kWait;
+        return count_ == kMax ? Verdict::kData : Verdict::kWait;
     }
 
     // Nothing but blanks so far.
@@ -49,7 +49,7 @@ class LineAfterPadding {
     }
 
   private:
-    std::array<uint8_t, kMost> held_{};
+    std::array<uint8_t, kMax> held_{};
     size_t count_ = 0;
     uint64_t place_ = 0;    // of the first byte that is held
     bool ended_ = false;    // a blank has followed

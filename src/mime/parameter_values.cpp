@@ -187,14 +187,14 @@ bool isLabel(std::string_view text) {
 }
 
 ExtendedValue splitExtended(std::string_view value) {
-    constexpr size_t kLongestLanguage = 35;
+    constexpr size_t kMaxLanguage = 35;
     const ExtendedValue none{{}, value, false};
     const size_t first = subtext(value, 0, TextConversion::kMaxLabel + 1).find('\'');
     if (first == kNowhere) return none;
     const std::string_view charset = subtext(value, 0, first);
     if (!isLabel(charset)) return none;
     const std::string_view rest = subtext(value, first + 1);
-    const size_t second = subtext(rest, 0, kLongestLanguage + 1).find('\'');
+    const size_t second = subtext(rest, 0, kMaxLanguage + 1).find('\'');
     if (second != kNowhere && isLabel(subtext(rest, 0, second)))
         return {charset, subtext(rest, second + 1), true};
     // One quote alone, after a name that can only be a charset's.

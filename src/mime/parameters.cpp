@@ -44,8 +44,8 @@ bool isKnownName(std::string_view name) {
 
 // Whether a known name and "=" stand at `pos`: another parameter begins.
 bool parameterBeginsAt(std::string_view text, size_t pos) {
-    constexpr size_t kLongest = 40;  // a known name, a section number and blanks
-    const std::string_view near = subtext(text, pos, kLongest);
+    constexpr size_t kMaxLength = 40;  // a known name, a section number and blanks
+    const std::string_view near = subtext(text, pos, kMaxLength);
     size_t end = 0;
     while (end < near.size() && !endsName(near[end])) ++end;
     const std::string_view name = subtext(near, 0, end);

@@ -218,7 +218,7 @@ class MailQuotedPrintable : public FilePlace {
     }
 
     // So many blanks may stand between "=" and the line end; a line has at most 76 characters.
-    static constexpr size_t kMostBlanks = 80;
+    static constexpr size_t kMaxBlanks = 80;
 
   private:
     enum class State : uint8_t {
@@ -308,7 +308,7 @@ class MailQuotedPrintable : public FilePlace {
     const DecodeKernels& kernels_;
     DecodeProblems& problems_;
     uint64_t equalsPlace_ = 0;
-    std::array<uint8_t, 1 + kMostBlanks> held_{};  // "=" and what followed it
+    std::array<uint8_t, 1 + kMaxBlanks> held_{};  // "=" and what followed it
     size_t heldCount_ = 0;
     State state_ = State::kText;
     bool ended_ = false;

@@ -68,7 +68,7 @@ class UuencodeDecoder : public FilePlace {
     enum class State : uint8_t { kBefore, kData, kAfter };
 
     // No line of uuencode is longer than this, but what a sender appends.
-    static constexpr size_t kMostOfLine = 256;
+    static constexpr size_t kMaxLine = 256;
 
     template <class Sink>
     void take(const LinePiece& line, Sink& sink) {
@@ -107,7 +107,7 @@ class UuencodeDecoder : public FilePlace {
     [[nodiscard]] static bool isEnd(std::string_view line);
 
     DecodeProblems& problems_;
-    LineSplitter<kMostOfLine> lines_;
+    LineSplitter<kMaxLine> lines_;
     State state_;
     bool failed_ = false;
 };

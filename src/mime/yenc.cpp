@@ -100,7 +100,7 @@ void YencDecoder::checkSize(std::optional<uint64_t> size, uint64_t place) {
 // News doubles a dot at the start of a line. Whether it has can be seen from the length of the line, and in the last
 // one from the size of the file.
 bool YencDecoder::isDotStuffed(std::string_view line) const {
-    if (!line.starts_with("..") || line.size() > kMostOfLine || begin_.lineLength == 0) return false;
+    if (!line.starts_with("..") || line.size() > kMaxLine || begin_.lineLength == 0) return false;
     uint64_t bytes = 0;
     bool escaped = false;
     for (const char c : line) {

@@ -63,7 +63,7 @@ class YencDecoder : public FilePlace {
     enum class State : uint8_t { kBefore, kData, kAfter };
 
     // Lines of yEnc have 128 characters, at most 997. Longer ones are decoded all the same.
-    static constexpr size_t kMostOfLine = 1024;
+    static constexpr size_t kMaxLine = 1024;
 
     template <class Sink>
     void take(const LinePiece& line, Sink& sink) {
@@ -119,7 +119,7 @@ class YencDecoder : public FilePlace {
     }
 
     DecodeProblems& problems_;
-    LineSplitter<kMostOfLine> lines_;
+    LineSplitter<kMaxLine> lines_;
     YencBegin begin_{};
     std::optional<uint64_t> expected_;  // bytes
     uint64_t size_ = 0;                 // decoded so far

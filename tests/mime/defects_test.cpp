@@ -90,6 +90,27 @@ TEST(Defects, AreInTheListWhenItIsFullToTheLast) {
     EXPECT_EQ(defectOf(opened, 9).code, EML_MIME_DEFECT_UNKNOWN_ENCODING);
 }
 
+// Room for what an extraction may find is asked for first; the list stays when there is none.
+TEST(Defects, StayWhenMemoryRunsOutInAnExtraction) {
+    for (uint32_t count = 100; count < 140; ++count) {  // around the size of the list's first block
+        std::string message = brokenParts(count);
+        message.insert(message.rfind("--b--"), "--b\nContent-Transfer-Encoding: base64\n\nA?A\n");
+        OpenedMime opened(message);
+        ASSERT_EQ(emlMimeDefectCount(opened.context()), count);
+        for (const Entry entry : {Entry::kAllocate, Entry::kReallocate}) {
+            Journal& journal = opened.host().journal();
+            journal.fail(entry, {.nth = journal.calls(entry) + 1, .onwards = true});
+            MemoryOutput output(opened.host());
+            const EmlResult result =
+                emlMimeExtract(opened.context(), count + 1, EML_MIME_DECODED, &output.object(), nullptr);
+            EXPECT_TRUE(result == EML_OK || result == EML_NO_MEMORY) << count;
+            EXPECT_GE(emlMimeDefectCount(opened.context()), count) << "none is lost";
+            EXPECT_EQ(opened.part(count).defectCount, 1U);
+            journal.fail(entry, {});
+        }
+    }
+}
+
 // Ten thousand occurrences are one entry.
 TEST(Defects, OfOnePartAreCountedAtTheFirstPlace) {
     std::string message = "A: b\r\n\r\n";

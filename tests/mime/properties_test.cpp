@@ -118,16 +118,16 @@ TEST(MimeProperties, AnyCutEndsCleanly) {
 }
 
 TEST(MimeProperties, TheSizeOfReadsDoesNotShow) {
-    static constexpr uint32_t kMost[] = {1, 2, 3, 7, 4095, 4096, 65535};
+    static constexpr uint32_t kMax[] = {1, 2, 3, 7, 4095, 4096, 65535};
     size_t next = 0;
     const auto check = [&next](const std::string& message) {
         const std::string expected = answersOf(message, {});
-        for (size_t i = 0; i < std::size(kMost); ++i) {
+        for (size_t i = 0; i < std::size(kMax); ++i) {
             // All of them for a few messages, one for the others.
-            if (next % 8 != 0 && i != next % std::size(kMost)) continue;
+            if (next % 8 != 0 && i != next % std::size(kMax)) continue;
             HostOptions options;
-            options.mostDelivered = kMost[i];
-            EXPECT_TRUE(answersOf(message, options) == expected) << "reads of " << kMost[i];
+            options.mostDelivered = kMax[i];
+            EXPECT_TRUE(answersOf(message, options) == expected) << "reads of " << kMax[i];
         }
         ++next;
     };

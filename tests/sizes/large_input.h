@@ -41,11 +41,11 @@ class LargeMessage {
   private:
     // Lines of 62 bytes and an empty one.
     static constexpr size_t kLine = 64;
-    static constexpr size_t kMost = 1 << 12;
+    static constexpr size_t kMax = 1 << 12;
 
     void read(int64_t offset, uint8_t* to, uint32_t count) const {
         for (uint32_t done = 0; done < count;) {
-            const auto part = std::min<uint32_t>(count - done, kMost);
+            const auto part = std::min<uint32_t>(count - done, kMax);
             std::memcpy(to + done, filling_.data() + static_cast<size_t>((offset + done) % kLine), part);
             done += part;
         }
@@ -63,7 +63,7 @@ class LargeMessage {
 
     int64_t size_;
     std::map<int64_t, std::string> texts_;
-    std::string filling_ = std::string(kMost + kLine, '\0');
+    std::string filling_ = std::string(kMax + kLine, '\0');
 };
 
 // A boundary that a search passes in large steps.
