@@ -93,15 +93,14 @@ typedef struct EmlMimeConvert {
 /* Bits of EmlMimeOptions.flags */
 #define EML_MIME_NO_INLINE_FILES 1u /* uuencoded and yEnc files inside text are left as text */
 
-/* All zero is what most hosts want. */
+/* All zero but recordSize is what most hosts want. */
 typedef struct EmlMimeOptions {
     uint32_t recordSize; /* sizeof(EmlMimeOptions) */
     uint32_t flags;      /* EML_MIME_NO_... bits */
     uint32_t maxDepth; /* of nested parts; 0: 100. Deeper ones are not opened: one part each. At most 1000 */
     uint32_t maxParts; /* 0: 100,000. What follows stays in the last part */
-    uint32_t
-        maxHeaderBytes;  /* of one header block that is kept; 0: 1 MiB. The rest is counted and left out */
-    uint32_t maxDefects; /* in the list; 0: 10,000. The others are counted */
+    uint32_t maxHeaderBytes; /* kept of one header block; 0: 1 MiB. The rest is counted and left out */
+    uint32_t maxDefects;     /* in the list; 0: 10,000. The others are counted */
     const EmlMimeConvert* convert;
     /* Called about every 1 MiB with the offset in the file, during the open and during extractions. Not 0: the
      * call ends with EML_MIME_CANCELLED. May be NULL. */

@@ -19,7 +19,7 @@ struct MailDate {
     int32_t second;
 };
 
-// A decimal number as scanf's "%d" reads it: white space, a sign and digits. Moves behind it. None without a
+// A decimal number as scanf's "%d" reads it: white space, a sign and digits. Moves past it. None without a
 // digit, or when the number does not fit in 32 bits.
 [[nodiscard]] std::optional<int32_t> readNumber(Cursor& text);
 

@@ -8,7 +8,7 @@
 namespace eml {
 
 // The block ends before the line does: the beginning of the line moves to the front of the block, and what follows is
-// read behind it.
+// read after it.
 bool LineReader::nextAtBlockEnd(MimeLine& line) {
     if (!atEnd_ && !refill()) return false;
     if (pos_ == end_) return false;

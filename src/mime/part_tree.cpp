@@ -165,7 +165,7 @@ void PartTree::keepHeaderLine(const MimeLine& line) {
         headerCut_ = true;
         return;
     }
-    // The line end stands behind the text in the block.
+    // The line end follows the text in the block.
     const auto* bytes = reinterpret_cast<const uint8_t*>(line.text.data());
     keepResult(context_.header.append(*context_.allocator, bytes, length));
 }
