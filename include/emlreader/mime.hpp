@@ -121,8 +121,11 @@ namespace detail {
 
 /* An open message, at an address that does not change. */
 struct State {
-    State(std::unique_ptr<emlhost::Input> source, Options given)
-        : input(std::move(source)), progress(std::move(given.progress)) {
+    State(std::unique_ptr<emlhost::Input> source, Options given) : State(*source, std::move(given)) {
+        owned = std::move(source);
+    }
+
+    State(emlhost::Input& source, Options given) : input(&source), progress(std::move(given.progress)) {
         EmlMimeOptions options{};
         options.recordSize = sizeof options;
         options.flags = given.inlineFiles ? 0 : EML_MIME_NO_INLINE_FILES;
@@ -158,7 +161,8 @@ struct State {
     }
 
     emlhost::CountingHeap heap;
-    std::unique_ptr<emlhost::Input> input;
+    std::unique_ptr<emlhost::Input> owned;
+    emlhost::Input* input; /* the same, or the caller's */
     std::function<bool(uint64_t)> progress;
     std::exception_ptr thrown; /* by `progress` */
     std::unique_ptr<EmlMimeContext, void (*)(EmlMimeContext*)> context{nullptr, emlMimeClose};
@@ -452,6 +456,10 @@ class Message {
     /* Opens an input of the stand-alone host. */
     explicit Message(std::unique_ptr<emlhost::Input> input, Options options = {})
         : state_(std::make_unique<detail::State>(std::move(input), std::move(options))) {}
+
+    /* Opens an input that stays the caller's and must outlive the message. */
+    explicit Message(emlhost::Input& input, Options options = {})
+        : state_(std::make_unique<detail::State>(input, std::move(options))) {}
 
     /* Opens bytes in memory, which must stay unchanged while the message is open. */
     static Message fromBytes(std::string_view bytes, Options options = {}) {

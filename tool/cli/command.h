@@ -6,6 +6,7 @@
 
 #include "tool/cli/choices.h"
 #include "tool/terminal/console.h"
+#include "tool/text/reading.h"
 
 namespace CLI {
 class App;
@@ -16,6 +17,8 @@ namespace emltool {
 // Options of all commands.
 struct GlobalOptions {
     bool json = false;
+    int schema = 2;  // of the answers in JSON: 1 or 2
+    Reading reading = Reading::kMime;
 };
 
 // One command with its options.

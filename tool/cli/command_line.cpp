@@ -77,7 +77,7 @@ std::vector<std::string> withDefaultCommand(std::vector<std::string> arguments) 
         const std::string& word = arguments[i];
         bool isOption = word.size() > 1 && word[0] == '-';
         if (isOption && word != "--") {
-            if (word == "--color") ++i;
+            if (word == "--color" || word == "--reader" || word == "--schema") ++i;
             continue;
         }
         size_t at = word == "--" ? i + 1 : i;
@@ -175,7 +175,10 @@ void parse(CLI::App& app, const std::vector<std::string>& arguments, Parsed& par
 
 ExitCode runParsed(CLI::App& app, Parsed& parsed, Console& console) {
     refuseExtras(app, parsed);
-    GlobalOptions options{parsed.global.json};
+    GlobalOptions options;
+    options.json = parsed.global.json;
+    options.schema = kSchemaChoices.parse(parsed.global.schema) == 0 ? 1 : 2;
+    options.reading = static_cast<Reading>(kReaderChoices.parse(parsed.global.reader));
     Verbosity verbosity = parsed.global.quiet     ? Verbosity::kQuiet
                           : parsed.global.verbose ? Verbosity::kVerbose
                                                   : Verbosity::kNormal;
@@ -219,6 +222,7 @@ int runTool(const std::vector<std::string>& arguments) {
             code = ExitCode::kInternal;
         }
         console.flush();
+        if (parsed.global.strict && code == ExitCode::kDone && console.hasWarned()) code = ExitCode::kInPart;
     } catch (const BrokenPipe&) {
         return endByBrokenPipe();
     } catch (const Problem& problem) {

@@ -69,7 +69,7 @@ std::vector<OptionRow> globalRows() {
     CLI::App app;
     GlobalArguments arguments;
     declareGlobalOptions(app, arguments);
-    return optionsOf(app, {&kColorChoices, 1});
+    return optionsOf(app, globalChoices());
 }
 
 std::vector<std::string> dashed(const OptionRow& row) {

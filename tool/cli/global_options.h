@@ -1,6 +1,7 @@
 // The options that may stand before or after every command.
 #pragma once
 
+#include <span>
 #include <string>
 
 #include "tool/cli/choices.h"
@@ -14,9 +15,21 @@ namespace emltool {
 // Of --color, in the order of ColorChoice.
 extern const Choices kColorChoices;
 
+// Of --reader, in the order of Reading.
+extern const Choices kReaderChoices;
+
+// Of --schema.
+extern const Choices kSchemaChoices;
+
+// All of them.
+std::span<const Choices> globalChoices();
+
 struct GlobalArguments {
     bool json = false;
     std::string color = "auto";
+    std::string reader = "mime";
+    std::string schema = "2";
+    bool strict = false;
     bool quiet = false;
     bool verbose = false;
     bool help = false;

@@ -71,6 +71,7 @@ void Console::note(std::string_view text) const {
 }
 
 void Console::warn(std::string_view subject, std::string_view text) {
+    hasWarned_ = true;
     if (quiet()) return;
     writeAll(STDERR_FILENO, fmt::format("{} {}: {} {}\n", "eml:", visible(subject),
                                         errorStyle_.warning("warning:"), visible(text)));

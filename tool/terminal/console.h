@@ -57,11 +57,15 @@ class Console {
     void note(std::string_view text) const;  // not a warning: how something ended
     void warn(std::string_view subject, std::string_view text);
 
+    // Whether warn was called, even if nothing was printed.
+    bool hasWarned() const { return hasWarned_; }
+
   private:
     Verbosity verbosity_;
     Style outStyle_;
     Style errorStyle_;
     std::string pending_;
+    bool hasWarned_ = false;
 };
 
 }  // namespace emltool

@@ -35,6 +35,12 @@ struct Problem : std::exception {
     std::string text;     // what is wrong and what to do, in one line
 };
 
+// Something that was guessed or left out.
+struct Warning {
+    std::string code;  // for programs: "base64-character"
+    std::string text;
+};
+
 Problem usageProblem(std::string text);
 Problem outOfMemory(std::string subject);
 
