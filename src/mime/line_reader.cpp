@@ -28,6 +28,25 @@ bool LineReader::nextAtBlockEnd(MimeLine& line) {
     return true;
 }
 
+void LineReader::skipOrdinaryLines(bool lfIsOrdinary, uint64_t& textEnd) {
+    constexpr size_t kMaxLine = 998;  // RFC 5322 section 2.1.1
+    if (!starts_) return;
+    const uint8_t* pos = pos_;
+    // Two bytes more are there than the line end begins at: what ends the line is seen whole.
+    while (end_ - pos > 2) {
+        if (*pos == '-' || *pos == 'b' || *pos == '=') break;
+        const uint8_t* zero = nullptr;
+        const uint8_t* const stop = context_.kernels->findLineEnd(pos, end_, zero);
+        if (end_ - stop < 2 || zero != stop || static_cast<size_t>(stop - pos) > kMaxLine) break;
+        const bool crLf = stop[0] == kCr && stop[1] == kLf;
+        if (!crLf && (*stop == kCr || !lfIsOrdinary)) break;
+        textEnd = offset_ + static_cast<uint64_t>(stop - pos_);
+        pos = stop + (crLf ? 2 : 1);
+    }
+    offset_ += static_cast<uint64_t>(pos - pos_);
+    pos_ = pos;
+}
+
 // Fills the block as far as the input goes. Short reads are not the end; a read that gives nothing is.
 bool LineReader::refill() {
     const auto kept = static_cast<size_t>(end_ - pos_);

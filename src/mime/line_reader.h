@@ -40,6 +40,14 @@ class LineReader {
         return true;
     }
 
+    // Passes over whole lines of a body that no rule has anything to say about: at most 998 bytes without NUL, not
+    // beginning like a delimiter or a file inside text, ended by CR LF, or by LF where `lfIsOrdinary`. `textEnd`
+    // becomes where the line end of the last one begins.
+    void skipOrdinaryLines(bool lfIsOrdinary, uint64_t& textEnd);
+
+    // Of the next line in the file.
+    [[nodiscard]] uint64_t offset() const { return offset_; }
+
     // EML_OK, or EML_MIME_CANCELLED.
     [[nodiscard]] EmlResult result() const { return result_; }
 

@@ -47,10 +47,19 @@ EmlResult PartTree::build() {
         }
         context_.size = line.next();
         takeLine(line);
+        if (readsOrdinaryLines()) {
+            lines_.skipOrdinaryLines(!crLf_, previousTextEnd_);
+            context_.size = lines_.offset();
+        }
     }
     keepResult(lines_.result());
     if (result_ == EML_OK) finish();
     return result_;
+}
+
+// In a body most lines mean nothing to the tree.
+bool PartTree::readsOrdinaryLines() const {
+    return state_ == State::kBody && inline_ == InlineFile::kNone && !peeksForHeader_ && !readsHead_;
 }
 
 void PartTree::span(uint64_t offset, uint32_t kind, uint32_t part) {

@@ -52,6 +52,7 @@ class PartTree {
     enum class InlineFile : uint8_t { kNone, kMaybeUuencode, kUuencode, kYenc };
 
     // part_tree.cpp: which line means what
+    [[nodiscard]] bool readsOrdinaryLines() const;
     void takeLine(const MimeLine& line);
     [[nodiscard]] bool takeInState(const MimeLine& line);
     [[nodiscard]] bool takeLineBeforeHeader(const MimeLine& line);
