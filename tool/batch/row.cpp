@@ -101,9 +101,9 @@ BatchRow readMessage(std::unique_ptr<emlhost::Input> input, const BatchItem& ite
     try {
         MessageFile file(std::move(input), item.path, options.force);
         RowVisitor visitor(options);
-        tree = readTree(file, visitor);
+        tree = readTree(file, visitor, options.form.reading);
         if (options.digest) tree->sha256 = digestOf(file.input());
-        if (options.text) tree->text = bodyText(file);
+        if (options.text) tree->text = bodyText(file, options.form.reading);
         file.checkReads();
     } catch (const Problem& caught) {
         problem = caught;
@@ -111,18 +111,18 @@ BatchRow readMessage(std::unique_ptr<emlhost::Input> input, const BatchItem& ite
     BatchRow row;
     row.kind = problem ? RowKind::kError : RowKind::kGood;
     row.outOfMemory = problem && problem->code == "out-of-memory";
-    row.line = jsonLine(item.path, tree ? &*tree : nullptr, problem ? &*problem : nullptr, item.index);
+    row.line = jsonLine(options.form, item.path, tree ? &*tree : nullptr, problem ? &*problem : nullptr, item.index);
     return row;
 }
 
-BatchRow errorRow(const BatchItem& item, const Problem& problem) {
-    return {RowKind::kError, problemRow(item, problem), problem.code == "out-of-memory"};
+BatchRow errorRow(const AnswerForm& form, const BatchItem& item, const Problem& problem) {
+    return {RowKind::kError, problemRow(form, item, problem), problem.code == "out-of-memory"};
 }
 
 }  // namespace
 
-std::string problemRow(const BatchItem& item, const Problem& problem) {
-    return jsonLine(item.path, nullptr, &problem, item.index);
+std::string problemRow(const AnswerForm& form, const BatchItem& item, const Problem& problem) {
+    return jsonLine(form, item.path, nullptr, &problem, item.index);
 }
 
 BatchRow readItem(const BatchItem& item, const RowOptions& options) {
@@ -133,11 +133,11 @@ BatchRow readItem(const BatchItem& item, const RowOptions& options) {
         return readMessage(std::move(input), item, options);
     } catch (const Problem& problem) {
         if (!item.index && problem.code == "is-a-directory") return {RowKind::kFolder, "", false};
-        return errorRow(item, problem);
+        return errorRow(options.form, item, problem);
     } catch (const std::bad_alloc&) {
-        return errorRow(item, outOfMemory(item.path));
+        return errorRow(options.form, item, outOfMemory(item.path));
     } catch (const std::exception& error) {
-        return errorRow(item, {ExitCode::kInternal, "internal", item.path,
+        return errorRow(options.form, item, {ExitCode::kInternal, "internal", item.path,
                                fmt::format("internal error: {}", error.what())});
     }
 }

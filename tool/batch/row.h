@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "tool/message/json_text.h"
 #include "tool/terminal/problem.h"
 
 namespace emltool {
@@ -22,6 +23,7 @@ struct RowOptions {
     bool recursive = false;  // opens embedded messages
     bool text = false;
     bool digest = false;
+    AnswerForm form;
 };
 
 // What came of an item. Processes send each other these numbers.
@@ -42,6 +44,6 @@ struct BatchRow {
 BatchRow readItem(const BatchItem& item, const RowOptions& options);
 
 // The row of an item that cannot be read.
-std::string problemRow(const BatchItem& item, const Problem& problem);
+std::string problemRow(const AnswerForm& form, const BatchItem& item, const Problem& problem);
 
 }  // namespace emltool

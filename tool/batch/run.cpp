@@ -156,7 +156,7 @@ void BatchRun::add(Slot& before, FoundItem found) {
     Slot& slot = insert(before.self);
     slot.item = std::move(found.item);
     if (found.problem) {
-        settle(slot, problemRow(slot.item, *found.problem), true);
+        settle(slot, problemRow(options_.worker.row.form, slot.item, *found.problem), true);
     } else {
         pool_.give(slot);
     }
@@ -170,14 +170,14 @@ void BatchRun::handle(PoolEvent& event) {
             again_.push_front(&slot);
             return;
         case PoolEvent::Kind::kTimedOut:
-            settle(slot, problemRow(slot.item, timeoutProblem(path, options_.timeout)), true);
+            settle(slot, problemRow(options_.worker.row.form, slot.item, timeoutProblem(path, options_.timeout)), true);
             return;
         case PoolEvent::Kind::kDied:
             // Another program may have killed the worker, so the message has another chance.
             if (++slot.deaths < kMaxDeaths) {
                 again_.push_back(&slot);
             } else {
-                settle(slot, problemRow(slot.item, deathProblem(path, event.status)), true);
+                settle(slot, problemRow(options_.worker.row.form, slot.item, deathProblem(path, event.status)), true);
             }
             return;
         case PoolEvent::Kind::kReply:

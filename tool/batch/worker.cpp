@@ -55,7 +55,7 @@ BatchRow readWithinLimits(const BatchItem& item, const RowOptions& options) {
         return readItem(item, options);
     } catch (const std::bad_alloc&) {
         liftMemoryLimit();
-        return {RowKind::kError, problemRow(item, outOfMemory(item.path)), true};
+        return {RowKind::kError, problemRow(options.form, item, outOfMemory(item.path)), true};
     }
 }
 

@@ -9,6 +9,7 @@
 
 #include "tool/batch/run.h"
 #include "tool/cli/command.h"
+#include "tool/commands/each_file.h"
 #include "tool/text/size_text.h"
 
 namespace emltool {
@@ -57,8 +58,9 @@ class BatchCommandRun final : public CommandRun {
         app.add_flag("--errors-ok", errorsOk_, "exit with 0 once everything is read, even with error rows");
     }
 
-    ExitCode run(Console& console, const GlobalOptions&) override {
+    ExitCode run(Console& console, const GlobalOptions& global) override {
         complete();
+        options_.worker.row.form = answerForm(global);
         BatchCounts counts;
         {
             BatchRun batch(options_, console);

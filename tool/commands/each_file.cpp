@@ -33,29 +33,31 @@ bool FileHeadings::print(const std::string& name) {
 }
 
 void printWarnings(Console& console, const std::string& file, const MessageTree& tree) {
-    for (const std::string& warning : tree.warnings) console.warn(file, warning);
+    for (const Warning& warning : tree.warnings) console.warn(file, warning.text);
     for (const SubFileEntry& entry : tree.subFiles) {
         if (entry.message != nullptr) printWarnings(console, file, *entry.message);
     }
 }
 
-ExitCode forEachTree(Console& console, bool json, const MessageArguments& messages, bool recursive,
+AnswerForm answerForm(const GlobalOptions& options) { return {options.schema, options.reading}; }
+
+ExitCode forEachTree(Console& console, const GlobalOptions& options, const MessageArguments& messages, bool recursive,
                      const std::function<void(const MessageTree& tree)>& print) {
     FileHeadings headings(console, messages.files().size());
     auto work = [&](const std::string& path) {
         MessageFile file(path, messages.force());
         SizeVisitor visitor(recursive);
-        const MessageTree tree = readTree(file, visitor);
+        const MessageTree tree = readTree(file, visitor, options.reading);
         printWarnings(console, file.name(), tree);
-        if (json) {
-            console.print(jsonLine(path, &tree, nullptr));
+        if (options.json) {
+            console.print(jsonLine(answerForm(options), path, &tree, nullptr));
         } else {
             headings.print(file.name());
             print(tree);
         }
     };
     return forEachFile(console, messages.files(), work, [&](const std::string& path, const Problem& problem) {
-        if (json) console.print(jsonLine(path, nullptr, &problem));
+        if (options.json) console.print(jsonLine(answerForm(options), path, nullptr, &problem));
     });
 }
 

@@ -5,7 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "tool/cli/command.h"
 #include "tool/commands/message_arguments.h"
+#include "tool/message/json_text.h"
 #include "tool/message/tree.h"
 #include "tool/terminal/console.h"
 #include "tool/terminal/problem.h"
@@ -35,9 +37,12 @@ class FileHeadings {
 };
 
 // Reads each message with the sizes of its attachments, and with `recursive` the messages inside it, warns, and
-// prints it: in JSON if `json` asks for that, otherwise by `print`, after its heading.
-ExitCode forEachTree(Console& console, bool json, const MessageArguments& messages, bool recursive,
+// prints it: in JSON if the options ask for that, otherwise by `print`, after its heading.
+ExitCode forEachTree(Console& console, const GlobalOptions& options, const MessageArguments& messages, bool recursive,
                      const std::function<void(const MessageTree& tree)>& print);
+
+// What --schema and --reader say about answers in JSON.
+AnswerForm answerForm(const GlobalOptions& options);
 
 // Warns about what was guessed or left out in a message and in the messages inside it.
 void printWarnings(Console& console, const std::string& file, const MessageTree& tree);

@@ -52,7 +52,7 @@ class StandardOutputVisitor final : public AttachmentVisitor {
         if (output.error()) {
             throw Problem(ExitCode::kOutput, "write-failed", "standard output", describe(output.error()));
         }
-        if (extraction.status != EML_OK || !entry.isInFile()) {
+        if (extraction.status != EML_OK || !entry.isInFile) {
             throw Problem(ExitCode::kNoSubFile, "not-in-file", file_.name(),
                           fmt::format("sub-file {}: only its name is in the message", dotted(path_)));
         }
@@ -121,18 +121,18 @@ class ExtractRun final : public CommandRun {
         }
         try {
             MessageFile file(messages_.file(), messages_.force());
-            if (isEncrypted(file)) {
+            if (options.reading == Reading::kContainer && isEncrypted(file)) {
                 throw Problem(ExitCode::kEncrypted, "encrypted", file.name(),
                               "encrypted (S/MIME); only the header can be shown");
             }
-            if (toStandardOutput) return writeToStandardOutput(file, selection);
+            if (toStandardOutput) return writeToStandardOutput(file, selection, options.reading);
             Extractor extractor(file, selection, extraction);
-            MessageTree tree = readTree(file, extractor);
+            MessageTree tree = readTree(file, extractor, options.reading);
             return report(console, options, file, tree, selection);
         } catch (const StandardOutputProblem&) {
             throw;
         } catch (const Problem& problem) {
-            if (options.json) console.print(jsonLine(messages_.file(), nullptr, &problem));
+            if (options.json) console.print(jsonLine(answerForm(options), messages_.file(), nullptr, &problem));
             throw;
         }
     }
@@ -149,9 +149,9 @@ class ExtractRun final : public CommandRun {
                             shellWord(messages_.file()))};
     }
 
-    ExitCode writeToStandardOutput(MessageFile& file, Selection& selection) const {
+    ExitCode writeToStandardOutput(MessageFile& file, Selection& selection, Reading reading) const {
         ChoiceVisitor choice(selection);
-        readTree(file, choice);
+        readTree(file, choice, reading);
         std::vector<std::string> missing = selection.notFound();
         if (!missing.empty()) throw noSubFile(file, missing[0]);
         if (choice.chosen().empty()) {
@@ -162,7 +162,7 @@ class ExtractRun final : public CommandRun {
                                            choice.chosen().size()));
         }
         StandardOutputVisitor writer(file, choice.chosen()[0]);
-        readTree(file, writer);
+        readTree(file, writer, reading);
         return ExitCode::kDone;
     }
 
@@ -174,7 +174,7 @@ class ExtractRun final : public CommandRun {
         printWarnings(console, file.name(), tree);
         for (const SubFileEntry* entry : results) {
             // Content that is not in the message is a failure only for a user who asked for it.
-            bool harmless = entry->problem && !entry->isInFile() && selection.isAll();
+            bool harmless = entry->problem && !entry->isInFile && selection.isAll();
             if (harmless) {
                 console.warn(file.name(), entry->problem->text);
             } else if (entry->problem) {
@@ -192,7 +192,7 @@ class ExtractRun final : public CommandRun {
             tally.failed(problem.exit);
         }
         if (options.json) {
-            console.print(jsonLine(messages_.file(), &tree, first ? &*first : nullptr));
+            console.print(jsonLine(answerForm(options), messages_.file(), &tree, first ? &*first : nullptr));
         } else if (!console.quiet()) {
             printResults(console, results);
         }

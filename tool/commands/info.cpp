@@ -22,9 +22,11 @@ void printRow(Console& console, std::string_view label, std::string_view value) 
     console.print(console.style().label(name) + gap + visible(value) + "\n");
 }
 
-std::string charsetText(uint32_t id) {
-    const emlhost::Charset* charset = emlhost::findCharset(id);
-    return fmt::format("{} (id {})", charset == nullptr ? "unknown" : charset->label, id);
+// The MIME reader knows the label, the container reader a number.
+std::string charsetText(const MessageTree& tree, Reading reading) {
+    if (reading == Reading::kMime) return tree.charsetLabel.empty() ? "none named" : tree.charsetLabel;
+    const emlhost::Charset* charset = emlhost::findCharset(tree.charset);
+    return fmt::format("{} (id {})", charset == nullptr ? "unknown" : charset->label, tree.charset);
 }
 
 std::string subFileText(const SubFileEntry& entry) {
@@ -34,17 +36,17 @@ std::string subFileText(const SubFileEntry& entry) {
 }
 
 // Prints a message, with the usual names of its fields.
-void printTree(Console& console, const MessageTree& tree) {
+void printTree(Console& console, const MessageTree& tree, Reading reading) {
     for (const MetadataField& field : tree.metadata) {
         if (field.text) printRow(console, field.name, *field.text);
     }
     printRow(console, "Date", tree.date.empty() ? "none that can be read" : tree.date);
     printRow(console, "Name", tree.name);
-    printRow(console, "Charset", charsetText(tree.charset));
+    printRow(console, "Charset", charsetText(tree, reading));
     printRow(console, "Size", fmt::format("{} B", tree.bytes));
-    if (tree.encrypted) printRow(console, "Encrypted", "yes (S/MIME)");
+    if (!tree.protection.empty()) printRow(console, "Protection", tree.protection);
     for (const SubFileEntry& entry : tree.subFiles) {
-        if (entry.info.kind != EML_KIND_MESSAGE) printRow(console, "Attachment", subFileText(entry));
+        if (!entry.isMessage) printRow(console, "Attachment", subFileText(entry));
     }
 }
 
@@ -56,8 +58,8 @@ class InfoRun final : public CommandRun {
 
     ExitCode run(Console& console, const GlobalOptions& options) override {
         messages_.check();
-        return forEachTree(console, options.json, messages_, false,
-                           [&](const MessageTree& tree) { printTree(console, tree); });
+        return forEachTree(console, options, messages_, false,
+                           [&](const MessageTree& tree) { printTree(console, tree, options.reading); });
     }
 
   private:

@@ -15,7 +15,7 @@ namespace emltool {
 namespace {
 
 const char* kindOf(const SubFileEntry& entry) {
-    if (entry.info.kind == EML_KIND_MESSAGE || entry.isEmbeddedMessage()) return "message";
+    if (entry.isMessage || entry.isEmbeddedMessage) return "message";
     if (entry.isTnef) return "tnef";
     return "attachment";
 }
@@ -23,12 +23,15 @@ const char* kindOf(const SubFileEntry& entry) {
 // What a person should know about an entry beyond its columns.
 std::string notesOf(const SubFileEntry& entry, bool verbose) {
     std::vector<std::string> notes;
-    bool encrypted = (entry.info.flags & EML_SUB_FILE_ENCRYPTED) != 0;
-    if (encrypted || (entry.message != nullptr && entry.message->encrypted)) notes.emplace_back("encrypted");
-    if (!entry.isInFile()) notes.emplace_back("not in the file");
-    if (verbose && entry.info.size > 0) notes.push_back(fmt::format("stored in {} B", entry.info.size));
-    if (verbose && entry.name != entry.info.name) {
-        notes.push_back(fmt::format("written {}", visible(entry.info.name)));
+    if (entry.isEncrypted || (entry.message != nullptr && entry.message->encrypted)) {
+        notes.emplace_back("encrypted");
+    }
+    if (!entry.isInFile) notes.emplace_back("not in the file");
+    if (!entry.isNamed) notes.emplace_back("no name in the message");
+    if (verbose && !entry.type.empty()) notes.push_back(visible(entry.type));
+    if (verbose && entry.storedSize.value_or(0) > 0) notes.push_back(fmt::format("stored in {} B", *entry.storedSize));
+    if (verbose && entry.name != entry.writtenName) {
+        notes.push_back(fmt::format("written {}", visible(entry.writtenName)));
     }
     return fmt::format("{}", fmt::join(notes, "; "));
 }
@@ -47,7 +50,7 @@ std::string sizeText(const std::optional<uint64_t>& size, bool exact) {
 void gatherRows(const MessageTree& tree, bool exact, std::vector<Row>& rows) {
     for (const SubFileEntry& entry : tree.subFiles) {
         // The message inside an embedded message is the embedded message itself.
-        bool repeated = entry.info.kind == EML_KIND_MESSAGE && entry.path.size() > 1;
+        bool repeated = entry.isMessage && entry.path.size() > 1;
         if (!repeated) rows.push_back({dotted(entry.path), sizeText(entry.size, exact), &entry});
         if (entry.message != nullptr) gatherRows(*entry.message, exact, rows);
     }
@@ -75,7 +78,7 @@ void printRows(Console& console, const std::vector<Row>& rows) {
         const SubFileEntry& entry = *row.entry;
         std::string name = visible(entry.name);
         bool nameless = name.empty();
-        if (nameless) name = entry.info.kind == EML_KIND_MESSAGE ? "(message)" : "(no name)";
+        if (nameless) name = entry.isMessage ? "(message)" : "(no name)";
         std::string notes = notesOf(entry, console.verbose());
         if (!notes.empty()) notes = "  " + style.note("(" + notes + ")");
         console.print(fmt::format("{} {:>{}}  {:<10}  {}{}\n",
@@ -94,7 +97,7 @@ class ListRun final : public CommandRun {
 
     ExitCode run(Console& console, const GlobalOptions& options) override {
         messages_.check();
-        return forEachTree(console, options.json, messages_, recursive_, [&](const MessageTree& tree) {
+        return forEachTree(console, options, messages_, recursive_, [&](const MessageTree& tree) {
             printRows(console, rowsOf(tree, console.verbose()));
         });
     }

@@ -8,8 +8,8 @@ namespace {
 
 class SchemaRun final : public CommandRun {
   public:
-    ExitCode run(Console& console, const GlobalOptions&) override {
-        console.print(kSchemaText);
+    ExitCode run(Console& console, const GlobalOptions& options) override {
+        console.print(options.schema == 1 ? kSchemaText1 : kSchemaText2);
         return ExitCode::kDone;
     }
 };
@@ -18,7 +18,7 @@ std::unique_ptr<CommandRun> declare(CLI::App&) { return std::make_unique<SchemaR
 
 }  // namespace
 
-const Command kSchemaCommand = {"schema", "print the JSON schema of the answers for programs", "", "",
+const Command kSchemaCommand = {"schema", "print the JSON schema of the answers for programs", "", "--schema=1 prints the first version.\n",
                                 declare};
 
 }  // namespace emltool

@@ -2,6 +2,7 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <vector>
 
 #include "standalone/filter.h"
@@ -11,6 +12,7 @@
 #include "tool/message/filter_file.h"
 #include "tool/message/json_text.h"
 #include "tool/message/message_file.h"
+#include "tool/message/read_message.h"
 #include "tool/message/shown_message.h"
 #include "tool/text/html_text.h"
 #include "tool/text/name_decoding.h"
@@ -73,6 +75,15 @@ class Printer final : public MessageReader {
         for (const std::string& text : htmlToLines(htmlText_)) console_.print(visibleLine(text) + "\n");
     }
 
+    // All of the body at once.
+    void text(std::string_view body) {
+        while (!body.empty()) {
+            const size_t end = std::min(body.find('\n'), body.size());
+            line(body.substr(0, end));
+            body.remove_prefix(std::min(end + 1, body.size()));
+        }
+    }
+
     bool isHtml() const { return html_; }
 
   private:
@@ -105,11 +116,38 @@ class ShowRun final : public CommandRun {
         if (options.json) throw usageProblem("show has no JSON form; see \"eml --json info\" or \"records\"");
         FileHeadings headings(console, messages_.files().size());
         return forEachFile(console, messages_.files(),
-                           [&](const std::string& path) { show(console, path, headings); });
+                           [&](const std::string& path) { show(console, path, headings, options.reading); });
     }
 
   private:
-    void show(Console& console, const std::string& path, FileHeadings& headings) const {
+    void show(Console& console, const std::string& path, FileHeadings& headings, Reading reading) const {
+        if (reading == Reading::kFilter) {
+            showFiltered(console, path, headings);
+            return;
+        }
+        MessageFile file(path, messages_.force());
+        if (headings.print(path)) console.print("\n");
+        ShownMessage shown = reading == Reading::kMime ? shownByMime(file, source_) : shownByContainer(file, source_);
+        Printer printer(console, !bodyOnly_, !shown.encrypted, true);
+        if (!bodyOnly_) {
+            for (const auto& [name, value] : shown.fields) printer.field(name, value);
+        }
+        for (const Warning& warning : shown.warnings) console.warn(file.name(), warning.text);
+        if (shown.encrypted) throw encrypted(file.name(), shown.protection);
+        printer.text(shown.text);
+        if (shown.isFromHtml && console.verbose()) noteHtml(console, file.name());
+    }
+
+    static Problem encrypted(const std::string& name, std::string_view how) {
+        return {ExitCode::kEncrypted, "encrypted", name, fmt::format("{}; only the header can be shown", how)};
+    }
+
+    static void noteHtml(Console& console, const std::string& name) {
+        console.note(fmt::format("{}: the text of an HTML message; --source shows it as it is", visible(name)));
+    }
+
+    // What the message filter gives, as it comes.
+    void showFiltered(Console& console, const std::string& path, FileHeadings& headings) const {
         FilterFile file(path, messages_.force(), !bodyOnly_);
         if (headings.print(path)) console.print("\n");
         Printer printer(console, !bodyOnly_, !file.isEncrypted(), source_);
@@ -120,13 +158,10 @@ class ShowRun final : public CommandRun {
         });
         reader.finish();
         if (file.isEncrypted()) {
-            throw Problem(ExitCode::kEncrypted, "encrypted", file.name(),
-                          "encrypted (S/MIME); only the header can be shown");
+            throw encrypted(file.name(), "encrypted (S/MIME)");
         }
         printer.finish();
-        if (printer.isHtml() && console.verbose()) {
-            console.warn(file.name(), "the text of an HTML message; --source shows it as it is");
-        }
+        if (printer.isHtml() && console.verbose()) noteHtml(console, file.name());
     }
 
     MessageArguments messages_;

@@ -69,7 +69,7 @@ class ViewRun final : public CommandRun {
         }
         MessageFile file(messages_.file(), messages_.force());
         ViewPage page = buildViewPage(file, {*maxEmbed});
-        for (const std::string& warning : page.warnings) console.warn(file.name(), warning);
+        for (const Warning& warning : page.warnings) console.warn(file.name(), warning.text);
         if (outputPath_ == "-") {
             console.print(page.html);
             return ExitCode::kDone;

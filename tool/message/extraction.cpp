@@ -117,7 +117,7 @@ void Extractor::visit(SubFileContent& content, SubFileEntry& entry) {
 }
 
 void Extractor::extract(SubFileContent& content, SubFileEntry& entry) {
-    if (!entry.isInFile()) {
+    if (!entry.isInFile) {
         std::string text = fmt::format("sub-file {}: only its name is in the message", dotted(entry.path));
         throw Problem(ExitCode::kNoSubFile, "not-in-file", file_.name(), text);
     }

@@ -63,110 +63,160 @@ const char* outcomeName(Outcome outcome) {
     return "none";
 }
 
-void putMessage(Writer& json, const MessageTree& tree);
-void putSubFiles(Writer& json, const MessageTree& tree);
+// Writes the parts of one answer.
+class Answer {
+  public:
+    Answer(Writer& json, const AnswerForm& form) : json_(json), form_(form) {}
 
-void putFlags(Writer& json, const SubFileEntry& entry) {
-    uint32_t flags = entry.info.flags;
-    json.Key("flags");
-    json.StartArray();
-    if ((flags & EML_SUB_FILE_MESSAGE) != 0) json.String("embedded-message");
-    if ((flags & EML_SUB_FILE_NOT_IN_FILE) != 0) json.String("not-in-file");
-    if ((flags & EML_SUB_FILE_ENCRYPTED) != 0) json.String("encrypted");
-    if (entry.isTnef) json.String("tnef");
-    json.EndArray();
+    void message(const MessageTree& tree);
+
+  private:
+    bool isFirstSchema() const { return form_.schema == 1; }
+    void flags(const SubFileEntry& entry);
+    void mimeFields(const SubFileEntry& entry);
+    void entry(const SubFileEntry& entry);
+    void charset(const MessageTree& tree);
+    void metadata(const std::vector<MetadataField>& fields);
+    void subFiles(const MessageTree& tree);
+
+    Writer& json_;
+    const AnswerForm& form_;
+};
+
+void Answer::flags(const SubFileEntry& entry) {
+    json_.Key("flags");
+    json_.StartArray();
+    if (entry.isEmbeddedMessage) json_.String("embedded-message");
+    if (!entry.isInFile) json_.String("not-in-file");
+    if (entry.isEncrypted) json_.String("encrypted");
+    if (entry.isTnef) json_.String("tnef");
+    if (!isFirstSchema() && !entry.isNamed) json_.String("made-up-name");
+    json_.EndArray();
 }
 
-void putEntry(Writer& json, const SubFileEntry& entry) {
-    bool isMessage = entry.info.kind == EML_KIND_MESSAGE;
-    json.StartObject();
-    json.Key("number");
-    json.Int(entry.path.back());
-    json.Key("parent");
-    json.Int(entry.info.parent);
-    putField(json, "kind", isMessage ? "message" : "attachment");
-    putField(json, "name", entry.name);
-    if (!entry.safeName.empty()) putField(json, "safe_name", entry.safeName);
-    putSize(json, "size", entry.size);
-    if (!isMessage && entry.info.size >= 0) {
-        putSize(json, "stored_size", static_cast<uint64_t>(entry.info.size));
-    }
-    putFlags(json, entry);
-    if (!entry.sha256.empty()) putField(json, "sha256", entry.sha256);
+void Answer::mimeFields(const SubFileEntry& entry) {
+    if (isFirstSchema()) return;
+    if (!entry.type.empty()) putField(json_, "type", entry.type);
+    if (!entry.disposition.empty()) putField(json_, "disposition", entry.disposition);
+    if (!entry.contentId.empty()) putField(json_, "content_id", entry.contentId);
+    if (!entry.section.empty()) putField(json_, "section", entry.section);
+}
+
+void Answer::entry(const SubFileEntry& entry) {
+    json_.StartObject();
+    json_.Key("number");
+    json_.Int(entry.path.back());
+    json_.Key("parent");
+    json_.Int(entry.parent);
+    putField(json_, "kind", entry.isMessage ? "message" : "attachment");
+    putField(json_, "name", entry.name);
+    if (!entry.safeName.empty()) putField(json_, "safe_name", entry.safeName);
+    putSize(json_, "size", entry.size);
+    if (!entry.isMessage && entry.storedSize) putSize(json_, "stored_size", entry.storedSize);
+    mimeFields(entry);
+    flags(entry);
+    if (!entry.sha256.empty()) putField(json_, "sha256", entry.sha256);
     if (entry.outcome != Outcome::kNone) {
-        putField(json, "outcome", outcomeName(entry.outcome));
-        if (!entry.filePath.empty()) putField(json, "path", entry.filePath);
+        putField(json_, "outcome", outcomeName(entry.outcome));
+        if (!entry.filePath.empty()) putField(json_, "path", entry.filePath);
     }
-    if (entry.problem) putProblem(json, *entry.problem);
+    if (entry.problem) putProblem(json_, *entry.problem);
     if (entry.message != nullptr && entry.message->isMessage) {
-        json.Key("message");
-        putMessage(json, *entry.message);
+        json_.Key("message");
+        message(*entry.message);
     } else if (entry.message != nullptr) {
-        putSubFiles(json, *entry.message);
+        subFiles(*entry.message);
     }
-    json.EndObject();
+    json_.EndObject();
 }
 
 // The keys are the names in lower case. A value with bytes that belong to no character is also given raw, in
 // base64.
-void putMetadata(Writer& json, const std::vector<MetadataField>& fields) {
-    json.Key("metadata");
-    json.StartObject();
+void Answer::metadata(const std::vector<MetadataField>& fields) {
+    json_.Key("metadata");
+    json_.StartObject();
     for (const MetadataField& field : fields) {
-        json.Key(lowerCase(field.name).c_str());
+        json_.Key(lowerCase(field.name).c_str());
         if (field.text) {
-            putText(json, *field.text);
+            putText(json_, *field.text);
         } else {
-            json.Null();
+            json_.Null();
         }
     }
-    json.EndObject();
+    json_.EndObject();
     bool anyRaw = std::any_of(fields.begin(), fields.end(),
                               [](const MetadataField& field) { return field.raw.has_value(); });
     if (!anyRaw) return;
-    json.Key("metadata_raw");
-    json.StartObject();
+    json_.Key("metadata_raw");
+    json_.StartObject();
     for (const MetadataField& field : fields) {
-        if (field.raw) putField(json, lowerCase(field.name).c_str(), base64(*field.raw));
+        if (field.raw) putField(json_, lowerCase(field.name).c_str(), base64(*field.raw));
     }
-    json.EndObject();
+    json_.EndObject();
 }
 
-void putSubFiles(Writer& json, const MessageTree& tree) {
-    json.Key("sub_files");
-    json.StartArray();
-    for (const SubFileEntry& entry : tree.subFiles) putEntry(json, entry);
-    json.EndArray();
+void Answer::subFiles(const MessageTree& tree) {
+    json_.Key("sub_files");
+    json_.StartArray();
+    for (const SubFileEntry& each : tree.subFiles) entry(each);
+    json_.EndArray();
 }
 
-void putMessage(Writer& json, const MessageTree& tree) {
-    json.StartObject();
-    putField(json, "name", tree.name);
-    const emlhost::Charset* charset = emlhost::findCharset(tree.charset);
-    json.Key("charset");
-    json.StartObject();
-    json.Key("id");
-    json.Uint(tree.charset);
-    putField(json, "name", charset == nullptr ? "unknown" : charset->label);
-    json.EndObject();
-    json.Key("date");
-    if (tree.date.empty()) {
-        json.Null();
+// The first version of the schema always has a number and a name.
+void Answer::charset(const MessageTree& tree) {
+    const emlhost::Charset* known = emlhost::findCharset(tree.charset);
+    std::string name = !tree.charsetLabel.empty() ? tree.charsetLabel : known != nullptr ? known->label : "";
+    if (isFirstSchema() && name.empty()) name = "unknown";
+    json_.Key("charset");
+    json_.StartObject();
+    if (isFirstSchema() || tree.charset != 0) {
+        json_.Key("id");
+        json_.Uint(tree.charset);
+    }
+    json_.Key("name");
+    if (name.empty()) {
+        json_.Null();
     } else {
-        putText(json, tree.date);
+        putText(json_, name);
     }
-    json.Key("encrypted");
-    json.Bool(tree.encrypted);
-    json.Key("size");
-    json.Uint64(tree.bytes);
-    if (!tree.sha256.empty()) putField(json, "sha256", tree.sha256);
-    putMetadata(json, tree.metadata);
-    putSubFiles(json, tree);
-    if (tree.text) putField(json, "text", *tree.text);
-    json.EndObject();
+    json_.EndObject();
 }
 
-void gather(const MessageTree& tree, std::vector<std::string>& warnings, const Problem*& problem) {
+void Answer::message(const MessageTree& tree) {
+    json_.StartObject();
+    putField(json_, "name", tree.name);
+    charset(tree);
+    json_.Key("date");
+    if (tree.date.empty()) {
+        json_.Null();
+    } else {
+        putText(json_, tree.date);
+    }
+    json_.Key("encrypted");
+    json_.Bool(tree.encrypted);
+    if (!isFirstSchema() && !tree.protection.empty()) putField(json_, "protection", tree.protection);
+    json_.Key("size");
+    json_.Uint64(tree.bytes);
+    if (!tree.sha256.empty()) putField(json_, "sha256", tree.sha256);
+    metadata(tree.metadata);
+    subFiles(tree);
+    if (tree.text) putField(json_, "text", *tree.text);
+    json_.EndObject();
+}
+
+const char* readerName(Reading reading) {
+    switch (reading) {
+        case Reading::kContainer:
+            return "container";
+        case Reading::kFilter:
+            return "filter";
+        case Reading::kMime:
+            break;
+    }
+    return "mime";
+}
+
+void gather(const MessageTree& tree, std::vector<Warning>& warnings, const Problem*& problem) {
     warnings.insert(warnings.end(), tree.warnings.begin(), tree.warnings.end());
     for (const SubFileEntry& entry : tree.subFiles) {
         if (problem == nullptr && entry.problem) problem = &*entry.problem;
@@ -191,15 +241,16 @@ std::string withVisibleControls(std::string_view json) {
     return result;
 }
 
-std::string jsonLine(std::string_view source, const MessageTree* tree, const Problem* problem,
-                     std::optional<uint64_t> index) {
-    std::vector<std::string> warnings;
+std::string jsonLine(const AnswerForm& form, std::string_view source, const MessageTree* tree,
+                     const Problem* problem, std::optional<uint64_t> index) {
+    std::vector<Warning> warnings;
     if (tree != nullptr) gather(*tree, warnings, problem);
 
     rapidjson::StringBuffer buffer;
     Writer json(buffer);
     json.StartObject();
-    putField(json, "schema", "eml/1");
+    putField(json, "schema", form.schema == 1 ? "eml/1" : "eml/2");
+    if (form.schema != 1) putField(json, "reader", readerName(form.reading));
     json.Key("source");
     json.StartObject();
     putField(json, "path", source);
@@ -213,16 +264,16 @@ std::string jsonLine(std::string_view source, const MessageTree* tree, const Pro
     if (problem != nullptr) putProblem(json, *problem);
     json.Key("warnings");
     json.StartArray();
-    for (const std::string& warning : warnings) {
+    for (const Warning& warning : warnings) {
         json.StartObject();
-        putField(json, "code", "message-structure");
-        putField(json, "text", warning);
+        putField(json, "code", form.schema == 1 ? "message-structure" : warning.code);
+        putField(json, "text", warning.text);
         json.EndObject();
     }
     json.EndArray();
     if (tree != nullptr) {
         json.Key("message");
-        putMessage(json, *tree);
+        Answer(json, form).message(*tree);
     }
     json.EndObject();
     return withVisibleControls({buffer.GetString(), buffer.GetSize()}) + "\n";

@@ -10,11 +10,17 @@
 
 namespace emltool {
 
+// In what form a program wants the answers.
+struct AnswerForm {
+    int schema = 2;
+    Reading reading = Reading::kMime;
+};
+
 // The line for the message `source`, with its line end. `index` says which message of that file it is, if
 // there are several. `tree` is NULL if it could not be read, as `problem` then explains. Fields are only ever
 // added.
-std::string jsonLine(std::string_view source, const MessageTree* tree, const Problem* problem,
-                     std::optional<uint64_t> index = std::nullopt);
+std::string jsonLine(const AnswerForm& form, std::string_view source, const MessageTree* tree,
+                     const Problem* problem, std::optional<uint64_t> index = std::nullopt);
 
 // Replaces characters that JSON allows but that could control a terminal with escapes. They occur in strings
 // only.

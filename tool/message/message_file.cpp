@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <emlreader/mime.hpp>
 #include <string_view>
 
 #include "tool/terminal/problem.h"
@@ -99,12 +100,39 @@ MessageFile::MessageFile(std::unique_ptr<emlhost::Input> input, std::string name
         throw Problem(ExitCode::kNoMessage, "no-message", name_,
                       "not an e-mail message (no header field found); --force reads it anyway");
     }
+    checkReads();
+}
+
+MessageFile::~MessageFile() = default;
+
+emlhost::OpenMessage& MessageFile::message() {
+    if (message_ != nullptr) return *message_;
     message_ = std::make_unique<emlhost::OpenMessage>(*input_, services_, kOpenFlags);
     checkReads();
     if (message_->status() == EML_NO_MEMORY) throw outOfMemory(name_);
     if (!message_->usable()) {
         throw Problem(ExitCode::kInput, "cannot-open", name_,
                       fmt::format("cannot be opened (result {} of the reader)", message_->status()));
+    }
+    return *message_;
+}
+
+const emlreader::mime::Message& MessageFile::mime() {
+    if (mime_ == nullptr) {
+        withProblemsOf(name_, [&] { mime_ = std::make_unique<emlreader::mime::Message>(*input_); });
+    }
+    return *mime_;
+}
+
+void withProblemsOf(const std::string& name, const std::function<void()>& work) {
+    try {
+        work();
+    } catch (const emlreader::Error& error) {
+        if (error.code() == EML_NO_MEMORY) throw outOfMemory(name);
+        throw Problem(ExitCode::kInput, "cannot-read", name,
+                      fmt::format("cannot be read (result {} of the reader)", error.code()));
+    } catch (const std::system_error& error) {
+        throw inputProblem(name, error.code());
     }
 }
 

@@ -1,12 +1,17 @@
 // A message that the user named, opened.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
 #include "standalone/input.h"
 #include "standalone/message.h"
 #include "standalone/services.h"
+
+namespace emlreader::mime {
+class Message;
+}
 
 namespace emltool {
 
@@ -18,13 +23,20 @@ class MessageFile {
 
     // The same for an input that is open already; `name` is what problems call it.
     MessageFile(std::unique_ptr<emlhost::Input> input, std::string name, bool force);
+    ~MessageFile();
+    MessageFile(const MessageFile&) = delete;
+    MessageFile& operator=(const MessageFile&) = delete;
 
     // The path, or words for standard input.
     const std::string& name() const { return name_; }
 
     emlhost::Services& services() { return services_; }
     emlhost::Input& input() { return *input_; }
-    emlhost::OpenMessage& message() { return *message_; }
+
+    // The message as the container reader and the MIME reader have it, opened when it is first asked for. Throw
+    // Problem.
+    emlhost::OpenMessage& message();
+    const emlreader::mime::Message& mime();
 
     // Throws if a read of the file has failed, which the library treats as its end.
     void checkReads() const;
@@ -34,7 +46,11 @@ class MessageFile {
     emlhost::Services services_;
     std::unique_ptr<emlhost::Input> input_;
     std::unique_ptr<emlhost::OpenMessage> message_;
+    std::unique_ptr<emlreader::mime::Message> mime_;
 };
+
+// Does `work`; what the MIME reader throws becomes a Problem of the file `name`.
+void withProblemsOf(const std::string& name, const std::function<void()>& work);
 
 // The file `path`, which may be called "-", as an input. Throws Problem; for a folder its code is
 // "is-a-directory". Does not look for another file that may be meant.

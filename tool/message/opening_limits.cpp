@@ -4,14 +4,16 @@
 
 namespace emltool {
 
-bool OpeningLimits::mayOpen(const SubFilePath& path, uint64_t bytes, std::vector<std::string>& warnings) {
+bool OpeningLimits::mayOpen(const SubFilePath& path, uint64_t bytes, std::vector<Warning>& warnings) {
     if (path.size() > kMaxDepth) {
-        warnings.push_back(fmt::format("sub-file {}: not opened, more than {} messages inside each other",
-                                       dotted(path), kMaxDepth));
+        warnings.push_back(
+            {"too-deep", fmt::format("sub-file {}: not opened, more than {} messages inside each other",
+                                     dotted(path), kMaxDepth)});
         return false;
     }
     if (bytes > budget_) {
-        warnings.push_back(fmt::format("sub-file {}: not opened, its parts overlap too often", dotted(path)));
+        warnings.push_back({"overlapping-parts", fmt::format("sub-file {}: not opened, its parts overlap too often",
+                                                             dotted(path))});
         return false;
     }
     budget_ -= bytes;

@@ -3,10 +3,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
 #include <vector>
 
 #include "tool/message/sub_file_path.h"
+#include "tool/terminal/problem.h"
 
 namespace emltool {
 
@@ -22,7 +22,7 @@ class OpeningLimits {
 
     // Whether the sub-file at `path`, which has so many bytes, may be opened. If so they are counted; if not a
     // warning says why.
-    bool mayOpen(const SubFilePath& path, uint64_t bytes, std::vector<std::string>& warnings);
+    bool mayOpen(const SubFilePath& path, uint64_t bytes, std::vector<Warning>& warnings);
 
   private:
     uint64_t budget_;

@@ -1,6 +1,8 @@
 #include "tool/message/text.h"
 
 #include "tool/message/filter_file.h"
+#include "tool/message/mime_fields.h"
+#include "tool/message/mime_text.h"
 #include "tool/message/shown_message.h"
 #include "tool/text/html_text.h"
 
@@ -40,9 +42,7 @@ class Collector final : public MessageReader {
     std::string text_;
 };
 
-}  // namespace
-
-std::optional<std::string> bodyText(MessageFile& file) {
+std::optional<std::string> filterText(MessageFile& file) {
     FilterFile filter(file, false);
     if (filter.isEncrypted()) return std::nullopt;
     Collector collector;
@@ -53,6 +53,22 @@ std::optional<std::string> bodyText(MessageFile& file) {
     });
     reader.finish();
     return collector.finish();
+}
+
+std::optional<std::string> mimeText(MessageFile& file) {
+    std::optional<std::string> text;
+    withProblemsOf(file.name(), [&] {
+        const emlreader::mime::Message& message = file.mime();
+        if (!isEncryption(message.root().protection())) text = readBody(message, 0).text;
+    });
+    file.checkReads();
+    return text;
+}
+
+}  // namespace
+
+std::optional<std::string> bodyText(MessageFile& file, Reading reading) {
+    return reading == Reading::kMime ? mimeText(file) : filterText(file);
 }
 
 }  // namespace emltool

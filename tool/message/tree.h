@@ -11,8 +11,8 @@
 #include "standalone/message.h"
 #include "tool/message/message_file.h"
 #include "tool/message/sub_file_path.h"
-#include "tool/terminal/console.h"
 #include "tool/terminal/problem.h"
+#include "tool/text/reading.h"
 
 namespace emltool {
 
@@ -36,35 +36,45 @@ enum class Outcome {
 
 struct SubFileEntry {
     SubFilePath path;
-    emlhost::SubFile info;
+    bool isMessage = false;                // the message itself, number 0
     std::string name;                      // as a person reads it, UTF-8; not safe as a path
+    std::string writtenName;               // as the message has it
+    bool isNamed = true;                   // not so if the name was made up
     std::string safeName;                  // attachments: the name for its file
+    std::string type;                      // "image/png"; the MIME reading alone knows it, and the next three
+    std::string disposition;               // "attachment"; empty if the message does not say
+    std::string contentId;                 // without angle brackets
+    std::string section;                   // "1.2" (RFC 3501 section 6.4.5)
+    int32_t parent = -1;                   // number of the sub-file that contains it
     std::optional<uint64_t> size;          // decoded; none if unknown
+    std::optional<uint64_t> storedSize;    // in the message; none for what has no bytes of its own there
     std::string sha256;                    // of the decoded bytes, in hexadecimal; empty unless asked for
+    bool isEmbeddedMessage = false;        // a message inside the message
+    bool isInFile = true;                  // not so if only its name is in the message
+    bool isEncrypted = false;
     bool isTnef = false;                   // known once it was to be opened
     std::unique_ptr<MessageTree> message;  // what is inside an embedded message or a TNEF that was opened
 
     Outcome outcome = Outcome::kNone;
     std::string filePath;
     std::optional<Problem> problem;
-
-    bool isEmbeddedMessage() const { return (info.flags & EML_SUB_FILE_MESSAGE) != 0; }
-    bool isInFile() const { return (info.flags & EML_SUB_FILE_NOT_IN_FILE) == 0; }
 };
 
 // A message; or the files of a TNEF, which has only sub-files.
 struct MessageTree {
     bool isMessage = true;
     std::string name;  // empty when the message has none
-    uint32_t charset = 0;
+    uint32_t charset = 0;      // EML_CHARSET_...; 0 if it is none of them
+    std::string charsetLabel;  // as the message has it, in lower case; empty if it does not say
     bool encrypted = false;
+    std::string protection;  // "encrypted (S/MIME)", "signed (OpenPGP), not verified"; empty without
     uint64_t bytes = 0;  // the whole message as it is stored
     std::string date;    // as dateText returns it; empty without a readable date
     std::vector<MetadataField> metadata;
     std::vector<SubFileEntry> subFiles;
     std::string sha256;               // of the message as it is stored; empty unless asked for
     std::optional<std::string> text;  // what a person reads, UTF-8; nothing unless asked for
-    std::vector<std::string> warnings;
+    std::vector<Warning> warnings;
 };
 
 // The content of one sub-file.
@@ -87,8 +97,9 @@ class AttachmentVisitor {
     virtual bool opens(const SubFileEntry& entry) const = 0;
 };
 
-// Reads the whole tree of `file`. Throws Problem.
-MessageTree readTree(MessageFile& file, AttachmentVisitor& visitor);
+// Reads the whole tree of `file`, as the MIME reader or the container reader has it. Throws Problem; the message
+// filter has no sub-files, which is one.
+MessageTree readTree(MessageFile& file, AttachmentVisitor& visitor, Reading reading);
 
 // Counts the bytes that a sub-file decodes to; nothing if they are not in the message.
 std::optional<uint64_t> decodedSize(SubFileContent& content);

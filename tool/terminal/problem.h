@@ -39,6 +39,8 @@ struct Problem : std::exception {
 struct Warning {
     std::string code;  // for programs: "base64-character"
     std::string text;
+
+    bool operator==(const Warning&) const = default;
 };
 
 Problem usageProblem(std::string text);

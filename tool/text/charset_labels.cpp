@@ -134,4 +134,17 @@ std::string fromUnlabelledCharset(std::string_view bytes, uint32_t charset) {
     return fromHostCharset(bytes, useless ? EML_CHARSET_WESTERN : charset);
 }
 
+uint32_t charsetIdOf(std::string_view label) {
+    constexpr uint32_t kIds = 256;
+    const std::string name(label);
+    for (const Label& known : kLabels) {
+        if (::strcasecmp(name.c_str(), known.label) == 0) return known.charset;
+    }
+    for (uint32_t id = 1; id < kIds; ++id) {
+        const emlhost::Charset* charset = emlhost::findCharset(id);
+        if (charset != nullptr && ::strcasecmp(name.c_str(), charset->label) == 0) return id;
+    }
+    return 0;
+}
+
 }  // namespace emltool

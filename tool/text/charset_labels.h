@@ -15,4 +15,7 @@ std::optional<std::string> fromLabelledCharset(std::string_view label, std::stri
 // `bytes` without a label: as they are if they are UTF-8, otherwise converted from `charset` (EML_CHARSET_...).
 std::string fromUnlabelledCharset(std::string_view bytes, uint32_t charset);
 
+// The id (EML_CHARSET_...) of the charset that this label means; 0 if it is none of those that have one.
+uint32_t charsetIdOf(std::string_view label);
+
 }  // namespace emltool

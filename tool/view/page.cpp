@@ -96,7 +96,7 @@ class PageBuilder {
     const ViewOptions& options_;
     OpeningLimits limits_;
     std::string title_;
-    std::vector<std::string> warnings_;
+    std::vector<Warning> warnings_;
 };
 
 std::string idOf(const SubFilePath& path) { return path.empty() ? "message" : "part-" + dotted(path); }
@@ -169,10 +169,10 @@ std::string PageBuilder::body(MessageFile& file, const MessageTree& tree) {
     Form form = formOf(file.message(), EML_EXTRACT_PREFER_RICH);
     std::optional<std::string> text;
     try {
-        text = bodyText(file);
+        text = bodyText(file, Reading::kContainer);
     } catch (const Problem& problem) {
         if (problem.exit == ExitCode::kInternal) throw;
-        warnings_.push_back(problem.text);
+        warnings_.push_back({problem.code, problem.text});
     }
     std::string plain = text && !text->empty() ? "<pre>" + shownLines(*text) + "</pre>\n" : "";
     if (form == Form::kHtml) {
@@ -188,7 +188,7 @@ std::string PageBuilder::body(MessageFile& file, const MessageTree& tree) {
 void PageBuilder::embedded(const SubFileEntry& entry, const BytesVisitor& bytes, const SubFilePath& path,
                            std::string& tree, std::string& inner) {
     const std::vector<uint8_t>& content = bytes.of(entry);
-    if (!entry.isEmbeddedMessage() || content.empty()) return;
+    if (!entry.isEmbeddedMessage || content.empty()) return;
     if (!limits_.mayOpen(path, content.size(), warnings_)) return;
     MessageFile file(std::make_unique<emlhost::MemoryInput>(content), entry.name, true);
     inner += article(file, path, tree);
@@ -211,7 +211,7 @@ std::string PageBuilder::attachment(const SubFileEntry& entry, const BytesVisito
         item = shown(name);
     }
     item = fmt::format("<li id=\"{}\">{} <small>{}{}</small></li>\n",
-                       entry.isEmbeddedMessage() ? "file-" + dotted(path) : idOf(path), item, size,
+                       entry.isEmbeddedMessage ? "file-" + dotted(path) : idOf(path), item, size,
                        entry.size && !isHere ? ", too large for this page: eml extract" : "");
     embedded(entry, bytes, path, tree, inner);
     tree += "</li>\n";
@@ -220,8 +220,8 @@ std::string PageBuilder::attachment(const SubFileEntry& entry, const BytesVisito
 
 std::string PageBuilder::article(MessageFile& file, const SubFilePath& path, std::string& tree) {
     BytesVisitor bytes(std::max(options_.maxEmbed, uint64_t{4} << 20));
-    MessageTree message = readTree(file, bytes);
-    for (const std::string& warning : message.warnings) warnings_.push_back(warning);
+    MessageTree message = readTree(file, bytes, Reading::kContainer);
+    for (const Warning& warning : message.warnings) warnings_.push_back(warning);
     std::string subject = subjectOf(message);
     if (path.empty()) {
         title_ = subject;
@@ -231,7 +231,7 @@ std::string PageBuilder::article(MessageFile& file, const SubFilePath& path, std
     std::string inner;
     std::string subTree;
     for (const SubFileEntry& entry : message.subFiles) {
-        if (entry.info.kind != EML_KIND_ATTACHMENT) continue;
+        if (entry.isMessage) continue;
         SubFilePath entryPath = path;
         entryPath.push_back(entry.path.back());
         items += attachment(entry, bytes, entryPath, subTree, inner);
@@ -256,7 +256,7 @@ ViewPage PageBuilder::build(MessageFile& file) {
                        shown(title_) + "</title>\n<style>\n" + std::string(kViewStyle) +
                        "</style>\n</head>\n<body>\n<nav aria-label=\"Parts of the message\">\n<ul>\n" + tree +
                        "</ul>\n</nav>\n<main>\n";
-    for (const std::string& warning : warnings_) page += note("Warning: " + shown(warning));
+    for (const Warning& warning : warnings_) page += note("Warning: " + shown(warning.text));
     page +=
         articles + "<footer>Made by eml view. Nothing in this page reaches the network or runs.</footer>\n";
     return {page + "</main>\n</body>\n</html>\n", std::move(warnings_)};

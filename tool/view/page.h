@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "tool/message/message_file.h"
+#include "tool/terminal/problem.h"
 
 namespace emltool {
 
@@ -19,7 +20,7 @@ struct ViewOptions {
 
 struct ViewPage {
     std::string html;
-    std::vector<std::string> warnings;
+    std::vector<Warning> warnings;
 };
 
 // The page for `file` and the messages inside it. Throws Problem.

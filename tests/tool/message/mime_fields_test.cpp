@@ -1,0 +1,64 @@
+#include "tool/message/mime_fields.h"
+
+#include <gtest/gtest.h>
+
+namespace emltool {
+namespace {
+
+using emlreader::mime::Message;
+
+std::string dateIn(const std::string& field) {
+    const std::string text = "Date: " + field + "\r\n\r\n";
+    return dateOf(Message::fromBytes(text).root());
+}
+
+TEST(MimeFields, DateHasTheClockAndTheZoneOfTheSender) {
+    const struct {
+        const char* field;
+        const char* date;
+    } rows[] = {
+        {"Tue, 4 Mar 2025 09:15:22 +0100", "2025-03-04T09:15:22+01:00"},
+        {"4 Mar 2025 09:15 -0330", "2025-03-04T09:15:00-03:30"},
+        {"Tue, 04 March 2025 23:59:59 PST", "2025-03-04T23:59:59-08:00"},
+        {"Tue, 4 Mar 2025 09:15:22 GMT", "2025-03-04T09:15:22+00:00"},
+        {"Tue, 4 Mar 2025 09:15:22", "2025-03-04T09:15:22-00:00"},
+        {"Tue, 4 Mar 2025 09:15:22 -0000", "2025-03-04T09:15:22-00:00"},
+        {"tomorrow", ""},
+        {"", ""},
+    };
+    for (const auto& row : rows) EXPECT_EQ(dateIn(row.field), row.date) << row.field;
+}
+
+TEST(MimeFields, AreUnfoldedAndDecodedAndRecipientsOfSeveralFieldsAreOneList) {
+    const std::string text =
+        "From: =?utf-8?Q?Zo=C3=AB?= <zoe@example.net>\r\nTo: a@example.org\r\nTo: b@example.org\r\n"
+        "Subject: the order\r\n before\r\nImportance: high\r\n\r\n";
+    std::string all;
+    for (const MetadataField& field : readMetadata(Message::fromBytes(text).root())) {
+        all += field.name + "=" + field.text.value_or("(none)") + "\n";
+    }
+    EXPECT_EQ(all,
+              "From=Zo\xC3\xAB <zoe@example.net>\nSent=(none)\nTo=a@example.org, b@example.org\nCc=(none)\n"
+              "Bcc=(none)\nSubject=the order before\nPriority=high\n");
+}
+
+TEST(MimeFields, SectionsAreNumberedAsImapDoes) {
+    const std::string text =
+        "Content-Type: multipart/mixed; boundary=a\r\n\r\n--a\r\n\r\ntext\r\n--a\r\n"
+        "Content-Type: message/rfc822\r\n\r\nContent-Type: multipart/mixed; boundary=b\r\n\r\n--b\r\n\r\nx\r\n"
+        "--b\r\n\r\ny\r\n--b--\r\n--a\r\nContent-Type: message/rfc822\r\n\r\nSubject: s\r\n\r\nz\r\n--a--\r\n";
+    const std::vector<std::string> expected = {"", "1", "2", "2", "2.1", "2.2", "3", "3.1"};
+    EXPECT_EQ(sectionsOf(Message::fromBytes(text)), expected);
+    const std::vector<std::string> alone = {"1"};
+    EXPECT_EQ(sectionsOf(Message::fromBytes("Subject: s\r\n\r\ntext")), alone);
+}
+
+TEST(MimeFields, OnlyWhatNeedsAKeyIsEncrypted) {
+    for (uint32_t protection = 0; protection <= EML_MIME_ENCRYPTED_OTHER; ++protection) {
+        EXPECT_EQ(isEncryption(protection), protectionText(protection).starts_with("encrypted")) << protection;
+        EXPECT_EQ(protectionText(protection).empty(), protection == EML_MIME_PROTECTION_NONE) << protection;
+    }
+}
+
+}  // namespace
+}  // namespace emltool

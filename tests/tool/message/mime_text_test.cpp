@@ -1,0 +1,63 @@
+#include "tool/message/mime_text.h"
+
+#include <gtest/gtest.h>
+
+namespace emltool {
+namespace {
+
+using emlreader::mime::Message;
+
+struct Row {
+    const char* what;
+    std::string message;
+    const char* text;
+    bool isFromHtml;
+};
+
+std::string multipart(const std::string& subtype, const std::vector<std::string>& parts) {
+    std::string text = "Content-Type: multipart/" + subtype + "; boundary=b\r\n\r\n";
+    for (const std::string& part : parts) text += "--b\r\n" + part + "\r\n";
+    return text + "--b--\r\n";
+}
+
+const std::string kPlain = "Content-Type: text/plain\r\n\r\nplain";
+const std::string kHtml = "Content-Type: text/html\r\n\r\n<p>Hello <b>you</b></p>";
+
+TEST(MimeText, IsWhatAPersonReads) {
+    const Row rows[] = {
+        {"plain text, empty lines at both ends left out", "Subject: s\r\n\r\n\r\n\r\na\r\n\r\nb\r\n\r\n", "a\n\nb\n",
+         false},
+        {"the plain one of two versions", multipart("alternative", {kPlain, kHtml}), "plain\n", false},
+        {"the text of HTML alone", kHtml, "Hello you\n", true},
+        {"HTML is HTML by its type, also without a tag in its first line",
+         "Content-Type: text/html\r\n\r\nFirst\r\n<p>second", "First\n\nsecond\n", true},
+        {"multipart/related at the top", multipart("related", {kHtml, "Content-Type: image/png\r\n\r\nx"}),
+         "Hello you\n", true},
+        {"texts one after the other", multipart("mixed", {kPlain, kHtml}), "plain\nHello you\n", false},
+        {"no text of attachments",
+         multipart("mixed", {kPlain, "Content-Disposition: attachment\r\n\r\nsecret"}), "plain\n", false},
+        {"an underscore of quoted-printable stays",
+         "Content-Transfer-Encoding: quoted-printable\r\n\r\nutm_source=3D1\r\n", "utm_source=1\n", false},
+        {"a charset by its label", "Content-Type: text/plain; charset=koi8-r\r\n\r\n\xF0\xD2\xC9", "\xD0\x9F\xD1\x80\xD0\xB8\n",
+         false},
+        {"nothing", "Subject: s\r\n\r\n", "", false},
+    };
+    for (const Row& row : rows) {
+        const Message message = Message::fromBytes(row.message);
+        const BodyText body = readBody(message, 0);
+        EXPECT_EQ(body.text, row.text) << row.what;
+        EXPECT_EQ(body.isFromHtml, row.isFromHtml) << row.what;
+    }
+}
+
+TEST(MimeText, SourceOfHtmlStays) {
+    EXPECT_EQ(readBody(Message::fromBytes(kHtml), 0, true).text, "<p>Hello <b>you</b></p>\n");
+}
+
+TEST(MimeText, SizeIsThatOfTheDecodedText) {
+    EXPECT_EQ(textSize(Message::fromBytes(multipart("alternative", {kPlain, kHtml})), 0), 5U);
+    EXPECT_EQ(textSize(Message::fromBytes("Content-Type: image/png\r\n\r\nx"), 0), std::nullopt);
+}
+
+}  // namespace
+}  // namespace emltool

@@ -1,0 +1,29 @@
+// The header of a message, as the MIME reader has it.
+#pragma once
+
+#include <emlreader/mime.hpp>
+#include <string>
+#include <vector>
+
+#include "tool/message/tree.h"
+
+namespace emltool {
+
+// From, Sent, To, Cc, Bcc, Subject and Priority of the message whose root is `root`, decoded. Recipients in several
+// fields of one name are one list.
+std::vector<MetadataField> readMetadata(const emlreader::mime::Part& root);
+
+// The time of sending, "2025-03-04T09:15:22+01:00" (RFC 3339), by the clock of the sender; -00:00 is a zone that the
+// message does not name. Empty without a date that can be read, or in a year that has no four digits.
+std::string dateOf(const emlreader::mime::Part& root);
+
+// Of each part its number as IMAP has it (RFC 3501 section 6.4.5): "1.2"; empty for a message that has parts.
+std::vector<std::string> sectionsOf(const emlreader::mime::Message& message);
+
+// "encrypted (S/MIME)", "signed (OpenPGP), not verified"; empty for EML_MIME_PROTECTION_NONE.
+std::string protectionText(uint32_t protection);
+
+// True if only someone with a key can read the content.
+bool isEncryption(uint32_t protection);
+
+}  // namespace emltool

@@ -1,0 +1,84 @@
+#include "tool/message/mime_text.h"
+
+#include "tool/text/ascii.h"
+#include "tool/text/charset_labels.h"
+#include "tool/text/html_text.h"
+#include "tool/text/utf8.h"
+
+namespace emltool {
+
+namespace {
+
+using emlreader::mime::Content;
+using emlreader::mime::Form;
+using emlreader::mime::Message;
+using emlreader::mime::Part;
+
+// UTF-8 without zero bytes and such: what the charset of the part makes of it.
+std::string textOf(const Part& part) {
+    std::string text;
+    const Content content = part.extract([&](std::string_view piece) { text += piece; }, Form::Text);
+    if (content.notConverted()) return fromUnlabelledCharset(text, EML_CHARSET_WESTERN);
+    return text;
+}
+
+std::string linesOfHtml(std::string_view html) {
+    std::string text;
+    for (const std::string& line : htmlToLines(html)) (text += line) += '\n';
+    return text;
+}
+
+bool isBlank(std::string_view line) { return line.find_first_not_of(" \t\r\n") == std::string_view::npos; }
+
+// Drops empty lines at both ends, and ends the last line.
+std::string trimmedLines(std::string_view text) {
+    while (!text.empty()) {
+        const size_t end = text.find('\n');
+        if (end == std::string_view::npos || !isBlank(text.substr(0, end))) break;
+        text.remove_prefix(end + 1);
+    }
+    const size_t last = text.find_last_not_of(" \t\r\n");
+    if (last == std::string_view::npos) return "";
+    return std::string(text.substr(0, std::min(text.find('\n', last), text.size()))) + '\n';
+}
+
+}  // namespace
+
+// A multipart whose boundary never occurs is text too. Pictures may stand between texts.
+std::vector<Part> textParts(const Message& message, uint32_t root) {
+    std::vector<Part> parts;
+    for (Part part : message.parts()) {
+        const bool isText = part.type() == "text" || part.type() == "multipart";
+        if (part.info().message == root && part.isTextBody() && isText) parts.push_back(std::move(part));
+    }
+    return parts;
+}
+
+std::optional<uint64_t> textSize(const Message& message, uint32_t root) {
+    std::optional<uint64_t> size;
+    for (const Part& part : textParts(message, root)) {
+        size = size.value_or(0) + part.measure(Form::Decoded).size;
+    }
+    return size;
+}
+
+std::string charsetOf(const Message& message, uint32_t root) {
+    const std::vector<Part> parts = textParts(message, root);
+    return parts.empty() ? "" : lowerCase(parts.front().charset());
+}
+
+BodyText readBody(const Message& message, uint32_t root, bool source) {
+    BodyText body;
+    bool isAllHtml = true;
+    for (const Part& part : textParts(message, root)) {
+        const bool isHtml = part.is("text", "html");
+        std::string text = textOf(part);
+        if (isHtml && !source) text = linesOfHtml(text);
+        if (!isBlank(text)) isAllHtml = isAllHtml && isHtml;
+        body.text += trimmedLines(text);
+    }
+    body.isFromHtml = isAllHtml && !body.text.empty();
+    return body;
+}
+
+}  // namespace emltool

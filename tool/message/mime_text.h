@@ -1,0 +1,29 @@
+// The text of a message, as the MIME reader has it.
+#pragma once
+
+#include <cstdint>
+#include <emlreader/mime.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace emltool {
+
+// The parts that are the text of the message whose root is `root`, in order; some may be HTML.
+std::vector<emlreader::mime::Part> textParts(const emlreader::mime::Message& message, uint32_t root);
+
+// Bytes of that text, decoded; nothing if the message has none.
+std::optional<uint64_t> textSize(const emlreader::mime::Message& message, uint32_t root);
+
+// The charset that the first part of the text names, in lower case; empty if it names none.
+std::string charsetOf(const emlreader::mime::Message& message, uint32_t root);
+
+struct BodyText {
+    std::string text;         // UTF-8, each line with its LF; without empty lines at both ends
+    bool isFromHtml = false;  // all of it
+};
+
+// The text as a person reads it. With `source`, HTML as it stands.
+BodyText readBody(const emlreader::mime::Message& message, uint32_t root, bool source = false);
+
+}  // namespace emltool

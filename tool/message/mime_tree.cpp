@@ -1,0 +1,132 @@
+// A message as the MIME reader has it.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <emlreader/mime.hpp>
+
+#include "tool/message/defect_warnings.h"
+#include "tool/message/mime_content.h"
+#include "tool/message/mime_fields.h"
+#include "tool/message/mime_text.h"
+#include "tool/message/tree_reader.h"
+#include "tool/text/charset_labels.h"
+
+namespace emltool {
+
+namespace {
+
+using emlreader::mime::Message;
+using emlreader::mime::Part;
+
+class MimeTreeReader final : public TreeReader {
+  public:
+    MimeTreeReader(MessageFile& file, AttachmentVisitor& visitor) : TreeReader(file, visitor) {}
+
+    MessageTree read() override {
+        MessageTree tree = readFile(file_.mime(), {});
+        file_.checkReads();
+        return tree;
+    }
+
+  private:
+    std::unique_ptr<MessageTree> readEmbedded(emlhost::Input& input, const SubFilePath& path,
+                                              Warnings& warnings) override;
+    MessageTree readFile(const Message& message, const SubFilePath& path);
+    MessageTree readMessage(const Message& message, uint32_t root, const SubFilePath& path);
+    SubFileEntry entryOf(const Part& part, const SubFilePath& path) const;
+    void openPart(const Message& message, const Part& part, MimeContent& content, SubFileEntry& entry,
+                  Warnings& warnings);
+
+    std::vector<std::string> sections_;  // of the parts of the file that is being read
+};
+
+// What is wrong with a file is known when all of it has been read.
+MessageTree MimeTreeReader::readFile(const Message& message, const SubFilePath& path) {
+    std::vector<std::string> outer = std::exchange(sections_, sectionsOf(message));
+    MessageTree tree = readMessage(message, 0, path);
+    for (Warning& warning : defectWarnings(message)) tree.warnings.push_back(std::move(warning));
+    sections_ = std::move(outer);
+    return tree;
+}
+
+MessageTree MimeTreeReader::readMessage(const Message& message, uint32_t root, const SubFilePath& path) {
+    const Part part = message.part(root);
+    MessageTree tree;
+    tree.bytes = root == 0 ? message.size() : message.part(part.info().parent).info().body.length;
+    tree.metadata = readMetadata(part);
+    tree.name = part.header("Subject").value_or("");
+    tree.date = dateOf(part);
+    tree.encrypted = isEncryption(part.protection());
+    tree.protection = protectionText(part.protection());
+    tree.charsetLabel = charsetOf(message, root);
+    tree.charset = charsetIdOf(tree.charsetLabel);
+    SubFileEntry self;
+    self.path = path;
+    self.path.push_back(0);
+    self.isMessage = true;
+    self.isEncrypted = tree.encrypted;
+    self.name = self.writtenName = tree.name;
+    self.size = textSize(message, root);
+    tree.subFiles.push_back(std::move(self));
+    int32_t number = 0;
+    for (const Part& file : message.files(root)) {
+        SubFilePath filePath = path;
+        filePath.push_back(++number);
+        SubFileEntry entry = entryOf(file, filePath);
+        MimeContent content(message, file.number());
+        visitor_.visit(content, entry);
+        if (visitor_.opens(entry)) openPart(message, file, content, entry, tree.warnings);
+        tree.subFiles.push_back(std::move(entry));
+    }
+    return tree;
+}
+
+SubFileEntry MimeTreeReader::entryOf(const Part& part, const SubFilePath& path) const {
+    SubFileEntry entry;
+    entry.path = path;
+    entry.parent = 0;
+    entry.name = entry.writtenName = part.name();
+    entry.isNamed = part.isNamed();
+    entry.type = part.mediaType();
+    entry.disposition = part.disposition();
+    entry.contentId = part.contentId();
+    entry.section = sections_[part.number()];
+    entry.storedSize = part.info().body.length;
+    entry.isEmbeddedMessage = part.isMessage() || part.isEncodedMessage();
+    entry.isEncrypted = isEncryption(part.protection());
+    return entry;
+}
+
+// A message inside is open already, unless it is encoded.
+void MimeTreeReader::openPart(const Message& message, const Part& part, MimeContent& content,
+                              SubFileEntry& entry, Warnings& warnings) {
+    if (part.isMessage()) {
+        const uint32_t root = part.info().firstChild;
+        if (root != EML_MIME_NONE) {
+            entry.message = std::make_unique<MessageTree>(readMessage(message, root, entry.path));
+        }
+        return;
+    }
+    if (part.isEncodedMessage()) {
+        openExtracted(content, part.info().body.length, entry, warnings);
+        return;
+    }
+    entry.isTnef = readsTnef() && beginsTnef(content.beginning());
+    if (entry.isTnef) openTnefPart(content, part.info().body.length, entry, warnings);
+}
+
+std::unique_ptr<MessageTree> MimeTreeReader::readEmbedded(emlhost::Input& input, const SubFilePath& path,
+                                                          Warnings&) {
+    const Message message(input);
+    return std::make_unique<MessageTree>(readFile(message, path));
+}
+
+}  // namespace
+
+MessageTree readMimeTree(MessageFile& file, AttachmentVisitor& visitor) {
+    MessageTree tree;
+    withProblemsOf(file.name(), [&] { tree = MimeTreeReader(file, visitor).read(); });
+    return tree;
+}
+
+}  // namespace emltool

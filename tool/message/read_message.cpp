@@ -1,0 +1,94 @@
+#include "tool/message/read_message.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <emlreader/mime.hpp>
+
+#include "tool/message/defect_warnings.h"
+#include "tool/message/mime_fields.h"
+#include "tool/message/mime_text.h"
+#include "tool/message/rendering.h"
+#include "tool/message/tree.h"
+#include "tool/text/charset_labels.h"
+#include "tool/text/html_text.h"
+#include "tool/text/utf8.h"
+
+namespace emltool {
+
+namespace {
+
+// Knows the names, and reads no content.
+class NamesVisitor final : public AttachmentVisitor {
+  public:
+    void visit(SubFileContent&, SubFileEntry&) override {}
+    bool opens(const SubFileEntry&) const override { return false; }
+};
+
+void addFields(const std::vector<MetadataField>& metadata, ShownMessage& shown) {
+    for (const char* name : {"From", "To", "Cc", "Bcc", "Subject", "Sent", "Priority"}) {
+        for (const MetadataField& field : metadata) {
+            if (field.name == name && field.text) shown.fields.emplace_back(name, *field.text);
+        }
+    }
+}
+
+void addNames(const std::vector<std::string>& names, ShownMessage& shown) {
+    if (!names.empty()) shown.fields.emplace_back("Attachments", fmt::format("{}", fmt::join(names, "; ")));
+}
+
+}  // namespace
+
+ShownMessage shownByMime(MessageFile& file, bool source) {
+    ShownMessage shown;
+    withProblemsOf(file.name(), [&] {
+        const emlreader::mime::Message& message = file.mime();
+        const emlreader::mime::Part root = message.root();
+        addFields(readMetadata(root), shown);
+        shown.protection = protectionText(root.protection());
+        shown.encrypted = isEncryption(root.protection());
+        if (!shown.protection.empty() && !shown.encrypted) {
+            shown.fields.emplace_back("Protection", shown.protection);
+        }
+        std::vector<std::string> names;
+        for (const emlreader::mime::Part& part : message.files()) names.push_back(part.name());
+        addNames(names, shown);
+        if (!shown.encrypted) {
+            BodyText body = readBody(message, 0, source);
+            shown.text = std::move(body.text);
+            shown.isFromHtml = body.isFromHtml && !source;
+        }
+        shown.warnings = defectWarnings(message);
+    });
+    file.checkReads();
+    return shown;
+}
+
+ShownMessage shownByContainer(MessageFile& file, bool source) {
+    ShownMessage shown;
+    NamesVisitor visitor;
+    MessageTree tree = readTree(file, visitor, Reading::kContainer);
+    addFields(tree.metadata, shown);
+    std::vector<std::string> names;
+    for (const SubFileEntry& entry : tree.subFiles) {
+        if (!entry.isMessage) names.push_back(entry.name);
+    }
+    addNames(names, shown);
+    shown.warnings = std::move(tree.warnings);
+    shown.encrypted = tree.encrypted;
+    shown.protection = tree.protection;
+    if (tree.encrypted) return shown;
+    emlhost::MemoryOutput output;
+    file.message().extract(0, output, EML_EXTRACT_BODY_ONLY);
+    file.checkReads();
+    if (output.error()) throw outOfMemory(file.name());
+    const std::string_view bytes(reinterpret_cast<const char*>(output.bytes().data()), output.bytes().size());
+    shown.text = withoutInvalidBytes(fromUnlabelledCharset(bytes, tree.charset));
+    if (formOf(file.message(), EML_EXTRACT_BODY_ONLY) != Form::kHtml || source) return shown;
+    shown.isFromHtml = true;
+    const std::string html = std::exchange(shown.text, "");
+    for (const std::string& line : htmlToLines(html)) (shown.text += line) += '\n';
+    return shown;
+}
+
+}  // namespace emltool
