@@ -172,6 +172,9 @@ class ExtractRun final : public CommandRun {
         std::vector<const SubFileEntry*> results;
         gatherResults(tree, results);
         printWarnings(console, file.name(), tree);
+        if (tree.encrypted) {
+            console.warn(file.name(), tree.protection + "; what is written is still encrypted");
+        }
         for (const SubFileEntry* entry : results) {
             // Content that is not in the message is a failure only for a user who asked for it.
             bool harmless = entry->problem && !entry->isInFile && selection.isAll();

@@ -41,7 +41,7 @@ void printTree(Console& console, const MessageTree& tree, Reading reading) {
         if (field.text) printRow(console, field.name, *field.text);
     }
     printRow(console, "Date", tree.date.empty() ? "none that can be read" : tree.date);
-    printRow(console, "Name", tree.name);
+    if (reading != Reading::kMime) printRow(console, "Name", tree.name);  // the subject, shortened
     printRow(console, "Charset", charsetText(tree, reading));
     printRow(console, "Size", fmt::format("{} B", tree.bytes));
     if (!tree.protection.empty()) printRow(console, "Protection", tree.protection);

@@ -73,11 +73,12 @@ std::string dateOf(const Part& root) {
     if (::gmtime_r(&seconds, &local) == nullptr) return "";
     const int64_t year = int64_t{local.tm_year} + 1900;
     const int64_t distance = zone < 0 ? -zone : zone;
-    if (year < 0 || year > 9999 || distance >= 24 * 60) return "";
-    const bool isKnown = (date->flags & EML_MIME_DATE_NO_ZONE) == 0;
-    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}{}{:02}:{:02}", year, local.tm_mon + 1,
-                       local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec,
-                       zone < 0 || !isKnown ? '-' : '+', distance / 60, distance % 60);
+    if (year < 0 || year > 9999) return "";
+    const std::string clock = fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}", year, local.tm_mon + 1,
+                                          local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
+    // RFC 3339 has no "+99:99".
+    if ((date->flags & EML_MIME_DATE_NO_ZONE) != 0 || distance >= 24 * 60) return clock + "-00:00";
+    return clock + fmt::format("{}{:02}:{:02}", zone < 0 ? '-' : '+', distance / 60, distance % 60);
 }
 
 // The parts of a multipart count from 1. The parts of a message that is a part itself are numbered as if they were
@@ -111,6 +112,7 @@ std::string protectionText(uint32_t protection) {
         case EML_MIME_SIGNED_OTHER:
             return "signed, not verified";
         case EML_MIME_SMIME_ENVELOPED:
+        case EML_MIME_SMIME_OTHER:
             return "encrypted (S/MIME)";
         case EML_MIME_PGP_ENCRYPTED:
         case EML_MIME_PGP_INLINE_ENCRYPTED:
@@ -121,15 +123,13 @@ std::string protectionText(uint32_t protection) {
             return "compressed (S/MIME)";
         case EML_MIME_SMIME_CERTS:
             return "certificates (S/MIME)";
-        case EML_MIME_SMIME_OTHER:
-            return "S/MIME";
         default:
             return "";
     }
 }
 
 bool isEncryption(uint32_t protection) {
-    return protection == EML_MIME_SMIME_ENVELOPED || protection == EML_MIME_PGP_ENCRYPTED ||
+    return protection == EML_MIME_SMIME_ENVELOPED || protection == EML_MIME_SMIME_OTHER || protection == EML_MIME_PGP_ENCRYPTED ||
            protection == EML_MIME_PGP_INLINE_ENCRYPTED || protection == EML_MIME_ENCRYPTED_OTHER;
 }
 

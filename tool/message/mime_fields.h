@@ -23,7 +23,7 @@ std::vector<std::string> sectionsOf(const emlreader::mime::Message& message);
 // "encrypted (S/MIME)", "signed (OpenPGP), not verified"; empty for EML_MIME_PROTECTION_NONE.
 std::string protectionText(uint32_t protection);
 
-// True if only someone with a key can read the content.
+// True if only someone with a key can read the content. S/MIME that does not tell what it is counts as encrypted.
 bool isEncryption(uint32_t protection);
 
 }  // namespace emltool
