@@ -250,7 +250,6 @@ std::string jsonLine(const AnswerForm& form, std::string_view source, const Mess
     Writer json(buffer);
     json.StartObject();
     putField(json, "schema", form.schema == 1 ? "eml/1" : "eml/2");
-    if (form.schema != 1) putField(json, "reader", readerName(form.reading));
     json.Key("source");
     json.StartObject();
     putField(json, "path", source);
@@ -260,6 +259,7 @@ std::string jsonLine(const AnswerForm& form, std::string_view source, const Mess
         json.Uint64(*index);
     }
     json.EndObject();
+    if (form.schema != 1) putField(json, "reader", readerName(form.reading));
     putField(json, "status", problem != nullptr ? "error" : warnings.empty() ? "ok" : "warning");
     if (problem != nullptr) putProblem(json, *problem);
     json.Key("warnings");
