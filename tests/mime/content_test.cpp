@@ -111,6 +111,7 @@ const ByteRow kByteRows[] = {
     {"7bit", "abc", EML_MIME_ENCODING_7BIT, "abc", "", false},
     {"8-bit bytes in 7bit", "a\xE4\xF6", EML_MIME_ENCODING_7BIT, "a\xE4\xF6", "69:2@7", false},
     {"8-bit bytes without an encoding", "\xE4", EML_MIME_ENCODING_NONE, "\xE4", "69:1@6", false},
+    {"the lowest 8-bit byte in 7bit", "a\x80", EML_MIME_ENCODING_7BIT, "a\x80", "69:1@7", false},
     {"8bit", "a\xE4", EML_MIME_ENCODING_8BIT, "a\xE4", "", false},
     {"binary", std::string("a\0\xFF", 3), EML_MIME_ENCODING_BINARY, std::string("a\0\xFF", 3), "", false},
     {"an unknown encoding", "a=41\xE4", EML_MIME_ENCODING_UNKNOWN, "a=41\xE4", "", false},

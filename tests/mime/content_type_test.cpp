@@ -38,6 +38,7 @@ TEST(ContentType, MediaTypes) {
         {"empty", "", "", "", ""},
         {"only blanks", " \r\n ", "", "", ""},
         {"only a semicolon", ";", "", "", ";"},
+        {"an escape in a comment", "(a\\)b) text/plain", "text", "plain", ""},
         {"a comment that does not end", "(text/plain", "text", "plain", ""},
     };
     for (const Row& row : rows) {

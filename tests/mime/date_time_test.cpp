@@ -226,6 +226,7 @@ TEST(MimeDate, NearlyRfc5322) {
         {"4 Mar 2025 21:15:22 PM", "2025-03-04 21:15:22", 0, kNoZone | kOdd},
         {"4 Mar 2025 9 PM", "2025-03-04 21:00:00", 0, kNoZone | kOdd},
         {"4 Mar 2025 9:15:22\xe2\x80\xafPM", "2025-03-04 21:15:22", 0, kNoZone | kOdd},
+        {"4 Mar 9:15:2025", "2025-03-04 09:15:00", 0, kNoZone | kOdd},  // a year after the colon is no second
         {"4 Mar 2025 24:00:00 +0000", "2025-03-05 00:00:00", 0, kOdd},
         {"4 Mar 2025 24:00:01 +0000", "2025-03-04 00:00:00", 0, kNoTime | kOdd},
         {"4 Mar 2025 25:00:00 +0000", "2025-03-04 00:00:00", 0, kNoTime | kOdd},

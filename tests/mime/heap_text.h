@@ -3,16 +3,20 @@
 
 #include <emlreader/eml_mime.h>
 
+#include <algorithm>
 #include <cstdint>
-#include <cstdlib>
+#include <cstring>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "mime/text_builder.h"
+#include "support/guard_pool.h"
 
 namespace eml::test {
 
-// Fails the n-th allocation and all after it when `failAt` is not 0. Blocks are counted.
+// Fails the n-th allocation and all after it when `failAt` is not 0. Blocks are counted, and in guarded mode end at
+// unreadable pages.
 class HeapText {
   public:
     explicit HeapText(uint32_t failAt = 0) : failAt_(failAt) {
@@ -20,20 +24,19 @@ class HeapText {
         allocator_.allocate = [](EmlAllocator* self, uint32_t size) -> void* {
             HeapText& heap = of(self);
             if (heap.refuses()) return nullptr;
-            ++heap.live_;
-            return std::malloc(size);
+            return heap.take(size);
         };
         allocator_.reallocate = [](EmlAllocator* self, void* block, uint32_t size) -> void* {
             HeapText& heap = of(self);
-            if (!heap.refuses()) return std::realloc(block, size);
-            std::free(block);
-            --heap.live_;
-            return nullptr;
+            void* moved = nullptr;
+            if (!heap.refuses()) {
+                moved = heap.take(size);
+                if (block != nullptr) std::memcpy(moved, block, std::min<size_t>(size, heap.sizes_[block]));
+            }
+            heap.give(block);
+            return moved;
         };
-        allocator_.free = [](EmlAllocator* self, void* block) {
-            --of(self).live_;
-            std::free(block);
-        };
+        allocator_.free = [](EmlAllocator* self, void* block) { of(self).give(block); };
     }
     ~HeapText() { buffer_.release(allocator_); }
     HeapText(const HeapText&) = delete;
@@ -48,6 +51,18 @@ class HeapText {
   private:
     static HeapText& of(EmlAllocator* self) { return *reinterpret_cast<HeapText*>(self->context); }
     bool refuses() { return ++calls_ >= failAt_ && failAt_ != 0; }
+    void* take(size_t size) {
+        ++live_;
+        void* const block = takeBlock(size);
+        sizes_[block] = size;
+        return block;
+    }
+    void give(void* block) {
+        if (block == nullptr) return;
+        --live_;
+        sizes_.erase(block);
+        giveBlock(block);
+    }
 
     EmlAllocator allocator_{};
     GrowingBuffer buffer_{};
@@ -55,6 +70,7 @@ class HeapText {
     uint32_t failAt_;
     uint32_t calls_ = 0;
     int live_ = 0;
+    std::unordered_map<void*, size_t> sizes_;
 };
 
 // A host that knows one charset, "toy": a byte of 0xC0 and more and the byte after it are U+0400 plus the low six bits

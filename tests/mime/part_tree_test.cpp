@@ -195,11 +195,27 @@ TEST(PartTree, FilesInsideText) {
          ""},
         {"prose that begins so", "X: y\n\nbegin 644 people\nwho are not data, since this line is longer\n",
          "text/plain\"begin 644 people\\nwho are not data, since this line is longer\\n\"", ""},
+        {"nothing inside", "X: y\n\nbegin 644 a.txt\nend\nafter\n",
+         "text/plain\"begin 644 a.txt\\nend\\nafter\\n\"[application/octet-stream=a.txt\"begin 644 "
+         "a.txt\\nend\\n\"]",
+         ""},
         {"cut off by the file", "X: y\n\nbegin 644 a.txt\n#0V%T\n",
          "text/plain\"begin 644 a.txt\\n#0V%T\\n\"[application/octet-stream=a.txt\"begin 644 "
          "a.txt\\n#0V%T\\n\"]",
          "inline-file-cut-off@1"},
     });
+}
+
+// A file that is one part too many stays text, and so do those after it.
+TEST(PartTree, FilesInsideTextCountAsParts) {
+    const std::string file = "begin 644 a.txt\n#0V%T\n`\nend\n";
+    EmlMimeOptions options{};
+    options.maxParts = 2;
+    OpenedMime opened("X: y\n\n" + file + "between\n" + file + file, options);
+    EXPECT_EQ(emlMimePartCount(opened.context()), 2U);
+    EXPECT_EQ(opened.defects(), "too-many-parts@0");
+    EXPECT_EQ(opened.content(1), "Cat");
+    EXPECT_EQ(opened.content(0, EML_MIME_TEXT), "between\n" + file + file);
 }
 
 // The same answers however the bytes come, and whatever the lines' place in the block.

@@ -16,8 +16,12 @@ inline constexpr int64_t kGigabyte = int64_t{1} << 30;
 
 class LargeMessage {
   public:
-    explicit LargeMessage(int64_t size) : size_(size) {
-        for (size_t i = 0; i < filling_.size(); ++i) filling_[i] = i % kLine < kLine - 2 ? 'x' : '\n';
+    // The filling has an empty line at the end of each `line` bytes, at most kMax.
+    explicit LargeMessage(int64_t size, size_t line = kLine)
+        : size_(size), line_(line), filling_(kMax + line, 'x') {
+        for (size_t i = 0; i < filling_.size(); ++i) {
+            if (i % line >= line - 2) filling_[i] = '\n';
+        }
     }
 
     // `text` stands at `offset`, whatever stands there otherwise.
@@ -38,15 +42,15 @@ class LargeMessage {
         return text;
     }
 
-  private:
-    // Lines of 62 bytes and an empty one.
-    static constexpr size_t kLine = 64;
     static constexpr size_t kMax = 1 << 12;
+
+  private:
+    static constexpr size_t kLine = 64;
 
     void read(int64_t offset, uint8_t* to, uint32_t count) const {
         for (uint32_t done = 0; done < count;) {
             const auto part = std::min<uint32_t>(count - done, kMax);
-            std::memcpy(to + done, filling_.data() + static_cast<size_t>((offset + done) % kLine), part);
+            std::memcpy(to + done, filling_.data() + static_cast<uint64_t>(offset + done) % line_, part);
             done += part;
         }
         auto text = texts_.upper_bound(offset);
@@ -62,8 +66,9 @@ class LargeMessage {
     }
 
     int64_t size_;
+    size_t line_;
     std::map<int64_t, std::string> texts_;
-    std::string filling_ = std::string(kMax + kLine, '\0');
+    std::string filling_;
 };
 
 // A boundary that a search passes in large steps.
