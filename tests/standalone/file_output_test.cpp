@@ -7,7 +7,7 @@
 #include <csignal>
 #include <string>
 
-#include "temporary_folder.h"
+#include "standalone/temporary_folder.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <memory>
 #include <thread>
 
-#include "temporary_folder.h"
+#include "standalone/temporary_folder.h"
 
 namespace {
 

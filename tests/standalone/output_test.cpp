@@ -7,7 +7,7 @@
 #include <string>
 
 #include "standalone/file_output.h"
-#include "temporary_folder.h"
+#include "standalone/temporary_folder.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <limits>
 #include <string>
 
-#include "temporary_folder.h"
+#include "standalone/temporary_folder.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "temporary_folder.h"
-#include "temporary_variable.h"
+#include "standalone/temporary_folder.h"
+#include "standalone/temporary_variable.h"
 
 namespace {
 

@@ -138,7 +138,7 @@ class BatchCommandRun final : public CommandRun {
     bool errorsOk_ = false;
 };
 
-std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<BatchCommandRun>(app); }
+std::unique_ptr<CommandRun> declareBatch(CLI::App& app) { return std::make_unique<BatchCommandRun>(app); }
 
 }  // namespace
 
@@ -156,6 +156,6 @@ const Command kBatchCommand = {
     "  eml batch -j 0 -o rows.jsonl --resume archive/ continues where that stopped\n"
     "  eml batch --shard=3/16 archive/                the third of 16 parts, on any machine\n"
     "  find archive -name '*.eml' -print0 | eml batch -0 - | jq -r .message.metadata.subject\n",
-    declare};
+    declareBatch};
 
 }  // namespace emltool

@@ -38,7 +38,9 @@ class CompletionsRun final : public CommandRun {
     std::string shell_;
 };
 
-std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<CompletionsRun>(app); }
+std::unique_ptr<CommandRun> declareCompletions(CLI::App& app) {
+    return std::make_unique<CompletionsRun>(app);
+}
 
 }  // namespace
 
@@ -49,7 +51,7 @@ const Command kCompletionsCommand = {"completions",
                                      "  . <(eml completions bash)\n"
                                      "  eml completions zsh > ~/.zfunc/_eml\n"
                                      "  eml completions fish > ~/.config/fish/completions/eml.fish\n",
-                                     declare,
+                                     declareCompletions,
                                      {&kShellChoices, 1}};
 
 }  // namespace emltool

@@ -253,7 +253,7 @@ class ExtractRun final : public CommandRun {
     bool onlyList_ = false;
 };
 
-std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<ExtractRun>(app); }
+std::unique_ptr<CommandRun> declareExtract(CLI::App& app) { return std::make_unique<ExtractRun>(app); }
 
 }  // namespace
 
@@ -269,7 +269,7 @@ const Command kExtractCommand = {
     "  eml extract -o out message.eml\n"
     "  eml extract -l message.eml\n"
     "  eml extract -n 2 -o - message.eml | less\n",
-    declare,
+    declareExtract,
     {&kConflictChoices, 1}};
 
 }  // namespace emltool

@@ -14,11 +14,11 @@ namespace emltool {
 
 namespace {
 
-constexpr size_t kLabelWidth = 14;
+constexpr size_t kFieldNameWidth = 14;
 
 void printRow(Console& console, std::string_view label, std::string_view value) {
     std::string name = fmt::format("{}:", label);
-    std::string gap(name.size() < kLabelWidth ? kLabelWidth - name.size() : 1, ' ');
+    std::string gap(name.size() < kFieldNameWidth ? kFieldNameWidth - name.size() : 1, ' ');
     console.print(console.style().label(name) + gap + visible(value) + "\n");
 }
 
@@ -66,7 +66,7 @@ class InfoRun final : public CommandRun {
     MessageArguments messages_;
 };
 
-std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<InfoRun>(app); }
+std::unique_ptr<CommandRun> declareInfo(CLI::App& app) { return std::make_unique<InfoRun>(app); }
 
 }  // namespace
 
@@ -77,6 +77,6 @@ const Command kInfoCommand = {
     "Examples:\n"
     "  eml info message.eml\n"
     "  eml --json info *.eml | jq -r .message.metadata.subject\n",
-    declare};
+    declareInfo};
 
 }  // namespace emltool

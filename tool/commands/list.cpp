@@ -107,7 +107,7 @@ class ListRun final : public CommandRun {
     bool recursive_ = false;
 };
 
-std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<ListRun>(app); }
+std::unique_ptr<CommandRun> declareList(CLI::App& app) { return std::make_unique<ListRun>(app); }
 
 }  // namespace
 
@@ -120,6 +120,6 @@ const Command kListCommand = {
     "  eml list message.eml\n"
     "  eml list -r *.eml\n"
     "  eml --json list -r message.eml | jq '.message.sub_files[].name'\n",
-    declare};
+    declareList};
 
 }  // namespace emltool

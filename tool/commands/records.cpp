@@ -126,7 +126,7 @@ class RecordsRun final : public CommandRun {
     bool bodyOnly_ = false;
 };
 
-std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<RecordsRun>(app); }
+std::unique_ptr<CommandRun> declareRecords(CLI::App& app) { return std::make_unique<RecordsRun>(app); }
 
 }  // namespace
 
@@ -136,6 +136,6 @@ const Command kRecordsCommand = {
     "Examples:\n"
     "  eml records message.eml\n"
     "  eml --json records --capacity=256 message.eml\n",
-    declare};
+    declareRecords};
 
 }  // namespace emltool

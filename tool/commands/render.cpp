@@ -138,7 +138,7 @@ class RenderRun final : public CommandRun {
     bool overwrite_ = false;
 };
 
-std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<RenderRun>(app); }
+std::unique_ptr<CommandRun> declareRender(CLI::App& app) { return std::make_unique<RenderRun>(app); }
 
 }  // namespace
 
@@ -151,7 +151,7 @@ const Command kRenderCommand = {
     "Examples:\n"
     "  eml render message.eml\n"
     "  eml render --to=html -o message.html message.eml\n",
-    declare,
+    declareRender,
     {&kFormChoices, 1}};
 
 }  // namespace emltool

@@ -14,11 +14,11 @@ class SchemaRun final : public CommandRun {
     }
 };
 
-std::unique_ptr<CommandRun> declare(CLI::App&) { return std::make_unique<SchemaRun>(); }
+std::unique_ptr<CommandRun> declareSchema(CLI::App&) { return std::make_unique<SchemaRun>(); }
 
 }  // namespace
 
-const Command kSchemaCommand = {"schema", "print the JSON schema of the answers for programs", "", "--schema=1 prints the first version.\n",
-                                declare};
+const Command kSchemaCommand = {"schema", "print the JSON schema of the answers for programs", "",
+                                "--schema=1 prints the first version.\n", declareSchema};
 
 }  // namespace emltool

@@ -169,7 +169,7 @@ class ShowRun final : public CommandRun {
     bool source_ = false;
 };
 
-std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<ShowRun>(app); }
+std::unique_ptr<CommandRun> declareShow(CLI::App& app) { return std::make_unique<ShowRun>(app); }
 
 }  // namespace
 
@@ -178,6 +178,6 @@ const Command kShowCommand = {"show", "show header and text, as a person reads t
                               "Examples:\n"
                               "  eml message.eml\n"
                               "  eml show --body-only message.eml | less\n",
-                              declare};
+                              declareShow};
 
 }  // namespace emltool

@@ -24,10 +24,10 @@ class VersionRun final : public CommandRun {
     }
 };
 
-std::unique_ptr<CommandRun> declare(CLI::App&) { return std::make_unique<VersionRun>(); }
+std::unique_ptr<CommandRun> declareVersion(CLI::App&) { return std::make_unique<VersionRun>(); }
 
 }  // namespace
 
-const Command kVersionCommand = {"version", "print the version", "", "", declare};
+const Command kVersionCommand = {"version", "print the version", "", "", declareVersion};
 
 }  // namespace emltool

@@ -119,7 +119,7 @@ class ViewRun final : public CommandRun {
     bool overwrite_ = false;
 };
 
-std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<ViewRun>(app); }
+std::unique_ptr<CommandRun> declareView(CLI::App& app) { return std::make_unique<ViewRun>(app); }
 
 }  // namespace
 
@@ -133,6 +133,6 @@ const Command kViewCommand = {
     "Examples:\n"
     "  eml view message.eml\n"
     "  eml view -o message.html message.eml\n",
-    declare};
+    declareView};
 
 }  // namespace emltool

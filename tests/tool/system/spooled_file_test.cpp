@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "../../standalone/temporary_variable.h"
+#include "standalone/temporary_variable.h"
 #include "tool/terminal/problem.h"
 
 namespace emltool {

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "../../standalone/temporary_folder.h"
+#include "standalone/temporary_folder.h"
 
 namespace emltool {
 namespace {
