@@ -111,7 +111,8 @@ BatchRow readMessage(std::unique_ptr<emlhost::Input> input, const BatchItem& ite
     BatchRow row;
     row.kind = problem ? RowKind::kError : RowKind::kGood;
     row.outOfMemory = problem && problem->code == "out-of-memory";
-    row.line = jsonLine(options.form, item.path, tree ? &*tree : nullptr, problem ? &*problem : nullptr, item.index);
+    row.line =
+        jsonLine(options.form, item.path, tree ? &*tree : nullptr, problem ? &*problem : nullptr, item.index);
     return row;
 }
 
@@ -137,8 +138,9 @@ BatchRow readItem(const BatchItem& item, const RowOptions& options) {
     } catch (const std::bad_alloc&) {
         return errorRow(options.form, item, outOfMemory(item.path));
     } catch (const std::exception& error) {
-        return errorRow(options.form, item, {ExitCode::kInternal, "internal", item.path,
-                               fmt::format("internal error: {}", error.what())});
+        return errorRow(
+            options.form, item,
+            {ExitCode::kInternal, "internal", item.path, fmt::format("internal error: {}", error.what())});
     }
 }
 

@@ -170,14 +170,18 @@ void BatchRun::handle(PoolEvent& event) {
             again_.push_front(&slot);
             return;
         case PoolEvent::Kind::kTimedOut:
-            settle(slot, problemRow(options_.worker.row.form, slot.item, timeoutProblem(path, options_.timeout)), true);
+            settle(slot,
+                   problemRow(options_.worker.row.form, slot.item, timeoutProblem(path, options_.timeout)),
+                   true);
             return;
         case PoolEvent::Kind::kDied:
             // Another program may have killed the worker, so the message has another chance.
             if (++slot.deaths < kMaxDeaths) {
                 again_.push_back(&slot);
             } else {
-                settle(slot, problemRow(options_.worker.row.form, slot.item, deathProblem(path, event.status)), true);
+                settle(slot,
+                       problemRow(options_.worker.row.form, slot.item, deathProblem(path, event.status)),
+                       true);
             }
             return;
         case PoolEvent::Kind::kReply:

@@ -41,8 +41,8 @@ void printWarnings(Console& console, const std::string& file, const MessageTree&
 
 AnswerForm answerForm(const GlobalOptions& options) { return {options.schema, options.reading}; }
 
-ExitCode forEachTree(Console& console, const GlobalOptions& options, const MessageArguments& messages, bool recursive,
-                     const std::function<void(const MessageTree& tree)>& print) {
+ExitCode forEachTree(Console& console, const GlobalOptions& options, const MessageArguments& messages,
+                     bool recursive, const std::function<void(const MessageTree& tree)>& print) {
     FileHeadings headings(console, messages.files().size());
     auto work = [&](const std::string& path) {
         MessageFile file(path, messages.force());

@@ -38,8 +38,8 @@ class FileHeadings {
 
 // Reads each message with the sizes of its attachments, and with `recursive` the messages inside it, warns, and
 // prints it: in JSON if the options ask for that, otherwise by `print`, after its heading.
-ExitCode forEachTree(Console& console, const GlobalOptions& options, const MessageArguments& messages, bool recursive,
-                     const std::function<void(const MessageTree& tree)>& print);
+ExitCode forEachTree(Console& console, const GlobalOptions& options, const MessageArguments& messages,
+                     bool recursive, const std::function<void(const MessageTree& tree)>& print);
 
 // What --schema and --reader say about answers in JSON.
 AnswerForm answerForm(const GlobalOptions& options);

@@ -132,7 +132,8 @@ class ExtractRun final : public CommandRun {
         } catch (const StandardOutputProblem&) {
             throw;
         } catch (const Problem& problem) {
-            if (options.json) console.print(jsonLine(answerForm(options), messages_.file(), nullptr, &problem));
+            if (options.json)
+                console.print(jsonLine(answerForm(options), messages_.file(), nullptr, &problem));
             throw;
         }
     }

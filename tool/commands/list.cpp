@@ -29,7 +29,8 @@ std::string notesOf(const SubFileEntry& entry, bool verbose) {
     if (!entry.isInFile) notes.emplace_back("not in the file");
     if (!entry.isNamed) notes.emplace_back("no name in the message");
     if (verbose && !entry.type.empty()) notes.push_back(visible(entry.type));
-    if (verbose && entry.storedSize.value_or(0) > 0) notes.push_back(fmt::format("stored in {} B", *entry.storedSize));
+    if (verbose && entry.storedSize.value_or(0) > 0)
+        notes.push_back(fmt::format("stored in {} B", *entry.storedSize));
     if (verbose && entry.name != entry.writtenName) {
         notes.push_back(fmt::format("written {}", visible(entry.writtenName)));
     }

@@ -127,7 +127,8 @@ class ShowRun final : public CommandRun {
         }
         MessageFile file(path, messages_.force());
         if (headings.print(path)) console.print("\n");
-        ShownMessage shown = reading == Reading::kMime ? shownByMime(file, source_) : shownByContainer(file, source_);
+        ShownMessage shown =
+            reading == Reading::kMime ? shownByMime(file, source_) : shownByContainer(file, source_);
         Printer printer(console, !bodyOnly_, !shown.encrypted, true);
         if (!bodyOnly_) {
             for (const auto& [name, value] : shown.fields) printer.field(name, value);
@@ -139,11 +140,13 @@ class ShowRun final : public CommandRun {
     }
 
     static Problem encrypted(const std::string& name, std::string_view how) {
-        return {ExitCode::kEncrypted, "encrypted", name, fmt::format("{}; only the header can be shown", how)};
+        return {ExitCode::kEncrypted, "encrypted", name,
+                fmt::format("{}; only the header can be shown", how)};
     }
 
     static void noteHtml(Console& console, const std::string& name) {
-        console.note(fmt::format("{}: the text of an HTML message; --source shows it as it is", visible(name)));
+        console.note(
+            fmt::format("{}: the text of an HTML message; --source shows it as it is", visible(name)));
     }
 
     // What the message filter gives, as it comes.

@@ -58,8 +58,8 @@ MessageTree ContainerTreeReader::readMessage(emlhost::OpenMessage& message, uint
     tree.bytes = bytes;
     tree.charset = message.charset();
     if (message.status() == EML_OBJECT_FAILED) {
-        tree.warnings.push_back({"message-structure",
-                                 "a multipart/related part holds no part; the list may be incomplete"});
+        tree.warnings.push_back(
+            {"message-structure", "a multipart/related part holds no part; the list may be incomplete"});
     }
     tree.subFiles.reserve(message.subFileCount());
     for (uint32_t number = 0; number < message.subFileCount(); ++number) {
@@ -119,8 +119,8 @@ std::unique_ptr<MessageTree> ContainerTreeReader::readEmbedded(emlhost::Input& i
     if (embedded.status() == EML_NO_MEMORY) throw outOfMemory(file_.name());
     if (!embedded.usable()) {
         warnings.push_back(
-            {"cannot-open", fmt::format("sub-file {}: cannot be opened as a message (result {})", dotted(path),
-                                        embedded.status())});
+            {"cannot-open", fmt::format("sub-file {}: cannot be opened as a message (result {})",
+                                        dotted(path), embedded.status())});
         return nullptr;
     }
     return std::make_unique<MessageTree>(readMessage(embedded, input.size(), path));

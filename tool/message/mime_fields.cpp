@@ -13,9 +13,9 @@ namespace {
 using emlreader::mime::Part;
 
 struct FieldRow {
-    const char* name;                          // as the tool calls it
-    std::array<const char*, 3> fields;         // the first that is there counts
-    bool isList;                               // all fields of the name count
+    const char* name;                   // as the tool calls it
+    std::array<const char*, 3> fields;  // the first that is there counts
+    bool isList;                        // all fields of the name count
 };
 
 constexpr FieldRow kFields[] = {
@@ -129,8 +129,9 @@ std::string protectionText(uint32_t protection) {
 }
 
 bool isEncryption(uint32_t protection) {
-    return protection == EML_MIME_SMIME_ENVELOPED || protection == EML_MIME_SMIME_OTHER || protection == EML_MIME_PGP_ENCRYPTED ||
-           protection == EML_MIME_PGP_INLINE_ENCRYPTED || protection == EML_MIME_ENCRYPTED_OTHER;
+    return protection == EML_MIME_SMIME_ENVELOPED || protection == EML_MIME_SMIME_OTHER ||
+           protection == EML_MIME_PGP_ENCRYPTED || protection == EML_MIME_PGP_INLINE_ENCRYPTED ||
+           protection == EML_MIME_ENCRYPTED_OTHER;
 }
 
 }  // namespace emltool

@@ -12,8 +12,9 @@ bool OpeningLimits::mayOpen(const SubFilePath& path, uint64_t bytes, std::vector
         return false;
     }
     if (bytes > budget_) {
-        warnings.push_back({"overlapping-parts", fmt::format("sub-file {}: not opened, its parts overlap too often",
-                                                             dotted(path))});
+        warnings.push_back(
+            {"overlapping-parts",
+             fmt::format("sub-file {}: not opened, its parts overlap too often", dotted(path))});
         return false;
     }
     budget_ -= bytes;

@@ -36,21 +36,21 @@ enum class Outcome {
 
 struct SubFileEntry {
     SubFilePath path;
-    bool isMessage = false;                // the message itself, number 0
-    std::string name;                      // as a person reads it, UTF-8; not safe as a path
-    std::string writtenName;               // as the message has it
-    bool isNamed = true;                   // not so if the name was made up
-    std::string safeName;                  // attachments: the name for its file
-    std::string type;                      // "image/png"; the MIME reading alone knows it, and the next three
-    std::string disposition;               // "attachment"; empty if the message does not say
-    std::string contentId;                 // without angle brackets
-    std::string section;                   // "1.2" (RFC 3501 section 6.4.5)
-    int32_t parent = -1;                   // number of the sub-file that contains it
-    std::optional<uint64_t> size;          // decoded; none if unknown
-    std::optional<uint64_t> storedSize;    // in the message; none for what has no bytes of its own there
-    std::string sha256;                    // of the decoded bytes, in hexadecimal; empty unless asked for
-    bool isEmbeddedMessage = false;        // a message inside the message
-    bool isInFile = true;                  // not so if only its name is in the message
+    bool isMessage = false;              // the message itself, number 0
+    std::string name;                    // as a person reads it, UTF-8; not safe as a path
+    std::string writtenName;             // as the message has it
+    bool isNamed = true;                 // not so if the name was made up
+    std::string safeName;                // attachments: the name for its file
+    std::string type;                    // "image/png"; the MIME reading alone knows it, and the next three
+    std::string disposition;             // "attachment"; empty if the message does not say
+    std::string contentId;               // without angle brackets
+    std::string section;                 // "1.2" (RFC 3501 section 6.4.5)
+    int32_t parent = -1;                 // number of the sub-file that contains it
+    std::optional<uint64_t> size;        // decoded; none if unknown
+    std::optional<uint64_t> storedSize;  // in the message; none for what has no bytes of its own there
+    std::string sha256;                  // of the decoded bytes, in hexadecimal; empty unless asked for
+    bool isEmbeddedMessage = false;      // a message inside the message
+    bool isInFile = true;                // not so if only its name is in the message
     bool isEncrypted = false;
     bool isTnef = false;                   // known once it was to be opened
     std::unique_ptr<MessageTree> message;  // what is inside an embedded message or a TNEF that was opened
@@ -63,13 +63,13 @@ struct SubFileEntry {
 // A message; or the files of a TNEF, which has only sub-files.
 struct MessageTree {
     bool isMessage = true;
-    std::string name;  // empty when the message has none
+    std::string name;          // empty when the message has none
     uint32_t charset = 0;      // EML_CHARSET_...; 0 if it is none of them
     std::string charsetLabel;  // as the message has it, in lower case; empty if it does not say
     bool encrypted = false;
     std::string protection;  // "encrypted (S/MIME)", "signed (OpenPGP), not verified"; empty without
-    uint64_t bytes = 0;  // the whole message as it is stored
-    std::string date;    // as dateText returns it; empty without a readable date
+    uint64_t bytes = 0;      // the whole message as it is stored
+    std::string date;        // as dateText returns it; empty without a readable date
     std::vector<MetadataField> metadata;
     std::vector<SubFileEntry> subFiles;
     std::string sha256;               // of the message as it is stored; empty unless asked for

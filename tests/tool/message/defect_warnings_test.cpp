@@ -9,7 +9,8 @@ using emlreader::mime::Message;
 
 TEST(DefectWarnings, SayWhatWasGuessedOrLeftOut) {
     const std::string damaged =
-        "Content-Type: multipart/mixed; boundary=b\r\n\r\n--b\r\nContent-Type: text/plain; charset=no-such\r\n\r\n\xE4\r\n"
+        "Content-Type: multipart/mixed; boundary=b\r\n\r\n--b\r\nContent-Type: text/plain; "
+        "charset=no-such\r\n\r\n\xE4\r\n"
         "--b\r\nContent-Disposition: attachment; filename=a.bin\r\nContent-Transfer-Encoding: base64\r\n\r\n"
         "QU!JD\r\n";
     const Message message = Message::fromBytes(damaged);
@@ -17,7 +18,8 @@ TEST(DefectWarnings, SayWhatWasGuessedOrLeftOut) {
         part.measure(part.type() == "text" ? emlreader::mime::Form::Text : emlreader::mime::Form::Decoded);
     }
     std::vector<std::string> codes;
-    for (const Warning& warning : defectWarnings(message)) codes.push_back(warning.code + ": " + warning.text);
+    for (const Warning& warning : defectWarnings(message))
+        codes.push_back(warning.code + ": " + warning.text);
     const std::vector<std::string> expected = {
         "no-closing-delimiter: cut off, the closing delimiter is missing; the last part may be incomplete",
         "unknown-charset: unknown charset; the text was not converted",
@@ -30,7 +32,8 @@ TEST(DefectWarnings, OneCodeOfSeveralPartsIsOneWarning) {
     for (int i = 0; i < 3; ++i) text += "--b\r\nContent-Transfer-Encoding: x-none\r\n\r\ntext\r\n";
     const std::vector<Warning> warnings = defectWarnings(Message::fromBytes(text + "--b--\r\n"));
     ASSERT_EQ(warnings.size(), 1U);
-    EXPECT_EQ(warnings[0].text, "unknown transfer encoding; the content was not decoded (and in 2 more parts)");
+    EXPECT_EQ(warnings[0].text,
+              "unknown transfer encoding; the content was not decoded (and in 2 more parts)");
 }
 
 TEST(DefectWarnings, WhatCanBeReadInOneWayOnlyIsNone) {

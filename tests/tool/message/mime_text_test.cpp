@@ -25,8 +25,8 @@ const std::string kHtml = "Content-Type: text/html\r\n\r\n<p>Hello <b>you</b></p
 
 TEST(MimeText, IsWhatAPersonReads) {
     const Row rows[] = {
-        {"plain text, empty lines at both ends left out", "Subject: s\r\n\r\n\r\n\r\na\r\n\r\nb\r\n\r\n", "a\n\nb\n",
-         false},
+        {"plain text, empty lines at both ends left out", "Subject: s\r\n\r\n\r\n\r\na\r\n\r\nb\r\n\r\n",
+         "a\n\nb\n", false},
         {"the plain one of two versions", multipart("alternative", {kPlain, kHtml}), "plain\n", false},
         {"the text of HTML alone", kHtml, "Hello you\n", true},
         {"HTML is HTML by its type, also without a tag in its first line",
@@ -38,8 +38,8 @@ TEST(MimeText, IsWhatAPersonReads) {
          multipart("mixed", {kPlain, "Content-Disposition: attachment\r\n\r\nsecret"}), "plain\n", false},
         {"an underscore of quoted-printable stays",
          "Content-Transfer-Encoding: quoted-printable\r\n\r\nutm_source=3D1\r\n", "utm_source=1\n", false},
-        {"a charset by its label", "Content-Type: text/plain; charset=koi8-r\r\n\r\n\xF0\xD2\xC9", "\xD0\x9F\xD1\x80\xD0\xB8\n",
-         false},
+        {"a charset by its label", "Content-Type: text/plain; charset=koi8-r\r\n\r\n\xF0\xD2\xC9",
+         "\xD0\x9F\xD1\x80\xD0\xB8\n", false},
         {"nothing", "Subject: s\r\n\r\n", "", false},
     };
     for (const Row& row : rows) {

@@ -14,14 +14,16 @@ TEST(OpeningLimits, EndAtTheGreatestDepth) {
     EXPECT_EQ(warnings, Warnings{});
     EXPECT_FALSE(limits.mayOpen(SubFilePath(kMaxDepth + 1, 1), 1, warnings));
     ASSERT_EQ(warnings.size(), 1U);
-    EXPECT_NE(warnings[0].text.find("more than 32 messages inside each other"), std::string::npos) << warnings[0].text;
+    EXPECT_NE(warnings[0].text.find("more than 32 messages inside each other"), std::string::npos)
+        << warnings[0].text;
 }
 
 TEST(OpeningLimits, AllowThirtyTwoTimesTheBytesOfTheMessage) {
     OpeningLimits limits(10);
     Warnings warnings;
     EXPECT_FALSE(limits.mayOpen({1}, 321, warnings));
-    EXPECT_EQ(warnings, (Warnings{{"overlapping-parts", "sub-file 1: not opened, its parts overlap too often"}}));
+    EXPECT_EQ(warnings,
+              (Warnings{{"overlapping-parts", "sub-file 1: not opened, its parts overlap too often"}}));
     EXPECT_TRUE(limits.mayOpen({1}, 200, warnings)) << "what was refused is not counted";
     EXPECT_FALSE(limits.mayOpen({2}, 121, warnings));
     EXPECT_TRUE(limits.mayOpen({2}, 120, warnings));
