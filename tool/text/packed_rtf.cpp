@@ -57,19 +57,19 @@ bool unpack(Bytes packed, size_t limit, std::vector<uint8_t>& text) {
 
 }  // namespace
 
-UnpackedRtf unpackRtf(Bytes packed) {
+UnpackedRtf unpackRtf(Bytes packed, size_t limit) {
     UnpackedRtf result{{}, false};
     if (packed.size() < kHeader) return result;
     const size_t claimed = number(packed, 4);
     const uint32_t kind = number(packed, 8);
     const Bytes content = packed.subspan(kHeader);
     if (kind == kStored) {
-        const Bytes text = content.first(std::min(claimed, content.size()));
+        const Bytes text = content.first(std::min({claimed, content.size(), limit}));
         result.bytes.assign(text.begin(), text.end());
         result.complete = text.size() == claimed;
     } else if (kind == kCompressed) {
         result.bytes.assign(kDictionary.begin(), kDictionary.end());
-        result.complete = unpack(content, kDictionary.size() + kMaxUnpackedRtf, result.bytes);
+        result.complete = unpack(content, kDictionary.size() + limit, result.bytes);
         result.bytes.erase(result.bytes.begin(), result.bytes.begin() + kDictionary.size());
         // Some writers leave the end mark out.
         result.complete = result.complete || (claimed > 0 && result.bytes.size() >= claimed);

@@ -16,7 +16,7 @@ struct UnpackedRtf {
     bool complete;  // false if the packed bytes make no sense, end too early, or hold too much
 };
 
-// Whatever could be unpacked. The checksum is not looked at: a text that is slightly damaged is better than none.
-UnpackedRtf unpackRtf(std::span<const uint8_t> packed);
+// Whatever could be unpacked, `limit` bytes at most. The checksum is not looked at: a text that is slightly damaged is better than none.
+UnpackedRtf unpackRtf(std::span<const uint8_t> packed, size_t limit = kMaxUnpackedRtf);
 
 }  // namespace emltool

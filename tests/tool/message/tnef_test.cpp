@@ -328,12 +328,17 @@ TEST(TnefUnpacking, GivesTheTextOfAnOlderMessage) {
 
 TEST(TnefUnpacking, OutlivesDamage) {
     if (!readsTnef()) GTEST_SKIP() << "built without libytnef";
-    const std::string whole =
-        kMessageStart + messageAttribute(0x18004, std::string("subject\0", 8)) +
+    const std::string subject = messageAttribute(0x18004, std::string("subject\0", 8));
+    const std::string properties =
         mapiProperties({mapi(0x0037001F, utf16(u"subject")), mapi(0x1000001E, std::string("text\0", 5))});
-    for (size_t length = 0; length < whole.size(); length += 8) {
+    const std::string whole = kMessageStart + subject + properties;
+    for (size_t length = kMessageStart.size() + 1; length < whole.size(); length += 8) {
+        ASSERT_NE(length, whole.size() - properties.size()) << "what ends with an attribute is whole";
         TnefContent content = unpackTnef(bytesOf(whole.substr(0, length)));
-        EXPECT_NE(content.problem, "") << length;
+        const bool hasSubject = length >= kMessageStart.size() + subject.size();
+        EXPECT_EQ(content.problem, hasSubject ? "its end cannot be read" : "nothing in it can be read")
+            << length;
+        EXPECT_EQ(content.subject, hasSubject ? "subject" : "") << length;
     }
     for (size_t at = 0; at < whole.size(); at += 5) {
         std::string damaged = whole;

@@ -69,19 +69,24 @@ TEST(PackedRtf, Unpacks) {
     }
 }
 
-// The longest references, one after another: nine times as much comes out, up to the limit.
+// The longest references, one after another: eight times as much comes out, up to the limit.
 TEST(PackedRtf, HasALimit) {
-    const std::string eightReferences = "\xFF" + [] {
-        std::string all;
-        for (int i = 0; i < 8; ++i) all += reference(0, 17);
-        return all;
-    }();
+    constexpr size_t kLimit = 100000;
     std::string content;
-    while (content.size() < kMaxUnpackedRtf / 7) content += eightReferences;
-    UnpackedRtf result = unpack(packed(UINT32_MAX, kLzfu, content));
+    unsigned at = kStart;
+    while (content.size() < kLimit / 7) {
+        content += '\xFF';
+        for (int i = 0; i < 8; ++i, at += 17) content += reference((at - 17) % 4096, 17);
+    }
+    const std::string bytes = packed(UINT32_MAX, kLzfu, content);
+    UnpackedRtf result = unpackRtf({reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()}, kLimit);
     EXPECT_FALSE(result.complete);
-    EXPECT_LE(result.bytes.size(), kMaxUnpackedRtf);
-    EXPECT_GT(result.bytes.size(), kMaxUnpackedRtf - 17);
+    EXPECT_LE(result.bytes.size(), kLimit);
+    EXPECT_GT(result.bytes.size(), kLimit - 17);
+    const std::string stored = packed(10, "MELA", "0123456789");
+    result = unpackRtf({reinterpret_cast<const uint8_t*>(stored.data()), stored.size()}, 4);
+    EXPECT_FALSE(result.complete);
+    EXPECT_EQ(result.bytes.size(), 4U);
 }
 
 }  // namespace
