@@ -21,6 +21,8 @@ libcli11-dev         has_header CLI/CLI.hpp
 libfmt-dev           has_header fmt/format.h
 rapidjson-dev        has_header rapidjson/writer.h
 libytnef0-dev        has_header ytnef.h
+libssl-dev           has_header openssl/cms.h
+libuchardet-dev      has_header uchardet/uchardet.h
 '
 test_needs='
 g++-multilib         links_32_bit

@@ -1,24 +1,54 @@
 // eml version
 #include <fmt/format.h>
 
+#include <array>
+#include <string>
+#include <string_view>
+
 #include "tool/cli/command.h"
 #include "tool/cli/version.h"
+#include "tool/message/smime.h"
 #include "tool/message/tnef.h"
+#include "tool/text/charset_guess.h"
 
 namespace emltool {
 
 namespace {
 
+// What this program does only with a library that it may have been built without.
+struct Feature {
+    std::string_view name;  // for programs
+    std::string_view subject;
+    std::string_view done;
+    std::string_view notDone;
+    bool (*isThere)();
+};
+
+constexpr std::array<Feature, 3> kFeatures = {{
+    {"tnef", "TNEF (winmail.dat)", "unpacked", "not unpacked, built without libytnef", readsTnef},
+    {"smime", "S/MIME", "signed messages unwrapped, nothing verified or decrypted",
+     "not unwrapped, built without libcrypto", readsSmime},
+    {"charset-guess", "text without a charset", "guessed where it is not UTF-8",
+     "Western where it is not UTF-8, built without libuchardet", guessesCharsets},
+}};
+
 class VersionRun final : public CommandRun {
   public:
     ExitCode run(Console& console, const GlobalOptions& options) override {
         if (options.json) {
+            std::string names;
+            for (const Feature& feature : kFeatures) {
+                if (feature.isThere())
+                    names += fmt::format("{}\"{}\"", names.empty() ? "" : ",", feature.name);
+            }
             console.print(fmt::format("{{\"schema\":\"eml/1\",\"version\":\"{}\",\"features\":[{}]}}\n",
-                                      kVersion, readsTnef() ? "\"tnef\"" : ""));
-        } else {
-            console.print(fmt::format("eml {}\n", kVersion));
-            console.print(fmt::format("TNEF (winmail.dat): {}\n",
-                                      readsTnef() ? "unpacked" : "not unpacked, built without libytnef"));
+                                      kVersion, names));
+            return ExitCode::kDone;
+        }
+        console.print(fmt::format("eml {}\n", kVersion));
+        for (const Feature& feature : kFeatures) {
+            console.print(
+                fmt::format("{}: {}\n", feature.subject, feature.isThere() ? feature.done : feature.notDone));
         }
         return ExitCode::kDone;
     }

@@ -4,67 +4,30 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstring>
+#include <array>
 
-#include "standalone/write_all.h"
 #include "tool/system/isolated_work.h"
+#include "tool/text/charset_decoder.h"
 #include "tool/text/charset_labels.h"
+#include "tool/text/packed_rtf.h"
+#include "tool/text/rtf_words.h"
 
 namespace emltool {
 
 namespace {
 
-// Both processes are the same program, so numbers have the form that they have in memory.
-struct Frame {
-    uint32_t kind;
-    uint32_t flag;        // a file: the name is UTF-8; the end: everything was there
-    uint32_t nameLength;  // the end: the code page
-    uint32_t typeLength;
-    uint64_t size;
-};
-
+// A file: `flag` if its name is UTF-8, the lengths of name and type, its size. A property: its code page in `flag`, its
+// number in `first`. The end: `flag` if everything was there, the code page in `first`.
 constexpr uint32_t kFile = 1;
 constexpr uint32_t kEnd = 2;
+constexpr uint32_t kProperty = 3;
 constexpr uint32_t kMaxTextLength = 4096;
 
 constexpr std::string_view kInvalidReply = "gave an answer that makes no sense";
 
-// iconv's label of a Windows code page.
-std::string labelOf(uint32_t codePage) {
-    constexpr uint32_t kUtf8 = 65001;
-    return codePage == kUtf8 ? "utf-8" : fmt::format("cp{}", codePage);
-}
-
-std::string decodedName(std::string_view name, bool isUtf8, uint32_t codePage) {
-    std::optional<std::string> decoded = fromLabelledCharset(isUtf8 ? "utf-8" : labelOf(codePage), name);
-    return decoded ? *decoded : fromUnlabelledCharset(name, EML_CHARSET_WESTERN);
-}
-
-// Takes pieces off the front, never more than is left.
-class Pieces {
-  public:
-    explicit Pieces(std::span<const uint8_t> bytes) : rest_(bytes) {}
-
-    bool take(uint64_t count, std::span<const uint8_t>& piece) {
-        if (count > rest_.size()) return false;
-        piece = rest_.first(static_cast<size_t>(count));
-        rest_ = rest_.subspan(static_cast<size_t>(count));
-        return true;
-    }
-    bool take(Frame& frame) {
-        std::span<const uint8_t> piece;
-        if (!take(sizeof frame, piece)) return false;
-        std::memcpy(&frame, piece.data(), sizeof frame);
-        return true;
-    }
-    bool empty() const { return rest_.empty(); }
-
-  private:
-    std::span<const uint8_t> rest_;
-};
-
-std::string_view textOf(std::span<const uint8_t> bytes) {
-    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+std::string decodedText(std::string_view text, uint32_t codePage) {
+    std::optional<std::string> decoded = toUtf8(text, codePageLabel(codePage));
+    return decoded ? *decoded : fromUnlabelledCharset(text, EML_CHARSET_WESTERN);
 }
 
 struct FoundFile {
@@ -74,25 +37,98 @@ struct FoundFile {
     std::span<const uint8_t> bytes;
 };
 
-// Reads the frames of a whole reply; the last one is `end`. False if they are invalid.
-bool readFrames(std::span<const uint8_t> reply, uint64_t maxBytes, std::vector<FoundFile>& files,
-                Frame& end) {
-    Pieces pieces(reply);
-    while (pieces.take(end)) {
-        if (end.kind == kEnd) return pieces.empty();
-        if (files.size() == kMaxTnefFiles) return false;
-        if (end.kind != kFile || end.nameLength > kMaxTextLength || end.typeLength > kMaxTextLength)
-            return false;
-        std::span<const uint8_t> name;
-        std::span<const uint8_t> type;
-        std::span<const uint8_t> bytes;
-        if (!pieces.take(end.nameLength, name) || !pieces.take(end.typeLength, type)) return false;
-        // Nothing is compressed: all files stand in the TNEF, one after another.
-        if (end.size > maxBytes || !pieces.take(end.size, bytes)) return false;
-        maxBytes -= end.size;
-        files.push_back({textOf(name), end.flag != 0, textOf(type), bytes});
+struct FoundProperty {
+    bool isThere;
+    uint32_t codePage;
+    std::string_view text;
+};
+
+struct Found {
+    std::vector<FoundFile> files;
+    std::array<FoundProperty, kTnefProperties> properties{};
+    ReplyFrame end{};
+};
+
+bool readFile(const ReplyFrame& frame, ReplyPieces& pieces, uint64_t& maxBytes, Found& found) {
+    if (found.files.size() == kMaxTnefFiles) return false;
+    if (frame.first > kMaxTextLength || frame.second > kMaxTextLength) return false;
+    FoundFile file{{}, frame.flag != 0, {}, {}};
+    if (!pieces.take(frame.first, file.name) || !pieces.take(frame.second, file.type)) return false;
+    // Nothing is compressed: all files stand in the TNEF, one after another.
+    if (frame.size > maxBytes || !pieces.take(frame.size, file.bytes)) return false;
+    maxBytes -= frame.size;
+    found.files.push_back(file);
+    return true;
+}
+
+bool readProperty(const ReplyFrame& frame, ReplyPieces& pieces, uint64_t& maxBytes, Found& found) {
+    if (frame.first >= kTnefProperties || found.properties[frame.first].isThere) return false;
+    FoundProperty& property = found.properties[frame.first];
+    property = {true, frame.flag, {}};
+    if (frame.size > maxBytes || !pieces.take(frame.size, property.text)) return false;
+    maxBytes -= frame.size;
+    return true;
+}
+
+// Reads the frames of a whole reply. False if they are invalid.
+bool readFrames(std::span<const uint8_t> reply, uint64_t maxBytes, Found& found) {
+    // Two bytes of UTF-16 are up to three of UTF-8.
+    uint64_t maxPropertyBytes = maxBytes + maxBytes / 2;
+    ReplyPieces pieces(reply);
+    ReplyFrame frame{};
+    while (pieces.take(frame)) {
+        switch (frame.kind) {
+            case kEnd:
+                found.end = frame;
+                return pieces.empty();
+            case kFile:
+                if (!readFile(frame, pieces, maxBytes, found)) return false;
+                break;
+            case kProperty:
+                if (!readProperty(frame, pieces, maxPropertyBytes, found)) return false;
+                break;
+            default:
+                return false;
+        }
     }
     return false;
+}
+
+std::string withLineFeeds(std::string_view text) {
+    std::string result;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '\r') {
+            result += text[i];
+        } else if (i + 1 == text.size() || text[i + 1] != '\n') {
+            result += '\n';
+        }
+    }
+    return result;
+}
+
+// An address that no mail can be sent to, of a directory, only stands in for a name.
+std::string senderOf(std::string name, const std::string& address) {
+    if (name.empty() || name == address) return address;
+    return address.find('@') == std::string::npos ? name : fmt::format("{} <{}>", name, address);
+}
+
+void takeProperties(const Found& found, TnefContent& content) {
+    auto text = [&](TnefProperty id) {
+        const FoundProperty& property = found.properties[static_cast<size_t>(id)];
+        const uint32_t codePage = property.codePage == kTnefCodePage ? found.end.first : property.codePage;
+        return decodedText(property.text, codePage);
+    };
+    content.subject = text(TnefProperty::kSubject);
+    content.from = senderOf(text(TnefProperty::kSenderName), text(TnefProperty::kSenderAddress));
+    content.to = text(TnefProperty::kTo);
+    content.cc = text(TnefProperty::kCc);
+    content.text = withLineFeeds(text(TnefProperty::kText));
+    content.html = text(TnefProperty::kHtml);
+    const std::string_view packed = found.properties[static_cast<size_t>(TnefProperty::kPackedRtf)].text;
+    if (packed.empty()) return;
+    UnpackedRtf rtf = unpackRtf({reinterpret_cast<const uint8_t*>(packed.data()), packed.size()});
+    content.rtf = std::move(rtf.bytes);
+    if (!rtf.complete) content.problem = "its text in RTF is damaged";
 }
 
 }  // namespace
@@ -122,47 +158,46 @@ std::vector<uint8_t> withoutEmptyAttributes(std::span<const uint8_t> bytes, bool
     return kept;
 }
 
-void TnefSink::put(std::span<const uint8_t> bytes) {
-    failed_ = failed_ || emlhost::writeAll(descriptor_, bytes) != 0;
-}
-
-void TnefSink::put(std::string_view text) {
-    put(std::span(reinterpret_cast<const uint8_t*>(text.data()), text.size()));
-}
-
 void TnefSink::file(std::string_view name, bool isUtf8, std::string_view type,
                     std::span<const uint8_t> bytes) {
     name = name.substr(0, kMaxTextLength);
     type = type.substr(0, kMaxTextLength);
-    Frame frame{kFile, isUtf8 ? 1U : 0U, static_cast<uint32_t>(name.size()),
-                static_cast<uint32_t>(type.size()), bytes.size()};
-    put(std::span(reinterpret_cast<const uint8_t*>(&frame), sizeof frame));
-    put(name);
-    put(type);
-    put(bytes);
+    writer_.put({kFile, isUtf8 ? 1U : 0U, static_cast<uint32_t>(name.size()),
+                 static_cast<uint32_t>(type.size()), bytes.size()});
+    writer_.put(name);
+    writer_.put(type);
+    writer_.put(bytes);
+}
+
+void TnefSink::property(TnefProperty property, uint32_t codePage, std::span<const uint8_t> bytes) {
+    writer_.put({kProperty, codePage, static_cast<uint32_t>(property), 0, bytes.size()});
+    writer_.put(bytes);
 }
 
 bool TnefSink::end(uint32_t codePage, bool complete) {
-    Frame frame{kEnd, complete ? 1U : 0U, codePage, 0, 0};
-    put(std::span(reinterpret_cast<const uint8_t*>(&frame), sizeof frame));
-    return !failed_;
+    writer_.put({kEnd, complete ? 1U : 0U, codePage, 0, 0});
+    return !writer_.failed();
 }
 
 TnefContent parseTnefReply(std::vector<uint8_t> reply, uint64_t maxBytes) {
     TnefContent content;
-    std::vector<FoundFile> files;
-    Frame end{};
+    Found found;
     content.storage = std::move(reply);
-    if (!readFrames(content.storage, maxBytes, files, end)) {
+    if (!readFrames(content.storage, maxBytes, found)) {
         content.problem = fmt::format("its reader {}", kInvalidReply);
         return content;
     }
-    for (const FoundFile& file : files) {
-        content.files.push_back(
-            {decodedName(file.name, file.nameIsUtf8, end.nameLength), std::string(file.type), file.bytes});
+    const uint32_t codePage = found.end.first;
+    for (const FoundFile& file : found.files) {
+        content.files.push_back({decodedText(file.name, file.nameIsUtf8 ? kUtf8CodePage : codePage),
+                                 std::string(file.type), file.bytes});
     }
-    if (end.flag == 0) {
-        content.problem = files.empty() ? "nothing in it can be read" : "its end cannot be read";
+    takeProperties(found, content);
+    const bool isThere = std::any_of(found.properties.begin(), found.properties.end(),
+                                     [](const FoundProperty& property) { return property.isThere; });
+    if (found.end.flag == 0) {
+        content.problem =
+            found.files.empty() && !isThere ? "nothing in it can be read" : "its end cannot be read";
     }
     return content;
 }
@@ -171,7 +206,7 @@ TnefContent unpackTnef(std::span<const uint8_t> bytes, TnefReader reader) {
     // The library holds each file up to three times. For a file of one byte, a TNEF has more bytes than a
     // frame.
     IsolationLimits limits{4 * bytes.size() + (uint64_t{64} << 20), 10, std::chrono::minutes(2),
-                           2 * bytes.size() + (size_t{1} << 20)};
+                           4 * bytes.size() + (size_t{1} << 20)};
     IsolatedReply reply = workIsolated(
         [&](int descriptor) {
             TnefSink sink(descriptor);

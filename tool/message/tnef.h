@@ -1,6 +1,6 @@
-// Files in TNEF (winmail.dat), the format that some mail systems wrap attachments in. It is read by a library
-// that has been tested too little with hostile input, so the library runs in isolation
-// (system/isolated_work.h).
+// What is in TNEF (winmail.dat), the format that some mail systems wrap messages in: the message's own text and
+// properties, and its files. It is read by a library that has been tested too little with hostile input, so the library
+// runs in isolation (system/isolated_work.h).
 #pragma once
 
 #include <cstdint>
@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "tool/message/reply_frames.h"
 
 namespace emltool {
 
@@ -18,7 +20,16 @@ struct TnefFile {
     std::span<const uint8_t> bytes;
 };
 
+// Texts are UTF-8; empty where the TNEF does not have them. A message has `text`, `html`, `rtf` or several of them, which
+// say the same. They are the sender's: nothing in them is safe for a terminal or a page.
 struct TnefContent {
+    std::string subject;
+    std::string from;  // "name <address>", or one of them
+    std::string to;    // names, separated by "; "
+    std::string cc;
+    std::string text;          // lines end with LF
+    std::string html;          // whatever charset it claims
+    std::vector<uint8_t> rtf;  // unpacked: for rtfToText and htmlInRtf
     std::vector<TnefFile> files;
     std::string problem;  // why nothing, or not everything, was read; empty if all was
     std::vector<uint8_t> storage;
@@ -40,23 +51,39 @@ inline constexpr uint64_t kMaxTnefSize = uint64_t{256} << 20;
 // At most this many files of one TNEF are unpacked.
 inline constexpr size_t kMaxTnefFiles = 10000;
 
+// What a TNEF says about the message itself.
+enum class TnefProperty : uint32_t {
+    kSubject,
+    kSenderName,
+    kSenderAddress,
+    kTo,
+    kCc,
+    kText,
+    kHtml,
+    kPackedRtf,
+};
+inline constexpr uint32_t kTnefProperties = 8;
+
+// The charset of a property in the code page of the TNEF.
+inline constexpr uint32_t kTnefCodePage = 0;
+inline constexpr uint32_t kUtf8CodePage = 65001;
+
 // Takes what was found and writes it to the other process at once.
 class TnefSink {
   public:
-    explicit TnefSink(int descriptor) : descriptor_(descriptor) {}
+    explicit TnefSink(int descriptor) : writer_(descriptor) {}
 
     // `name` is in UTF-8, or in the code page of the TNEF.
     void file(std::string_view name, bool isUtf8, std::string_view type, std::span<const uint8_t> bytes);
 
-    // No file follows. `complete` if the TNEF ended as it should. True if everything has been written.
+    // Each property at most once. `codePage` is that of a text.
+    void property(TnefProperty property, uint32_t codePage, std::span<const uint8_t> bytes);
+
+    // Nothing follows. `complete` if the TNEF ended as it should. True if everything has been written.
     bool end(uint32_t codePage, bool complete);
 
   private:
-    void put(std::span<const uint8_t> bytes);
-    void put(std::string_view text);
-
-    int descriptor_;
-    bool failed_ = false;
+    ReplyWriter writer_;
 };
 
 // Reads TNEF and returns the result of end(); runs in a process of its own.
@@ -65,10 +92,11 @@ using TnefReader = bool (*)(std::span<const uint8_t> bytes, TnefSink& sink);
 // Reads with the library. Finds nothing if readsTnef() is false.
 bool readTnefWithLibrary(std::span<const uint8_t> bytes, TnefSink& sink);
 
-// The files of a TNEF.
+// The content of a TNEF.
 TnefContent unpackTnef(std::span<const uint8_t> bytes, TnefReader reader = readTnefWithLibrary);
 
-// The same from what a TnefSink has written; `maxBytes` is the limit of all files together.
+// The same from what a TnefSink has written; `maxBytes` is the limit of all files together, and half that of all
+// properties.
 TnefContent parseTnefReply(std::vector<uint8_t> reply, uint64_t maxBytes);
 
 }  // namespace emltool

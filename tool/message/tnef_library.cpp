@@ -16,12 +16,30 @@ namespace emltool {
 
 namespace {
 
+// Properties of the message
+constexpr uint32_t kSubject = 0x0037;
+constexpr uint32_t kRepresentedName = 0x0042;
+constexpr uint32_t kRepresentedAddress = 0x0065;
+constexpr uint32_t kSenderName = 0x0C1A;
+constexpr uint32_t kSenderAddress = 0x0C1F;
+constexpr uint32_t kDisplayCc = 0x0E03;
+constexpr uint32_t kDisplayTo = 0x0E04;
+constexpr uint32_t kBody = 0x1000;
+constexpr uint32_t kPackedRtf = 0x1009;
+constexpr uint32_t kHtml = 0x1013;
+constexpr uint32_t kInternetCodePage = 0x3FDE;
+constexpr uint32_t kSenderSmtpAddress = 0x5D01;
+constexpr uint32_t kRepresentedSmtpAddress = 0x5D02;
+
+// Of an attachment
 constexpr uint32_t kDisplayName = 0x3001;
 constexpr uint32_t kData = 0x3701;
 constexpr uint32_t kShortName = 0x3704;
 constexpr uint32_t kLongName = 0x3707;
 constexpr uint32_t kType = 0x370E;
 
+// Types
+constexpr uint32_t kLong = 0x0003;
 constexpr uint32_t kObject = 0x000D;
 constexpr uint32_t kAnsi = 0x001E;
 constexpr uint32_t kUnicode = 0x001F;  // the library has made UTF-8 of it
@@ -47,7 +65,7 @@ std::string_view textOf(Bytes bytes) {
 
 struct Name {
     std::string_view text;
-    bool isUtf8;
+    bool isUtf8 = false;
 };
 
 Name nameOf(MAPIProps& properties, uint32_t id) {
@@ -78,12 +96,84 @@ Bytes contentOf(Attachment& attachment) {
     return binary.empty() ? object : binary;
 }
 
-uint32_t codePageOf(const TNEFStruct& tnef) {
-    Bytes bytes = bytesOf(tnef.CodePage);
-    uint32_t codePage = 0;
-    if (bytes.size() < sizeof codePage) return codePage;
-    for (size_t i = sizeof codePage; i-- > 0;) codePage = codePage << 8 | bytes[i];
-    return codePage;
+// The number with the lowest byte first; 0 if there is none.
+uint32_t numberOf(Bytes bytes) {
+    uint32_t number = 0;
+    if (bytes.size() < sizeof number) return number;
+    for (size_t i = sizeof number; i-- > 0;) number = number << 8 | bytes[i];
+    return number;
+}
+
+uint32_t codePageOf(const TNEFStruct& tnef) { return numberOf(bytesOf(tnef.CodePage)); }
+
+void putText(TnefProperty property, Name text, TnefSink& sink) {
+    if (text.text.empty()) return;
+    sink.property(property, text.isUtf8 ? kUtf8CodePage : kTnefCodePage,
+                  {reinterpret_cast<const uint8_t*>(text.text.data()), text.text.size()});
+}
+
+// The property, or else what the TNEF has outside of the properties.
+void putText(TnefProperty property, MAPIProps& properties, uint32_t id, Bytes other, TnefSink& sink) {
+    Name text = nameOf(properties, id);
+    if (text.text.empty()) text = {textOf(other), false};
+    putText(property, text, sink);
+}
+
+struct Sender {
+    Name name;
+    Name address;
+
+    bool isThere() const { return !name.text.empty() || !address.text.empty(); }
+};
+
+Sender senderOf(MAPIProps& properties, uint32_t name, uint32_t smtpAddress, uint32_t address) {
+    Sender sender{nameOf(properties, name), nameOf(properties, smtpAddress)};
+    if (sender.address.text.empty()) sender.address = nameOf(properties, address);
+    return sender;
+}
+
+// Outside of the properties: four numbers of two bytes, of which the last two are the lengths of the name and of
+// the address, then these. The address begins with its kind: "SMTP:".
+Sender senderOf(Bytes triple) {
+    constexpr size_t kNumbers = 8;
+    constexpr std::string_view kSmtp = "SMTP:";
+    if (triple.size() < kNumbers) return {};
+    const size_t nameLength = triple[4] | size_t{triple[5]} << 8;
+    const size_t addressLength = triple[6] | size_t{triple[7]} << 8;
+    triple = triple.subspan(kNumbers);
+    if (nameLength > triple.size() || addressLength > triple.size() - nameLength) return {};
+    std::string_view address = textOf(triple.subspan(nameLength, addressLength));
+    if (address.starts_with(kSmtp)) address.remove_prefix(kSmtp.size());
+    return {{textOf(triple.first(nameLength)), false}, {address, false}};
+}
+
+// Whom the message is from, before who sent it for them.
+void putSender(TNEFStruct& tnef, TnefSink& sink) {
+    MAPIProps& message = tnef.MapiProperties;
+    Sender sender = senderOf(message, kRepresentedName, kRepresentedSmtpAddress, kRepresentedAddress);
+    if (!sender.isThere()) sender = senderOf(message, kSenderName, kSenderSmtpAddress, kSenderAddress);
+    if (!sender.isThere()) sender = senderOf(bytesOf(tnef.from));
+    putText(TnefProperty::kSenderName, sender.name, sink);
+    putText(TnefProperty::kSenderAddress, sender.address, sink);
+}
+
+void putHtml(MAPIProps& properties, TnefSink& sink) {
+    Bytes html = property(properties, kHtml, kBinary);
+    if (html.empty()) return putText(TnefProperty::kHtml, nameOf(properties, kHtml), sink);
+    while (!html.empty() && html.back() == 0) html = html.first(html.size() - 1);
+    sink.property(TnefProperty::kHtml, numberOf(property(properties, kInternetCodePage, kLong)), html);
+}
+
+void putProperties(TNEFStruct& tnef, TnefSink& sink) {
+    MAPIProps& message = tnef.MapiProperties;
+    putText(TnefProperty::kSubject, message, kSubject, bytesOf(tnef.subject), sink);
+    putSender(tnef, sink);
+    putText(TnefProperty::kTo, message, kDisplayTo, {}, sink);
+    putText(TnefProperty::kCc, message, kDisplayCc, {}, sink);
+    putText(TnefProperty::kText, message, kBody, bytesOf(tnef.body), sink);
+    putHtml(message, sink);
+    const Bytes packed = property(message, kPackedRtf, kBinary);
+    if (!packed.empty()) sink.property(TnefProperty::kPackedRtf, 0, packed);
 }
 
 }  // namespace
@@ -98,6 +188,7 @@ bool readTnefWithLibrary(std::span<const uint8_t> bytes, TnefSink& sink) {
     ::TNEFInitialize(&tnef);
     bool read = ::TNEFParseMemory(kept.data(), static_cast<long>(kept.size()), &tnef) >= 0;
     bool complete = read && !breaksOff;
+    putProperties(tnef, sink);
     size_t left = kMaxTnefFiles;
     // The first entry of the list stands for the message.
     for (Attachment* attachment = tnef.starting_attach.next; attachment != nullptr;
