@@ -80,6 +80,7 @@ class Comparer {
     bool finds(std::string_view whole, std::string_view text);
     bool shows(size_t reading, const std::string& text);
     bool showsSome(size_t reading, const std::string& text);
+    bool isPart(const std::string& text) const;
     void findLeftOut(size_t reading, ReadingResult& result) const;
     void compareTexts(Comparison& comparison);
 
@@ -181,7 +182,8 @@ Mark Comparer::markOf(size_t row, size_t reading) {
     if (reading == kMime) return part->isFile ? Mark::kYes : Mark::kText;
     if (!own.isInFile) return Mark::kNamedOnly;
     const Sighting& first = content.first();
-    const bool sameName = own.name == first.name || (part != nullptr && !part->isFile && first.name.empty());
+    // A name that the message does not give is made up by each reading in its own way.
+    const bool sameName = own.name == first.name || (part != nullptr && !first.isNamed);
     if (own.sha256 == first.sha256) return sameName ? Mark::kYes : Mark::kOtherName;
     if (own.linesDigest == first.linesDigest) return sameName ? Mark::kLineEnds : Mark::kOtherName;
     return Mark::kOtherBytes;
@@ -199,9 +201,15 @@ void Comparer::findLeftOut(size_t reading, ReadingResult& result) const {
         const FoundPart& part = mime_.parts[i];
         const bool isEmpty = part.sighting.size == 0 || (!part.isFile && part.text.empty());
         if (rows_[i].marks[reading] != Mark::kNo || isEmpty) continue;
-        const bool isOtherForm = part.hasAlternative && shownAlternatives.contains(part.alternative);
+        const bool isOtherForm =
+            !part.isFile && part.hasAlternative && shownAlternatives.contains(part.alternative);
         result.leftOut.push_back({part.place, part.shownName, part.sighting.size, isOtherForm});
     }
+}
+
+// Whether this is the text of one part, for instance of a calendar, which the MIME reader offers as a file.
+bool Comparer::isPart(const std::string& text) const {
+    return std::ranges::any_of(mime_.parts, [&text](const FoundPart& part) { return part.text == text; });
 }
 
 void Comparer::compareTexts(Comparison& comparison) {
@@ -219,9 +227,8 @@ void Comparer::compareTexts(Comparison& comparison) {
         result.subject.agrees = significantText(result.subject.text) == significantSubject;
         result.text.text = engines_[reading].text;
         const std::string& own = texts_[reading].plain;
-        result.text.agrees = own == main || (!html.empty() && own == html);
-        if (!result.text.agrees)
-            result.text.differsAt = result.text.mimeDiffersAt = firstDifference(own, main);
+        result.text.agrees = own == main || (!html.empty() && own == html) || (main.empty() && isPart(own));
+        if (!result.text.agrees) result.text.differsAt = firstDifference(own, main);
     }
 }
 

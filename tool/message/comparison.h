@@ -81,10 +81,9 @@ struct LeftOut {
 
 // A part of the text that all readings should have.
 struct ReadText {
-    std::string text;          // UTF-8
-    bool agrees = true;        // with the MIME reader, white space and quote marks aside
-    size_t differsAt = 0;      // the first difference, for excerptAt
-    size_t mimeDiffersAt = 0;  // the same in the text of the MIME reader
+    std::string text;      // UTF-8
+    bool agrees = true;    // with the MIME reader, white space and quote marks aside
+    size_t differsAt = 0;  // the first difference from it, in the significant texts
 };
 
 struct ReadingResult {

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <memory>
 
 #include "standalone/filter.h"
 #include "standalone/text_records.h"
@@ -215,6 +216,7 @@ void readStream(MessageFile& file, emlhost::MessageFilter& filter, bool isEncryp
     }
 }
 
+// The name as the message has it, and the EML_SUB_FILE_... bits of one of the filter's sub-files.
 struct FilterSubFile {
     std::string name;
     uint32_t flags = 0;
@@ -224,26 +226,22 @@ FilterSubFile describeInFilter(MessageFile& file, emlhost::MessageFilter& filter
     EmlSubFileInfo info{};
     EmlHostRecord* const record = file.services().hostRecord();
     const EmlResult result = emlGetSubFileInfoEx(filter.context(), number, &info, record);
-    FilterSubFile subFile;
-    try {
-        if (info.name != nullptr) subFile.name = info.name;
-    } catch (...) {
-        record->allocator->free(record->allocator, info.name);
-        record->allocator->free(record->allocator, info.children);
-        throw;
-    }
-    if (info.name != nullptr) record->allocator->free(record->allocator, info.name);
-    if (info.children != nullptr) record->allocator->free(record->allocator, info.children);
+    // Freed in any case: a call may hand over something before it fails.
+    const auto free = [record](void* block) {
+        if (block != nullptr) record->allocator->free(record->allocator, block);
+    };
+    const std::unique_ptr<char, decltype(free)> name(info.name, free);
+    const std::unique_ptr<uint32_t, decltype(free)> children(info.children, free);
     if (result == EML_NO_MEMORY) throw outOfMemory(file.name());
-    subFile.flags = info.flags;
-    return subFile;
+    return {name == nullptr ? std::string() : std::string(name.get()), info.flags};
 }
 
 Sighting filterFile(MessageFile& file, emlhost::MessageFilter& filter, int32_t number) {
     Sighting sighting;
     sighting.number = static_cast<uint32_t>(number);
-    sighting.name =
-        decodeName(describeInFilter(file, filter, number).name, emlCharSet(filter.context(), nullptr));
+    uint32_t extra = 0;
+    const uint32_t charset = emlCharSet(filter.context(), &extra);
+    sighting.name = decodeName(describeInFilter(file, filter, number).name, charset);
     sighting.isNamed = !sighting.name.empty();
     DigestOutput digest;
     emlExtractSubFileToIOobjEx(filter.context(), number, digest.object(), 0, 0, 0);

@@ -14,7 +14,8 @@ namespace {
 
 constexpr size_t kMarkWidth = 11;
 constexpr size_t kSizeWidth = 9;
-constexpr size_t kShownText = 48;  // characters of a text that differs
+constexpr size_t kShownText = 56;    // characters of a text that differs
+constexpr size_t kShownBefore = 12;  // of them, bytes that do not differ yet
 
 constexpr OfReadings<Reading> kAll = {Reading::kMime, Reading::kContainer, Reading::kFilter};
 
@@ -119,24 +120,36 @@ class Printer {
     void printTextDifference(size_t reading, const ReadText& text, const std::string& mime) {
         const std::string own = excerptAt(text.text, text.differsAt, kShownText);
         const std::string other = excerptAt(mime, text.differsAt, kShownText);
-        const auto quoted = [](const std::string& piece) {
-            return piece.empty() ? std::string("nothing more") : fmt::format("\"{}\"", visible(piece));
+        const char* who = readingName(kAll[reading]);
+        const auto quoted = [&](std::string_view all, const std::string& piece) {
+            // A little of what both have, so that the place can be found.
+            const size_t before = std::min(text.differsAt, kShownBefore);
+            return fmt::format(
+                "\"{}{}\"", before < text.differsAt ? "..." : "",
+                visible(piece.empty() ? piece : excerptAt(all, text.differsAt - before, kShownText)));
         };
-        printDetail(
-            fmt::format("{}: {} where MIME has {}", readingName(kAll[reading]), quoted(own), quoted(other)));
+        if (own.empty()) {
+            printDetail(fmt::format("{}: ends before {}", who, quoted(mime, other)));
+        } else if (other.empty()) {
+            printDetail(fmt::format("{}: goes on {}", who, quoted(text.text, own)));
+        } else {
+            printDetail(
+                fmt::format("{}: {} where MIME has {}", who, quoted(text.text, own), quoted(mime, other)));
+        }
     }
 
     void printProblem(Reading reading) {
         const std::string& problem = comparison_.readings[static_cast<size_t>(reading)].problem;
         if (!problem.empty())
-            console_.print(fmt::format("The {} reading {}.\n", readingName(reading), problem));
+            console_.print(fmt::format("The {} reading: {}.\n", readingName(reading), problem));
     }
 
     void printLeftOut(Reading reading) {
         const std::vector<LeftOut>& all = comparison_.readings[static_cast<size_t>(reading)].leftOut;
         if (all.empty()) return;
         console_.print(
-            style_.label(fmt::format("In no file and no text of the {} reading:", readingName(reading))) +
+            style_.label(fmt::format("Left out by the {} reading (in no file and no text that it gives):",
+                                     readingName(reading))) +
             "\n");
         for (const LeftOut& one : all) {
             std::string size = humanSize(one.size);
