@@ -116,10 +116,10 @@ def a_part_a_line():
     write("m.eml", mixed(part("report.pdf", bytes(280), "application/pdf"), part(None)))
     expect(eml("tree", "m.eml"), 0, out="""\
   #  SECTION  TYPE                            SIZE  ENCODING  CHARSET  ROLE AND NAME
-  0           multipart/mixed                747 B
-  1  1          text/plain                     5 B                     text body
-  2  2          application/pdf              280 B   base64             attachment  report.pdf
-  3  3          application/octet-stream       4 B   base64             attachment  part-3.bin  (no name)
+  0           multipart/mixed               673 B
+  1  1          text/plain                    6 B                      body
+  2  2          application/pdf             280 B   base64             attachment  report.pdf
+  3  3          application/octet-stream      4 B   base64             attachment  part-3.bin  (no name)
 """)
 
 
@@ -187,7 +187,7 @@ def roles_and_protection_are_named():
 @test
 def defects_stand_below_their_part():
     message = HEAD + (b'Content-Type: multipart/mixed; boundary="b0"\n\n--b0\n' + TEXT
-                      + b"\n--b0\nContent-Type: image/png\nContent-Transfer-Encoding: base64\n\nAA!AA\n??AA\n")
+                      + b"\n--b0\nContent-Type: image/png\nContent-Transfer-Encoding: base64\n\nAA!AA\n??AAAA\n")
     write("m.eml", message)
     lines = eml("tree", "m.eml").out.splitlines()
     first = message.index(b"!")
@@ -279,13 +279,42 @@ def marks(line):
     return {c["name"]: [c[reader]["mark"] for reader in ("mime", "container", "filter")] for c in line["contents"]}
 
 
-BROKEN_BASE64 = (b"Content-Type: application/zip\nContent-Transfer-Encoding: base64\n"
-                 b'Content-Disposition: attachment; filename="a.zip"\n\nUEsDBA==\nUEsDBA==\n')
-ENCODED_NAME = (b"Content-Type: application/zip\nContent-Transfer-Encoding: base64\n"
-                b"Content-Disposition: attachment; filename*=utf-8''%C3%A4.zip\n\nUEsDBA==\n")
+ATTACHED = b'Content-Disposition: attachment; filename="a.zip"\n\n'
+ZIP = b"Content-Type: application/zip\nContent-Transfer-Encoding: base64\n"
+ENCODED_NAME = ZIP + b"Content-Disposition: attachment; filename*=utf-8''%C3%A4.zip\n\nUEsDBA==\n"
+UUENCODED = b"hello\n\nbegin 644 a.bin\n%:&5L;&\\\n`\nend\n"
+CALENDAR = HEAD + b"Content-Type: text/calendar\n\nBEGIN:VCALENDAR\nEND:VCALENDAR\n"
+LINES = part("a.txt", b"one\r\ntwo\r\n", "text/plain")
+DOUBLE = HEAD.replace(b"MIME-Version: 1.0\n", b'Content-Type: multipart/mixed; boundary="b0"\n') + multipart(
+    b"mixed", TEXT, part("a.zip"), boundary=b"b1")
+CONVERTED = mixed().replace(b"hello", b"Attachment Converted: C:\\a.txt")
 
 # A rule, a message, the exit code, and the marks of its contents.
-COMPARISONS = []
+COMPARISONS = [
+    ("a message without files", PLAIN, 0, {}),
+    ("a file under its name", mixed(part("a.zip")), 0, {"a.zip": ["yes", "yes", "yes"]}),
+    ("two files with the same bytes", mixed(part("a.zip"), part("b.zip")), 0,
+     {"a.zip": ["yes", "yes", "yes"], "b.zip": ["yes", "yes", "yes"]}),
+    ("either form of a text is the text", HEAD + ALTERNATIVE, 0, {}),
+    ("a file without a name", mixed(part(None)), 1, {"part-2.bin": ["yes", "no", "no"]}),
+    ("a name in the form of RFC 2231", mixed(ENCODED_NAME), 1, {"ä.zip": ["yes", "no", "no"]}),
+    ("padding inside base64", mixed(ZIP + ATTACHED + b"UEsDBA==\nUEsDBA==\n"), 1,
+     {"a.zip": ["yes", "other-bytes", "other-bytes"]}),
+    ("bytes that are no base64", mixed(ZIP + ATTACHED + b"UEs!DBA=\n"), 1,
+     {"a.zip": ["yes", "other-bytes", "other-bytes"]}),
+    ("a uuencoded file in the text", HEAD + b"\n" + UUENCODED, 1, {"a.bin": ["yes", "no", "no"]}),
+    ("a file that is shown as the text", CALENDAR, 0, {"part-1.ics": ["yes", "text", "text"]}),
+    ("line ends of a text", mixed(LINES), 0, {"a.txt": ["yes", "line-ends", "line-ends"]}),
+    ("of two boundaries the first counts for all", DOUBLE, 0, {}),
+    ("a file in a nested multipart", HEAD + multipart(b"mixed", ALTERNATIVE, part("a.zip")), 0,
+     {"a.zip": ["yes", "yes", "yes"]}),
+    ("a file after the closing delimiter", mixed(part("a.zip"), epilogue=b"--b0\n" + part("b.zip")), 1,
+     {"a.zip": ["yes", "yes", "yes"], "b.zip": ["yes", "no", "yes"]}),
+    ("a message as a file", mixed(EMBEDDED + INNER), 0, {"in.eml": ["yes", "yes", "yes"]}),
+    ("a file with a long name in words", mixed(part("=?utf-8?Q?=D1=82=D0=B5=D1=81=D1=82?= =?utf-8?Q?.txt?=")), 0,
+     {"тест.txt": ["yes", "yes", "yes"]}),
+    ("what is only named is missed by nobody", CONVERTED, 0, {}),
+]
 
 
 @test
@@ -295,6 +324,109 @@ def each_reading_is_marked():
         line = answer(code, "compare", "m.eml")
         equal(marks(line), expected, rule)
         equal(line["agree"], code == 0, rule)
+
+
+@test
+def a_comparison_is_a_table():
+    write("m.eml", mixed(part("a.zip"), part(None, b"evil!"), ZIP + ATTACHED.replace(b"a.", b"b.") + b"UEs!DBA=\n"))
+    result = eml("compare", "m.eml")
+    expect(result, 1)
+    lines = result.out.splitlines()
+    equal(lines[:4], [
+        "     SIZE  MIME         CONTAINER    FILTER       CONTENT",
+        "     4 B   yes          yes          yes          a.zip  application/octet-stream",
+        "     5 B   yes          no           no           part-3.bin  application/octet-stream",
+        "     4 B   yes          other bytes  other bytes  b.zip  application/zip"])
+    equal([line.split(" of content")[0].strip() for line in lines[4:6]], ["container: 3 B", "filter: 3 B"])
+    equal(lines[6:8], ["           yes          yes          yes          Subject: Test",
+                       "     6 B   yes          yes          yes          Text"])
+    equal(lines[8], "Left out by the container reading (in no file and no text that it gives):")
+    equal(lines[9].startswith("  part 3, part-3.bin, application/octet-stream, 5 B, at byte "), True, lines[9])
+    equal(lines[-1], "The readings disagree: 2 files.")
+    write("p.eml", PLAIN)
+    expect(eml("compare", "p.eml"), 0, out="""\
+     SIZE  MIME         CONTAINER    FILTER       CONTENT
+           yes          yes          yes          Subject: Plain
+     6 B   yes          yes          yes          Text
+The readings agree.
+""")
+
+
+@test
+def contents_have_their_place_and_digest():
+    message = mixed(part("a.zip", b"data"))
+    write("m.eml", message)
+    line = answer(0, "compare", "m.eml")
+    content = line["contents"][0]
+    digest = hashlib.sha256(b"data").hexdigest()
+    for reader, number in (("mime", 2), ("container", 1), ("filter", 1)):
+        equal(content[reader], {"mark": "yes", "number": number, "name": "a.zip", "named": True, "size": 4,
+                                "sha256": digest}, reader)
+    place = content["place"]
+    equal((place["part"], place["section"], place["type"]), (2, "2", "application/octet-stream"))
+    equal(message[place["offset"]:][:place["stored_size"]], b"ZGF0YQ==\n")
+    equal(line["schema"], "eml-compare/1")
+    equal(eml("-v", "compare", "m.eml").out.count("SHA-256 " + digest), 1)
+
+
+@test
+def text_before_and_after_the_parts_is_shown():
+    message = mixed(preamble=b"\nhidden\x1b before\n", epilogue=b"\n\nhidden after\n")
+    write("m.eml", message)
+    spans = answer(0, "compare", "m.eml")["between_parts"]
+    equal([(s["kind"], s["beginning"]) for s in spans],
+          [("preamble", "hidden\x1b before"), ("epilogue", "hidden after")])
+    for span in spans:
+        equal(span["beginning"].encode() in message[span["offset"]:][:span["length"]], True)
+    out = eml("compare", "m.eml").out
+    equal('before the parts: "hidden\\x1b before"' in out and 'after the parts: "hidden after"' in out, True, out)
+    write("m.eml", mixed(preamble=b" \n\n"))
+    equal("in no part" in eml("compare", "m.eml").out, False)
+
+
+@test
+def what_the_engines_cannot_open_is_said():
+    write("m.eml", HEAD + b"Content-Type: application/pkcs7-mime; smime-type=enveloped-data; name=smime.p7m\n"
+          b"Content-Transfer-Encoding: base64\n\nMIAGCSqGSIb3DQ==\n")
+    line = answer(1, "compare", "m.eml")
+    equal(marks(line), {"smime.p7m": ["yes", "no", "no"]})
+    for reader in ("container", "filter"):
+        equal(line["readings"][reader]["problem"], "takes the message for encrypted: gives its header only", reader)
+        equal([p["name"] for p in line["readings"][reader]["left_out"]], ["smime.p7m"], reader)
+    equal(line["subject"]["agree"], True)
+    equal("The filter reading: takes the message for encrypted" in eml("compare", "m.eml").out, True)
+
+
+@test
+def folds_and_quote_marks_are_no_disagreement():
+    message = (b"From: a@example.org\nSubject: a long\n subject\nContent-Type: text/plain; format=flowed\n\n"
+               b"> quoted \n> text\nand \nmore\n")
+    write("m.eml", message)
+    line = answer(0, "compare", "m.eml")
+    equal((line["subject"]["mime"]["text"], line["text"]["agree"]), ("a long subject", True))
+
+
+@test
+def exit_codes_of_compare():
+    write("same.eml", PLAIN)
+    write("other.eml", mixed(part(None)))
+    write("empty.eml", b"")
+    rows = [(["same.eml"], 0), (["other.eml"], 1), (["same.eml", "other.eml"], 1), (["empty.eml"], 4),
+            (["same.eml", "empty.eml"], 1), ([], 2), (["none.eml"], 3), (["--reader=filter", "same.eml"], 2)]
+    for files, code in rows:
+        equal(eml("compare", *files).code, code, files)
+        equal(eml("-q", "--json", "compare", *files).code, code, files)
+    lines = eml("--json", "compare", "same.eml", "empty.eml").out.splitlines()
+    equal([json.loads(line)["status"] for line in lines], ["ok", "error"])
+
+
+@test
+def help_and_completions_know_both_commands():
+    for command in ("tree", "compare"):
+        equal(f"Usage: eml {command} [OPTION]... FILE..." in eml(command, "--help").out, True, command)
+        for shell in ("bash", "zsh", "fish"):
+            equal(command in eml("completions", shell).out, True, (command, shell))
+    equal("spans" in eml("completions", "bash").out, True)
 
 
 # ---------------------------------------------------------------------------------------------------------
