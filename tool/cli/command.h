@@ -44,8 +44,10 @@ struct Command {
 
 extern const Command kShowCommand;
 extern const Command kListCommand;
+extern const Command kTreeCommand;
 extern const Command kInfoCommand;
 extern const Command kExtractCommand;
+extern const Command kCompareCommand;
 extern const Command kRenderCommand;
 extern const Command kRecordsCommand;
 extern const Command kViewCommand;

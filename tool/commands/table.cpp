@@ -5,10 +5,10 @@
 namespace emltool {
 
 std::span<const Command* const> commands() {
-    static constexpr std::array kCommands = {&kShowCommand,        &kListCommand,   &kInfoCommand,
-                                             &kExtractCommand,     &kRenderCommand, &kRecordsCommand,
-                                             &kViewCommand,        &kBatchCommand,  &kSchemaCommand,
-                                             &kCompletionsCommand, &kVersionCommand};
+    static constexpr std::array kCommands = {
+        &kShowCommand,    &kListCommand,        &kTreeCommand,    &kInfoCommand, &kExtractCommand,
+        &kCompareCommand, &kRenderCommand,      &kRecordsCommand, &kViewCommand, &kBatchCommand,
+        &kSchemaCommand,  &kCompletionsCommand, &kVersionCommand};
     return kCommands;
 }
 

@@ -1,0 +1,110 @@
+#include "tool/message/field_list.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+
+#include "tool/text/ascii.h"
+
+namespace emltool {
+
+namespace {
+
+using emlreader::mime::Address;
+using emlreader::mime::Date;
+using emlreader::mime::Field;
+
+constexpr std::array<std::string_view, 15> kAddressFields = {
+    "from",       "sender",          "reply-to",         "to",        "cc",
+    "bcc",        "resent-from",     "resent-sender",    "resent-to", "resent-cc",
+    "resent-bcc", "resent-reply-to", "mail-followup-to", "errors-to", "disposition-notification-to"};
+
+constexpr std::array<std::string_view, 5> kDateFields = {"date", "resent-date", "delivery-date", "expires",
+                                                         "expiry-date"};
+
+template <size_t N>
+bool contains(const std::array<std::string_view, N>& names, std::string_view name) {
+    return std::ranges::find(names, name) != names.end();
+}
+
+// A display name as RFC 5322 section 3.2.5 has it: in quotes if it has characters that stand for something else.
+std::string quotedName(const std::string& name) {
+    constexpr std::string_view kSpecials = "()<>[]:;@\\,.\"";
+    if (name.find_first_of(kSpecials) == std::string::npos) return name;
+    std::string quoted = "\"";
+    for (char c : name) {
+        if (c == '"' || c == '\\') quoted += '\\';
+        quoted += c;
+    }
+    return quoted + '"';
+}
+
+std::string addressText(const Address& address) {
+    if (address.name.empty()) return address.address;
+    return fmt::format("{} <{}>", quotedName(address.name), address.address);
+}
+
+std::string textOf(const Field& field) {
+    const std::string name = lowerCase(field.name());
+    if (contains(kAddressFields, name)) {
+        std::string text = addressesText(field.addresses());
+        if (!text.empty()) return text;
+    }
+    if (contains(kDateFields, name)) {
+        const std::optional<Date> date = field.date();
+        std::string text = date ? dateText(*date) : std::string();
+        if (!text.empty()) return text;
+    }
+    return field.text();
+}
+
+}  // namespace
+
+std::string addressesText(const std::vector<Address>& addresses) {
+    std::string text;
+    std::string group;
+    for (const Address& address : addresses) {
+        const bool sameGroup = address.group == group;
+        if (!sameGroup && !group.empty()) text += ';';
+        if (!text.empty()) text += ", ";
+        if (!sameGroup && !address.group.empty()) text += quotedName(address.group) + ": ";
+        group = address.group;
+        text += addressText(address);
+    }
+    while (text.ends_with(' ')) text.pop_back();  // an empty group
+    if (!group.empty()) text += ';';
+    return text;
+}
+
+std::string dateText(const Date& date) {
+    using namespace std::chrono;
+    constexpr auto kFirst = sys_days{year{0} / January / 1};
+    constexpr auto kLast = sys_days{year{9999} / December / 31};
+    const minutes zone = date.zone;
+    // A zone has two digits for its hours. Nothing here overflows: sys_seconds has 64 bits, and the limits come first.
+    if (date.time < kFirst + days{1} || date.time >= kLast || abs(zone) >= hours{24}) return {};
+    const sys_seconds local = date.time + zone;
+    const auto day = floor<days>(local);
+    const year_month_day ymd{day};
+    const hh_mm_ss clock{local - day};
+    const bool noZone = (date.flags & EML_MIME_DATE_NO_ZONE) != 0;
+    const int64_t shift = std::abs(zone.count());
+    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}{}{:02}:{:02}", static_cast<int>(ymd.year()),
+                       static_cast<unsigned>(ymd.month()), static_cast<unsigned>(ymd.day()),
+                       clock.hours().count(), clock.minutes().count(), clock.seconds().count(),
+                       noZone || zone.count() < 0 ? '-' : '+', shift / 60, shift % 60);
+}
+
+std::vector<ListedField> fieldList(const emlreader::mime::Message& message, uint32_t part) {
+    std::vector<ListedField> fields;
+    const emlreader::mime::Part from = message.part(part);
+    for (const Field& field : from.fields()) {
+        const EmlMimeSpan span = field.span();
+        fields.push_back({field.name(), textOf(field), field.raw(), span.offset, span.length});
+    }
+    return fields;
+}
+
+}  // namespace emltool

@@ -1,0 +1,30 @@
+// All fields of a header, in order.
+#pragma once
+
+#include <cstdint>
+#include <emlreader/mime.hpp>
+#include <string>
+#include <vector>
+
+namespace emltool {
+
+struct ListedField {
+    std::string name;  // as written: "SUBJECT"
+    std::string
+        text;  // UTF-8: addresses and dates in one form each, anything else unfolded, its words decoded
+    std::string raw;      // the bytes after the colon, folding included
+    uint64_t offset = 0;  // of the whole field in the file
+    uint64_t length = 0;
+};
+
+// The fields of a part, duplicates included; part 0 is the message.
+std::vector<ListedField> fieldList(const emlreader::mime::Message& message, uint32_t part = 0);
+
+// Mailboxes as a person reads them: "Zoë <zoe@example.net>, Friends: a@example.org, b@example.org;".
+std::string addressesText(const std::vector<emlreader::mime::Address>& addresses);
+
+// "2025-03-04T09:15:22+01:00", in the zone of the sender; "-00:00" if none can be read (RFC 3339). Empty for a year
+// that has not four digits.
+std::string dateText(const emlreader::mime::Date& date);
+
+}  // namespace emltool

@@ -1,0 +1,70 @@
+// Pieces of answers in JSON that several commands have.
+#pragma once
+
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "tool/message/json_text.h"
+#include "tool/terminal/problem.h"
+#include "tool/text/base64_text.h"
+#include "tool/text/utf8.h"
+
+namespace emltool {
+
+using JsonWriter = rapidjson::Writer<rapidjson::StringBuffer>;
+
+inline void putText(JsonWriter& json, std::string_view text) {
+    const std::string valid = withoutInvalidBytes(text);
+    json.String(valid.data(), static_cast<rapidjson::SizeType>(valid.size()));
+}
+
+inline void putField(JsonWriter& json, const char* key, std::string_view text) {
+    json.Key(key);
+    putText(json, text);
+}
+
+inline void putNumber(JsonWriter& json, const char* key, uint64_t number) {
+    json.Key(key);
+    json.Uint64(number);
+}
+
+inline void putTruth(JsonWriter& json, const char* key, bool truth) {
+    json.Key(key);
+    json.Bool(truth);
+}
+
+// The beginning that all lines have, up to the warnings. Of a command whose answers show all that is odd, there is
+// none. `problem` is NULL unless the message could not be read.
+inline void putBeginning(JsonWriter& json, const char* schema, std::string_view source,
+                         const Problem* problem) {
+    putField(json, "schema", schema);
+    json.Key("source");
+    json.StartObject();
+    putField(json, "path", source);
+    if (!isUtf8(source)) putField(json, "path_b64", base64(source));
+    json.EndObject();
+    putField(json, "status", problem != nullptr ? "error" : "ok");
+    if (problem != nullptr) {
+        json.Key("error");
+        json.StartObject();
+        putField(json, "code", problem->code);
+        putField(json, "text", problem->text);
+        json.Key("exit");
+        json.Int(static_cast<int>(problem->exit));
+        json.EndObject();
+    }
+    json.Key("warnings");
+    json.StartArray();
+    json.EndArray();
+}
+
+// The line, which cannot control a terminal.
+inline std::string lineOf(const rapidjson::StringBuffer& buffer) {
+    return withVisibleControls({buffer.GetString(), buffer.GetSize()}) + "\n";
+}
+
+}  // namespace emltool
