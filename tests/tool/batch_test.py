@@ -410,6 +410,35 @@ def where_the_messages_of_an_mbox_end():
     equal("index" in batch("plain.eml")[0][0]["source"], False)
 
 
+MAILDIR = {
+    "cur/1.a:2,S": None, "cur/2.b:2,": None, "cur/3.c": None, "new/4.d": None, "tmp/5.e": None,
+    "dovecot-uidlist": b"3 V1 N2\n", "dovecot.index.log": b"\x01\x03", "dovecot-keywords": b"0 x\n",
+    "maildirsize": b"1S\n", "maildirfolder": b"", "subscriptions": b"Sent\n", "courierimapuiddb": b"1\n",
+    "courierimapkeywords/x": b"1\n", ".Sent/cur/6.f:2,RS": None, ".Sent/new/": None, ".Sent/tmp/7.g": None,
+    ".Sent/maildirfolder": b"", ".dovecot/cur/8.h:2,F": None, ".dovecot/new/": None, "tmpfiles/x.eml": None,
+}
+
+
+@test
+def a_maildir():
+    def lay(folder, only=""):
+        for path, content in MAILDIR.items():
+            path = os.path.join(folder, path)
+            os.makedirs(os.path.dirname(path), exist_ok=True)
+            if not path.endswith("/"):
+                write(path, cli.PLAIN if content is None else content)
+    lay("Maildir")
+    rows, result = batch("Maildir", code=0)
+    equal([path.removeprefix("Maildir/") for path in paths_of(rows)],
+          [".Sent/cur/6.f:2,RS", ".dovecot/cur/8.h:2,F", "cur/1.a:2,S", "cur/2.b:2,", "cur/3.c", "new/4.d",
+           "tmpfiles/x.eml"])
+    equal(result.err, "")
+    os.rename("Maildir/cur", "Maildir/old")
+    rows, _ = batch("Maildir", code=1)
+    equal("Maildir/tmp/5.e" in paths_of(rows), True, "a folder that is no Maildir is read as any folder")
+    equal("Maildir/subscriptions" in paths_of(rows), True)
+
+
 @test
 def a_large_mbox():
     """Reads are 256 KiB, and messages over 4 MiB go through a file: neither may show."""
@@ -625,7 +654,8 @@ def a_signal_ends_it_on_a_whole_line():
         equal(len(workers), 2)
         process.send_signal(number)
         _, err = process.communicate()
-        equal((process.returncode, err), (-number, b""))
+        said = b"eml: stopped; out is whole so far, and the same command with --resume continues it\n"
+        equal((process.returncode, err), (-number, said))
         equal(all(map(is_gone, workers)), True, "no worker is left")
         rows_of(read("out"))
         equal(lines_in("out") < COUNT, True)
@@ -763,6 +793,54 @@ def progress_is_for_terminals():
     equal(b"\r\x1b[K1 message, 0 with errors, " in text, True, repr(text))
     end = b" a second\r\x1b[Keml: 1 message read, 0 of them with errors\r\n"
     equal(text.endswith(end), True, repr(text))
+
+
+def on_terminal(*arguments, both=False):
+    """What the run says on a terminal, where standard output goes too with `both`."""
+    leader, follower = pty.openpty()
+    process = subprocess.Popen([EML, "batch", *arguments], stdin=subprocess.DEVNULL,
+                               stdout=follower if both else subprocess.DEVNULL, stderr=follower,
+                               env=environment(TERM="xterm"))
+    os.close(follower)
+    text = read_terminal(leader, b" read, ")
+    process.wait(WATCHED)
+    os.close(leader)
+    return text.decode()
+
+
+@test
+def progress_with_rows_in_a_file():
+    """Standard output may then be the terminal. The percentage comes once all files are found, and only grows."""
+    whole = archive()
+    folders = [whole["folder"]] * 5  # long enough for some lines
+    text = on_terminal("-o", "rows.jsonl", *folders, both=True)
+    lines = [line for line in text.split("\r\x1b[K") if " a second" in line]
+    equal(bool(lines), True, "a line of progress")
+    percents = [int(line.split(" %")[0].rsplit(" ", 1)[1]) for line in lines if " %" in line]
+    equal(percents, sorted(percents))
+    equal(bool(percents), True, repr(lines[-3:]))
+    equal(0 <= percents[0] <= percents[-1] <= 100, True, repr(percents))
+    equal(" left" in text, True, repr(lines[-1]))
+    equal(lines_in("rows.jsonl"), 5 * COUNT)
+    equal("a second" in on_terminal(*folders, both=True), False, "rows on the terminal")
+
+
+@test
+def what_a_batch_writes_it_does_not_read():
+    write("a.eml", cli.PLAIN)
+    os.mkdir("b")
+    os.symlink("../rows.jsonl", "b/link.jsonl")
+    batch(".", "-o", "rows.jsonl", code=0)
+    equal(paths_of(rows_of(read("rows.jsonl"))), ["./a.eml"])
+    write("c.eml", cli.PLAIN)
+    os.link("rows.jsonl", "b/same.jsonl")
+    batch(".", "rows.jsonl", "-", "-o", "rows.jsonl", "--resume", code=0, stdin=b"./b/same.jsonl\n")
+    equal(paths_of(rows_of(read("rows.jsonl"))), ["./a.eml", "./c.eml"])
+    with open("out.jsonl", "wb") as out:
+        cli.eml("batch", "a.eml", "out.jsonl", stdout=out)
+    equal(paths_of(rows_of(read("out.jsonl"))), ["a.eml"])
+    os.remove("rows.jsonl")
+    equal(code_of(batch("b/link.jsonl", code=1)[0][0]), "no-such-file", "only what is written is left out")
 
 
 @test

@@ -19,7 +19,7 @@ constexpr std::string_view kFrom = "From ";
 constexpr size_t kBlock = size_t{256} << 10;
 
 [[noreturn]] void failToRead(const std::string& path, int failure) {
-    throw Problem(ExitCode::kInput, "cannot-read", path, describe({failure, std::system_category()}));
+    throw inputProblem(path, {failure, std::system_category()});
 }
 
 emlhost::UniqueDescriptor openFile(const std::string& path) {
@@ -41,10 +41,14 @@ size_t readSome(const std::string& path, int file, uint64_t position, std::span<
 
 bool beginsMbox(std::string_view beginning) { return beginning.starts_with(kFrom); }
 
-MboxScan::MboxScan(const std::string& path) : path_(path), file_(openFile(path)), buffer_(kBlock) {}
+MboxScan::MboxScan(const std::string& path)
+    : MboxScan(path, std::make_shared<emlhost::UniqueDescriptor>(openFile(path))) {}
+
+MboxScan::MboxScan(std::string path, SharedFile file)
+    : path_(std::move(path)), file_(std::move(file)), buffer_(kBlock) {}
 
 bool MboxScan::refill() {
-    filled_ = readSome(path_, file_.get(), lineEnd_, buffer_);
+    filled_ = readSome(path_, file_->get(), lineEnd_, buffer_);
     at_ = 0;
     return filled_ != 0;
 }
@@ -90,14 +94,18 @@ bool MboxScan::next(MboxRange& range) {
 }
 
 std::unique_ptr<emlhost::Input> openMboxMessage(const std::string& path, uint64_t offset, uint64_t length) {
-    emlhost::UniqueDescriptor file = openFile(path);
+    return openMboxMessage(path, openFile(path), offset, length);
+}
+
+std::unique_ptr<emlhost::Input> openMboxMessage(const std::string& name, const emlhost::UniqueDescriptor& file,
+                                                uint64_t offset, uint64_t length) {
     SpooledFile message;
     std::string text;
     FromUnquoter unquoter(text);
     std::vector<char> block(static_cast<size_t>(std::min<uint64_t>(length, kBlock)));
     while (length > 0) {
         auto wanted = static_cast<size_t>(std::min<uint64_t>(length, block.size()));
-        size_t got = readSome(path, file.get(), offset, {block.data(), wanted});
+        size_t got = readSome(name, file.get(), offset, {block.data(), wanted});
         if (got == 0) break;  // the file has become shorter meanwhile
         unquoter.take({block.data(), got});
         message.append(text);
@@ -107,7 +115,7 @@ std::unique_ptr<emlhost::Input> openMboxMessage(const std::string& path, uint64_
     }
     unquoter.finish();
     message.append(text);
-    return message.takeInput(path);
+    return message.takeInput(name);
 }
 
 }  // namespace emltool

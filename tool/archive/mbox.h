@@ -9,6 +9,7 @@
 
 #include "standalone/input.h"
 #include "standalone/unique_descriptor.h"
+#include "tool/archive/message_source.h"
 
 namespace emltool {
 
@@ -26,8 +27,11 @@ struct MboxRange {
 // and is the first line or follows an empty one.
 class MboxScan {
   public:
-    // Throws Problem.
+    // Opens `path`. Throws Problem.
     explicit MboxScan(const std::string& path);
+
+    // For a file that is open already; `path` is what problems call it.
+    MboxScan(std::string path, SharedFile file);
 
     // False after the last one. Throws Problem if the file cannot be read.
     bool next(MboxRange& range);
@@ -41,7 +45,7 @@ class MboxScan {
     bool lineIsEmpty() const { return head_ == "\n" || head_ == "\r\n"; }
 
     std::string path_;
-    emlhost::UniqueDescriptor file_;
+    SharedFile file_;
     std::vector<char> buffer_;
     size_t at_ = 0;
     size_t filled_ = 0;
@@ -57,5 +61,9 @@ class MboxScan {
 // The message at that place of the mbox `path`, with one ">" removed from each line where ">" and "From "
 // follow. Throws Problem.
 std::unique_ptr<emlhost::Input> openMboxMessage(const std::string& path, uint64_t offset, uint64_t length);
+
+// The same in an open file; `name` is what problems call it.
+std::unique_ptr<emlhost::Input> openMboxMessage(const std::string& name, const emlhost::UniqueDescriptor& file,
+                                                uint64_t offset, uint64_t length);
 
 }  // namespace emltool

@@ -7,19 +7,19 @@
 #include "standalone/input.h"
 #include "standalone/message.h"
 #include "standalone/services.h"
+#include "tool/archive/message_source.h"
 
 namespace emltool {
 
 class MessageFile {
   public:
-    // Opens `path`, "-" being standard input. With `force` also what does not look like a message. Throws
-    // Problem.
-    MessageFile(const std::string& path, bool force);
+    // With `force` also what does not look like a message. Throws Problem.
+    MessageFile(const MessageSource& source, bool force);
 
     // The same for an input that is open already; `name` is what problems call it.
     MessageFile(std::unique_ptr<emlhost::Input> input, std::string name, bool force);
 
-    // The path, or words for standard input.
+    // The path, with the number of a message in an mbox; or words for standard input.
     const std::string& name() const { return name_; }
 
     emlhost::Services& services() { return services_; }
