@@ -78,8 +78,8 @@ def environment(**more):
 
 def start(*arguments, **more):
     """The command, running."""
-    streams = {"stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, "stderr": subprocess.PIPE, **more}
-    return subprocess.Popen([EML, "batch", *arguments], env=environment(), **streams)
+    usual = {"stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "env": environment()}
+    return subprocess.Popen([EML, "batch", *arguments], **{**usual, **more})
 
 
 def paths_of(rows):
@@ -393,6 +393,14 @@ def where_the_messages_of_an_mbox_end():
         ("an empty line at the end belongs to the file", head + body + b"text\n\n", [len(body) + 5]),
         ("and only one", head + body + b"text\n\n\n", [len(body) + 6]),
         ("no empty line before it", head + body + b"text\nFrom b\n", [len(body) + 12]),
+        ("none, but a postmark and a field", head + body + b"text\nFrom - \nSubject: y\n\nb\n",
+         [len(body) + 5, len(body) + 2]),
+        ("none, a time and a field", head + body + b"t\r\nFrom a@b.c Thu Jan  1 00:00:00 1970\r\nX: y\r\n",
+         [len(body) + 3, 6]),
+        ("none, a postmark and no field", head + body + b"t\nFrom - \nno field\n", [len(body) + 19]),
+        ("none, a field and no postmark", head + body + b"t\nFrom here\nX: y\n", [len(body) + 17]),
+        ("a postmark at the end", head + body + b"t\nFrom - ", [len(body) + 9]),
+        ("two postmarks", head + body + b"t\nFrom - \nFrom - \nX: y\n", [len(body) + 10, 5]),
         ("an empty one between", head + body + b"\n" + head + b"\n" + head + body,
          [len(body), 0, len(body) - 1]),
         ("only the line", head, [0]),
@@ -795,25 +803,17 @@ def progress_is_for_terminals():
     equal(text.endswith(end), True, repr(text))
 
 
-def on_terminal(*arguments, both=False):
-    """What the run says on a terminal, where standard output goes too with `both`."""
-    leader, follower = pty.openpty()
-    process = subprocess.Popen([EML, "batch", *arguments], stdin=subprocess.DEVNULL,
-                               stdout=follower if both else subprocess.DEVNULL, stderr=follower,
-                               env=environment(TERM="xterm"))
-    os.close(follower)
-    text = read_terminal(leader, b" read, ")
-    process.wait(WATCHED)
-    os.close(leader)
-    return text.decode()
-
-
 @test
 def progress_with_rows_in_a_file():
     """Standard output may then be the terminal. The percentage comes once all files are found, and only grows."""
     whole = archive()
     folders = [whole["folder"]] * 5  # long enough for some lines
-    text = on_terminal("-o", "rows.jsonl", *folders, both=True)
+    leader, follower = pty.openpty()
+    process = start("-o", "rows.jsonl", *folders, stdout=follower, stderr=follower, env=environment(TERM="xterm"))
+    os.close(follower)
+    text = read_terminal(leader, b" read, ").decode()
+    process.wait(WATCHED)
+    os.close(leader)
     lines = [line for line in text.split("\r\x1b[K") if " a second" in line]
     equal(bool(lines), True, "a line of progress")
     percents = [int(line.split(" %")[0].rsplit(" ", 1)[1]) for line in lines if " %" in line]
@@ -822,7 +822,6 @@ def progress_with_rows_in_a_file():
     equal(0 <= percents[0] <= percents[-1] <= 100, True, repr(percents))
     equal(" left" in text, True, repr(lines[-1]))
     equal(lines_in("rows.jsonl"), 5 * COUNT)
-    equal("a second" in on_terminal(*folders, both=True), False, "rows on the terminal")
 
 
 @test
@@ -848,18 +847,21 @@ def progress_is_nowhere_else():
     write("a.eml", cli.PLAIN)
     for what, arguments, env, on_terminal in (("a pipe", (), {"TERM": "xterm"}, False),
                                               ("quiet", ("-q",), {"TERM": "xterm"}, True),
+                                              ("rows on the terminal", (), {"TERM": "xterm"}, "too"),
                                               ("a dumb terminal", (), {"TERM": "dumb"}, True)):
         leader, follower = pty.openpty()
         errors = follower if on_terminal else subprocess.PIPE
         process = subprocess.Popen([EML, *arguments, "batch", "-"], stdin=subprocess.PIPE,
-                                   stdout=subprocess.PIPE, stderr=errors, env=environment(**env))
+                                   stdout=follower if on_terminal == "too" else subprocess.PIPE,
+                                   stderr=errors, env=environment(**env))
         os.close(follower)
         process.stdin.write(b"a.eml\n")
         process.stdin.flush()
         time.sleep(0.8)
         process.stdin.close()
-        process.stdout.read()
-        process.stdout.close()
+        if process.stdout:
+            process.stdout.read()
+            process.stdout.close()
         said = read_terminal(leader, b"never") if on_terminal else process.stderr.read()
         if process.stderr:
             process.stderr.close()

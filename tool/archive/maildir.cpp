@@ -45,7 +45,8 @@ std::optional<std::vector<std::string_view>> maildirFlags(std::string_view path)
     const size_t slash = path.rfind('/');
     const std::string_view name = slash == std::string_view::npos ? path : path.substr(slash + 1);
     std::string_view folder = slash == std::string_view::npos ? std::string_view() : path.substr(0, slash);
-    if (const size_t above = folder.rfind('/'); above != std::string_view::npos) folder.remove_prefix(above + 1);
+    if (const size_t above = folder.rfind('/'); above != std::string_view::npos)
+        folder.remove_prefix(above + 1);
     constexpr std::string_view kMark = ":2,";
     const size_t mark = name.rfind(kMark);
     std::string_view letters;

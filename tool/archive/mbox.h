@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,7 +25,8 @@ struct MboxRange {
 };
 
 // Finds the messages of an mbox, one after the other. A message begins after a line that begins with "From "
-// and is the first line or follows an empty one.
+// and is the first line or follows an empty one. Some programs write no empty line: a line with a time or "-" after
+// "From " counts without one if a header field comes next.
 class MboxScan {
   public:
     // Opens `path`. Throws Problem.
@@ -51,7 +53,8 @@ class MboxScan {
     size_t filled_ = 0;
     uint64_t lineStart_ = 0;
     uint64_t lineEnd_ = 0;
-    std::string head_;  // the first bytes of the line
+    std::string head_;                  // the first bytes of the line
+    std::optional<uint64_t> postmark_;  // the line before, if it may be one without an empty line before it
     uint64_t start_ = 0;
     uint64_t index_ = 0;
     bool begun_ = false;
@@ -63,7 +66,8 @@ class MboxScan {
 std::unique_ptr<emlhost::Input> openMboxMessage(const std::string& path, uint64_t offset, uint64_t length);
 
 // The same in an open file; `name` is what problems call it.
-std::unique_ptr<emlhost::Input> openMboxMessage(const std::string& name, const emlhost::UniqueDescriptor& file,
-                                                uint64_t offset, uint64_t length);
+std::unique_ptr<emlhost::Input> openMboxMessage(const std::string& name,
+                                                const emlhost::UniqueDescriptor& file, uint64_t offset,
+                                                uint64_t length);
 
 }  // namespace emltool

@@ -38,8 +38,9 @@ std::string MessageSource::name() const {
 
 std::unique_ptr<emlhost::Input> openSource(const MessageSource& source) {
     if (source.index) {
-        return source.file != nullptr ? openMboxMessage(source.name(), *source.file, source.offset, source.length)
-                                      : openMboxMessage(source.path, source.offset, source.length);
+        return source.file != nullptr
+                   ? openMboxMessage(source.name(), *source.file, source.offset, source.length)
+                   : openMboxMessage(source.path, source.offset, source.length);
     }
     std::error_code error;
     std::unique_ptr<emlhost::Input> input = openWhole(source, error);

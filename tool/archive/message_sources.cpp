@@ -135,7 +135,9 @@ void MessageSources::begin() {
     if (isMbox(file_)) {
         scan_ = std::make_unique<MboxScan>(path_, file_);
     } else if (number_) {
-        throw noSuchMessage(path_, fmt::format("is no mbox, so there is no message {} in it", *number_));
+        throw noSuchMessage(
+            path_,
+            fmt::format("does not begin with \"From \", so it is no mbox with a message {}", *number_));
     }
     ended_ = false;
 }
@@ -233,8 +235,8 @@ MessageSource onlySource(MessageSources& sources, const std::string& argument, c
     if (count == 1) return first;
     const std::string path = argument == "-" ? "/dev/stdin" : shellWord(argument);
     throw Problem(ExitCode::kUsage, "several-messages", argument == "-" ? "standard input" : argument,
-                  fmt::format("is an mbox of {0}, and {1} takes one; name it: {2}#1 to {2}#{3}", plural(count),
-                              command, path, count));
+                  fmt::format("is an mbox of {0}, and {1} takes one; name it: {2}#1 to {2}#{3}",
+                              plural(count), command, path, count));
 }
 
 }  // namespace emltool

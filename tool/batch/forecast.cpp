@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 
 #include "tool/text/sha256.h"
 
@@ -29,7 +30,7 @@ std::string timeLeft(double seconds) {
     constexpr double kHour = 3600;
     constexpr double kMost = 1000 * kHour;
     if (!(seconds < kMost)) return "";
-    if (seconds < 1.5 * kMinute) return fmt::format(", {:.0f} s left", seconds);
+    if (seconds < 1.5 * kMinute) return fmt::format(", {:.0f} s left", std::ceil(seconds));
     if (seconds < 1.5 * kHour) return fmt::format(", {:.0f} min left", seconds / kMinute);
     return fmt::format(", {:.0f} h left", seconds / kHour);
 }
@@ -77,20 +78,27 @@ void Forecast::add(FoundItem& found) {
     all_ += exists ? weightOf(file) : kEachFile;
 }
 
-void Forecast::addFinished(const BatchItem& item) { finished_ += weightOf(item); }
+void Forecast::addFinished(const BatchItem& item) {
+    ++read_;
+    finished_ += weightOf(item);
+}
 
-void Forecast::addDone(const BatchItem& item) { done_ += weightOf(item); }
+void Forecast::addDone(const BatchItem& item) {
+    ++read_;
+    done_ += weightOf(item);
+}
 
 std::string Forecast::text(double seconds) const {
     if (isUnknown_) return "";
-    if (isLooking()) return fmt::format(", {} file{} found so far", files_, files_ == 1 ? "" : "s");
+    if (isLooking()) return files_ > read_ ? fmt::format(", {} files found so far", files_) : "";
     if (all_ == 0) return "";
     // Files may grow meanwhile, and some may come.
-    const uint64_t read = std::min(finished_ + done_, all_);
-    const uint64_t percent = static_cast<uint64_t>(static_cast<double>(read) / static_cast<double>(all_) * 100);
+    const uint64_t ready = std::min(finished_ + done_, all_);
+    const uint64_t percent =
+        static_cast<uint64_t>(static_cast<double>(ready) / static_cast<double>(all_) * 100);
     std::string text = fmt::format(", {} %", percent);
     if (done_ == 0) return text;
-    return text + timeLeft(seconds * static_cast<double>(all_ - read) / static_cast<double>(done_));
+    return text + timeLeft(seconds * static_cast<double>(all_ - ready) / static_cast<double>(done_));
 }
 
 }  // namespace emltool

@@ -53,7 +53,9 @@ class Forecast {
     std::function<bool(const struct stat& file)> isLeftOut_;
     std::vector<std::unique_ptr<ItemSource>> sources_;
     bool isUnknown_ = false;
-    uint64_t files_ = 0;
+    uint64_t files_ = 0;  // found
+    uint64_t read_ = 0;   // messages
+    // Bytes, with what files cost besides those:
     uint64_t all_ = 0;
     uint64_t finished_ = 0;
     uint64_t done_ = 0;

@@ -248,8 +248,8 @@ void BatchRun::endBySignal() {
     progress_.clear();
     pool_.kill();
     if (!options_.output.empty()) {
-        console_.note(fmt::format("stopped; {} is whole so far, and the same command with --resume continues it",
-                                  options_.output));
+        console_.note(fmt::format(
+            "stopped; {} is whole so far, and the same command with --resume continues it", options_.output));
     }
     EndingSignals::end();
 }

@@ -65,7 +65,8 @@ std::string mainHelp(const CLI::App& app, const Style& style) {
     };
     for (const auto& code : kCodes) text += row(code[0], code[1], style);
     text +=
-        "\nA FILE of - is standard input, and so is none, unless that is a terminal. An mbox is all of its messages,\n"
+        "\nA FILE of - is standard input, and so is none, unless that is a terminal. An mbox is all of its "
+        "messages,\n"
         "box.mbox#17 the 17th of them. -- ends the options. See also \"eml COMMAND --help\".\n";
     return text;
 }

@@ -64,8 +64,8 @@ void Console::flush() {
 
 void Console::report(const Problem& problem) {
     // Nothing can be done if standard error is closed.
-    writeAll(STDERR_FILENO,
-             fmt::format("{} {}{}\n", errorStyle_.error("eml:"), prefix(problem.subject), visible(problem.text)));
+    writeAll(STDERR_FILENO, fmt::format("{} {}{}\n", errorStyle_.error("eml:"), prefix(problem.subject),
+                                        visible(problem.text)));
 }
 
 void Console::note(std::string_view text) const {

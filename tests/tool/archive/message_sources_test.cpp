@@ -95,8 +95,8 @@ TEST(MessageSources, ReadFoldersOnRequest) {
     std::filesystem::create_directory_symlink(".", folder.pathOf("mail/circle"));
     const std::string mail = folder.pathOf("mail");
     EXPECT_EQ(namesOf(MessageSources(mail, MessageSources::Folders::kRead), mail),
-              (Strings{"a.eml", "box#1", "box#2", "!no-such-file broken", "cur/1:2,S", "one.mbox", "sub/b.eml",
-                       "-circle"}));
+              (Strings{"a.eml", "box#1", "box#2", "!no-such-file broken", "cur/1:2,S", "one.mbox",
+                       "sub/b.eml", "-circle"}));
     EXPECT_EQ(namesOf(MessageSources(mail), folder.path()), Strings{"!is-a-directory mail"});
     MessageSources sources(mail, MessageSources::Folders::kRead);
     MessageSource source;
