@@ -3,13 +3,16 @@
 #include <fcntl.h>
 
 #include <cstdlib>
-#include <string>
 
 namespace emlhost {
 
-UniqueDescriptor createUnnamedFile() {
+std::string temporaryFolder() {
     const char* variable = std::getenv("TMPDIR");
-    const std::string directory = variable != nullptr && *variable != '\0' ? variable : "/tmp";
+    return variable != nullptr && *variable != '\0' ? variable : "/tmp";
+}
+
+UniqueDescriptor createUnnamedFile() {
+    const std::string directory = temporaryFolder();
     UniqueDescriptor unnamed(::open(directory.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
     if (unnamed.valid()) return unnamed;
     // Not every file system has files that never had a name; elsewhere the name is removed at once.

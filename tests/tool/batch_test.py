@@ -78,8 +78,8 @@ def environment(**more):
 
 def start(*arguments, **more):
     """The command, running."""
-    streams = {"stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, "stderr": subprocess.PIPE, **more}
-    return subprocess.Popen([EML, "batch", *arguments], env=environment(), **streams)
+    usual = {"stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "env": environment()}
+    return subprocess.Popen([EML, "batch", *arguments], **{**usual, **more})
 
 
 def paths_of(rows):
@@ -393,6 +393,14 @@ def where_the_messages_of_an_mbox_end():
         ("an empty line at the end belongs to the file", head + body + b"text\n\n", [len(body) + 5]),
         ("and only one", head + body + b"text\n\n\n", [len(body) + 6]),
         ("no empty line before it", head + body + b"text\nFrom b\n", [len(body) + 12]),
+        ("none, but a postmark and a field", head + body + b"text\nFrom - \nSubject: y\n\nb\n",
+         [len(body) + 5, len(body) + 2]),
+        ("none, a time and a field", head + body + b"t\r\nFrom a@b.c Thu Jan  1 00:00:00 1970\r\nX: y\r\n",
+         [len(body) + 3, 6]),
+        ("none, a postmark and no field", head + body + b"t\nFrom - \nno field\n", [len(body) + 19]),
+        ("none, a field and no postmark", head + body + b"t\nFrom here\nX: y\n", [len(body) + 17]),
+        ("a postmark at the end", head + body + b"t\nFrom - ", [len(body) + 9]),
+        ("two postmarks", head + body + b"t\nFrom - \nFrom - \nX: y\n", [len(body) + 10, 5]),
         ("an empty one between", head + body + b"\n" + head + b"\n" + head + body,
          [len(body), 0, len(body) - 1]),
         ("only the line", head, [0]),
@@ -408,6 +416,35 @@ def where_the_messages_of_an_mbox_end():
         equal(found, sizes, what)
     write("plain.eml", b"Subject: From\n\nFrom me\n")
     equal("index" in batch("plain.eml")[0][0]["source"], False)
+
+
+MAILDIR = {
+    "cur/1.a:2,S": None, "cur/2.b:2,": None, "cur/3.c": None, "new/4.d": None, "tmp/5.e": None,
+    "dovecot-uidlist": b"3 V1 N2\n", "dovecot.index.log": b"\x01\x03", "dovecot-keywords": b"0 x\n",
+    "maildirsize": b"1S\n", "maildirfolder": b"", "subscriptions": b"Sent\n", "courierimapuiddb": b"1\n",
+    "courierimapkeywords/x": b"1\n", ".Sent/cur/6.f:2,RS": None, ".Sent/new/": None, ".Sent/tmp/7.g": None,
+    ".Sent/maildirfolder": b"", ".dovecot/cur/8.h:2,F": None, ".dovecot/new/": None, "tmpfiles/x.eml": None,
+}
+
+
+@test
+def a_maildir():
+    def lay(folder, only=""):
+        for path, content in MAILDIR.items():
+            path = os.path.join(folder, path)
+            os.makedirs(os.path.dirname(path), exist_ok=True)
+            if not path.endswith("/"):
+                write(path, cli.PLAIN if content is None else content)
+    lay("Maildir")
+    rows, result = batch("Maildir", code=0)
+    equal([path.removeprefix("Maildir/") for path in paths_of(rows)],
+          [".Sent/cur/6.f:2,RS", ".dovecot/cur/8.h:2,F", "cur/1.a:2,S", "cur/2.b:2,", "cur/3.c", "new/4.d",
+           "tmpfiles/x.eml"])
+    equal(result.err, "")
+    os.rename("Maildir/cur", "Maildir/old")
+    rows, _ = batch("Maildir", code=1)
+    equal("Maildir/tmp/5.e" in paths_of(rows), True, "a folder that is no Maildir is read as any folder")
+    equal("Maildir/subscriptions" in paths_of(rows), True)
 
 
 @test
@@ -625,7 +662,8 @@ def a_signal_ends_it_on_a_whole_line():
         equal(len(workers), 2)
         process.send_signal(number)
         _, err = process.communicate()
-        equal((process.returncode, err), (-number, b""))
+        said = b"eml: stopped; out is whole so far, and the same command with --resume continues it\n"
+        equal((process.returncode, err), (-number, said))
         equal(all(map(is_gone, workers)), True, "no worker is left")
         rows_of(read("out"))
         equal(lines_in("out") < COUNT, True)
@@ -766,22 +804,64 @@ def progress_is_for_terminals():
 
 
 @test
+def progress_with_rows_in_a_file():
+    """Standard output may then be the terminal. The percentage comes once all files are found, and only grows."""
+    whole = archive()
+    folders = [whole["folder"]] * 5  # long enough for some lines
+    leader, follower = pty.openpty()
+    process = start("-o", "rows.jsonl", *folders, stdout=follower, stderr=follower, env=environment(TERM="xterm"))
+    os.close(follower)
+    text = read_terminal(leader, b" read, ").decode()
+    process.wait(WATCHED)
+    os.close(leader)
+    lines = [line for line in text.split("\r\x1b[K") if " a second" in line]
+    equal(bool(lines), True, "a line of progress")
+    percents = [int(line.split(" %")[0].rsplit(" ", 1)[1]) for line in lines if " %" in line]
+    equal(percents, sorted(percents))
+    equal(bool(percents), True, repr(lines[-3:]))
+    equal(0 <= percents[0] <= percents[-1] <= 100, True, repr(percents))
+    equal(" left" in text, True, repr(lines[-1]))
+    equal(lines_in("rows.jsonl"), 5 * COUNT)
+
+
+@test
+def what_a_batch_writes_it_does_not_read():
+    write("a.eml", cli.PLAIN)
+    os.mkdir("b")
+    os.symlink("../rows.jsonl", "b/link.jsonl")
+    batch(".", "-o", "rows.jsonl", code=0)
+    equal(paths_of(rows_of(read("rows.jsonl"))), ["./a.eml"])
+    write("c.eml", cli.PLAIN)
+    os.link("rows.jsonl", "b/same.jsonl")
+    batch(".", "rows.jsonl", "-", "-o", "rows.jsonl", "--resume", code=0, stdin=b"./b/same.jsonl\n")
+    equal(paths_of(rows_of(read("rows.jsonl"))), ["./a.eml", "./c.eml"])
+    with open("out.jsonl", "wb") as out:
+        cli.eml("batch", "a.eml", "out.jsonl", stdout=out)
+    equal(paths_of(rows_of(read("out.jsonl"))), ["a.eml"])
+    os.remove("rows.jsonl")
+    equal(code_of(batch("b/link.jsonl", code=1)[0][0]), "no-such-file", "only what is written is left out")
+
+
+@test
 def progress_is_nowhere_else():
     write("a.eml", cli.PLAIN)
     for what, arguments, env, on_terminal in (("a pipe", (), {"TERM": "xterm"}, False),
                                               ("quiet", ("-q",), {"TERM": "xterm"}, True),
+                                              ("rows on the terminal", (), {"TERM": "xterm"}, "too"),
                                               ("a dumb terminal", (), {"TERM": "dumb"}, True)):
         leader, follower = pty.openpty()
         errors = follower if on_terminal else subprocess.PIPE
         process = subprocess.Popen([EML, *arguments, "batch", "-"], stdin=subprocess.PIPE,
-                                   stdout=subprocess.PIPE, stderr=errors, env=environment(**env))
+                                   stdout=follower if on_terminal == "too" else subprocess.PIPE,
+                                   stderr=errors, env=environment(**env))
         os.close(follower)
         process.stdin.write(b"a.eml\n")
         process.stdin.flush()
         time.sleep(0.8)
         process.stdin.close()
-        process.stdout.read()
-        process.stdout.close()
+        if process.stdout:
+            process.stdout.read()
+            process.stdout.close()
         said = read_terminal(leader, b"never") if on_terminal else process.stderr.read()
         if process.stderr:
             process.stderr.close()

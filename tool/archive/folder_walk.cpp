@@ -7,6 +7,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <memory>
+#include <string_view>
+
+#include "tool/archive/maildir.h"
 
 namespace emltool {
 
@@ -33,6 +36,27 @@ char kindOf(const std::string& path, unsigned char type) {
     if (isLink && ::stat(path.c_str(), &found) != 0) return kFile;
     if (S_ISDIR(found.st_mode)) return isLink ? kFolderLink : kFolder;
     return S_ISREG(found.st_mode) ? kFile : kOther;
+}
+
+using Names = std::vector<std::pair<std::string, char>>;
+
+// "cur/" is "cur".
+std::string_view plainName(const std::pair<std::string, char>& entry) {
+    std::string_view name = entry.first;
+    if (entry.second == kFolder) name.remove_suffix(1);
+    return name;
+}
+
+// What a Maildir holds besides messages is not worth a word.
+void leaveOutHousekeeping(Names& names) {
+    std::vector<std::string_view> folders;
+    for (const auto& entry : names) {
+        if (entry.second == kFolder) folders.push_back(plainName(entry));
+    }
+    if (!isMaildir(folders)) return;
+    std::erase_if(names, [](const auto& entry) {
+        return isMaildirHousekeeping(plainName(entry), entry.second == kFolder);
+    });
 }
 
 }  // namespace
@@ -73,6 +97,7 @@ void FolderWalk::enter(std::string folder) {
         failed_ = Entry{std::move(folder), std::move(problem), nullptr};
         return;
     }
+    leaveOutHousekeeping(level.names);
     std::sort(level.names.begin(), level.names.end());
     levels_.push_back(std::move(level));
 }

@@ -11,7 +11,8 @@ namespace emltool {
 
 // Returns paths in the order of their bytes, as `find FOLDER | LC_ALL=C sort` does, on every machine and file
 // system. Links to files count as files; links to folders are not followed, since they may form a circle.
-// Only the names in the folders that lead to the current file are in memory.
+// Only the names in the folders that lead to the current file are in memory. Of a Maildir, what is not a message
+// is left out without a word.
 class FolderWalk {
   public:
     // `pattern`: only files with such names ("*.eml"); all when it is empty.

@@ -18,8 +18,33 @@ namespace {
 constexpr std::string_view kFrom = "From ";
 constexpr size_t kBlock = size_t{256} << 10;
 
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+// "From someone@example.org Thu Jan  1 00:00:00 1970", or "From - " and perhaps a date.
+bool isPostmark(std::string_view line) {
+    if (!beginsMbox(line)) return false;
+    line.remove_prefix(kFrom.size());
+    if (line.starts_with('-') && (line.size() == 1 || line[1] == ' ' || line[1] == '\r' || line[1] == '\n'))
+        return true;
+    for (size_t i = 2; i + 2 < line.size(); ++i) {
+        if (line[i] == ':' && isDigit(line[i - 2]) && isDigit(line[i - 1]) && isDigit(line[i + 1]) &&
+            isDigit(line[i + 2])) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// "Name:" at the beginning of a line.
+bool isHeaderField(std::string_view line) {
+    const size_t end = line.find(':');
+    return end != std::string_view::npos && end > 0 &&
+           std::all_of(line.begin(), line.begin() + static_cast<ptrdiff_t>(end),
+                       [](char c) { return c > ' ' && c < '\x7F'; });
+}
+
 [[noreturn]] void failToRead(const std::string& path, int failure) {
-    throw Problem(ExitCode::kInput, "cannot-read", path, describe({failure, std::system_category()}));
+    throw inputProblem(path, {failure, std::system_category()});
 }
 
 emlhost::UniqueDescriptor openFile(const std::string& path) {
@@ -41,17 +66,21 @@ size_t readSome(const std::string& path, int file, uint64_t position, std::span<
 
 bool beginsMbox(std::string_view beginning) { return beginning.starts_with(kFrom); }
 
-MboxScan::MboxScan(const std::string& path) : path_(path), file_(openFile(path)), buffer_(kBlock) {}
+MboxScan::MboxScan(const std::string& path)
+    : MboxScan(path, std::make_shared<emlhost::UniqueDescriptor>(openFile(path))) {}
+
+MboxScan::MboxScan(std::string path, SharedFile file)
+    : path_(std::move(path)), file_(std::move(file)), buffer_(kBlock) {}
 
 bool MboxScan::refill() {
-    filled_ = readSome(path_, file_.get(), lineEnd_, buffer_);
+    filled_ = readSome(path_, file_->get(), lineEnd_, buffer_);
     at_ = 0;
     return filled_ != 0;
 }
 
 // Moves to the next line; false at the end.
 bool MboxScan::nextLine() {
-    constexpr size_t kHead = kFrom.size() + 1;
+    constexpr size_t kHead = 128;
     lineStart_ = lineEnd_;
     head_.clear();
     for (;;) {
@@ -79,8 +108,17 @@ bool MboxScan::next(MboxRange& range) {
         if (afterEmpty && beginsMbox(head_)) {
             range = {index_++, start_, emptyLine - start_};
             start_ = lineEnd_;
+            postmark_.reset();
             return true;
         }
+        if (postmark_ && isHeaderField(head_)) {
+            range = {index_++, start_, *postmark_ - start_};
+            start_ = lineStart_;
+            postmark_.reset();
+            return true;
+        }
+        postmark_.reset();
+        if (isPostmark(head_)) postmark_ = lineStart_;
         afterEmpty = lineIsEmpty();
         if (afterEmpty) emptyLine = lineStart_;
     }
@@ -90,14 +128,19 @@ bool MboxScan::next(MboxRange& range) {
 }
 
 std::unique_ptr<emlhost::Input> openMboxMessage(const std::string& path, uint64_t offset, uint64_t length) {
-    emlhost::UniqueDescriptor file = openFile(path);
+    return openMboxMessage(path, openFile(path), offset, length);
+}
+
+std::unique_ptr<emlhost::Input> openMboxMessage(const std::string& name,
+                                                const emlhost::UniqueDescriptor& file, uint64_t offset,
+                                                uint64_t length) {
     SpooledFile message;
     std::string text;
     FromUnquoter unquoter(text);
     std::vector<char> block(static_cast<size_t>(std::min<uint64_t>(length, kBlock)));
     while (length > 0) {
         auto wanted = static_cast<size_t>(std::min<uint64_t>(length, block.size()));
-        size_t got = readSome(path, file.get(), offset, {block.data(), wanted});
+        size_t got = readSome(name, file.get(), offset, {block.data(), wanted});
         if (got == 0) break;  // the file has become shorter meanwhile
         unquoter.take({block.data(), got});
         message.append(text);
@@ -107,7 +150,7 @@ std::unique_ptr<emlhost::Input> openMboxMessage(const std::string& path, uint64_
     }
     unquoter.finish();
     message.append(text);
-    return message.takeInput(path);
+    return message.takeInput(name);
 }
 
 }  // namespace emltool

@@ -4,11 +4,13 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "standalone/input.h"
 #include "standalone/unique_descriptor.h"
+#include "tool/archive/message_source.h"
 
 namespace emltool {
 
@@ -23,11 +25,15 @@ struct MboxRange {
 };
 
 // Finds the messages of an mbox, one after the other. A message begins after a line that begins with "From "
-// and is the first line or follows an empty one.
+// and is the first line or follows an empty one. Some programs write no empty line: a line with a time or "-" after
+// "From " counts without one if a header field comes next.
 class MboxScan {
   public:
-    // Throws Problem.
+    // Opens `path`. Throws Problem.
     explicit MboxScan(const std::string& path);
+
+    // For a file that is open already; `path` is what problems call it.
+    MboxScan(std::string path, SharedFile file);
 
     // False after the last one. Throws Problem if the file cannot be read.
     bool next(MboxRange& range);
@@ -41,13 +47,14 @@ class MboxScan {
     bool lineIsEmpty() const { return head_ == "\n" || head_ == "\r\n"; }
 
     std::string path_;
-    emlhost::UniqueDescriptor file_;
+    SharedFile file_;
     std::vector<char> buffer_;
     size_t at_ = 0;
     size_t filled_ = 0;
     uint64_t lineStart_ = 0;
     uint64_t lineEnd_ = 0;
-    std::string head_;  // the first bytes of the line
+    std::string head_;                  // the first bytes of the line
+    std::optional<uint64_t> postmark_;  // the line before, if it may be one without an empty line before it
     uint64_t start_ = 0;
     uint64_t index_ = 0;
     bool begun_ = false;
@@ -57,5 +64,10 @@ class MboxScan {
 // The message at that place of the mbox `path`, with one ">" removed from each line where ">" and "From "
 // follow. Throws Problem.
 std::unique_ptr<emlhost::Input> openMboxMessage(const std::string& path, uint64_t offset, uint64_t length);
+
+// The same in an open file; `name` is what problems call it.
+std::unique_ptr<emlhost::Input> openMboxMessage(const std::string& name,
+                                                const emlhost::UniqueDescriptor& file, uint64_t offset,
+                                                uint64_t length);
 
 }  // namespace emltool

@@ -15,7 +15,9 @@ namespace emltool {
 
 namespace {
 
-constexpr std::string_view kRowBegins = R"({"schema":"eml/1","source":{"path":")";
+// Of either version.
+constexpr std::array<std::string_view, 2> kRowBegins = {R"({"schema":"eml/1","source":{"path":")",
+                                                        R"({"schema":"eml/2","source":{"path":")"};
 
 std::string fromBase64(std::string_view text) {
     std::string bytes;
@@ -75,7 +77,9 @@ class SourceHandler : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Sou
 };
 
 bool takeRow(std::string_view line, FinishedRows& finished) {
-    if (!line.starts_with(kRowBegins) || !line.ends_with('}')) return false;
+    const bool begins = std::any_of(kRowBegins.begin(), kRowBegins.end(),
+                                    [&](std::string_view beginning) { return line.starts_with(beginning); });
+    if (!begins || !line.ends_with('}')) return false;
     rapidjson::MemoryStream stream(line.data(), line.size());
     rapidjson::Reader reader;
     SourceHandler handler;
@@ -87,8 +91,11 @@ bool takeRow(std::string_view line, FinishedRows& finished) {
 // What a run leaves when it is killed while writing, or when the machine loses power, which may leave zero
 // bytes.
 bool isTornRow(std::string_view text) {
-    size_t known = std::min(text.size(), kRowBegins.size());
-    return text.substr(0, known) == kRowBegins.substr(0, known) ||
+    const auto begins = [&](std::string_view beginning) {
+        const size_t known = std::min(text.size(), beginning.size());
+        return text.substr(0, known) == beginning.substr(0, known);
+    };
+    return std::any_of(kRowBegins.begin(), kRowBegins.end(), begins) ||
            text.find_first_not_of('\0') == std::string_view::npos;
 }
 

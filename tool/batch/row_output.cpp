@@ -26,8 +26,8 @@ bool isDirectory(const std::string& path) {
 }  // namespace
 
 RowOutput::RowOutput(std::string path, bool resume, FinishedRows& finished) : path_(std::move(path)) {
-    if (path_.empty()) return;
-    create(resume);
+    if (!path_.empty()) create(resume);
+    noteFile();
     if (!resume) return;
     length_ = readFinishedRows(file_.get(), path_, finished);
     if (::ftruncate(file_.get(), static_cast<off_t>(length_)) != 0) throw outputProblem(path_, errno);
@@ -55,6 +55,14 @@ void RowOutput::create(bool resume) {
     if (::flock(file_.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
         throw Problem(ExitCode::kOutput, "in-use", path_, "another eml is writing it");
     }
+}
+
+// Standard output may be a file too.
+void RowOutput::noteFile() {
+    struct stat found {};
+    isFile_ = ::fstat(descriptor(), &found) == 0 && S_ISREG(found.st_mode);
+    device_ = found.st_dev;
+    inode_ = found.st_ino;
 }
 
 int RowOutput::descriptor() const { return path_.empty() ? STDOUT_FILENO : file_.get(); }

@@ -1,6 +1,8 @@
 // Where the rows of a batch go.
 #pragma once
 
+#include <sys/stat.h>
+
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -23,13 +25,22 @@ class RowOutput {
 
     int descriptor() const;
 
+    // Whether `file` is what is written, by whatever name it was found.
+    bool isSameFile(const struct stat& file) const {
+        return isFile_ && file.st_dev == device_ && file.st_ino == inode_;
+    }
+
   private:
     void create(bool resume);
+    void noteFile();
     void cutAfterWholeLine(std::string_view written);
 
     std::string path_;
     emlhost::UniqueDescriptor file_;
     uint64_t length_ = 0;
+    bool isFile_ = false;
+    dev_t device_ = 0;
+    ino_t inode_ = 0;
 };
 
 }  // namespace emltool

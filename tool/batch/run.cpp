@@ -6,7 +6,6 @@
 #include <algorithm>
 
 #include "tool/system/ending_signals.h"
-#include "tool/text/sha256.h"
 
 namespace emltool {
 
@@ -41,18 +40,13 @@ Problem zeroByteProblem(const std::string& path) {
 
 }  // namespace
 
-unsigned shardOf(std::string_view path, unsigned shards) {
-    Sha256::Digest digest = Sha256::of(path);
-    uint64_t number = 0;
-    for (size_t i = 0; i < 8; ++i) number = number << 8 | digest[i];
-    return static_cast<unsigned>(number % shards) + 1;
-}
-
 BatchRun::BatchRun(const BatchOptions& options, Console& console)
     : options_(options),
       console_(console),
       output_(options.output, options.resume, finished_),
-      progress_(console),
+      progress_(console, options.output.empty()),
+      forecast_({options.paths, options.pattern, options.shard, options.shards},
+                [this](const struct stat& file) { return output_.isSameFile(file); }),
       pool_(options.jobs, options.timeout, [this](int tasks, int replies) {
           leaveStreams(output_.descriptor());
           return workThrough(tasks, replies, options_.worker);
@@ -68,9 +62,10 @@ BatchCounts BatchRun::run() {
         deliver();
         if (slots_.empty()) break;
         pollfd others[] = {{signals.descriptor(), POLLIN, 0}, {awaited_, POLLIN, 0}};
-        for (PoolEvent& event : pool_.wait(others, more ? 0 : progress_.untilDue())) handle(event);
+        for (PoolEvent& event : pool_.wait(others, untilWork(more))) handle(event);
         deliver();
         if (EndingSignals::caught() != 0) endBySignal();
+        if (isLong_) forecast_.look();
         if (progress_.due()) showProgress();
     }
     pool_.finish();
@@ -148,8 +143,10 @@ void BatchRun::add(Slot& before, FoundItem found) {
         }
         return;
     }
+    if (isOutput(item)) return;
     if (finished_.take(item.path, item.index)) {
         ++counts_.finished;
+        if (progress_.isOn()) forecast_.addFinished(item);
         return;
     }
     if (item.path.find('\0') != std::string::npos) found.problem = zeroByteProblem(item.path);
@@ -160,6 +157,12 @@ void BatchRun::add(Slot& before, FoundItem found) {
     } else {
         pool_.give(slot);
     }
+}
+
+// The rows themselves may lie in a folder that is read.
+bool BatchRun::isOutput(const BatchItem& item) const {
+    struct stat found {};
+    return !item.index && ::stat(item.path.c_str(), &found) == 0 && output_.isSameFile(found);
 }
 
 void BatchRun::handle(PoolEvent& event) {
@@ -203,6 +206,7 @@ void BatchRun::handle(PoolEvent& event) {
 
 void BatchRun::settle(Slot& slot, std::string row, bool isError) {
     ++counts_.rows;
+    if (progress_.isOn()) forecast_.addDone(slot.item);
     if (isError) ++counts_.errors;
     if (isOrdered()) {
         heldBytes_ += row.size();
@@ -228,17 +232,29 @@ void BatchRun::deliver() {
     pool_.extendDeadlines(std::chrono::steady_clock::now() - begin);
 }
 
+// Milliseconds that may pass before there is something to do besides what workers and sources ask for.
+int BatchRun::untilWork(bool more) const {
+    return more || (isLong_ && forecast_.isLooking()) ? 0 : progress_.untilDue();
+}
+
 void BatchRun::showProgress() {
+    isLong_ = true;
+    forecast_.look();
     double seconds = progress_.seconds();
     double rate = seconds > 0 ? static_cast<double>(counts_.rows) / seconds : 0;
     std::string before = counts_.finished == 0 ? "" : fmt::format(" and {} from before", counts_.finished);
-    progress_.show(fmt::format("{} message{}{}, {} with errors, {:.0f} a second", counts_.rows,
-                               counts_.rows == 1 ? "" : "s", before, counts_.errors, rate));
+    progress_.show(fmt::format("{} message{}{}, {} with errors, {:.0f} a second{}", counts_.rows,
+                               counts_.rows == 1 ? "" : "s", before, counts_.errors, rate,
+                               forecast_.text(seconds)));
 }
 
 void BatchRun::endBySignal() {
     progress_.clear();
     pool_.kill();
+    if (!options_.output.empty()) {
+        console_.note(fmt::format(
+            "stopped; {} is whole so far, and the same command with --resume continues it", options_.output));
+    }
     EndingSignals::end();
 }
 

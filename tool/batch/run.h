@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tool/batch/finished_rows.h"
+#include "tool/batch/forecast.h"
 #include "tool/batch/pool.h"
 #include "tool/batch/row_output.h"
 #include "tool/batch/sources.h"
@@ -37,10 +38,6 @@ struct BatchCounts {
     uint64_t errors = 0;    // among them
     uint64_t finished = 0;  // rows of an earlier run
 };
-
-// The shard, from 1 on, that takes this path: the first 8 bytes of its SHA-256, as a big-endian number,
-// modulo `shards`, plus 1. The same everywhere and always.
-unsigned shardOf(std::string_view path, unsigned shards);
 
 class BatchRun {
   public:
@@ -73,9 +70,11 @@ class BatchRun {
     bool fill();
     bool take();
     void add(Slot& before, FoundItem found);
+    bool isOutput(const BatchItem& item) const;
     void handle(PoolEvent& event);
     void settle(Slot& slot, std::string row, bool isError);
     void deliver();
+    int untilWork(bool more) const;
     void showProgress();
     [[noreturn]] void endBySignal();
 
@@ -84,6 +83,7 @@ class BatchRun {
     FinishedRows finished_;
     RowOutput output_;
     ProgressLine progress_;
+    Forecast forecast_;  // only used while there is a line to show
     WorkerPool pool_;
     Slots slots_;
     std::vector<Slot*> open_;  // the last one is read first
@@ -91,6 +91,7 @@ class BatchRun {
     size_t heldBytes_ = 0;     // in rows that wait for their turn
     std::string ready_;        // rows for the output
     int awaited_ = -1;         // the descriptor of a source that must be waited for
+    bool isLong_ = false;      // has run long enough for a line that shows the progress
     BatchCounts counts_;
 };
 

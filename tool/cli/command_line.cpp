@@ -41,8 +41,21 @@ std::string didYouMean(const std::string& word, const std::vector<std::string>& 
     return near.empty() ? "" : fmt::format("; did you mean {}?", near);
 }
 
+// Whether `argument` is an option of this command: "--force", "-n2", "--to=html".
+bool isOptionOf(const CLI::App& commandApp, const std::string& argument) {
+    const bool isLong = argument.starts_with("--");
+    const std::string name = isLong ? argument.substr(0, argument.find('=')) : argument.substr(0, 2);
+    const std::vector<std::string> names = optionNames(commandApp);
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
 Problem unknownOption(const std::string& argument, const CLI::App& app, const Parsed& parsed) {
     std::string option = argument.substr(0, argument.find('='));
+    // The parser takes the options of a command only after its name.
+    if (parsed.commandApp != nullptr && isOptionOf(*parsed.commandApp, argument)) {
+        return usageProblem(
+            fmt::format("{0} belongs to {1}: eml {1} {0}", shellWord(argument), parsed.command->name));
+    }
     std::vector<std::string> names = optionNames(app);
     if (parsed.commandApp != nullptr) {
         std::vector<std::string> more = optionNames(*parsed.commandApp);

@@ -209,7 +209,7 @@ std::string zshCompletions() {
         std::string options;
         for (const OptionRow& option : row.options) options += zshOption(option);
         std::string rest = !row.choices.empty() ? fmt::format("'*:shell:({})'", row.choices)
-                           : row.takesFiles     ? "'*:file:_files'"
+                           : row.takesFiles     ? "'*:file, or box.mbox#17 for a message of an mbox:_files'"
                                                 : "";
         text += fmt::format(
             "    {})\n        options+=({})\n        _arguments -S $options '1:command:(({}))' {}\n"

@@ -60,11 +60,14 @@ std::string mainHelp(const CLI::App& app, const Style& style) {
         {"4", "not an e-mail message, or empty"},
         {"5", "encrypted: only the header can be shown"},
         {"6", "output cannot be written"},
-        {"7", "no such sub-file"},
+        {"7", "no such sub-file, or no such message in an mbox"},
         {"70", "internal error, out of memory"},
     };
     for (const auto& code : kCodes) text += row(code[0], code[1], style);
-    text += "\nA FILE of - is standard input; -- ends the options. See also \"eml COMMAND --help\".\n";
+    text +=
+        "\nA FILE of - is standard input, and so is none, unless that is a terminal. An mbox is all of its "
+        "messages,\n"
+        "box.mbox#17 the 17th of them. -- ends the options. See also \"eml COMMAND --help\".\n";
     return text;
 }
 

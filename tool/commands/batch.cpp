@@ -66,7 +66,8 @@ class BatchCommandRun final : public CommandRun {
             BatchRun batch(options_, console);
             counts = batch.run();
         }
-        bool isForPerson = ::isatty(STDERR_FILENO) != 0 && ::isatty(STDOUT_FILENO) == 0;
+        bool isForPerson =
+            ::isatty(STDERR_FILENO) != 0 && (!options_.output.empty() || ::isatty(STDOUT_FILENO) == 0);
         if (counts.errors > 0 || isForPerson || console.verbose()) console.note(summary(counts));
         return counts.errors > 0 && !errorsOk_ ? ExitCode::kInPart : ExitCode::kDone;
     }
@@ -148,7 +149,9 @@ const Command kBatchCommand = {
     "memory\n"
     "has an error in its row, and the work continues. Folders are read with everything in them, in the "
     "order\n"
-    "of the names. A file that begins with \"From \" is an mbox, whose messages have an index.\n"
+    "of the names. A file that begins with \"From \" is an mbox, whose messages have an index, from 0 on.\n"
+    "In a Maildir only the messages are read. The file with the rows is not. --resume continues after "
+    "Ctrl-C.\n"
     "\"eml schema\" prints what a row holds.\n\n"
     "Exit codes: 0 everything read, 1 finished with errors in some rows, 2 and above not finished.\n\n"
     "Examples:\n"

@@ -6,28 +6,43 @@
 
 namespace emltool {
 
-ExitCode forEachFile(Console& console, const std::vector<std::string>& paths, const FileWork& work,
-                     const FileFailure& onProblem) {
+ExitCode forEachFile(Console& console, const MessageArguments& messages, const MessageWork& work,
+                     const MessageFailure& onProblem) {
     Tally tally;
-    for (const std::string& path : paths) {
+    const auto attempt = [&](const auto& step, const auto& place) {
         try {
-            work(path);
-            tally.succeeded();
+            return step();
         } catch (const StandardOutputProblem&) {
             throw;
         } catch (const Problem& problem) {
-            if (onProblem) onProblem(path, problem);
+            if (onProblem) onProblem(place(), problem);
             console.report(problem);
             tally.failed(problem.exit);
+            return true;
         }
+    };
+    for (const std::string& file : messages.files()) {
+        MessageSources sources = messages.messagesOf(file);
+        const auto step = [&] {
+            MessageSource source;
+            if (!sources.next(source)) return false;
+            return attempt(
+                [&] {
+                    work(source);
+                    tally.succeeded();
+                    return true;
+                },
+                [&] { return source; });
+        };
+        while (attempt(step, [&] { return sources.failure(); })) continue;
     }
     return tally.exitCode();
 }
 
-bool FileHeadings::print(const std::string& name) {
-    if (!areShown_) return false;
+bool FileHeadings::print(const MessageSource& source) {
+    if (!areShown_ && !source.isOneOfMany) return false;
     if (!isFirst_) console_.print("\n");
-    console_.print(console_.style().label(visible(name) + ":") + "\n");
+    console_.print(console_.style().label(visible(source.name()) + ":") + "\n");
     isFirst_ = false;
     return true;
 }
@@ -44,20 +59,22 @@ AnswerForm answerForm(const GlobalOptions& options) { return {options.schema, op
 ExitCode forEachTree(Console& console, const GlobalOptions& options, const MessageArguments& messages,
                      bool recursive, const std::function<void(const MessageTree& tree)>& print) {
     FileHeadings headings(console, messages.files().size());
-    auto work = [&](const std::string& path) {
-        MessageFile file(path, messages.force());
+    auto work = [&](const MessageSource& source) {
+        MessageFile file(source, messages.force());
         SizeVisitor visitor(recursive);
         const MessageTree tree = readTree(file, visitor, options.reading);
         printWarnings(console, file.name(), tree);
         if (options.json) {
-            console.print(jsonLine(answerForm(options), path, &tree, nullptr));
+            console.print(jsonLine(answerForm(options), source.path, &tree, nullptr, source.index));
         } else {
-            headings.print(file.name());
+            headings.print(source);
             print(tree);
         }
     };
-    return forEachFile(console, messages.files(), work, [&](const std::string& path, const Problem& problem) {
-        if (options.json) console.print(jsonLine(answerForm(options), path, nullptr, &problem));
+    return forEachFile(console, messages, work, [&](const MessageSource& source, const Problem& problem) {
+        if (options.json) {
+            console.print(jsonLine(answerForm(options), source.path, nullptr, &problem, source.index));
+        }
     });
 }
 

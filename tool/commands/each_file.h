@@ -14,21 +14,22 @@
 
 namespace emltool {
 
-using FileWork = std::function<void(const std::string& path)>;
-using FileFailure = std::function<void(const std::string& path, const Problem& problem)>;
+using MessageWork = std::function<void(const MessageSource& source)>;
+using MessageFailure = std::function<void(const MessageSource& source, const Problem& problem)>;
 
-// Does the work for each path. A Problem is reported, after `onProblem`, if there is one, has seen it. The next
-// path has its turn all the same, unless standard output is what failed. Returns the exit code of it all.
-ExitCode forEachFile(Console& console, const std::vector<std::string>& paths, const FileWork& work,
-                     const FileFailure& onProblem = nullptr);
+// Does the work for each message of each file. A Problem is reported, after `onProblem`, if there is one, has seen
+// it. The next message has its turn all the same, unless standard output is what failed. Returns the exit code of
+// it all.
+ExitCode forEachFile(Console& console, const MessageArguments& messages, const MessageWork& work,
+                     const MessageFailure& onProblem = nullptr);
 
-// The headings of several files: "name:", with an empty line before all but the first.
+// The headings of several messages: "name:", with an empty line before all but the first.
 class FileHeadings {
   public:
     FileHeadings(Console& console, size_t fileCount) : console_(console), areShown_(fileCount > 1) {}
 
-    // False, and nothing is printed, when there is only one file.
-    bool print(const std::string& name);
+    // False, and nothing is printed, when there is only one message.
+    bool print(const MessageSource& source);
 
   private:
     Console& console_;

@@ -119,8 +119,10 @@ class ExtractRun final : public CommandRun {
         if (toStandardOutput && ::isatty(STDOUT_FILENO) != 0) {
             throw usageProblem("standard output is a terminal, which an attachment could drive; redirect it");
         }
+        source_.path = messages_.file();
         try {
-            MessageFile file(messages_.file(), messages_.force());
+            source_ = messages_.message();
+            MessageFile file(source_, messages_.force());
             if (options.reading == Reading::kContainer && isEncrypted(file)) {
                 throw Problem(ExitCode::kEncrypted, "encrypted", file.name(),
                               "encrypted (S/MIME); only the header can be shown");
@@ -132,8 +134,9 @@ class ExtractRun final : public CommandRun {
         } catch (const StandardOutputProblem&) {
             throw;
         } catch (const Problem& problem) {
-            if (options.json)
-                console.print(jsonLine(answerForm(options), messages_.file(), nullptr, &problem));
+            if (options.json) {
+                console.print(jsonLine(answerForm(options), source_.path, nullptr, &problem, source_.index));
+            }
             throw;
         }
     }
@@ -196,7 +199,8 @@ class ExtractRun final : public CommandRun {
             tally.failed(problem.exit);
         }
         if (options.json) {
-            console.print(jsonLine(answerForm(options), messages_.file(), &tree, first ? &*first : nullptr));
+            console.print(
+                jsonLine(answerForm(options), source_.path, &tree, first ? &*first : nullptr, source_.index));
         } else if (!console.quiet()) {
             printResults(console, results);
         }
@@ -247,6 +251,7 @@ class ExtractRun final : public CommandRun {
     }
 
     MessageArguments messages_;
+    MessageSource source_;
     std::vector<std::string> numbers_;
     std::string folder_;
     std::string onConflict_ = "fail";

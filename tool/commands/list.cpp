@@ -120,6 +120,7 @@ const Command kListCommand = {
     "Examples:\n"
     "  eml list message.eml\n"
     "  eml list -r *.eml\n"
+    "  eml list box.mbox\n"
     "  eml --json list -r message.eml | jq '.message.sub_files[].name'\n",
     declareList};
 

@@ -106,7 +106,7 @@ class RecordsRun final : public CommandRun {
         if (!capacity || *capacity < 1 || *capacity > kMaxCapacity) {
             throw usageProblem(fmt::format("--capacity={}: it is 1 to {}", capacity_, kMaxCapacity));
         }
-        FilterFile file(messages_.file(), messages_.force(), !bodyOnly_);
+        FilterFile file(messages_.message(), messages_.force(), !bodyOnly_);
         if (file.isEncrypted()) console.warn(file.name(), "encrypted (S/MIME): the body is no text");
         file.read(
             [&](const TextRecord& record) {

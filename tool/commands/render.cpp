@@ -55,7 +55,7 @@ class RenderRun final : public CommandRun {
                             "the text as it is",
                             charset_));
         }
-        MessageFile file(messages_.file(), messages_.force());
+        MessageFile file(messages_.message(), messages_.force());
         if ((file.message().describe(0).flags & EML_SUB_FILE_ENCRYPTED) != 0) {
             throw Problem(ExitCode::kEncrypted, "encrypted", file.name(),
                           "encrypted (S/MIME); only the header can be shown");

@@ -115,18 +115,19 @@ class ShowRun final : public CommandRun {
         messages_.check();
         if (options.json) throw usageProblem("show has no JSON form; see \"eml --json info\" or \"records\"");
         FileHeadings headings(console, messages_.files().size());
-        return forEachFile(console, messages_.files(),
-                           [&](const std::string& path) { show(console, path, headings, options.reading); });
+        return forEachFile(console, messages_, [&](const MessageSource& source) {
+            show(console, source, headings, options.reading);
+        });
     }
 
   private:
-    void show(Console& console, const std::string& path, FileHeadings& headings, Reading reading) const {
+    void show(Console& console, const MessageSource& source, FileHeadings& headings, Reading reading) const {
         if (reading == Reading::kFilter) {
-            showFiltered(console, path, headings);
+            showFiltered(console, source, headings);
             return;
         }
-        MessageFile file(path, messages_.force());
-        if (headings.print(path)) console.print("\n");
+        MessageFile file(source, messages_.force());
+        if (headings.print(source)) console.print("\n");
         ShownMessage shown =
             reading == Reading::kMime ? shownByMime(file, source_) : shownByContainer(file, source_);
         Printer printer(console, !bodyOnly_, !shown.encrypted, true);
@@ -150,9 +151,9 @@ class ShowRun final : public CommandRun {
     }
 
     // What the message filter gives, as it comes.
-    void showFiltered(Console& console, const std::string& path, FileHeadings& headings) const {
-        FilterFile file(path, messages_.force(), !bodyOnly_);
-        if (headings.print(path)) console.print("\n");
+    void showFiltered(Console& console, const MessageSource& source, FileHeadings& headings) const {
+        FilterFile file(source, messages_.force(), !bodyOnly_);
+        if (headings.print(source)) console.print("\n");
         Printer printer(console, !bodyOnly_, !file.isEncrypted(), source_);
         RecordReader reader(printer);
         file.read([&](const emlhost::TextRecord& record) {
@@ -180,7 +181,8 @@ const Command kShowCommand = {"show", "show header and text, as a person reads t
                               "\"eml FILE\" does the same. For an HTML message, its text is shown.\n\n"
                               "Examples:\n"
                               "  eml message.eml\n"
-                              "  eml show --body-only message.eml | less\n",
+                              "  eml show --body-only message.eml | less\n"
+                              "  eml show box.mbox#17\n",
                               declareShow};
 
 }  // namespace emltool

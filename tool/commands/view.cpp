@@ -67,7 +67,7 @@ class ViewRun final : public CommandRun {
             throw usageProblem(
                 fmt::format("--max-embed={}: no size; it is bytes, or like 512K, 25M", maxEmbed_));
         }
-        MessageFile file(messages_.file(), messages_.force());
+        MessageFile file(messages_.message(), messages_.force());
         ViewPage page = buildViewPage(file, {*maxEmbed});
         for (const Warning& warning : page.warnings) console.warn(file.name(), warning.text);
         if (outputPath_ == "-") {

@@ -83,14 +83,15 @@ std::string dateText(const Date& date) {
     constexpr auto kFirst = sys_days{year{0} / January / 1};
     constexpr auto kLast = sys_days{year{9999} / December / 31};
     const minutes zone = date.zone;
-    // A zone has two digits for its hours. Nothing here overflows: sys_seconds has 64 bits, and the limits come first.
-    if (date.time < kFirst + days{1} || date.time >= kLast || abs(zone) >= hours{24}) return {};
+    // Nothing here overflows: sys_seconds has 64 bits, and the limits come first.
+    if (date.time < kFirst + days{1} || date.time >= kLast || abs(zone) >= hours{100}) return {};
     const sys_seconds local = date.time + zone;
     const auto day = floor<days>(local);
     const year_month_day ymd{day};
     const hh_mm_ss clock{local - day};
-    const bool noZone = (date.flags & EML_MIME_DATE_NO_ZONE) != 0;
-    const int64_t shift = std::abs(zone.count());
+    // RFC 3339 has no "+99:99".
+    const bool noZone = (date.flags & EML_MIME_DATE_NO_ZONE) != 0 || abs(zone) >= hours{24};
+    const int64_t shift = noZone ? 0 : std::abs(zone.count());
     return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}{}{:02}:{:02}", static_cast<int>(ymd.year()),
                        static_cast<unsigned>(ymd.month()), static_cast<unsigned>(ymd.day()),
                        clock.hours().count(), clock.minutes().count(), clock.seconds().count(),

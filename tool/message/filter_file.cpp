@@ -8,8 +8,8 @@
 
 namespace emltool {
 
-FilterFile::FilterFile(const std::string& path, bool force, bool withFields)
-    : FilterFile(std::make_shared<MessageFile>(path, force), withFields) {}
+FilterFile::FilterFile(const MessageSource& source, bool force, bool withFields)
+    : FilterFile(std::make_shared<MessageFile>(source, force), withFields) {}
 
 FilterFile::FilterFile(MessageFile& file, bool withFields)
     : FilterFile(std::shared_ptr<MessageFile>(std::shared_ptr<MessageFile>(), &file), withFields) {}

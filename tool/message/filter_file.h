@@ -13,8 +13,8 @@ namespace emltool {
 
 class FilterFile {
   public:
-    // Opens `path` as MessageFile does. Without fields, only the body is converted. Throws Problem.
-    FilterFile(const std::string& path, bool force, bool withFields);
+    // Opens it as MessageFile does. Without fields, only the body is converted. Throws Problem.
+    FilterFile(const MessageSource& source, bool force, bool withFields);
 
     // The same for a message that is open already; it must outlive this.
     FilterFile(MessageFile& file, bool withFields);

@@ -1,48 +1,15 @@
 #include "tool/message/message_file.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <emlreader/mime.hpp>
 #include <string_view>
 
 #include "tool/terminal/problem.h"
-#include "tool/text/suggestion.h"
-#include "tool/text/visible_text.h"
 
 namespace emltool {
 
 namespace {
-
-Problem inputProblem(const std::string& path, const std::error_code& error, const std::string& hint = "") {
-    if (error == std::errc::no_such_file_or_directory) {
-        return {ExitCode::kInput, "no-such-file", path, "no such file" + hint};
-    }
-    if (error == std::errc::is_a_directory) {
-        std::string_view folder = path;
-        if (folder.ends_with('/')) folder.remove_suffix(1);
-        return {ExitCode::kInput, "is-a-directory", path,
-                fmt::format("is a directory; to read a folder use \"eml batch {}\"", shellWord(folder))};
-    }
-    if (error == std::errc::not_enough_memory) return outOfMemory(path);
-    return {ExitCode::kInput, "cannot-read", path, describe(error)};
-}
-
-std::string nameOf(const std::string& path) { return path == "-" ? "standard input" : path; }
-
-std::unique_ptr<emlhost::Input> open(const std::string& path, const std::string& name) {
-    std::error_code error;
-    std::unique_ptr<emlhost::Input> input;
-    if (path == "-") {
-        input = emlhost::spoolInput(STDIN_FILENO, error);
-    } else {
-        input = emlhost::openInput(path, error);
-    }
-    if (input != nullptr) return input;
-    std::string near = error == std::errc::no_such_file_or_directory ? closestFile(path) : "";
-    throw inputProblem(path == "-" ? name : path, error,
-                       near.empty() ? "" : fmt::format("; did you mean {}?", near));
-}
 
 // "Name:", the name being printable ASCII; blanks before the colon are tolerated.
 bool isHeaderField(std::string_view line) {
@@ -89,8 +56,8 @@ std::unique_ptr<emlhost::Input> openMessageInput(const std::string& path) {
     return input;
 }
 
-MessageFile::MessageFile(const std::string& path, bool force)
-    : MessageFile(open(path, nameOf(path)), nameOf(path), force) {}
+MessageFile::MessageFile(const MessageSource& source, bool force)
+    : MessageFile(openSource(source), source.name(), force) {}
 
 MessageFile::MessageFile(std::unique_ptr<emlhost::Input> input, std::string name, bool force)
     : name_(std::move(name)), input_(std::move(input)) {

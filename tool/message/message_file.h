@@ -8,6 +8,7 @@
 #include "standalone/input.h"
 #include "standalone/message.h"
 #include "standalone/services.h"
+#include "tool/archive/message_source.h"
 
 namespace emlreader::mime {
 class Message;
@@ -17,9 +18,8 @@ namespace emltool {
 
 class MessageFile {
   public:
-    // Opens `path`, "-" being standard input. With `force` also what does not look like a message. Throws
-    // Problem.
-    MessageFile(const std::string& path, bool force);
+    // With `force` also what does not look like a message. Throws Problem.
+    MessageFile(const MessageSource& source, bool force);
 
     // The same for an input that is open already; `name` is what problems call it.
     MessageFile(std::unique_ptr<emlhost::Input> input, std::string name, bool force);
@@ -27,7 +27,7 @@ class MessageFile {
     MessageFile(const MessageFile&) = delete;
     MessageFile& operator=(const MessageFile&) = delete;
 
-    // The path, or words for standard input.
+    // The path, with the number of a message in an mbox; or words for standard input.
     const std::string& name() const { return name_; }
 
     emlhost::Services& services() { return services_; }

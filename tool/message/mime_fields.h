@@ -17,11 +17,8 @@ std::vector<MetadataField> readMetadata(const emlreader::mime::Part& root);
 // message does not name. Empty without a date that can be read, or in a year that has no four digits.
 std::string dateOf(const emlreader::mime::Part& root);
 
-// Of each part its number as IMAP has it (RFC 3501 section 6.4.5): "1.2"; empty for a message that has parts.
-std::vector<std::string> sectionsOf(const emlreader::mime::Message& message);
-
-// "encrypted (S/MIME)", "signed (OpenPGP), not verified"; empty for EML_MIME_PROTECTION_NONE.
-std::string protectionText(uint32_t protection);
+// "encrypted (S/MIME)", "signed (PGP), not verified"; empty for EML_MIME_PROTECTION_NONE.
+std::string protectionNotice(uint32_t protection);
 
 // True if only someone with a key can read the content. S/MIME that does not tell what it is counts as encrypted.
 bool isEncryption(uint32_t protection);

@@ -8,6 +8,7 @@
 #include "tool/message/mime_content.h"
 #include "tool/message/mime_fields.h"
 #include "tool/message/mime_text.h"
+#include "tool/message/part_tree.h"
 #include "tool/message/tree_reader.h"
 #include "tool/text/charset_labels.h"
 
@@ -42,7 +43,7 @@ class MimeTreeReader final : public TreeReader {
 
 // What is wrong with a file is known when all of it has been read.
 MessageTree MimeTreeReader::readFile(const Message& message, const SubFilePath& path) {
-    std::vector<std::string> outer = std::exchange(sections_, sectionsOf(message));
+    std::vector<std::string> outer = std::exchange(sections_, sectionNumbers(message));
     MessageTree tree = readMessage(message, 0, path);
     for (Warning& warning : defectWarnings(message)) tree.warnings.push_back(std::move(warning));
     sections_ = std::move(outer);
@@ -57,7 +58,7 @@ MessageTree MimeTreeReader::readMessage(const Message& message, uint32_t root, c
     tree.name = part.header("Subject").value_or("");
     tree.date = dateOf(part);
     tree.encrypted = isEncryption(part.protection());
-    tree.protection = protectionText(part.protection());
+    tree.protection = protectionNotice(part.protection());
     tree.charsetLabel = charsetOf(message, root);
     tree.charset = charsetIdOf(tree.charsetLabel);
     SubFileEntry self;

@@ -45,7 +45,7 @@ ShownMessage shownByMime(MessageFile& file, bool source) {
         const emlreader::mime::Message& message = file.mime();
         const emlreader::mime::Part root = message.root();
         addFields(readMetadata(root), shown);
-        shown.protection = protectionText(root.protection());
+        shown.protection = protectionNotice(root.protection());
         shown.encrypted = isEncryption(root.protection());
         if (!shown.protection.empty() && !shown.encrypted) {
             shown.fields.emplace_back("Protection", shown.protection);

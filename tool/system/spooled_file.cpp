@@ -9,6 +9,7 @@
 
 #include "standalone/unnamed_file.h"
 #include "standalone/write_all.h"
+#include "tool/system/temporary_files.h"
 #include "tool/system/write_pieces.h"
 #include "tool/terminal/problem.h"
 
@@ -29,7 +30,7 @@ class HeldInput final : public emlhost::Input {
 
 Problem spoolProblem(const std::string& subject, const std::error_code& error) {
     if (error == std::errc::not_enough_memory) return outOfMemory(subject);
-    return {ExitCode::kOutput, "write-failed", "temporary file", describe(error)};
+    return temporaryFileProblem(error);
 }
 
 }  // namespace

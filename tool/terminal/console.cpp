@@ -21,6 +21,9 @@ bool wantsColor(ColorChoice choice, int descriptor) {
     return ::isatty(descriptor) != 0;
 }
 
+// "SUBJECT: "
+std::string prefix(std::string_view subject) { return subject.empty() ? "" : visible(subject) + ": "; }
+
 // Returns 0 or an errno.
 int writeAll(int descriptor, std::string_view text) {
     while (!text.empty()) {
@@ -60,10 +63,9 @@ void Console::flush() {
 }
 
 void Console::report(const Problem& problem) {
-    std::string subject = problem.subject.empty() ? "" : visible(problem.subject) + ": ";
     // Nothing can be done if standard error is closed.
-    writeAll(STDERR_FILENO,
-             fmt::format("{} {}{}\n", errorStyle_.error("eml:"), subject, visible(problem.text)));
+    writeAll(STDERR_FILENO, fmt::format("{} {}{}\n", errorStyle_.error("eml:"), prefix(problem.subject),
+                                        visible(problem.text)));
 }
 
 void Console::note(std::string_view text) const {
@@ -73,8 +75,8 @@ void Console::note(std::string_view text) const {
 void Console::warn(std::string_view subject, std::string_view text) {
     hasWarned_ = true;
     if (quiet()) return;
-    writeAll(STDERR_FILENO, fmt::format("{} {}: {} {}\n", "eml:", visible(subject),
-                                        errorStyle_.warning("warning:"), visible(text)));
+    writeAll(STDERR_FILENO,
+             fmt::format("eml: {}{} {}\n", prefix(subject), errorStyle_.warning("warning:"), visible(text)));
 }
 
 }  // namespace emltool

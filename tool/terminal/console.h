@@ -51,7 +51,7 @@ class Console {
     void print(std::string_view text);
     void flush();
 
-    // One line each on standard error: "eml: SUBJECT: TEXT". The texts are shown as visible() has them.
+    // One line each on standard error: "eml: SUBJECT: TEXT", or "eml: TEXT" without a subject. The texts are shown as visible() has them.
     // Warnings are omitted if the user asked for quiet.
     void report(const Problem& problem);
     void note(std::string_view text) const;  // not a warning: how something ended

@@ -18,10 +18,11 @@ constexpr auto kFirst = std::chrono::milliseconds(500);
 constexpr auto kInterval = std::chrono::milliseconds(100);
 constexpr std::string_view kEraseLine = "\r\x1b[K";
 
-bool wantsProgress(const Console& console) {
+bool wantsProgress(const Console& console, bool writesToStandardOutput) {
     const char* terminal = std::getenv("TERM");
     bool isDumb = terminal == nullptr || std::string_view(terminal) == "dumb";
-    return !console.quiet() && !isDumb && ::isatty(STDERR_FILENO) != 0 && ::isatty(STDOUT_FILENO) == 0;
+    return !console.quiet() && !isDumb && ::isatty(STDERR_FILENO) != 0 &&
+           !(writesToStandardOutput && ::isatty(STDOUT_FILENO) != 0);
 }
 
 size_t terminalWidth() {
@@ -52,8 +53,8 @@ void put(std::string_view text) {
 
 }  // namespace
 
-ProgressLine::ProgressLine(const Console& console)
-    : on_(wantsProgress(console)), begin_(Clock::now()), next_(begin_ + kFirst) {}
+ProgressLine::ProgressLine(const Console& console, bool writesToStandardOutput)
+    : on_(wantsProgress(console, writesToStandardOutput)), begin_(Clock::now()), next_(begin_ + kFirst) {}
 
 int ProgressLine::untilDue() const {
     if (!on_) return -1;

@@ -8,8 +8,8 @@
 
 namespace emltool {
 
-// It is shown only to a person: if standard error is a terminal, standard output is not one (its lines would
-// mix with this one), and quiet was not asked for. It appears after half a second, changes at most ten times
+// It is shown only to a person: if standard error is a terminal, quiet was not asked for, and the work does not
+// write to standard output while that is a terminal (its lines would mix with this one). It appears after half a second, changes at most ten times
 // a second, and is removed by the destructor.
 //
 //     ProgressLine progress(console);
@@ -18,10 +18,13 @@ namespace emltool {
 //     }
 class ProgressLine {
   public:
-    explicit ProgressLine(const Console& console);
+    ProgressLine(const Console& console, bool writesToStandardOutput);
     ~ProgressLine() { clear(); }
     ProgressLine(const ProgressLine&) = delete;
     ProgressLine& operator=(const ProgressLine&) = delete;
+
+    // Whether something may ever be shown.
+    bool isOn() const { return on_; }
 
     // Whether it is time to show something. Cheap enough to be called for every message.
     bool due() const { return on_ && Clock::now() >= next_; }

@@ -42,24 +42,11 @@ TEST(MimeFields, AreUnfoldedAndDecodedAndRecipientsOfSeveralFieldsAreOneList) {
               "Bcc=(none)\nSubject=the order before\nPriority=high\n");
 }
 
-TEST(MimeFields, SectionsAreNumberedAsImapDoes) {
-    const std::string text =
-        "Content-Type: multipart/mixed; boundary=a\r\n\r\n--a\r\n\r\ntext\r\n--a\r\n"
-        "Content-Type: message/rfc822\r\n\r\nContent-Type: multipart/mixed; "
-        "boundary=b\r\n\r\n--b\r\n\r\nx\r\n"
-        "--b\r\n\r\ny\r\n--b--\r\n--a\r\nContent-Type: message/rfc822\r\n\r\nSubject: "
-        "s\r\n\r\nz\r\n--a--\r\n";
-    const std::vector<std::string> expected = {"", "1", "2", "2", "2.1", "2.2", "3", "3.1"};
-    EXPECT_EQ(sectionsOf(Message::fromBytes(text)), expected);
-    const std::vector<std::string> alone = {"1"};
-    EXPECT_EQ(sectionsOf(Message::fromBytes("Subject: s\r\n\r\ntext")), alone);
-}
-
 TEST(MimeFields, OnlyWhatNeedsAKeyIsEncrypted) {
     for (uint32_t protection = 0; protection <= EML_MIME_ENCRYPTED_OTHER; ++protection) {
-        EXPECT_EQ(isEncryption(protection), protectionText(protection).starts_with("encrypted"))
+        EXPECT_EQ(isEncryption(protection), protectionNotice(protection).starts_with("encrypted"))
             << protection;
-        EXPECT_EQ(protectionText(protection).empty(), protection == EML_MIME_PROTECTION_NONE) << protection;
+        EXPECT_EQ(protectionNotice(protection).empty(), protection == EML_MIME_PROTECTION_NONE) << protection;
     }
 }
 

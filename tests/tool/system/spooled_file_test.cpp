@@ -74,7 +74,7 @@ TEST(SpooledFile, UsesAFileOnlyAboveTheLimit) {
     } catch (const Problem& problem) {
         EXPECT_EQ(problem.exit, ExitCode::kOutput);
         EXPECT_EQ(problem.code, "write-failed");
-        EXPECT_EQ(problem.subject, "temporary file");
+        EXPECT_EQ(problem.subject, "/no/such/folder");
     }
 }
 
