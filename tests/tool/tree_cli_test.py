@@ -173,9 +173,9 @@ def roles_and_protection_are_named():
          [([], None), (["text-body"], None), (["html-body"], None)], "html body"),
         ("one text is both bodies", PLAIN, [(["text-body", "html-body"], None)], "  body"),
         ("signed", signed, [([], "smime-signed"), (["text-body", "html-body"], None), (["attachment"], None)],
-         "(signed (S/MIME))"),
+         "(S/MIME signed)"),
         ("encrypted", HEAD + b"Content-Type: application/pkcs7-mime; smime-type=enveloped-data\n\nMIAG\n",
-         [(["attachment"], "smime-enveloped")], "(no name; encrypted (S/MIME))"),
+         [(["attachment"], "smime-enveloped")], "(no name; S/MIME encrypted)"),
     ]
     for rule, message, expected, text in rows:
         write("m.eml", message)

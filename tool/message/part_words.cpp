@@ -17,16 +17,16 @@ constexpr std::array<std::string_view, 9> kEncodings = {
     "none", "7bit", "8bit", "binary", "base64", "quoted-printable", "uuencode", "yenc", "unknown"};
 
 constexpr std::array<Words, 13> kProtections = {{{"", ""},
-                                                 {"smime-signed", "signed (S/MIME)"},
-                                                 {"smime-opaque", "signed, content inside (S/MIME)"},
-                                                 {"smime-enveloped", "encrypted (S/MIME)"},
-                                                 {"smime-compressed", "compressed (S/MIME)"},
-                                                 {"smime-certs", "certificates (S/MIME)"},
-                                                 {"smime-other", "protected (S/MIME)"},
-                                                 {"pgp-signed", "signed (PGP)"},
-                                                 {"pgp-encrypted", "encrypted (PGP)"},
-                                                 {"pgp-inline-signed", "signed (PGP in the text)"},
-                                                 {"pgp-inline-encrypted", "encrypted (PGP in the text)"},
+                                                 {"smime-signed", "S/MIME signed"},
+                                                 {"smime-opaque", "S/MIME signed, content inside"},
+                                                 {"smime-enveloped", "S/MIME encrypted"},
+                                                 {"smime-compressed", "S/MIME compressed"},
+                                                 {"smime-certs", "S/MIME certificates"},
+                                                 {"smime-other", "S/MIME"},
+                                                 {"pgp-signed", "PGP signed"},
+                                                 {"pgp-encrypted", "PGP encrypted"},
+                                                 {"pgp-inline-signed", "PGP signed, in the text"},
+                                                 {"pgp-inline-encrypted", "PGP encrypted, in the text"},
                                                  {"signed-other", "signed"},
                                                  {"encrypted-other", "encrypted"}}};
 

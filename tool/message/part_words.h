@@ -13,7 +13,7 @@ std::string_view encodingWord(uint32_t encoding);
 // A protection (EML_MIME_SMIME_..., EML_MIME_PGP_...): "smime-signed"; empty for none.
 std::string_view protectionWord(uint32_t protection);
 
-// The same for a person: "signed (S/MIME)".
+// The same for a person: "S/MIME signed".
 std::string_view protectionText(uint32_t protection);
 
 // A kind of span (EML_MIME_SPAN_...): "delimiter".

@@ -31,7 +31,7 @@ TEST(PartWords, WordsAreThoseOfTheirNumbers) {
     EXPECT_EQ(protectionWord(EML_MIME_PROTECTION_NONE), "");
     EXPECT_EQ(protectionWord(EML_MIME_PGP_SIGNED), "pgp-signed");
     EXPECT_EQ(protectionWord(EML_MIME_ENCRYPTED_OTHER), "encrypted-other");
-    EXPECT_EQ(protectionText(EML_MIME_SMIME_ENVELOPED), "encrypted (S/MIME)");
+    EXPECT_EQ(protectionText(EML_MIME_SMIME_ENVELOPED), "S/MIME encrypted");
     EXPECT_EQ(spanWord(EML_MIME_SPAN_PADDING), "padding");
     EXPECT_EQ(spanWord(EML_MIME_SPAN_EPILOGUE), "epilogue");
     EXPECT_EQ(roleWords(EML_MIME_ROLE_TEXT_BODY | EML_MIME_ROLE_ATTACHMENT),
