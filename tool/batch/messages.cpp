@@ -51,9 +51,11 @@ class Visit {
         try {
             if (found.problem) throw *found.problem;
             const std::unique_ptr<emlhost::Input> input =
-                item.index ? openMboxMessage(item.path, item.offset, item.length) : openMessageInput(item.path);
+                item.index ? openMboxMessage(item.path, item.offset, item.length)
+                           : openMessageInput(item.path);
             if (mayBeMbox && isRegularFile(item.path) && beginsLikeMbox(*input)) return mbox(item.path);
-            if (input->size() == 0) throw Problem(ExitCode::kNoMessage, "empty", item.path, "the file is empty");
+            if (input->size() == 0)
+                throw Problem(ExitCode::kNoMessage, "empty", item.path, "the file is empty");
             if (!looksLikeMessage(*input)) {
                 throw Problem(ExitCode::kNoMessage, "no-message", item.path,
                               "not an e-mail message (no header field found)");

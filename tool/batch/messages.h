@@ -19,7 +19,8 @@ Holding holdingOf(const std::string& path);
 
 struct MessageVisitor {
     std::function<void(const BatchItem& item, emlhost::Input& input)> message;
-    std::function<void(const BatchItem& item, const Problem& problem)> problem;  // it, or a folder, cannot be read
+    std::function<void(const BatchItem& item, const Problem& problem)>
+        problem;  // it, or a folder, cannot be read
     std::function<void(const std::string& path, const char* why)> leftOut;
 };
 

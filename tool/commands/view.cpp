@@ -52,11 +52,14 @@ void put(emlhost::Output& output, std::string_view page, const std::string& name
 class ViewRun final : public CommandRun {
   public:
     explicit ViewRun(CLI::App& app) : messages_(app, MessageArguments::Count::kOne) {
-        app.add_option("-o,--output", outputPath_, "where to write the page, or the folder of pages; - is standard output")
+        app.add_option("-o,--output", outputPath_,
+                       "where to write the page, or the folder of pages; - is standard output")
             ->type_name("OUT");
         app.add_flag("--no-open", noOpen_, "only write the page and print its path");
-        app.add_flag("--overwrite", overwrite_, "replace OUT if it exists; in a folder, the files of the same name");
-        app.add_option("--max-embed", maxEmbed_, "leave out attachments and pictures above this size (default: 25M)")
+        app.add_flag("--overwrite", overwrite_,
+                     "replace OUT if it exists; in a folder, the files of the same name");
+        app.add_option("--max-embed", maxEmbed_,
+                       "leave out attachments and pictures above this size (default: 25M)")
             ->type_name("SIZE");
         messages_.declareForce(app);
     }
@@ -73,7 +76,10 @@ class ViewRun final : public CommandRun {
             throw usageProblem("view has no --reader=filter, which gives text alone; see \"eml show\"");
         }
         const Holding holding = holdingOf(messages_.file());
-        if (holding != Holding::kMessage) return writeFolder(console, options, holding, *maxEmbed);
+        // A folder without a place for its pages is refused below, as by the other commands.
+        const bool isMany =
+            holding == Holding::kMbox || (holding == Holding::kFolder && !outputPath_.empty());
+        if (isMany) return writeFolder(console, options, holding, *maxEmbed);
         MessageFile file(messages_.file(), messages_.force());
         const ViewOptions viewOptions{*maxEmbed};
         const ViewPage page = options.reading == Reading::kContainer
@@ -96,13 +102,15 @@ class ViewRun final : public CommandRun {
     }
 
   private:
-    ExitCode writeFolder(Console& console, const GlobalOptions& options, Holding holding, uint64_t maxEmbed) const {
+    ExitCode writeFolder(Console& console, const GlobalOptions& options, Holding holding,
+                         uint64_t maxEmbed) const {
         const std::string& path = messages_.file();
         if (outputPath_.empty() || outputPath_ == "-") {
             throw usageProblem(fmt::format("{} is {}: name a folder for its pages with -o", visible(path),
                                            holding == Holding::kMbox ? "an mbox" : "a folder"));
         }
-        if (options.reading != Reading::kMime) throw usageProblem("--reader=container shows one message at a time");
+        if (options.reading != Reading::kMime)
+            throw usageProblem("--reader=container shows one message at a time");
         return writeSite(console, path, {outputPath_, maxEmbed, overwrite_});
     }
 

@@ -71,7 +71,8 @@ class SiteWriter {
     }
 
     ExitCode finish(const std::string& title) {
-        if (rows_.empty()) throw Problem(ExitCode::kNoMessage, "no-message", title, "there is no message in it");
+        if (rows_.empty())
+            throw Problem(ExitCode::kNoMessage, "no-message", title, "there is no message in it");
         write(kIndex, buildIndex(title, std::move(rows_)));
         return tally_.exitCode();
     }
@@ -96,7 +97,8 @@ class SiteWriter {
         const std::string path = (fs::path(options_.folder) / file).string();
         auto output = createDocument(path, kPageMode);
         writeWhole(*output, {reinterpret_cast<const uint8_t*>(html.data()), html.size()});
-        if (output->error()) throw Problem(ExitCode::kOutput, "write-failed", path, describe(output->error()));
+        if (output->error())
+            throw Problem(ExitCode::kOutput, "write-failed", path, describe(output->error()));
         keepDocument(*output, path, options_.overwrite);
     }
 
@@ -121,9 +123,10 @@ ExitCode writeSite(Console& console, const std::string& path, const SiteOptions&
     prepareFolder(options.folder, options.overwrite);
     SiteWriter writer(console, options);
     try {
-        visitMessages(path, {[&](const BatchItem& item, emlhost::Input& input) { writer.add(item, input); },
-                             [&](const BatchItem& item, const Problem& problem) { writer.addProblem(item, problem); },
-                             [&](const std::string& file, const char* why) { writer.leaveOut(file, why); }});
+        visitMessages(
+            path, {[&](const BatchItem& item, emlhost::Input& input) { writer.add(item, input); },
+                   [&](const BatchItem& item, const Problem& problem) { writer.addProblem(item, problem); },
+                   [&](const std::string& file, const char* why) { writer.leaveOut(file, why); }});
     } catch (const SiteWriter::OutputEnded& ended) {
         throw ended.problem;
     }

@@ -206,7 +206,7 @@ class Reader {
 void Reader::takeText(const Property& property) {
     struct Row {
         std::string_view name;
-        std::string CalendarEvent::* member;
+        std::string CalendarEvent::*member;
     };
     constexpr std::array<Row, 4> kTexts = {{{"SUMMARY", &CalendarEvent::summary},
                                             {"LOCATION", &CalendarEvent::location},
@@ -230,7 +230,8 @@ void Reader::take(const Property& property) {
     if (property.name == "ORGANIZER") event_.organizer = personOf(property);
     if (property.name == "SEQUENCE") {
         const std::string_view digits = trimmed(property.value);
-        event_.sequence = static_cast<unsigned>(number(digits, 0, std::min<size_t>(digits.size(), 8)).value_or(0));
+        event_.sequence =
+            static_cast<unsigned>(number(digits, 0, std::min<size_t>(digits.size(), 8)).value_or(0));
     }
     if (property.name != "ATTENDEE") return;
     if (event_.attendees.size() < kMaxAttendees) {

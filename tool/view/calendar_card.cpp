@@ -31,7 +31,8 @@ constexpr std::array<Words, 5> kAnswers = {{{"ACCEPTED", "accepted"},
                                             {"NEEDS-ACTION", "no answer yet"}}};
 
 template <size_t N>
-std::string_view wordsFor(const std::array<Words, N>& table, std::string_view code, std::string_view otherwise) {
+std::string_view wordsFor(const std::array<Words, N>& table, std::string_view code,
+                          std::string_view otherwise) {
     for (const Words& row : table) {
         if (row.code == code) return row.text;
     }
@@ -39,9 +40,10 @@ std::string_view wordsFor(const std::array<Words, N>& table, std::string_view co
 }
 
 std::string personText(const CalendarPerson& person) {
-    std::string text = person.name.empty() || person.name == person.address
-                           ? shown(person.address)
-                           : fmt::format("{} <span class=\"at\">{}</span>", shown(person.name), shown(person.address));
+    std::string text =
+        person.name.empty() || person.name == person.address
+            ? shown(person.address)
+            : fmt::format("{} <span class=\"at\">{}</span>", shown(person.name), shown(person.address));
     const std::string_view answer = wordsFor(kAnswers, person.answer, "");
     if (!answer.empty()) text += fmt::format(" <small>{}</small>", answer);
     return text;
@@ -68,13 +70,15 @@ std::string who(const CalendarEvent& event) {
 std::string card(const Calendar& calendar, const CalendarEvent& event) {
     const std::string kind = kindText(calendar, event);
     const std::string when = whenText(event);
-    std::string text = fmt::format("<section class=\"event{}\">\n<p class=\"kind\">{}</p>\n<h3>{}</h3>\n<dl>\n",
-                                   kind == "Cancelled" ? " off" : "", kind,
-                                   event.summary.empty() ? "(no title)" : shown(event.summary));
+    std::string text = fmt::format(
+        "<section class=\"event{}\">\n<p class=\"kind\">{}</p>\n<h3>{}</h3>\n<dl>\n",
+        kind == "Cancelled" ? " off" : "", kind, event.summary.empty() ? "(no title)" : shown(event.summary));
     text += row("When", when.empty() ? "" : "<strong>" + shown(when) + "</strong>");
     text += row("Repeats", event.rule.empty() ? "" : shown(recurrenceText(event.rule)));
     text += row("Where", shown(event.location));
-    text += row("From", event.organizer.address.empty() && event.organizer.name.empty() ? "" : personText(event.organizer));
+    text += row("Organizer", event.organizer.address.empty() && event.organizer.name.empty()
+                                 ? ""
+                                 : personText(event.organizer));
     text += row("Who", who(event));
     text += "</dl>\n";
     for (const std::string* words : {&event.comment, &event.description}) {
@@ -90,7 +94,8 @@ std::string card(const Calendar& calendar, const CalendarEvent& event) {
 std::string calendarCards(const Calendar& calendar) {
     std::string cards;
     for (const CalendarEvent& event : calendar.events) cards += card(calendar, event);
-    if (calendar.moreEvents != 0) cards += note(fmt::format("The calendar has {} more events.", calendar.moreEvents));
+    if (calendar.moreEvents != 0)
+        cards += note(fmt::format("The calendar has {} more events.", calendar.moreEvents));
     return cards;
 }
 

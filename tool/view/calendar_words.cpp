@@ -14,8 +14,9 @@ namespace {
 constexpr std::array<std::string_view, 7> kDays = {"Sunday",   "Monday", "Tuesday", "Wednesday",
                                                    "Thursday", "Friday", "Saturday"};
 constexpr std::array<std::string_view, 7> kDayCodes = {"su", "mo", "tu", "we", "th", "fr", "sa"};
-constexpr std::array<std::string_view, 12> kMonths = {"January", "February", "March",     "April",   "May",      "June",
-                                                      "July",    "August",   "September", "October", "November", "December"};
+constexpr std::array<std::string_view, 12> kMonths = {"January",   "February", "March",    "April",
+                                                      "May",       "June",     "July",     "August",
+                                                      "September", "October",  "November", "December"};
 
 std::string dayText(const CalendarTime& time) {
     const std::chrono::sys_days day = std::chrono::year(time.year) / time.month / time.day;
@@ -46,7 +47,8 @@ bool sameDay(const CalendarTime& a, const CalendarTime& b) {
 
 // "MO" is Monday, "1MO" the first Monday, "-1FR" the last Friday; empty for anything else.
 std::string weekdayWords(std::string_view code) {
-    constexpr std::array<std::string_view, 6> kOrdinals = {"", "first ", "second ", "third ", "fourth ", "fifth "};
+    constexpr std::array<std::string_view, 6> kOrdinals = {"",       "first ",  "second ",
+                                                           "third ", "fourth ", "fifth "};
     if (code.size() < 2) return "";
     std::string_view number = code.substr(0, code.size() - 2);
     std::string_view name;
@@ -81,7 +83,8 @@ std::string listWords(std::string_view list, Words words) {
 }
 
 std::string digitsOnly(std::string_view text) {
-    const bool isNumber = !text.empty() && text.size() < 5 && text.find_first_not_of("0123456789") == std::string_view::npos;
+    const bool isNumber =
+        !text.empty() && text.size() < 5 && text.find_first_not_of("0123456789") == std::string_view::npos;
     return isNumber ? std::string(text) : "";
 }
 

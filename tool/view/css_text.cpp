@@ -37,7 +37,8 @@ constexpr std::array<std::string_view, 6> kLoadingFunctions = {
 constexpr std::array<std::string_view, 4> kLoadingRules = {"import", "font-face", "namespace", "charset"};
 
 // Rules whose blocks hold rules.
-constexpr std::array<std::string_view, 5> kGroupingRules = {"media", "supports", "layer", "container", "scope"};
+constexpr std::array<std::string_view, 5> kGroupingRules = {"media", "supports", "layer", "container",
+                                                            "scope"};
 
 constexpr std::array<std::string_view, 3> kColourProperties = {"color", "background", "background-color"};
 
@@ -223,7 +224,9 @@ void CssFilter::takeUrl() {
     }
     url = trimmed(url);
     if (isRemoteUrl(url)) ++findings_.remote;
-    std::optional<std::string> found = isImageData(url) ? std::string(url) : find_ ? find_(url) : std::nullopt;
+    std::optional<std::string> found = isImageData(url) ? std::string(url)
+                                       : find_          ? find_(url)
+                                                        : std::nullopt;
     if (!found && startsWithNoCase(url, "cid:")) ++findings_.unresolved;
     result_.append("url(\"").append(found.value_or("data:,")).append("\")");
 }

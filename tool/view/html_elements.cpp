@@ -110,18 +110,20 @@ static_assert(std::is_sorted(kElements.begin(), kElements.end(), byName));
 
 // Elements of which only the content stays, if they have any.
 constexpr std::array<std::string_view, 38> kWithoutTags = {
-    "applet", "area",     "audio",   "base",    "basefont", "bgsound", "body",   "canvas", "datalist",    "embed",
-    "frame",  "frameset", "head",    "html",    "iframe",   "input",   "isindex", "keygen", "link",       "map",
-    "math",   "meta",     "noembed", "noframes", "noscript", "object", "param",  "picture", "script",     "select",
-    "source", "style",    "svg",     "template", "title",   "track",   "video",  "portal"};
+    "applet",   "area",     "audio", "base",     "basefont", "bgsound", "body",    "canvas",
+    "datalist", "embed",    "frame", "frameset", "head",     "html",    "iframe",  "input",
+    "isindex",  "keygen",   "link",  "map",      "math",     "meta",    "noembed", "noframes",
+    "noscript", "object",   "param", "picture",  "script",   "select",  "source",  "style",
+    "svg",      "template", "title", "track",    "video",    "portal"};
 
 constexpr HtmlElement kUnknown = {"span", "span", kInline, 0, 0, 0};
 
 }  // namespace
 
 const HtmlElement* findElement(std::string_view name) {
-    const auto* found = std::lower_bound(kElements.begin(), kElements.end(), name,
-                                         [](const HtmlElement& each, std::string_view key) { return each.name < key; });
+    const auto* found =
+        std::lower_bound(kElements.begin(), kElements.end(), name,
+                         [](const HtmlElement& each, std::string_view key) { return each.name < key; });
     if (found != kElements.end() && found->name == name) return &*found;
     if (std::find(kWithoutTags.begin(), kWithoutTags.end(), name) != kWithoutTags.end()) return nullptr;
     return &kUnknown;

@@ -16,7 +16,7 @@ constexpr size_t kMaxAttributes = 64;
 constexpr std::string_view kBlanks = " \t\n\r\f";
 
 // Elements whose content has no tags. Nothing follows <plaintext>.
-constexpr std::array<std::string_view, 9> kRawElements = {"script", "style",    "title", "textarea", "xmp",
+constexpr std::array<std::string_view, 9> kRawElements = {"script", "style",    "title",   "textarea", "xmp",
                                                           "iframe", "noframes", "noembed", "plaintext"};
 
 bool isLetter(char c) { return (lower(c) >= 'a' && lower(c) <= 'z'); }
@@ -27,10 +27,11 @@ struct NamedCharacter {
     char character;
 };
 constexpr std::array<NamedCharacter, 26> kNamedCharacters = {{
-    {"amp", '&'},    {"AMP", '&'},     {"lt", '<'},     {"LT", '<'},     {"gt", '>'},    {"GT", '>'},   {"quot", '"'},
-    {"QUOT", '"'},   {"apos", '\''},   {"colon", ':'},  {"semi", ';'},   {"sol", '/'},   {"bsol", '\\'}, {"num", '#'},
-    {"lpar", '('},   {"rpar", ')'},    {"comma", ','},  {"period", '.'}, {"quest", '?'}, {"percnt", '%'}, {"commat", '@'},
-    {"Tab", '\t'},   {"NewLine", '\n'}, {"equals", '='}, {"excl", '!'},   {"plus", '+'},
+    {"amp", '&'},   {"AMP", '&'},    {"lt", '<'},     {"LT", '<'},    {"gt", '>'},       {"GT", '>'},
+    {"quot", '"'},  {"QUOT", '"'},   {"apos", '\''},  {"colon", ':'}, {"semi", ';'},     {"sol", '/'},
+    {"bsol", '\\'}, {"num", '#'},    {"lpar", '('},   {"rpar", ')'},  {"comma", ','},    {"period", '.'},
+    {"quest", '?'}, {"percnt", '%'}, {"commat", '@'}, {"Tab", '\t'},  {"NewLine", '\n'}, {"equals", '='},
+    {"excl", '!'},  {"plus", '+'},
 }};
 
 // The reference at the beginning of `text`, which begins with "&": appends its character and returns its length; 0

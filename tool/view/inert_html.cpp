@@ -17,14 +17,16 @@ constexpr size_t kMaxDepth = 200;
 
 // Attributes that are passed on as they are. None of them loads or runs anything.
 constexpr std::array<std::string_view, 35> kAttributes = {
-    "abbr",    "align",  "alt",     "bgcolor", "border", "bordercolor", "cellpadding", "cellspacing", "class",
-    "clear",   "color",  "cols",    "colspan", "compact", "datetime",   "dir",         "face",        "frame",
-    "headers", "height", "hspace",  "id",      "lang",   "noshade",     "nowrap",      "reversed",    "rowspan",
-    "rules",   "scope",  "size",    "span",    "start",  "summary",     "title",       "type"};
+    "abbr",        "align", "alt",     "bgcolor", "border",   "bordercolor", "cellpadding",
+    "cellspacing", "class", "clear",   "color",   "cols",     "colspan",     "compact",
+    "datetime",    "dir",   "face",    "frame",   "headers",  "height",      "hspace",
+    "id",          "lang",  "noshade", "nowrap",  "reversed", "rowspan",     "rules",
+    "scope",       "size",  "span",    "start",   "summary",  "title",       "type"};
 constexpr std::array<std::string_view, 4> kMoreAttributes = {"valign", "value", "vspace", "width"};
 
 // Attributes with a URL that a browser loads by itself.
-constexpr std::array<std::string_view, 6> kLoading = {"src", "srcset", "background", "poster", "data", "dynsrc"};
+constexpr std::array<std::string_view, 6> kLoading = {"src",    "srcset", "background",
+                                                      "poster", "data",   "dynsrc"};
 
 constexpr std::array<std::string_view, 3> kColourAttributes = {"bgcolor", "color", "text"};
 

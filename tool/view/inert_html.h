@@ -26,9 +26,9 @@ struct InertHtml {
     std::string html;
     std::string styles;  // the style sheets, for one <style>
     BlockedContent blocked;
-    bool hasColours = false;    // it sets colours of its own
-    bool hasDarkForm = false;   // it has rules for a dark screen
-    bool anyText = false;       // there is something to see
+    bool hasColours = false;   // it sets colours of its own
+    bool hasDarkForm = false;  // it has rules for a dark screen
+    bool anyText = false;      // there is something to see
 };
 
 // `html` is UTF-8. `find` may be empty.

@@ -20,8 +20,10 @@ std::string frameDocument(const InertHtml& inert, std::string_view theme) {
     const bool isLight = theme == "light";
     return fmt::format(
         "<!DOCTYPE html><html class=\"{0}\"><head><meta charset=\"utf-8\">{1}"
-        "<meta name=\"color-scheme\" content=\"{2}\"><style>{3}{4}</style><style>{5}</style></head><body>{6}</body></html>",
-        theme, policyTags(), isLight ? "light" : "light dark", kFrameStyle, kMailStyle, inert.styles, inert.html);
+        "<meta name=\"color-scheme\" "
+        "content=\"{2}\"><style>{3}{4}</style><style>{5}</style></head><body>{6}</body></html>",
+        theme, policyTags(), isLight ? "light" : "light dark", kFrameStyle, kMailStyle, inert.styles,
+        inert.html);
 }
 
 // Lines that begin with ">" are what the message answers.
@@ -69,17 +71,20 @@ std::string htmlBody(std::string_view html, const ReferenceFinder& find) {
     if (!refused.empty()) section += note("Blocked: " + refused + ".");
     if (inert.blocked.missingImages != 0) {
         const size_t count = inert.blocked.missingImages;
-        section += note(fmt::format("{} picture{} of the message cannot be shown: not in it, too large, or of a type "
-                                    "that browsers do not show.",
-                                    count, count == 1 ? "" : "s"));
+        section += note(
+            fmt::format("{} picture{} of the message cannot be shown: not in it, too large, or of a type "
+                        "that browsers do not show.",
+                        count, count == 1 ? "" : "s"));
     }
     section += fmt::format(
         "<div class=\"mail {0}\">\n"
-        "<div class=\"copy\" inert aria-hidden=\"true\"><div class=\"host\"><template shadowrootmode=\"closed\">"
-        "<style>{1}</style><style>{2}</style>{3}</template></div></div>\n"
+        "<div class=\"copy\" inert aria-hidden=\"true\"><div class=\"host\"><template "
+        "shadowrootmode=\"closed\">"
+        "<style>{1}{5}</style><style>{2}</style>{3}</template></div></div>\n"
         "<iframe sandbox=\"\" title=\"The message as its sender made it\" referrerpolicy=\"no-referrer\" "
         "srcdoc=\"{4}\"></iframe>\n</div>\n",
-        theme, kMailStyle, inert.styles, inert.html, escapeHtml(frameDocument(inert, theme)));
+        theme, kMailStyle, inert.styles, inert.html, escapeHtml(frameDocument(inert, theme)),
+        theme == "plain" ? kPlainMailStyle : std::string_view());
     return section;
 }
 

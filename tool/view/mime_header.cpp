@@ -20,8 +20,9 @@ constexpr size_t kMaxAddresses = 60;  // of one field; the others are counted
 
 constexpr std::array<std::string_view, 7> kDays = {"Sunday",   "Monday", "Tuesday", "Wednesday",
                                                    "Thursday", "Friday", "Saturday"};
-constexpr std::array<std::string_view, 12> kMonths = {"January", "February", "March",     "April",   "May",      "June",
-                                                      "July",    "August",   "September", "October", "November", "December"};
+constexpr std::array<std::string_view, 12> kMonths = {"January",   "February", "March",    "April",
+                                                      "May",       "June",     "July",     "August",
+                                                      "September", "October",  "November", "December"};
 
 std::vector<Address> addressesOf(const Part& root, const std::string& name) {
     std::vector<Address> all;
@@ -36,7 +37,8 @@ std::vector<Address> addressesOf(const Part& root, const std::string& name) {
 std::string addressText(const Address& address) {
     if (address.name.empty()) return shown(address.address);
     if (address.address.empty()) return shown(address.name);
-    return fmt::format("{} <span class=\"at\">&lt;{}&gt;</span>", shown(address.name), shown(address.address));
+    return fmt::format("{} <span class=\"at\">&lt;{}&gt;</span>", shown(address.name),
+                       shown(address.address));
 }
 
 std::string addressRow(const Part& root, const std::string& name) {
@@ -46,7 +48,8 @@ std::string addressRow(const Part& root, const std::string& name) {
         if (i != 0) text += ", ";
         text += addressText(addresses[i]);
     }
-    if (addresses.size() > kMaxAddresses) text += fmt::format(" and {} more", addresses.size() - kMaxAddresses);
+    if (addresses.size() > kMaxAddresses)
+        text += fmt::format(" and {} more", addresses.size() - kMaxAddresses);
     if (text.empty()) text = shown(root.header(name).value_or(""));
     return text.empty() ? "" : fmt::format("<dt>{}</dt><dd>{}</dd>\n", name, text);
 }
@@ -84,10 +87,10 @@ std::string dateRow(const Part& root) {
 
 std::string dateWords(const Date& date) {
     const Clock clock(date);
-    const std::string day =
-        fmt::format("{}, {} {} {}", kDays[std::chrono::weekday(clock.day).c_encoding()],
-                    static_cast<unsigned>(clock.date.day()), kMonths[static_cast<unsigned>(clock.date.month()) - 1],
-                    static_cast<int>(clock.date.year()));
+    const std::string day = fmt::format("{}, {} {} {}", kDays[std::chrono::weekday(clock.day).c_encoding()],
+                                        static_cast<unsigned>(clock.date.day()),
+                                        kMonths[static_cast<unsigned>(clock.date.month()) - 1],
+                                        static_cast<int>(clock.date.year()));
     if ((date.flags & EML_MIME_DATE_NO_TIME) != 0) return day;
     return fmt::format("{}, {:02}:{:02}{}", day, clock.time.hours().count(), clock.time.minutes().count(),
                        zoneWords(date));
@@ -107,9 +110,10 @@ ViewSummary summaryOf(const Part& root) {
     if (date) {
         const Clock clock(*date);
         summary.seconds = date->time.time_since_epoch().count();
-        summary.date = fmt::format("{:04}-{:02}-{:02} {:02}:{:02}", static_cast<int>(clock.date.year()),
-                                   static_cast<unsigned>(clock.date.month()), static_cast<unsigned>(clock.date.day()),
-                                   clock.time.hours().count(), clock.time.minutes().count());
+        summary.date =
+            fmt::format("{:04}-{:02}-{:02} {:02}:{:02}", static_cast<int>(clock.date.year()),
+                        static_cast<unsigned>(clock.date.month()), static_cast<unsigned>(clock.date.day()),
+                        clock.time.hours().count(), clock.time.minutes().count());
     }
     return summary;
 }

@@ -65,9 +65,9 @@ class MimePage {
     size_t articles_ = 0;
     size_t files_ = 0;  // of the article
     size_t treeItems_ = 0;
-    std::string path_;   // of the message in the file: "", "3-"
-    size_t depth_ = 0;   // of encoded messages
-    size_t level_ = 0;   // of the article in the tree
+    std::string path_;  // of the message in the file: "", "3-"
+    size_t depth_ = 0;  // of encoded messages
+    size_t level_ = 0;  // of the article in the tree
     std::deque<Encoded> encoded_;
     PageContent content_;
     ViewSummary summary_;
@@ -88,8 +88,8 @@ bool isTnef(const Part& part) {
 
 void MimePage::addToTree(const std::string& id, std::string_view text, size_t level) {
     ++treeItems_;
-    content_.tree += fmt::format("<li class=\"level-{}\"><a href=\"#{}\">{}</a></li>\n", std::min<size_t>(level, 3), id,
-                                 text);
+    content_.tree += fmt::format("<li class=\"level-{}\"><a href=\"#{}\">{}</a></li>\n",
+                                 std::min<size_t>(level, 3), id, text);
 }
 
 std::string protectionNote(const Part& part) {
@@ -101,6 +101,9 @@ std::string protectionNote(const Part& part) {
             return note("The message is encrypted (OpenPGP).");
         case EML_MIME_ENCRYPTED_OTHER:
             return note("The message is encrypted.");
+        case EML_MIME_SMIME_OTHER:
+            return note(
+                "The message is wrapped (S/MIME), and most likely encrypted: only its header can be shown.");
         case EML_MIME_SMIME_OPAQUE:
             return note("The message is inside a signature (S/MIME), which is not unwrapped here.");
         case EML_MIME_SMIME_SIGNED:
@@ -116,7 +119,8 @@ std::string protectionNote(const Part& part) {
 // One part of the body. A sound or a film stays a file.
 std::string MimePage::bodyPart(const Part& part, Pictures& pictures) {
     if (part.is("text", "html")) {
-        return htmlBody(htmlText(part), [&](std::string_view reference) { return pictures.find(reference, part); });
+        return htmlBody(htmlText(part),
+                        [&](std::string_view reference) { return pictures.find(reference, part); });
     }
     if (isBodyText(part)) return textBody(withoutInvalidBytes(part.text()));
     const std::optional<std::string> url = pictures.dataUrl(part);
@@ -189,14 +193,17 @@ std::string MimePage::file(const Part& part) {
         if (part.isEncodedMessage()) encodedMessage(part);
         const std::string target =
             part.isMessage() ? path_ + std::to_string(part.info().firstChild) : id + "-0";
-        const std::string title = part.isNamed() || part.children().empty() ? shown(name) : shownSubject(part.children().front());
+        const std::string title =
+            part.isNamed() || part.children().empty() ? shown(name) : shownSubject(part.children().front());
         return fmt::format("<li><a href=\"#message-{}\">{}</a> <small>message</small></li>\n", target, title);
     }
     addToTree("part-" + id, shown(name), level_ + 1);
     const std::optional<std::string> bytes = smallContent(part, options_.maxEmbed);
     if (!bytes) {
-        return fmt::format("<li id=\"part-{}\"><span>{}</span> <small>{}, too large for this page: eml extract</small></li>\n",
-                           id, shown(name), humanSize(part.measure().size));
+        return fmt::format(
+            "<li id=\"part-{}\"><span>{}</span> <small>{}, too large for this page: eml "
+            "extract</small></li>\n",
+            id, shown(name), humanSize(part.measure().size));
     }
     return fileItem(name, id, *bytes) + (isTnef(part) ? tnefItems(part, *bytes) : "");
 }
@@ -229,7 +236,8 @@ std::string MimePage::body(const std::vector<Part>& parts, Pictures& pictures, b
         const bool isChosen = hasHtml ? part.isHtmlBody() : part.isTextBody();
         // A picture that the HTML shows already is not shown once more.
         if (isChosen && !pictures.isShown(part.number())) text += bodyPart(part, pictures);
-        if (!isChosen && part.isTextBody() && isBodyText(part)) plain += textBody(withoutInvalidBytes(part.text()));
+        if (!isChosen && part.isTextBody() && isBodyText(part))
+            plain += textBody(withoutInvalidBytes(part.text()));
     }
     if (text.empty() && std::any_of(parts.begin(), parts.end(), isRtf)) {
         text = note("The text is there as RTF only: see the attachments.");
@@ -284,7 +292,8 @@ void MimePage::addMessage(const Message& message, const std::string& path, size_
     }
     for (uint32_t root : roots) {
         if (articles_ == kMaxArticles) {
-            warn("too-many-messages", fmt::format("only the first {} messages inside it are shown", kMaxArticles));
+            warn("too-many-messages",
+                 fmt::format("only the first {} messages inside it are shown", kMaxArticles));
             break;
         }
         addArticle(message, message.part(root), byMessage[root]);

@@ -19,11 +19,13 @@ std::string warningList(const std::vector<ViewWarning>& warnings) {
         items += fmt::format("<li>{}</li>\n", shown(warnings[i].text));
     }
     if (warnings.size() > kMaxNotes) {
-        items += fmt::format("<li>and {} more; \"eml list\" has them all</li>\n", warnings.size() - kMaxNotes);
+        items +=
+            fmt::format("<li>and {} more; \"eml list\" has them all</li>\n", warnings.size() - kMaxNotes);
     }
     if (warnings.size() == 1) return note("Note: " + shown(warnings.front().text));
-    return fmt::format("<details class=\"note\"><summary>{} notes about this message</summary>\n<ul>\n{}</ul></details>\n",
-                       warnings.size(), items);
+    return fmt::format(
+        "<details class=\"note\"><summary>{} notes about this message</summary>\n<ul>\n{}</ul></details>\n",
+        warnings.size(), items);
 }
 
 }  // namespace
@@ -56,7 +58,8 @@ std::string shownLines(std::string_view text) {
 std::string note(std::string_view text) { return fmt::format("<p class=\"note\">{}</p>\n", text); }
 
 std::string wholePage(const PageContent& content, const PageLinks& links) {
-    std::string page = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n" + policyTags() +
+    std::string page = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n" +
+                       policyTags() +
                        "\n<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
                        "<meta name=\"color-scheme\" content=\"light dark\">\n<title>" +
                        shown(content.title) + "</title>\n<style>\n" + std::string(kCommonStyle) +
@@ -68,7 +71,8 @@ std::string wholePage(const PageContent& content, const PageLinks& links) {
                             escapeHtml(links.index));
     }
     if (!content.tree.empty()) {
-        page += "<nav class=\"tree\" aria-label=\"Parts of the message\">\n<ul>\n" + content.tree + "</ul>\n</nav>\n";
+        page += "<nav class=\"tree\" aria-label=\"Parts of the message\">\n<ul>\n" + content.tree +
+                "</ul>\n</nav>\n";
     }
     page += "<main>\n" + warningList(content.warnings) + content.articles;
     return page +

@@ -34,8 +34,8 @@ struct PageLinks {
 };
 
 struct PageContent {
-    std::string title;  // as text
-    std::string tree;   // of the parts, as items of a list; may be empty
+    std::string title;          // as text
+    std::string tree;           // of the parts, as items of a list; may be empty
     bool isOneMessage = false;  // no message is inside it: on a small screen the tree would say nothing new
     std::vector<ViewWarning> warnings;
     std::string articles;

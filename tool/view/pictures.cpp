@@ -35,7 +35,8 @@ std::string_view pictureType(std::string_view beginning, std::string_view type) 
     const bool mayBe = type.starts_with("image/") || type == "application/octet-stream";
     if (!mayBe) return {};
     for (const Beginning& each : kBeginnings) {
-        if (beginning.size() > each.offset && beginning.substr(each.offset).starts_with(each.bytes)) return each.type;
+        if (beginning.size() > each.offset && beginning.substr(each.offset).starts_with(each.bytes))
+            return each.type;
     }
     // In <img> and in a style sheet it can neither run nor load anything.
     return type == "image/svg+xml" ? "image/svg+xml" : std::string_view();
@@ -59,7 +60,8 @@ std::optional<std::string> Pictures::dataUrl(const emlreader::mime::Part& part) 
     const bool mayBe = type.starts_with("image/") || type == "application/octet-stream";
     if (isNew && mayBe) {
         // What would not fit in any case is not kept.
-        const std::optional<std::string> bytes = smallContent(part, std::min(maxPicture_, kMaxPictureCharacters));
+        const std::optional<std::string> bytes =
+            smallContent(part, std::min(maxPicture_, kMaxPictureCharacters));
         const std::string_view shownType = bytes ? pictureType(*bytes, type) : std::string_view();
         if (!shownType.empty()) url = "data:" + std::string(shownType) + ";base64," + base64(*bytes);
     }

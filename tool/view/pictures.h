@@ -45,10 +45,10 @@ class Pictures {
 
     const emlreader::mime::Message& message_;
     uint64_t maxPicture_;
-    uint64_t& budget_;  // characters that are left
-    std::unordered_map<uint32_t, std::string> urls_;  // by part; empty for what is no picture
+    uint64_t& budget_;                                              // characters that are left
+    std::unordered_map<uint32_t, std::string> urls_;                // by part; empty for what is no picture
     std::unordered_map<std::string, std::optional<uint32_t>> ids_;  // what references have led to
-    std::unordered_map<std::string, uint32_t> locations_;           // of all parts, with their message before it
+    std::unordered_map<std::string, uint32_t> locations_;  // of all parts, with their message before it
     bool knowsLocations_ = false;
     std::unordered_set<uint32_t> shown_;
 };

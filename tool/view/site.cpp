@@ -23,14 +23,17 @@ std::string digestSource(std::string_view script) {
 std::string rowText(const SiteRow& row) {
     const ViewSummary& summary = row.summary;
     if (row.page.empty()) {
-        return fmt::format("<tr class=\"bad\"><td></td><td></td><td>{}: {}</td><td></td></tr>\n", shown(row.path),
-                           shown(row.problem));
+        return fmt::format("<tr class=\"bad\"><td></td><td></td><td>{}: {}</td><td></td></tr>\n",
+                           shown(row.path), shown(row.problem));
     }
     const std::string subject = summary.subject.empty() ? "(no subject)" : shown(summary.subject);
     const std::string files =
-        summary.attachments == 0 ? "" : fmt::format("<span aria-label=\"{0} attachments\">{0}</span>", summary.attachments);
+        summary.attachments == 0
+            ? ""
+            : fmt::format("<span aria-label=\"{0} attachments\">{0}</span>", summary.attachments);
     return fmt::format(
-        "<tr><td data-key=\"{}\">{}</td><td>{}</td><td><a href=\"{}\">{}</a></td><td data-key=\"{}\">{}</td></tr>\n",
+        "<tr><td data-key=\"{}\">{}</td><td>{}</td><td><a href=\"{}\">{}</a></td><td "
+        "data-key=\"{}\">{}</td></tr>\n",
         summary.seconds ? std::to_string(*summary.seconds) : "", shown(summary.date), shown(summary.from),
         escapeHtml(row.page), subject, summary.attachments, files);
 }
@@ -67,10 +70,13 @@ std::string buildIndex(const std::string& title, std::vector<SiteRow> rows) {
            countText(rows.size() - problems, problems) +
            "</p>\n<input id=\"filter\" type=\"search\" placeholder=\"Filter by sender, subject or date\" "
            "aria-label=\"Filter\" autocomplete=\"off\" hidden>\n</header>\n<table>\n<thead><tr>"
-           "<th aria-sort=\"descending\">Date</th><th>From</th><th>Subject</th><th>Files</th></tr></thead>\n<tbody>\n" +
+           "<th "
+           "aria-sort=\"descending\">Date</th><th>From</th><th>Subject</th><th>Files</th></tr></"
+           "thead>\n<tbody>\n" +
            body +
            "</tbody>\n</table>\n<p id=\"none\" hidden>No message has these words.</p>\n"
-           "<footer>Made by eml view. The list runs one script, for sorting and filtering; the messages run none. "
+           "<footer>Made by eml view. The list runs one script, for sorting and filtering; the messages run "
+           "none. "
            "Nothing reaches the network.</footer>\n<script>" +
            std::string(kSiteScript) + "</script>\n</body>\n</html>\n";
 }

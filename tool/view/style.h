@@ -107,7 +107,7 @@ details.note { margin-top: 0; } details.note summary { color: inherit; }
 @page { margin: 16mm; }
 @media print {
   :root { color-scheme: light; } body { background: none; padding: 0; max-width: none; font-size: 11pt; }
-  nav, footer, .mail iframe { display: none; }
+  nav, footer, .mail iframe, details:not([open]) { display: none; }
   article { box-shadow: none; border-radius: 0; padding: 0; background: none; }
   article + article { border-top: 1px solid var(--line); padding-top: 1rem; }
   .mail, .mail:last-child { margin: 0; min-height: 0; max-height: none; border-radius: 0; overflow: clip; }
@@ -125,10 +125,14 @@ inline constexpr std::string_view kMailStyle = R"css(
 .eml-html{display:block;color:light-dark(#1b1f24,#e7eaee);font:16px/1.5 system-ui,-apple-system,"Segoe UI",Roboto,"Noto Sans",sans-serif}
 .eml-body{display:flow-root;padding:.25rem clamp(1rem,20% - 112px,1.75rem) 1.5rem;overflow-wrap:break-word}
 .eml-body>:first-child{margin-top:0}
+.eml-body>:last-child{margin-bottom:0}
 img{max-width:100%}
 pre{white-space:pre-wrap}
 blockquote{margin:.75rem 0;padding-left:.9rem;border-left:3px solid rgb(128 128 128 / .4)}
 x-a{color:light-dark(#0a58ad,#82b8f4);text-decoration:underline}
 )css";
+
+// After it, for a body without colours of its own: on paper it begins where everything else does.
+inline constexpr std::string_view kPlainMailStyle = "@media print{.eml-body{padding-inline:0}}";
 
 }  // namespace emltool

@@ -15,7 +15,8 @@ using emltool::recurrenceText;
 using emltool::whenText;
 
 CalendarEvent eventOf(const std::string& lines) {
-    Calendar calendar = readCalendar("BEGIN:VCALENDAR\r\nBEGIN:VEVENT\r\n" + lines + "\r\nEND:VEVENT\r\nEND:VCALENDAR\r\n");
+    Calendar calendar =
+        readCalendar("BEGIN:VCALENDAR\r\nBEGIN:VEVENT\r\n" + lines + "\r\nEND:VEVENT\r\nEND:VCALENDAR\r\n");
     EXPECT_EQ(calendar.events.size(), size_t{1}) << lines;
     return calendar.events.empty() ? CalendarEvent() : calendar.events.front();
 }
@@ -41,7 +42,8 @@ TEST(Calendar, SaysWhen) {
          "Tuesday, 4 March 2025 – Thursday, 6 March 2025"},
         {"DTSTART:20250304T234500Z\r\nDURATION:PT1H30M",
          "Tuesday, 4 March 2025, 23:45 – Wednesday, 5 March 2025, 01:15 (UTC)"},
-        {"DTSTART;VALUE=DATE:20241231\r\nDURATION:P2D", "Tuesday, 31 December 2024 – Wednesday, 1 January 2025"},
+        {"DTSTART;VALUE=DATE:20241231\r\nDURATION:P2D",
+         "Tuesday, 31 December 2024 – Wednesday, 1 January 2025"},
         {"DTSTART:20250304T081500Z\r\nDURATION:-PT1H", "Tuesday, 4 March 2025, 08:15 (UTC)"},
         {"DTSTART:20250304T081500Z\r\nDURATION:P99999999999999999999W",
          "Tuesday, 4 March 2025, 08:15 – Thursday, 10 May 2125, 08:15 (UTC)"},
@@ -69,7 +71,8 @@ TEST(Calendar, LinesAreUnfolded) {
 }
 
 TEST(Calendar, TextsAreUnescaped) {
-    const CalendarEvent event = eventOf("SUMMARY:a\\, b\\; c\\\\d\r\nDESCRIPTION:one\\ntwo\\N\r\nlocation;X=\"a:b\":Room; 5");
+    const CalendarEvent event =
+        eventOf("SUMMARY:a\\, b\\; c\\\\d\r\nDESCRIPTION:one\\ntwo\\N\r\nlocation;X=\"a:b\":Room; 5");
     EXPECT_EQ(event.summary, "a, b; c\\d");
     EXPECT_EQ(event.description, "one\ntwo\n");
     EXPECT_EQ(event.location, "Room; 5");
@@ -106,7 +109,8 @@ TEST(Calendar, WhatLiesInsideAnEventIsNotTheEvent) {
 
 TEST(Calendar, MethodStatusAndSequence) {
     const Calendar calendar = readCalendar(
-        "BEGIN:VCALENDAR\nMETHOD:request\nBEGIN:VTIMEZONE\nTZID:x\nEND:VTIMEZONE\nBEGIN:VEVENT\nSTATUS:cancelled\n"
+        "BEGIN:VCALENDAR\nMETHOD:request\nBEGIN:VTIMEZONE\nTZID:x\nEND:VTIMEZONE\nBEGIN:VEVENT\nSTATUS:"
+        "cancelled\n"
         "SEQUENCE:3\nSUMMARY:cut off");
     EXPECT_EQ(calendar.method, "REQUEST");
     ASSERT_EQ(calendar.events.size(), size_t{1});
@@ -132,7 +136,8 @@ TEST(Calendar, RulesInWords) {
         {"FREQ=WEEKLY;INTERVAL=1;BYDAY=MO", "every week on Monday"},
         {"FREQ=WEEKLY;INTERVAL=2;BYDAY=MO,WE,FR;COUNT=10;WKST=SU",
          "every 2 weeks on Monday, Wednesday and Friday, 10 times"},
-        {"FREQ=MONTHLY;BYDAY=-1FR;UNTIL=20251231T235959Z", "every month on the last Friday, until 31 December 2025"},
+        {"FREQ=MONTHLY;BYDAY=-1FR;UNTIL=20251231T235959Z",
+         "every month on the last Friday, until 31 December 2025"},
         {"FREQ=MONTHLY;BYDAY=2TU", "every month on the second Tuesday"},
         {"FREQ=MONTHLY;BYMONTHDAY=15", "every month on day 15"},
         {"FREQ=YEARLY;BYMONTHDAY=4;BYMONTH=7", "every year on day 4 in July"},
@@ -145,9 +150,10 @@ TEST(Calendar, RulesInWords) {
 }
 
 TEST(Calendar, CardsAreSafeHtml) {
-    const std::string card = emltool::calendarCards(readCalendar(
-        "METHOD:CANCEL\nBEGIN:VEVENT\nSUMMARY:<script>\nLOCATION:<img src=x>\nDTSTART;TZID=<b>:20250304T091500\n"
-        "ATTENDEE;CN=<i>:mailto:\"<u>\nEND:VEVENT"));
+    const std::string card =
+        emltool::calendarCards(readCalendar("METHOD:CANCEL\nBEGIN:VEVENT\nSUMMARY:<script>\nLOCATION:<img "
+                                            "src=x>\nDTSTART;TZID=<b>:20250304T091500\n"
+                                            "ATTENDEE;CN=<i>:mailto:\"<u>\nEND:VEVENT"));
     for (const char* tag : {"<script", "<img", "<b>", "<i>", "<u>"}) {
         EXPECT_EQ(card.find(tag), std::string::npos) << tag;
     }

@@ -28,7 +28,8 @@ TEST(CssText, NothingReachesOutside) {
         {"p{background:url(\"http://a", "p{background:url(\"data:,\")"},
         {"p{background:url()}", "p{background:url(\"data:,\")}"},
         {"p{background:image-set(\"http://a\" 1x)}", "p{background:x-image-set(\"http://a\" 1x)}"},
-        {"p{background:url(data:image/png;base64,AA==)}", "p{background:url(\"data:image/png;base64,AA==\")}"},
+        {"p{background:url(data:image/png;base64,AA==)}",
+         "p{background:url(\"data:image/png;base64,AA==\")}"},
         {"@import 'http://a';p{}", "@x-import 'http://a';p{}"},
         {"@\\69mport url(http://a);", "@x-import url(\"data:,\");"},
         {"@font-face{src:url(http://a)}", "@x-font-face{src:url(\"data:,\")}"},
@@ -43,10 +44,10 @@ TEST(CssText, NothingReachesOutside) {
 }
 
 TEST(CssText, TheElementAroundItCannotBeEnded) {
-    const char* const sheets[] = {"</style>",        "p{content:'</style>'}", "a\\</style>",   "'\\</style>",
-                                  "url(</style>)",   "url('</style>')",       "/*</style>*/x", "@media </style>",
-                                  "a:b(</style>",    "[a='</style>']",        "<!</style>",    "\"a\n</style>",
-                                  "<</style></styl", "\\3c/style>"};
+    const char* const sheets[] = {
+        "</style>",        "p{content:'</style>'}", "a\\</style>",     "'\\</style>",  "url(</style>)",
+        "url('</style>')", "/*</style>*/x",         "@media </style>", "a:b(</style>", "[a='</style>']",
+        "<!</style>",      "\"a\n</style>",         "<</style></styl", "\\3c/style>"};
     for (const std::string sheet : sheets) {
         CssFindings findings;
         EXPECT_EQ(inertStyleSheet(sheet, {}, findings).find("</"), std::string::npos) << sheet;
@@ -77,7 +78,8 @@ TEST(CssText, SelectorsOfTheWholePageNameTheCopy) {
 
 TEST(CssText, CountsWhatIsAskedFor) {
     CssFindings findings;
-    inertStyleSheet("@import 'x';p{background:url(https://a);color:red}b{background:url(cid:1)}", {}, findings);
+    inertStyleSheet("@import 'x';p{background:url(https://a);color:red}b{background:url(cid:1)}", {},
+                    findings);
     EXPECT_EQ(findings.remote, size_t{2});
     EXPECT_EQ(findings.unresolved, size_t{1});
     EXPECT_TRUE(findings.colours);
@@ -90,11 +92,16 @@ TEST(CssText, OnlyPicturesAreData) {
         bool isImage;
     };
     const Url rows[] = {
-        {"data:image/png;base64,AA+/=", true}, {"DATA:IMAGE/GIF;base64,AA", true},
-        {"data:image/svg+xml;base64,AA", false}, {"data:text/html,x", false},
-        {"data:image/png,\"", false},          {"data:image/png,)", false},
-        {"data:image/png, x", false},          {"data:image/png", false},
-        {"http://a", false},                   {"", false},
+        {"data:image/png;base64,AA+/=", true},
+        {"DATA:IMAGE/GIF;base64,AA", true},
+        {"data:image/svg+xml;base64,AA", false},
+        {"data:text/html,x", false},
+        {"data:image/png,\"", false},
+        {"data:image/png,)", false},
+        {"data:image/png, x", false},
+        {"data:image/png", false},
+        {"http://a", false},
+        {"", false},
     };
     for (const Url& row : rows) EXPECT_EQ(isImageData(row.url), row.isImage) << row.url;
 }

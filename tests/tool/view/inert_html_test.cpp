@@ -94,7 +94,8 @@ TEST(InertHtml, LinksBecomeTheirTitle) {
     const Row rows[] = {
         {"<A HREF=http://x/y ping=z>y</A>", "<x-a title=\"http://x/y\">y</x-a>"},
         {"<a href=\"http://x\" title=\"http://bank\">y</a>", "<x-a title=\"http://x\">y</x-a>"},
-        {"<a href='java&#115;cript:a(\"b\")'>y</a>", "<x-a title=\"java&#115;cript:a(&quot;b&quot;)\">y</x-a>"},
+        {"<a href='java&#115;cript:a(\"b\")'>y</a>",
+         "<x-a title=\"java&#115;cript:a(&quot;b&quot;)\">y</x-a>"},
         {"<a name=top>y</a>", "<x-a>y</x-a>"},
     };
     for (const Row& row : rows) EXPECT_EQ(inertOf(row.html), row.inert) << row.html;
@@ -107,7 +108,8 @@ TEST(InertHtml, EveryElementIsClosedInOrder) {
         {"x</b></div></body></html>", "x"},
         {"<b><i>x</b>y</i>z", "<b><i>x</i></b>yz"},
         {"<p>a<p>b", "<p>a</p><p>b</p>"},
-        {"<ul><li>a<li>b<ul><li>c</ul><li>d</ul>", "<ul><li>a</li><li>b<ul><li>c</li></ul></li><li>d</li></ul>"},
+        {"<ul><li>a<li>b<ul><li>c</ul><li>d</ul>",
+         "<ul><li>a</li><li>b<ul><li>c</li></ul></li><li>d</li></ul>"},
         {"<li><p>a<li>b", "<li><p>a</p></li><li>b</li>"},
         {"<table><tr><td>a<td>b<tr><td>c</table>d",
          "<table><tr><td>a</td><td>b</td></tr><tr><td>c</td></tr></table>d"},
@@ -131,7 +133,8 @@ TEST(InertHtml, OfDeepNestingTheTextStays) {
 
 TEST(InertHtml, TheBodyKeepsItsColoursLanguageAndClass) {
     const InertHtml inert = makeInert(
-        "<html lang=de><body bgcolor=112233 text='#eee' class='a&quot;b' style='margin:0' background=http://x>x");
+        "<html lang=de><body bgcolor=112233 text='#eee' class='a&quot;b' style='margin:0' "
+        "background=http://x>x");
     EXPECT_EQ(inert.html,
               "<div class=\"eml-html\" lang=\"de\"><div class=\"eml-body a&quot;b\" "
               "style=\"background-color:#112233;color:#eee;margin:0\">x</div></div>");
@@ -154,7 +157,8 @@ TEST(InertHtml, ReferencesInsideTheMessageBecomeData) {
         {"<img src=' cid:1@\nx '>", "<img>", 1},  // a blank at its end belongs to it
         {"<img src=logo.png>", "<img src=\"data:image/png;base64,AA\">", 0},
         {"<img src=cid:2@x>", "<img>", 1},
-        {"<td background=cid:1@x>", "<td style=\"background-image:url(&quot;data:image/png;base64,AA&quot;);\"></td>", 0},
+        {"<td background=cid:1@x>",
+         "<td style=\"background-image:url(&quot;data:image/png;base64,AA&quot;);\"></td>", 0},
         {"<p style='background:url(cid:1@x)'>",
          "<p style=\"background:url(&quot;data:image/png;base64,AA&quot;)\"></p>", 0},
     };

@@ -22,22 +22,26 @@ bool has(const ViewPage& page, std::string_view text) { return page.html.find(te
 
 size_t countOf(const ViewPage& page, std::string_view text) {
     size_t count = 0;
-    for (size_t at = page.html.find(text); at != std::string::npos; at = page.html.find(text, at + 1)) ++count;
+    for (size_t at = page.html.find(text); at != std::string::npos; at = page.html.find(text, at + 1))
+        ++count;
     return count;
 }
 
 constexpr const char* kPicture = "iVBORw0KGgo=";  // the beginning of a PNG
 
 std::string related(const std::string& html) {
-    return "Subject: s\nContent-Type: multipart/related; boundary=b\n\n--b\nContent-Type: text/html\n\n" + html +
-           "\n--b\nContent-Type: image/png; name=logo.png\nContent-ID: <1@x>\nContent-Location: pic/logo.png\n"
+    return "Subject: s\nContent-Type: multipart/related; boundary=b\n\n--b\nContent-Type: text/html\n\n" +
+           html +
+           "\n--b\nContent-Type: image/png; name=logo.png\nContent-ID: <1@x>\nContent-Location: "
+           "pic/logo.png\n"
            "Content-Transfer-Encoding: base64\n\n" +
            kPicture +
            "\n--b\nContent-Type: text/html; name=page.html\nContent-ID: <2@x>\n\n<script>1</script>\n--b--\n";
 }
 
 TEST(MimePage, PicturesOfTheMessageAreShownAndNotListed) {
-    for (const char* html : {"<img src='cid:1@x'>", "<img src=pic/logo.png>", "<p style='background:url(cid:1%40x)'>"}) {
+    for (const char* html :
+         {"<img src='cid:1@x'>", "<img src=pic/logo.png>", "<p style='background:url(cid:1%40x)'>"}) {
         const ViewPage page = pageOf(related(html));
         // Once in the frame, once in the copy under it.
         EXPECT_EQ(countOf(page, std::string("data:image/png;base64,") + kPicture), size_t{2}) << html;
@@ -77,7 +81,8 @@ TEST(MimePage, HtmlIsWhatSaysSo) {
 
 TEST(MimePage, TheOtherFormOfTheTextIsThereToo) {
     const ViewPage page = pageOf(
-        "Content-Type: multipart/alternative; boundary=b\n\n--b\n\nplain form\n--b\nContent-Type: text/html\n\n<p>rich\n--b--");
+        "Content-Type: multipart/alternative; boundary=b\n\n--b\n\nplain form\n--b\nContent-Type: "
+        "text/html\n\n<p>rich\n--b--");
     EXPECT_TRUE(has(page, "As plain text"));
     EXPECT_TRUE(has(page, "plain form"));
     EXPECT_FALSE(has(page, "Attachments"));
@@ -85,8 +90,10 @@ TEST(MimePage, TheOtherFormOfTheTextIsThereToo) {
 
 TEST(MimePage, MessagesInsideAreArticles) {
     const ViewPage page = pageOf(
-        "Subject: outer\nContent-Type: multipart/mixed; boundary=b\n\n--b\n\ntext\n--b\nContent-Type: message/rfc822\n\n"
-        "Subject: inner\n\ninner text\n--b\nContent-Type: message/rfc822\nContent-Transfer-Encoding: base64\n\n"
+        "Subject: outer\nContent-Type: multipart/mixed; boundary=b\n\n--b\n\ntext\n--b\nContent-Type: "
+        "message/rfc822\n\n"
+        "Subject: inner\n\ninner text\n--b\nContent-Type: message/rfc822\nContent-Transfer-Encoding: "
+        "base64\n\n"
         "U3ViamVjdDogaGlkZGVuCgpkZWVwIHRleHQK\n--b--");
     EXPECT_EQ(countOf(page, "<article"), size_t{3});
     EXPECT_TRUE(has(page, "<h2>inner</h2>"));
@@ -102,7 +109,8 @@ TEST(MimePage, MessagesInsideAreArticles) {
 TEST(MimePage, AnInvitationIsACardOnce) {
     const std::string calendar = "BEGIN:VEVENT\nUID:1\nSUMMARY:Lunch\nDTSTART:20250304T120000Z\nEND:VEVENT\n";
     const ViewPage page = pageOf(
-        "Content-Type: multipart/mixed; boundary=b\n\n--b\nContent-Type: text/calendar; method=REQUEST\n\nMETHOD:REQUEST\n" +
+        "Content-Type: multipart/mixed; boundary=b\n\n--b\nContent-Type: text/calendar; "
+        "method=REQUEST\n\nMETHOD:REQUEST\n" +
         calendar + "--b\nContent-Type: application/ics; name=i.ics\n\n" + calendar + "--b--");
     EXPECT_EQ(countOf(page, "class=\"event\""), size_t{1});
     EXPECT_TRUE(has(page, "Tuesday, 4 March 2025, 12:00 (UTC)"));
@@ -114,12 +122,14 @@ TEST(MimePage, DefectsAreSaidInWords) {
         pageOf("Content-Type: text/plain; charset=x-none\nContent-Transfer-Encoding: base64\n\n!!!=C3=A9\n");
     EXPECT_TRUE(has(page, "charset that nobody here knows"));
     ASSERT_FALSE(page.warnings.empty());
-    EXPECT_TRUE(has(pageOf("Content-Type: multipart/mixed; boundary=b\n\n--b\n\nx"), "may have been cut off"));
+    EXPECT_TRUE(
+        has(pageOf("Content-Type: multipart/mixed; boundary=b\n\n--b\n\nx"), "may have been cut off"));
     EXPECT_TRUE(pageOf("Subject: fine\n\ntext\n").warnings.empty());
 }
 
 TEST(MimePage, HeaderValuesAreText) {
-    const ViewPage page = pageOf("Subject: <b>s</b>\nFrom: \"<i>\" <a@\"<u>>\nTo: =?utf-8?q?=3Cscript=3E?= <t@x>\n\ntext");
+    const ViewPage page =
+        pageOf("Subject: <b>s</b>\nFrom: \"<i>\" <a@\"<u>>\nTo: =?utf-8?q?=3Cscript=3E?= <t@x>\n\ntext");
     for (const char* tag : {"<b>", "<i>", "<u>", "<script>"}) EXPECT_FALSE(has(page, tag)) << tag;
     EXPECT_EQ(page.summary.subject, "<b>s</b>");
 }
@@ -145,7 +155,8 @@ TEST(MimeText, HtmlMayNameItsCharset) {
         {"charset=x", ""},
     };
     for (const Row& row : rows) EXPECT_EQ(emltool::metaCharset(row.html), row.charset) << row.html;
-    EXPECT_TRUE(has(pageOf("Content-Type: text/html\n\n<meta charset=koi8-r>\xF0\xD2\xC9\xD7\xC5\xD4"), "Привет"));
+    EXPECT_TRUE(
+        has(pageOf("Content-Type: text/html\n\n<meta charset=koi8-r>\xF0\xD2\xC9\xD7\xC5\xD4"), "Привет"));
 }
 
 TEST(Pictures, TheBeginningDecides) {
