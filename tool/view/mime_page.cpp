@@ -45,7 +45,7 @@ class MimePage {
 
   private:
     void addMessage(const Message& message, const std::string& path, size_t depth);
-    void addArticle(const Message& message, const Part& root, const std::vector<Part>& parts);
+    void addArticle(const Part& root, const std::vector<Part>& parts, Pictures& pictures);
     std::string body(const std::vector<Part>& parts, Pictures& pictures, bool hasEvent);
     std::string bodyPart(const Part& part, Pictures& pictures);
     std::string events(const std::vector<Part>& parts);
@@ -247,7 +247,7 @@ std::string MimePage::body(const std::vector<Part>& parts, Pictures& pictures, b
     return text;
 }
 
-void MimePage::addArticle(const Message& message, const Part& root, const std::vector<Part>& parts) {
+void MimePage::addArticle(const Part& root, const std::vector<Part>& parts, Pictures& pictures) {
     const bool isFirst = articles_++ == 0;
     files_ = 0;
     const std::string id = isFirst ? "message" : "message-" + idOf(root);
@@ -258,7 +258,6 @@ void MimePage::addArticle(const Message& message, const Part& root, const std::v
     if (!isFirst) text += "<p class=\"inside\">Message inside the message</p>\n";
     text += fmt::format("<h{0}>{1}</h{0}>\n", isFirst ? 1 : 2, subject) + headerTable(root);
     for (const Part& part : parts) text += protectionNote(part);
-    Pictures pictures(message, options_.maxEmbed, pictureBudget_);
     const std::string cards = events(parts);
     text += cards + body(parts, pictures, !cards.empty());
     text += files(parts, pictures) + "</article>\n";
@@ -290,13 +289,14 @@ void MimePage::addMessage(const Message& message, const std::string& path, size_
         if (part.isRoot()) roots.push_back(part.number());
         byMessage[part.info().message].push_back(std::move(part));
     }
+    Pictures pictures(message, options_.maxEmbed, pictureBudget_);
     for (uint32_t root : roots) {
         if (articles_ == kMaxArticles) {
             warn("too-many-messages",
                  fmt::format("only the first {} messages inside it are shown", kMaxArticles));
             break;
         }
-        addArticle(message, message.part(root), byMessage[root]);
+        addArticle(message.part(root), byMessage[root], pictures);
     }
     addDefects(message);
 }

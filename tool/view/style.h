@@ -65,7 +65,7 @@ figcaption { color: var(--soft); font-size: .8125rem; margin-top: .3rem; overflo
 .mail iframe { position: absolute; inset: 0; width: 100%; height: 100%; border: 0; z-index: 1;
                color-scheme: inherit; background: transparent; }
 .mail.light { background: #fff; color-scheme: light; }
-@supports not selector(:host) { .mail { height: 65vh; } }
+@supports not (color: light-dark(#000, #fff)) { .mail { height: 65vh; } }
 
 details { margin-top: 1rem; } summary { cursor: pointer; color: var(--soft); font-size: .875rem; }
 details .text { margin-top: .75rem; }
