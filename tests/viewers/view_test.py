@@ -339,7 +339,7 @@ def test_the_list_sorts_and_filters(work):
     index.write_text(without_policy.replace("</body>", script), encoding="utf-8")
     dom, _ = chrome(work, index, "--dump-dom")
     steps = re.findall("STEPS (.*)", dom)[-1]  # the first is in the script
-    assert steps == 'apple,"&gt;&lt;i,zebra; "&gt;&lt;i,apple,zebra; zebra,apple,"&gt;&lt;i; apple; false', steps
+    assert steps == 'apple,"&gt;&lt;im,zebra; "&gt;&lt;im,apple,zebra; zebra,apple,"&gt;&lt;im; apple; false', steps
 
 
 def test_the_page_tells_what_was_blocked(work):
