@@ -49,7 +49,7 @@ class Visit {
     void take(const FoundItem& found, bool mayBeMbox) {
         const BatchItem& item = found.item;
         try {
-            if (found.problem) throw *found.problem;
+            if (found.problem) throw Problem(*found.problem);
             const std::unique_ptr<emlhost::Input> input =
                 item.index ? openMboxMessage(item.path, item.offset, item.length)
                            : openMessageInput(item.path);

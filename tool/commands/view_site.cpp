@@ -128,7 +128,7 @@ ExitCode writeSite(Console& console, const std::string& path, const SiteOptions&
                    [&](const BatchItem& item, const Problem& problem) { writer.addProblem(item, problem); },
                    [&](const std::string& file, const char* why) { writer.leaveOut(file, why); }});
     } catch (const SiteWriter::OutputEnded& ended) {
-        throw ended.problem;
+        throw Problem(ended.problem);
     }
     const ExitCode result = writer.finish(titleOf(path));
     console.print(visible((fs::path(options.folder) / kIndex).string()) + "\n");
