@@ -25,20 +25,20 @@ class CompareRun final : public CommandRun {
         }
         FileHeadings headings(console, messages_.files().size());
         bool disagree = false;
-        auto work = [&](const std::string& path) {
-            MessageFile file(path, messages_.force());
+        auto work = [&](const MessageSource& source) {
+            MessageFile file(source, messages_.force());
             const Comparison comparison = compareReadings(file);
             disagree = disagree || !comparison.agrees();
             if (options.json) {
-                console.print(comparisonLine(path, comparison));
+                console.print(comparisonLine(source.path, comparison));
             } else {
-                headings.print(file.name());
+                headings.print(source);
                 printComparison(console, comparison);
             }
         };
-        const ExitCode code = forEachFile(console, messages_.files(), work,
-                                          [&](const std::string& path, const Problem& problem) {
-                                              if (options.json) console.print(comparisonLine(path, problem));
+        const ExitCode code = forEachFile(console, messages_, work,
+                                          [&](const MessageSource& source, const Problem& problem) {
+                                              if (options.json) console.print(comparisonLine(source.path, problem));
                                           });
         return code == ExitCode::kDone && disagree ? ExitCode::kInPart : code;
     }
@@ -47,7 +47,7 @@ class CompareRun final : public CommandRun {
     MessageArguments messages_;
 };
 
-std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<CompareRun>(app); }
+std::unique_ptr<CommandRun> declareCompare(CLI::App& app) { return std::make_unique<CompareRun>(app); }
 
 }  // namespace
 
@@ -60,6 +60,6 @@ const Command kCompareCommand = {
     "Examples:\n"
     "  eml compare message.eml\n"
     "  eml --json compare *.eml | jq -r 'select(.agree == false) | .source.path'\n",
-    declare};
+    declareCompare};
 
 }  // namespace emltool

@@ -27,29 +27,29 @@ class TreeRun final : public CommandRun {
                 "tree shows the parts of the MIME reader; the others have none, see \"eml compare\"");
         }
         FileHeadings headings(console, messages_.files().size());
-        auto work = [&](const std::string& path) {
-            MessageFile file(path, messages_.force());
+        auto work = [&](const MessageSource& source) {
+            MessageFile file(source, messages_.force());
             withMime(file, [&](const emlreader::mime::Message& message) {
-                show(console, options, path, file, message, headings);
+                show(console, options, source, file, message, headings);
             });
         };
-        return forEachFile(console, messages_.files(), work,
-                           [&](const std::string& path, const Problem& problem) {
-                               if (options.json) console.print(treeLine(path, problem));
+        return forEachFile(console, messages_, work,
+                           [&](const MessageSource& source, const Problem& problem) {
+                               if (options.json) console.print(treeLine(source.path, problem));
                            });
     }
 
   private:
-    void show(Console& console, const GlobalOptions& options, const std::string& path, MessageFile& file,
+    void show(Console& console, const GlobalOptions& options, const MessageSource& source, MessageFile& file,
               const emlreader::mime::Message& message, FileHeadings& headings) const {
         const std::vector<PartEntry> parts = readParts(message);
         const std::vector<EmlMimeSpanInfo> spans = spans_ ? message.spans() : std::vector<EmlMimeSpanInfo>();
         file.checkReads();
         if (options.json) {
-            console.print(treeLine(path, parts, spans));
+            console.print(treeLine(source.path, parts, spans));
             return;
         }
-        headings.print(file.name());
+        headings.print(source);
         printParts(console, parts);
         if (!spans_) return;
         console.print("\n");
@@ -60,7 +60,7 @@ class TreeRun final : public CommandRun {
     bool spans_ = false;
 };
 
-std::unique_ptr<CommandRun> declare(CLI::App& app) { return std::make_unique<TreeRun>(app); }
+std::unique_ptr<CommandRun> declareTree(CLI::App& app) { return std::make_unique<TreeRun>(app); }
 
 }  // namespace
 
@@ -73,6 +73,6 @@ const Command kTreeCommand = {
     "  eml tree message.eml\n"
     "  eml tree --spans message.eml\n"
     "  eml --json tree *.eml | jq -r '.parts[] | select(.roles == [\"attachment\"]) | .name'\n",
-    declare};
+    declareTree};
 
 }  // namespace emltool

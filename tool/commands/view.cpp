@@ -6,8 +6,10 @@
 #include <CLI/CLI.hpp>
 #include <cstdlib>
 
+#include "tool/batch/messages.h"
 #include "tool/cli/command.h"
 #include "tool/commands/message_arguments.h"
+#include "tool/commands/view_site.h"
 #include "tool/message/message_file.h"
 #include "tool/system/document_file.h"
 #include "tool/system/write_pieces.h"
@@ -50,11 +52,14 @@ void put(emlhost::Output& output, std::string_view page, const std::string& name
 class ViewRun final : public CommandRun {
   public:
     explicit ViewRun(CLI::App& app) : messages_(app, MessageArguments::Count::kOne) {
-        app.add_option("-o,--output", outputPath_, "where to write the page; - is standard output")
+        app.add_option("-o,--output", outputPath_,
+                       "where to write the page, or the folder of pages; - is standard output")
             ->type_name("OUT");
         app.add_flag("--no-open", noOpen_, "only write the page and print its path");
-        app.add_flag("--overwrite", overwrite_, "replace OUT if it exists");
-        app.add_option("--max-embed", maxEmbed_, "leave out attachments above this size (default: 25M)")
+        app.add_flag("--overwrite", overwrite_,
+                     "replace OUT if it exists; in a folder, the files of the same name");
+        app.add_option("--max-embed", maxEmbed_,
+                       "leave out attachments and pictures above this size (default: 25M)")
             ->type_name("SIZE");
         messages_.declareForce(app);
     }
@@ -67,8 +72,19 @@ class ViewRun final : public CommandRun {
             throw usageProblem(
                 fmt::format("--max-embed={}: no size; it is bytes, or like 512K, 25M", maxEmbed_));
         }
+        if (options.reading == Reading::kFilter) {
+            throw usageProblem("view has no --reader=filter, which gives text alone; see \"eml show\"");
+        }
+        const Holding holding = holdingOf(messages_.file());
+        // A folder without a place for its pages is refused below, as by the other commands.
+        const bool isMany =
+            holding == Holding::kMbox || (holding == Holding::kFolder && !outputPath_.empty());
+        if (isMany) return writeFolder(console, options, holding, *maxEmbed);
         MessageFile file(messages_.message(), messages_.force());
-        ViewPage page = buildViewPage(file, {*maxEmbed});
+        const ViewOptions viewOptions{*maxEmbed};
+        const ViewPage page = options.reading == Reading::kContainer
+                                  ? buildContainerPage(file, viewOptions)
+                                  : buildMimePage(file.input(), file.name(), viewOptions);
         for (const Warning& warning : page.warnings) console.warn(file.name(), warning.text);
         if (outputPath_ == "-") {
             console.print(page.html);
@@ -86,6 +102,18 @@ class ViewRun final : public CommandRun {
     }
 
   private:
+    ExitCode writeFolder(Console& console, const GlobalOptions& options, Holding holding,
+                         uint64_t maxEmbed) const {
+        const std::string& path = messages_.file();
+        if (outputPath_.empty() || outputPath_ == "-") {
+            throw usageProblem(fmt::format("{} is {}: name a folder for its pages with -o", visible(path),
+                                           holding == Holding::kMbox ? "an mbox" : "a folder"));
+        }
+        if (options.reading != Reading::kMime)
+            throw usageProblem("--reader=container shows one message at a time");
+        return writeSite(console, path, {outputPath_, maxEmbed, overwrite_});
+    }
+
     std::string writeNamed(std::string_view html) const {
         auto output = createDocument(outputPath_, kPageMode);
         put(*output, html, outputPath_);
@@ -130,9 +158,11 @@ const Command kViewCommand = {
     "in it runs, and nothing is loaded from the network. Without -o it is a temporary file, which only you "
     "can\n"
     "read, and is opened with $BROWSER or xdg-open; it stays until you remove it.\n\n"
+    "A folder or an mbox becomes a folder with a page for each message, and index.html, the list of them.\n\n"
     "Examples:\n"
     "  eml view message.eml\n"
-    "  eml view -o message.html message.eml\n",
+    "  eml view -o message.html message.eml\n"
+    "  eml view -o pages Archive/    then open pages/index.html\n",
     declareView};
 
 }  // namespace emltool

@@ -1,34 +1,38 @@
-// A sender's HTML, prepared for a sandbox.
-//
-// The page that shows it forbids scripts and every network access by a Content-Security-Policy and a sandbox.
-// This handles what those do not reach, and tells the reader what the message asked for.
+// A sender's HTML, made anew from the elements and attributes that lay out text and pictures. All others are left out:
+// what runs, loads, sends or leads elsewhere. The page that shows it forbids all of that once more.
 #pragma once
 
 #include <cstddef>
 #include <string>
 #include <string_view>
 
+#include "tool/view/css_text.h"
+
 namespace emltool {
 
 // How often the message asks for something that is refused.
 struct BlockedContent {
     size_t scripts = 0;
-    size_t remote = 0;        // images, styles, frames and the like from the network
-    size_t inlineImages = 0;  // "cid:", images that came along as attachments
+    size_t remote = 0;         // images, styles, frames and the like from the network
+    size_t missingImages = 0;  // "cid:" references to nothing that can be shown
     size_t forms = 0;
 
-    bool any() const { return scripts + remote + inlineImages + forms != 0; }
+    bool any() const { return scripts + remote + missingImages + forms != 0; }
 };
 
 struct InertHtml {
+    // Well-formed: each element is closed, and none is there that changes how what follows is read. One element of the
+    // class kHtmlClass around one of kBodyClass around the content.
     std::string html;
+    std::string styles;  // the style sheets, for one <style>
     BlockedContent blocked;
+    bool hasColours = false;   // it sets colours of its own
+    bool hasDarkForm = false;  // it has rules for a dark screen
+    bool anyText = false;      // there is something to see
 };
 
-// `html`, UTF-8, with "x-" put before the names of elements that reach outside of any policy, since browsers
-// open connections before they look at one: links and frames, <link>, <meta>, which leads to other pages and
-// sets policies, <base> and the like. An unknown element does nothing.
-InertHtml makeInert(std::string_view html);
+// `html` is UTF-8. `find` may be empty.
+InertHtml makeInert(std::string_view html, const ReferenceFinder& find = {});
 
 // `text` for an element or a quoted attribute of HTML.
 std::string escapeHtml(std::string_view text);

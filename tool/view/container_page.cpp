@@ -15,39 +15,12 @@
 #include "tool/text/utf8.h"
 #include "tool/text/visible_text.h"
 #include "tool/view/inert_html.h"
-#include "tool/view/style.h"
+#include "tool/view/mail_body.h"
+#include "tool/view/page_parts.h"
 
 namespace emltool {
 
 namespace {
-
-// The page and the frame have the same policy.
-constexpr std::string_view kPolicy =
-    "default-src 'none'; img-src data:; style-src 'unsafe-inline'; base-uri 'none'; form-action 'none'";
-
-std::string policyTags() {
-    return fmt::format(
-        "<meta http-equiv=\"Content-Security-Policy\" content=\"{}\">"
-        "<meta http-equiv=\"x-dns-prefetch-control\" content=\"off\">"
-        "<meta name=\"referrer\" content=\"no-referrer\">",
-        kPolicy);
-}
-
-// Text from a stranger, in HTML.
-std::string shown(std::string_view text) { return escapeHtml(visible(text)); }
-
-// Lines of text, with tabs and line ends unchanged.
-std::string shownLines(std::string_view text) {
-    std::string result;
-    while (!text.empty()) {
-        size_t end = text.find_first_of("\t\n");
-        result += shown(text.substr(0, end));
-        if (end == std::string_view::npos) break;
-        result += text[end];
-        text.remove_prefix(end + 1);
-    }
-    return result;
-}
 
 std::string_view textOf(const emlhost::MemoryOutput& output) {
     return {reinterpret_cast<const char*>(output.bytes().data()), output.bytes().size()};
@@ -97,6 +70,7 @@ class PageBuilder {
     OpeningLimits limits_;
     std::string title_;
     std::vector<Warning> warnings_;
+    ViewSummary summary_;
 };
 
 std::string idOf(const SubFilePath& path) { return path.empty() ? "message" : "part-" + dotted(path); }
@@ -122,46 +96,12 @@ std::string headerTable(const MessageTree& tree) {
     return "<dl>\n" + rows + "</dl>\n";
 }
 
-std::string blockedText(const BlockedContent& blocked) {
-    std::vector<std::string> items;
-    auto add = [&](size_t count, std::string_view one, std::string_view many) {
-        if (count != 0) items.push_back(fmt::format("{} {}", count, count == 1 ? one : many));
-    };
-    add(blocked.scripts, "script", "scripts");
-    add(blocked.remote, "item from the network", "items from the network");
-    add(blocked.forms, "form", "forms");
-    add(blocked.inlineImages, "inline image (see the attachments)", "inline images (see the attachments)");
-    return fmt::format("{}", fmt::join(items, ", "));
-}
-
-std::string note(std::string_view text) { return fmt::format("<p class=\"note\">{}</p>\n", text); }
-
-// A frame cannot grow with what is in it unless a script runs. The text gives a rough height; the rest can be
-// scrolled to.
-std::string frameHeight(std::string_view html, std::string_view plainText) {
-    bool hasMore =
-        html.find("<img") != std::string_view::npos || html.find("<table") != std::string_view::npos;
-    auto lines = std::min<ptrdiff_t>(std::count(plainText.begin(), plainText.end(), '\n'), 100);
-    return hasMore ? "65vh" : fmt::format("min(65vh,{}rem)", 2 * lines + 5);
-}
-
-std::string htmlBody(MessageFile& file, const MessageTree& tree, std::string_view plainText) {
+std::string htmlOf(MessageFile& file, const MessageTree& tree) {
     emlhost::MemoryOutput output;
     file.message().extract(0, output, EML_EXTRACT_PREFER_RICH | EML_EXTRACT_BODY_ONLY);
     file.checkReads();
     if (output.error()) throw outOfMemory(file.name());
-    InertHtml inert = makeInert(withoutInvalidBytes(fromUnlabelledCharset(textOf(output), tree.charset)));
-    std::string section;
-    if (inert.blocked.any()) section += note("Blocked: " + blockedText(inert.blocked) + ".");
-    std::string document = "<!DOCTYPE html><html><head><meta charset=\"utf-8\">" + policyTags() +
-                           "<style>body{margin:1rem;font-family:sans-serif}"
-                           "x-a{color:#0b57a4;text-decoration:underline}</style></head><body>" +
-                           inert.html;
-    section +=
-        "<iframe sandbox=\"\" title=\"The message as its sender made it\" referrerpolicy=\"no-referrer\" "
-        "style=\"height:" +
-        frameHeight(inert.html, plainText) + "\" srcdoc=\"" + escapeHtml(document) + "\"></iframe>\n";
-    return section;
+    return withoutInvalidBytes(fromUnlabelledCharset(textOf(output), tree.charset));
 }
 
 std::string PageBuilder::body(MessageFile& file, const MessageTree& tree) {
@@ -174,9 +114,9 @@ std::string PageBuilder::body(MessageFile& file, const MessageTree& tree) {
         if (problem.exit == ExitCode::kInternal) throw;
         warnings_.push_back({problem.code, problem.text});
     }
-    std::string plain = text && !text->empty() ? "<pre>" + shownLines(*text) + "</pre>\n" : "";
+    std::string plain = text ? textBody(*text) : "";
     if (form == Form::kHtml) {
-        std::string section = htmlBody(file, tree, text.value_or(""));
+        std::string section = htmlBody(htmlOf(file, tree), {});
         if (!plain.empty()) section += "<details><summary>As plain text</summary>\n" + plain + "</details>\n";
         return section;
     }
@@ -210,7 +150,7 @@ std::string PageBuilder::attachment(const SubFileEntry& entry, const BytesVisito
     } else {
         item = shown(name);
     }
-    item = fmt::format("<li id=\"{}\">{} <small>{}{}</small></li>\n",
+    item = fmt::format("<li id=\"{}\"><span>{}</span> <small>{}{}</small></li>\n",
                        entry.isEmbeddedMessage ? "file-" + dotted(path) : idOf(path), item, size,
                        entry.size && !isHere ? ", too large for this page: eml extract" : "");
     embedded(entry, bytes, path, tree, inner);
@@ -247,24 +187,17 @@ std::string PageBuilder::article(MessageFile& file, const SubFilePath& path, std
 }
 
 ViewPage PageBuilder::build(MessageFile& file) {
-    std::string tree;
-    std::string articles = article(file, {}, tree);
-    std::string page = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n" +
-                       policyTags() +
-                       "\n<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
-                       "<meta name=\"color-scheme\" content=\"light dark\">\n<title>" +
-                       shown(title_) + "</title>\n<style>\n" + std::string(kViewStyle) +
-                       "</style>\n</head>\n<body>\n<nav aria-label=\"Parts of the message\">\n<ul>\n" + tree +
-                       "</ul>\n</nav>\n<main>\n";
-    for (const Warning& warning : warnings_) page += note("Warning: " + shown(warning.text));
-    page +=
-        articles + "<footer>Made by eml view. Nothing in this page reaches the network or runs.</footer>\n";
-    return {page + "</main>\n</body>\n</html>\n", std::move(warnings_)};
+    PageContent content;
+    content.articles = article(file, {}, content.tree);
+    content.title = title_;
+    content.warnings = warnings_;
+    summary_.subject = title_;
+    return {wholePage(content, {}), std::move(warnings_), std::move(summary_)};
 }
 
 }  // namespace
 
-ViewPage buildViewPage(MessageFile& file, const ViewOptions& options) {
+ViewPage buildContainerPage(MessageFile& file, const ViewOptions& options) {
     return PageBuilder(options, file.input().size()).build(file);
 }
 
