@@ -162,7 +162,9 @@ def misbehaving():
 @test
 def the_schema_is_the_file_that_the_tests_use():
     result = cli.eml("schema")
-    expect(result, 0, out=read(os.path.join(HERE, "../../tool/commands/eml-1.schema.json")).decode())
+    expect(result, 0, out=read(os.path.join(HERE, "../../tool/commands/eml-2.schema.json")).decode())
+    expect(cli.eml("schema", "--schema=1"), 0,
+           out=read(os.path.join(HERE, "../../tool/commands/eml-1.schema.json")).decode())
     equal(json.loads(result.out)["properties"]["schema"], {"const": "eml/2"})
 
 

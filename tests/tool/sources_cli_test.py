@@ -126,10 +126,12 @@ def a_file_with_a_number_in_its_name_comes_first():
 @test
 def commands_that_take_one_message():
     write("my box.mbox", BOX)
-    for command in (("view", "-o", "-"), ("render",), ("records",), ("extract", "-n", "1", "-o", "out")):
+    for command in (("render",), ("records",), ("extract", "-n", "1", "-o", "out")):
         expect(eml(*command, "my box.mbox"), 2,
                f"eml: my box.mbox: is an mbox of 3 messages, and {command[0]} takes one; "
                "name it: 'my box.mbox'#1 to 'my box.mbox'#3\n", "")
+    expect(eml("view", "-o", "-", "my box.mbox"), 2,
+           "eml: my box.mbox is an mbox: name a folder for its pages with -o\n", "")
     expect(eml("render", "-", stdin=BOX), 2,
            "eml: standard input: is an mbox of 3 messages, and render takes one; "
            "name it: /dev/stdin#1 to /dev/stdin#3\n", "")

@@ -83,9 +83,11 @@ std::string dateText(const Date& date) {
     constexpr auto kFirst = sys_days{year{0} / January / 1};
     constexpr auto kLast = sys_days{year{9999} / December / 31};
     const minutes zone = date.zone;
-    // Nothing here overflows: sys_seconds has 64 bits, and the limits come first.
-    if (date.time < kFirst + days{1} || date.time >= kLast || abs(zone) >= hours{100}) return {};
+    // A field can name a zone of 100 hours and 39 minutes. Nothing here overflows: the limits come first.
+    constexpr days kMost{5};
+    if (date.time < kFirst - kMost || date.time >= kLast + kMost || abs(zone) >= kMost) return {};
     const sys_seconds local = date.time + zone;
+    if (local < kFirst || local >= kLast + days{1}) return {};
     const auto day = floor<days>(local);
     const year_month_day ymd{day};
     const hh_mm_ss clock{local - day};

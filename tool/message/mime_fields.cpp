@@ -4,7 +4,6 @@
 #include <array>
 
 #include "tool/message/field_list.h"
-#include "tool/message/part_words.h"
 
 namespace emltool {
 
@@ -67,12 +66,6 @@ std::string dateOf(const Part& root) {
     const auto field = root.field("Date");
     const auto date = field ? field->date() : std::nullopt;
     return date ? dateText(*date) : std::string();
-}
-
-std::string protectionNotice(uint32_t protection) {
-    if (protection == EML_MIME_SMIME_OTHER) protection = EML_MIME_SMIME_ENVELOPED;
-    const std::string_view text = protectionText(protection);
-    return std::string(text) + (text.starts_with("signed") ? ", not verified" : "");
 }
 
 bool isEncryption(uint32_t protection) {

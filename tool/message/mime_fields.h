@@ -17,9 +17,6 @@ std::vector<MetadataField> readMetadata(const emlreader::mime::Part& root);
 // message does not name. Empty without a date that can be read, or in a year that has no four digits.
 std::string dateOf(const emlreader::mime::Part& root);
 
-// "encrypted (S/MIME)", "signed (PGP), not verified"; empty for EML_MIME_PROTECTION_NONE.
-std::string protectionNotice(uint32_t protection);
-
 // True if only someone with a key can read the content. S/MIME that does not tell what it is counts as encrypted.
 bool isEncryption(uint32_t protection);
 

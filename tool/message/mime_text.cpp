@@ -1,6 +1,8 @@
 #include "tool/message/mime_text.h"
 
 #include "tool/text/ascii.h"
+#include "tool/text/charset_decoder.h"
+#include "tool/text/charset_guess.h"
 #include "tool/text/charset_labels.h"
 #include "tool/text/html_text.h"
 #include "tool/text/utf8.h"
@@ -14,12 +16,30 @@ using emlreader::mime::Form;
 using emlreader::mime::Message;
 using emlreader::mime::Part;
 
-// UTF-8 without zero bytes and such: what the charset of the part makes of it.
+std::string withLfAlone(std::string_view text) {
+    std::string lines;
+    lines.reserve(text.size());
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '\r') {
+            lines += text[i];
+        } else if (i + 1 == text.size() || text[i + 1] != '\n') {
+            lines += '\n';
+        }
+    }
+    return lines;
+}
+
+// UTF-8, by the charset that the part names; or by the letters of the text, if it names none that is known.
 std::string textOf(const Part& part) {
     std::string text;
     const Content content = part.extract([&](std::string_view piece) { text += piece; }, Form::Text);
-    if (content.notConverted()) return fromUnlabelledCharset(text, EML_CHARSET_WESTERN);
-    return text;
+    if (!content.notConverted() && !content.guessed()) return text;
+    const std::string bytes = part.bytes();
+    if (isUtf8(bytes)) return content.notConverted() ? bytes : text;
+    const std::optional<std::string> label = guessCharset(bytes);
+    std::optional<std::string> guessed = label ? toUtf8(bytes, *label) : std::nullopt;
+    if (guessed) return withLfAlone(*guessed);
+    return content.notConverted() ? fromUnlabelledCharset(text, EML_CHARSET_WESTERN) : text;
 }
 
 std::string linesOfHtml(std::string_view html) {

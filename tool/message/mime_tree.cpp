@@ -9,6 +9,8 @@
 #include "tool/message/mime_fields.h"
 #include "tool/message/mime_text.h"
 #include "tool/message/part_tree.h"
+#include "tool/message/part_words.h"
+#include "tool/message/signed_message.h"
 #include "tool/message/tree_reader.h"
 #include "tool/text/charset_labels.h"
 
@@ -18,6 +20,9 @@ namespace {
 
 using emlreader::mime::Message;
 using emlreader::mime::Part;
+
+// Signatures around signatures are opened to this depth.
+constexpr size_t kMaxSignatures = 8;
 
 class MimeTreeReader final : public TreeReader {
   public:
@@ -34,10 +39,13 @@ class MimeTreeReader final : public TreeReader {
                                               Warnings& warnings) override;
     MessageTree readFile(const Message& message, const SubFilePath& path);
     MessageTree readMessage(const Message& message, uint32_t root, const SubFilePath& path);
+    void readFiles(const Message& message, uint32_t root, const SubFilePath& path, MessageTree& tree);
+    void readInside(const SignedMessage& content, const SubFilePath& path, MessageTree& tree);
     SubFileEntry entryOf(const Part& part, const SubFilePath& path) const;
     void openPart(const Message& message, const Part& part, MimeContent& content, SubFileEntry& entry,
                   Warnings& warnings);
 
+    size_t signatures_ = 0;              // that are open, one inside the other
     std::vector<std::string> sections_;  // of the parts of the file that is being read
 };
 
@@ -57,10 +65,11 @@ MessageTree MimeTreeReader::readMessage(const Message& message, uint32_t root, c
     tree.metadata = readMetadata(part);
     tree.name = part.header("Subject").value_or("");
     tree.date = dateOf(part);
-    tree.encrypted = isEncryption(part.protection());
-    tree.protection = protectionNotice(part.protection());
+    const SignedMessage content(message, root);
+    tree.encrypted = content.isEncrypted();
+    const bool wasUnclear = part.protection() == EML_MIME_SMIME_OTHER && !tree.encrypted;
+    tree.protection = protectionNotice(wasUnclear ? EML_MIME_SMIME_OPAQUE : part.protection());
     tree.charsetLabel = charsetOf(message, root);
-    tree.charset = charsetIdOf(tree.charsetLabel);
     SubFileEntry self;
     self.path = path;
     self.path.push_back(0);
@@ -69,6 +78,33 @@ MessageTree MimeTreeReader::readMessage(const Message& message, uint32_t root, c
     self.name = self.writtenName = tree.name;
     self.size = textSize(message, root);
     tree.subFiles.push_back(std::move(self));
+    if (!content.problem().empty()) {
+        tree.warnings.push_back(
+            {"smime", "the content inside the signature is not shown, " + content.problem()});
+    }
+    if (content.inside() != nullptr && signatures_ < kMaxSignatures) {
+        readInside(content, path, tree);
+    } else {
+        readFiles(message, root, path, tree);
+    }
+    tree.charset = charsetIdOf(tree.charsetLabel);
+    return tree;
+}
+
+// The header is outside of the signature, all else inside.
+void MimeTreeReader::readInside(const SignedMessage& content, const SubFilePath& path, MessageTree& tree) {
+    ++signatures_;
+    MessageTree inside = readFile(*content.inside(), path);
+    --signatures_;
+    tree.charsetLabel = inside.charsetLabel;
+    inside.subFiles.front().name = tree.subFiles.front().name;
+    inside.subFiles.front().writtenName = tree.subFiles.front().writtenName;
+    tree.subFiles = std::move(inside.subFiles);
+    for (Warning& warning : inside.warnings) tree.warnings.push_back(std::move(warning));
+}
+
+void MimeTreeReader::readFiles(const Message& message, uint32_t root, const SubFilePath& path,
+                               MessageTree& tree) {
     int32_t number = 0;
     for (const Part& file : message.files(root)) {
         SubFilePath filePath = path;
@@ -79,7 +115,6 @@ MessageTree MimeTreeReader::readMessage(const Message& message, uint32_t root, c
         if (visitor_.opens(entry)) openPart(message, file, content, entry, tree.warnings);
         tree.subFiles.push_back(std::move(entry));
     }
-    return tree;
 }
 
 SubFileEntry MimeTreeReader::entryOf(const Part& part, const SubFilePath& path) const {

@@ -16,19 +16,27 @@ struct Words {
 constexpr std::array<std::string_view, 9> kEncodings = {
     "none", "7bit", "8bit", "binary", "base64", "quoted-printable", "uuencode", "yenc", "unknown"};
 
-constexpr std::array<Words, 13> kProtections = {{{"", ""},
-                                                 {"smime-signed", "S/MIME signed"},
-                                                 {"smime-opaque", "S/MIME signed, content inside"},
-                                                 {"smime-enveloped", "S/MIME encrypted"},
-                                                 {"smime-compressed", "S/MIME compressed"},
-                                                 {"smime-certs", "S/MIME certificates"},
-                                                 {"smime-other", "S/MIME"},
-                                                 {"pgp-signed", "PGP signed"},
-                                                 {"pgp-encrypted", "PGP encrypted"},
-                                                 {"pgp-inline-signed", "PGP signed, in the text"},
-                                                 {"pgp-inline-encrypted", "PGP encrypted, in the text"},
-                                                 {"signed-other", "signed"},
-                                                 {"encrypted-other", "encrypted"}}};
+struct ProtectionWords {
+    std::string_view word;
+    std::string_view text;
+    std::string_view notice;
+};
+
+constexpr auto kProtections = std::to_array<ProtectionWords>({
+    {"", "", ""},
+    {"smime-signed", "S/MIME signed", "signed (S/MIME), not verified"},
+    {"smime-opaque", "S/MIME signed, content inside", "signed (S/MIME), not verified"},
+    {"smime-enveloped", "S/MIME encrypted", "encrypted (S/MIME)"},
+    {"smime-compressed", "S/MIME compressed", "compressed (S/MIME)"},
+    {"smime-certs", "S/MIME certificates", "certificates (S/MIME)"},
+    {"smime-other", "S/MIME", "encrypted (S/MIME)"},
+    {"pgp-signed", "PGP signed", "signed (PGP), not verified"},
+    {"pgp-encrypted", "PGP encrypted", "encrypted (PGP)"},
+    {"pgp-inline-signed", "PGP signed, in the text", "signed (PGP), not verified"},
+    {"pgp-inline-encrypted", "PGP encrypted, in the text", "encrypted (PGP)"},
+    {"signed-other", "signed", "signed, not verified"},
+    {"encrypted-other", "encrypted", "encrypted"},
+});
 
 constexpr std::array<std::string_view, 8> kSpans = {"padding",   "header",  "blank",    "body",
                                                     "delimiter", "closing", "preamble", "epilogue"};
@@ -97,6 +105,10 @@ std::string_view protectionWord(uint32_t protection) {
 
 std::string_view protectionText(uint32_t protection) {
     return protection < kProtections.size() ? kProtections[protection].text : "protected";
+}
+
+std::string_view protectionNotice(uint32_t protection) {
+    return protection < kProtections.size() ? kProtections[protection].notice : "protected";
 }
 
 std::string_view spanWord(uint32_t kind) { return kind < kSpans.size() ? kSpans[kind] : "unknown"; }

@@ -16,6 +16,10 @@ std::string_view protectionWord(uint32_t protection);
 // The same for a person: "S/MIME signed".
 std::string_view protectionText(uint32_t protection);
 
+// The same as a sentence about a whole message: "signed (S/MIME), not verified". S/MIME that does not tell what it is
+// counts as encrypted.
+std::string_view protectionNotice(uint32_t protection);
+
 // A kind of span (EML_MIME_SPAN_...): "delimiter".
 std::string_view spanWord(uint32_t kind);
 

@@ -8,7 +8,9 @@
 #include "tool/message/defect_warnings.h"
 #include "tool/message/mime_fields.h"
 #include "tool/message/mime_text.h"
+#include "tool/message/part_words.h"
 #include "tool/message/rendering.h"
+#include "tool/message/signed_message.h"
 #include "tool/message/tree.h"
 #include "tool/text/charset_labels.h"
 #include "tool/text/html_text.h"
@@ -45,20 +47,27 @@ ShownMessage shownByMime(MessageFile& file, bool source) {
         const emlreader::mime::Message& message = file.mime();
         const emlreader::mime::Part root = message.root();
         addFields(readMetadata(root), shown);
-        shown.protection = protectionNotice(root.protection());
-        shown.encrypted = isEncryption(root.protection());
+        const SignedMessage content(message, 0);
+        const emlreader::mime::Message& body = content.inside() != nullptr ? *content.inside() : message;
+        shown.encrypted = content.isEncrypted();
+        const bool wasUnclear = root.protection() == EML_MIME_SMIME_OTHER && !shown.encrypted;
+        shown.protection = protectionNotice(wasUnclear ? EML_MIME_SMIME_OPAQUE : root.protection());
         if (!shown.protection.empty() && !shown.encrypted) {
             shown.fields.emplace_back("Protection", shown.protection);
         }
         std::vector<std::string> names;
-        for (const emlreader::mime::Part& part : message.files()) names.push_back(part.name());
+        for (const emlreader::mime::Part& part : body.files()) names.push_back(part.name());
         addNames(names, shown);
         if (!shown.encrypted) {
-            BodyText body = readBody(message, 0, source);
-            shown.text = std::move(body.text);
-            shown.isFromHtml = body.isFromHtml && !source;
+            BodyText text = readBody(body, 0, source);
+            shown.text = std::move(text.text);
+            shown.isFromHtml = text.isFromHtml && !source;
         }
-        shown.warnings = defectWarnings(message);
+        if (!content.problem().empty()) {
+            shown.warnings.push_back(
+                {"smime", "the content inside the signature is not shown, " + content.problem()});
+        }
+        for (Warning& warning : defectWarnings(body)) shown.warnings.push_back(std::move(warning));
     });
     file.checkReads();
     return shown;

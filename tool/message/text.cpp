@@ -1,9 +1,9 @@
 #include "tool/message/text.h"
 
 #include "tool/message/filter_file.h"
-#include "tool/message/mime_fields.h"
 #include "tool/message/mime_text.h"
 #include "tool/message/shown_message.h"
+#include "tool/message/signed_message.h"
 #include "tool/text/html_text.h"
 
 namespace emltool {
@@ -58,8 +58,9 @@ std::optional<std::string> filterText(MessageFile& file) {
 std::optional<std::string> mimeText(MessageFile& file) {
     std::optional<std::string> text;
     withProblemsOf(file.name(), [&] {
-        const emlreader::mime::Message& message = file.mime();
-        if (!isEncryption(message.root().protection())) text = readBody(message, 0).text;
+        const SignedMessage content(file.mime(), 0);
+        if (content.isEncrypted()) return;
+        text = readBody(content.inside() != nullptr ? *content.inside() : file.mime(), 0).text;
     });
     file.checkReads();
     return text;

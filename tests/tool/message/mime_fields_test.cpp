@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tool/message/part_words.h"
+
 namespace emltool {
 namespace {
 
