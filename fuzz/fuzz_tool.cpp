@@ -164,17 +164,19 @@ void json(Choices& choices, std::string_view text) {
     tree.date = next();
     tree.metadata.push_back({"From", next(), std::nullopt});
     tree.metadata.push_back({"Subject", next(), next()});
-    tree.warnings.push_back(next());
+    tree.warnings.push_back({"too-deep", next()});
     emltool::SubFileEntry entry;
     entry.path = {1, 2};
     entry.name = next();
     entry.safeName = next();
-    entry.info.flags = choices.byte();
+    entry.isEmbeddedMessage = (choices.byte() & 1) != 0;
+    entry.type = next();
     tree.subFiles.push_back(std::move(entry));
     const std::string source = next();
-    requireJson(emltool::jsonLine(source, &tree, nullptr));
+    const emltool::AnswerForm form{1 + static_cast<int>(choices.byte() & 1), emltool::Reading::kMime};
+    requireJson(emltool::jsonLine(form, source, &tree, nullptr));
     const emltool::Problem problem(emltool::ExitCode::kInput, next(), next(), next());
-    requireJson(emltool::jsonLine(source, nullptr, &problem));
+    requireJson(emltool::jsonLine(form, source, nullptr, &problem));
 }
 
 void date(Choices& choices, std::string_view text) {
@@ -274,13 +276,15 @@ void message(Choices&, std::string_view text) {
     const std::span<const uint8_t> bytes(block.begin(), block.end());
     try {
         emltool::MessageFile file(std::make_unique<emlhost::MemoryInput>(bytes), "message", true);
-        OpensAll visitor;
-        const emltool::MessageTree tree = emltool::readTree(file, visitor);
-        requireJson(emltool::jsonLine("message", &tree, nullptr));
-        for (const emltool::MetadataField& field : tree.metadata)
-            require(!field.text || isWellFormed(*field.text), "metadata is UTF-8");
+        for (const emltool::Reading reading : {emltool::Reading::kContainer, emltool::Reading::kMime}) {
+            OpensAll visitor;
+            const emltool::MessageTree tree = emltool::readTree(file, visitor, reading);
+            requireJson(emltool::jsonLine({2, reading}, "message", &tree, nullptr));
+            for (const emltool::MetadataField& field : tree.metadata)
+                require(!field.text || isWellFormed(*field.text), "metadata is UTF-8");
+        }
     } catch (const emltool::Problem& problem) {
-        requireJson(emltool::jsonLine("message", nullptr, &problem));
+        requireJson(emltool::jsonLine({}, "message", nullptr, &problem));
     }
     emlhost::MemoryInput input(bytes);
     emlhost::Services services;

@@ -26,10 +26,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <exception>
 #include <filesystem>
-#include <cstddef>
 #include <functional>
 #include <iterator>
 #include <memory>

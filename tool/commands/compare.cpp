@@ -36,10 +36,10 @@ class CompareRun final : public CommandRun {
                 printComparison(console, comparison);
             }
         };
-        const ExitCode code = forEachFile(console, messages_, work,
-                                          [&](const MessageSource& source, const Problem& problem) {
-                                              if (options.json) console.print(comparisonLine(source.path, problem));
-                                          });
+        const ExitCode code =
+            forEachFile(console, messages_, work, [&](const MessageSource& source, const Problem& problem) {
+                if (options.json) console.print(comparisonLine(source.path, problem));
+            });
         return code == ExitCode::kDone && disagree ? ExitCode::kInPart : code;
     }
 

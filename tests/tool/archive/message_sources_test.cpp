@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "../../standalone/temporary_folder.h"
+#include "standalone/temporary_folder.h"
 
 namespace emltool {
 namespace {
