@@ -115,7 +115,7 @@ std::unique_ptr<CommandRun> declareList(CLI::App& app) { return std::make_unique
 const Command kListCommand = {
     "list", "list a message and its sub-files", "FILE...",
     "The size of an attachment is that of its decoded content; the size of the message is that of its\n"
-    "plain text as stored. Numbers name sub-files for \"eml extract -n\": 3.1 is sub-file 1 of the\n"
+    "text, decoded. Numbers name sub-files for \"eml extract -n\": 3.1 is sub-file 1 of the\n"
     "message that is sub-file 3. -v shows exact sizes, the stored size, and names as they are written.\n\n"
     "Examples:\n"
     "  eml list message.eml\n"
