@@ -18,7 +18,7 @@ std::unique_ptr<CommandRun> declareSchema(CLI::App&) { return std::make_unique<S
 
 }  // namespace
 
-const Command kSchemaCommand = {"schema", "print the JSON schema of the answers for programs", "",
-                                "--schema=1 prints the first version.\n", declareSchema};
+const Command kSchemaCommand = {"schema", "print the JSON schema of the answers for programs", "", "",
+                                declareSchema};
 
 }  // namespace emltool
