@@ -70,11 +70,15 @@ def attachments_of(message):
     """(name or None, SHA-256, text) of each attachment, multiparts opened. Text without a name has its text."""
     found = []
     for part in message.iter_attachments():
-        if part.get_content_maintype() == "multipart":
-            found += [attachment(leaf) for leaf in part.walk() if not leaf.is_multipart()]
-        elif not part.is_multipart():  # a message inside, whose bytes Python does not keep
-            found.append(attachment(part))
+        found += leaves_of(part)
     return found
+
+
+def leaves_of(part):
+    """What is inside a message inside is that message's."""
+    if part.get_content_maintype() == "multipart":
+        return [leaf for child in part.iter_parts() for leaf in leaves_of(child)]
+    return [] if part.is_multipart() else [attachment(part)]
 
 
 def attachment(part):
