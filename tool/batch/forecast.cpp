@@ -94,8 +94,7 @@ std::string Forecast::text(double seconds) const {
     if (all_ == 0) return "";
     // Files may grow meanwhile, and some may come.
     const uint64_t ready = std::min(finished_ + done_, all_);
-    const uint64_t percent =
-        static_cast<uint64_t>(static_cast<double>(ready) / static_cast<double>(all_) * 100);
+    const auto percent = static_cast<uint64_t>(static_cast<double>(ready) / static_cast<double>(all_) * 100);
     std::string text = fmt::format(", {} %", percent);
     if (done_ == 0) return text;
     return text + timeLeft(seconds * static_cast<double>(all_ - ready) / static_cast<double>(done_));

@@ -1,5 +1,7 @@
 #include "tool/message/mime_text.h"
 
+#include <algorithm>
+
 #include "tool/text/ascii.h"
 #include "tool/text/charset_decoder.h"
 #include "tool/text/charset_guess.h"
@@ -36,7 +38,11 @@ std::string textOf(const Part& part) {
     if (!content.notConverted() && !content.guessed()) return text;
     const std::string bytes = part.bytes();
     if (isUtf8(bytes)) return content.notConverted() ? bytes : text;
-    const std::optional<std::string> label = guessCharset(bytes);
+    // A few letters tell nothing.
+    constexpr ptrdiff_t kEnough = 8;
+    const auto isEightBit = [](char c) { return static_cast<unsigned char>(c) > 0x7F; };
+    const bool tells = std::count_if(bytes.begin(), bytes.end(), isEightBit) >= kEnough;
+    const std::optional<std::string> label = tells ? guessCharset(bytes) : std::nullopt;
     std::optional<std::string> guessed = label ? toUtf8(bytes, *label) : std::nullopt;
     if (guessed) return withLfAlone(*guessed);
     return content.notConverted() ? fromUnlabelledCharset(text, EML_CHARSET_WESTERN) : text;

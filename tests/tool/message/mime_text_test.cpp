@@ -40,6 +40,8 @@ TEST(MimeText, IsWhatAPersonReads) {
          "Content-Transfer-Encoding: quoted-printable\r\n\r\nutm_source=3D1\r\n", "utm_source=1\n", false},
         {"a charset by its label", "Content-Type: text/plain; charset=koi8-r\r\n\r\n\xF0\xD2\xC9",
          "\xD0\x9F\xD1\x80\xD0\xB8\n", false},
+        {"few letters without a charset are windows-1252", "Subject: s\r\n\r\n\x80 5", "\xE2\x82\xAC 5\n",
+         false},
         {"nothing", "Subject: s\r\n\r\n", "", false},
     };
     for (const Row& row : rows) {
