@@ -73,9 +73,9 @@ std::string trimmedLines(std::string_view text) {
 // A multipart whose boundary never occurs is text too. Pictures may stand between texts.
 std::vector<Part> textParts(const Message& message, uint32_t root) {
     std::vector<Part> parts;
-    for (Part part : message.parts()) {
+    for (const Part& part : message.parts()) {
         const bool isText = part.type() == "text" || part.type() == "multipart";
-        if (part.info().message == root && part.isTextBody() && isText) parts.push_back(std::move(part));
+        if (part.info().message == root && part.isTextBody() && isText) parts.push_back(part);
     }
     return parts;
 }
