@@ -62,6 +62,8 @@ class CssFilter {
     void step();
     void takeString();
     void takeName();
+    void takeFunction(char before, const std::string& text, const std::string& word);
+    bool takeElementName(char before, const std::string& word);
     void takeAtRule();
     void takeUrl();
     void takePunctuation(char c);
@@ -164,31 +166,39 @@ void CssFilter::takeName() {
     const char before = result_.empty() ? '\0' : result_.back();
     const std::string text = name();
     const std::string word = lowerCase(text);
-    if (at(position_) == '(') {
-        if (word == "url" || word == "url-prefix") return takeUrl();
-        if (isOneOf(word, kLoadingFunctions)) result_ += "x-";
-        if (before == ':' && (word == "host" || word == "host-context")) result_ += "x-";
-        result_ += text;
-        return;
-    }
+    if (at(position_) == '(') return takeFunction(before, text, word);
     if (inGroupRule_) findings_.dark = findings_.dark || word == "prefers-color-scheme";
     if (inSelector_ && brackets_ == 0) {
-        const bool isType = std::string_view(".#:").find(before) == std::string_view::npos || before == '\0';
-        if (isType && (word == "body" || word == "html")) {
-            result_.append(1, '.').append(word == "body" ? kBodyClass : kHtmlClass);
-            return;
-        }
-        if (before == ':' && word == "root") {
-            result_.back() = '.';
-            result_ += kHtmlClass;
-            return;
-        }
-        if (before == ':' && word == "host") result_ += "x-";
+        if (takeElementName(before, word)) return;
     } else if (!inSelector_ && !inGroupRule_ && isOneOf(word, kColourProperties)) {
         const size_t next = css_.find_first_not_of(kBlanks, position_);
         if (next != std::string_view::npos && css_[next] == ':') findings_.colours = true;
     }
     result_ += text;
+}
+
+// A name with "(" after it.
+void CssFilter::takeFunction(char before, const std::string& text, const std::string& word) {
+    if (word == "url" || word == "url-prefix") return takeUrl();
+    if (isOneOf(word, kLoadingFunctions)) result_ += "x-";
+    if (before == ':' && (word == "host" || word == "host-context")) result_ += "x-";
+    result_ += text;
+}
+
+// In a selector: the elements that the frame has no longer are classes. False if the name is another one.
+bool CssFilter::takeElementName(char before, const std::string& word) {
+    const bool isType = std::string_view(".#:").find(before) == std::string_view::npos || before == '\0';
+    if (isType && (word == "body" || word == "html")) {
+        result_.append(1, '.').append(word == "body" ? kBodyClass : kHtmlClass);
+        return true;
+    }
+    if (before == ':' && word == "root") {
+        result_.back() = '.';
+        result_ += kHtmlClass;
+        return true;
+    }
+    if (before == ':' && word == "host") result_ += "x-";
+    return false;
 }
 
 void CssFilter::takeAtRule() {

@@ -151,7 +151,7 @@ void InertBuilder::appendImage(const HtmlToken& token) {
     url.erase(0, std::min(url.find_first_not_of(' '), url.size()));
     std::optional<std::string> found;
     if (isImageData(url)) {
-        found = std::move(url);
+        found = url;
     } else if (find_) {
         found = find_(url);
     }

@@ -87,10 +87,10 @@ std::string dateRow(const Part& root) {
 
 std::string dateWords(const Date& date) {
     const Clock clock(date);
-    const std::string day = fmt::format("{}, {} {} {}", kDays[std::chrono::weekday(clock.day).c_encoding()],
-                                        static_cast<unsigned>(clock.date.day()),
-                                        kMonths[static_cast<unsigned>(clock.date.month()) - 1],
-                                        static_cast<int>(clock.date.year()));
+    std::string day = fmt::format("{}, {} {} {}", kDays[std::chrono::weekday(clock.day).c_encoding()],
+                                  static_cast<unsigned>(clock.date.day()),
+                                  kMonths[static_cast<unsigned>(clock.date.month()) - 1],
+                                  static_cast<int>(clock.date.year()));
     if ((date.flags & EML_MIME_DATE_NO_TIME) != 0) return day;
     return fmt::format("{}, {:02}:{:02}{}", day, clock.time.hours().count(), clock.time.minutes().count(),
                        zoneWords(date));

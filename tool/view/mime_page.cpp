@@ -47,10 +47,10 @@ class MimePage {
     void addMessage(const Message& message, const std::string& path, size_t depth);
     void addArticle(const Part& root, const std::vector<Part>& parts, Pictures& pictures);
     std::string body(const std::vector<Part>& parts, Pictures& pictures, bool hasEvent);
-    std::string bodyPart(const Part& part, Pictures& pictures);
-    std::string events(const std::vector<Part>& parts);
+    static std::string bodyPart(const Part& part, Pictures& pictures);
+    static std::string events(const std::vector<Part>& parts);
     std::string files(const std::vector<Part>& parts, const Pictures& pictures);
-    std::string fileItem(const std::string& name, const std::string& id, std::string_view bytes);
+    static std::string fileItem(const std::string& name, const std::string& id, std::string_view bytes);
     std::string tnefItems(const Part& part, std::string_view bytes);
     std::string file(const Part& part);
     void encodedMessage(const Part& part);
@@ -285,9 +285,9 @@ void MimePage::addMessage(const Message& message, const std::string& path, size_
     depth_ = depth;
     std::unordered_map<uint32_t, std::vector<Part>> byMessage;
     std::vector<uint32_t> roots;
-    for (Part part : message.parts()) {
+    for (const Part& part : message.parts()) {
         if (part.isRoot()) roots.push_back(part.number());
-        byMessage[part.info().message].push_back(std::move(part));
+        byMessage[part.info().message].push_back(part);
     }
     Pictures pictures(message, options_.maxEmbed, pictureBudget_);
     for (uint32_t root : roots) {
