@@ -170,7 +170,7 @@ std::optional<int64_t> minutesOf(std::string_view text) {
 }
 
 CalendarTime after(const CalendarTime& start, int64_t minutes) {
-    constexpr int64_t kDay = 24 * 60;
+    constexpr int64_t kDay = int64_t{24} * 60;
     CalendarTime end = start;
     const int64_t total = int64_t{start.hour} * 60 + start.minute + minutes;
     setDay(end, dayOf(start) + std::chrono::days(total / kDay));

@@ -46,7 +46,7 @@ class MimePage {
   private:
     void addMessage(const Message& message, const std::string& path, size_t depth);
     void addArticle(const Part& root, const std::vector<Part>& parts, Pictures& pictures);
-    std::string body(const std::vector<Part>& parts, Pictures& pictures, bool hasEvent);
+    static std::string body(const std::vector<Part>& parts, Pictures& pictures, bool hasEvent);
     static std::string bodyPart(const Part& part, Pictures& pictures);
     static std::string events(const std::vector<Part>& parts);
     std::string files(const std::vector<Part>& parts, const Pictures& pictures);

@@ -44,7 +44,8 @@ TEST(FieldList, TextOfEachKind) {
         ASSERT_EQ(fields.size(), 1u);
         EXPECT_EQ(fields[0].name, row.name);
         EXPECT_EQ(fields[0].text, row.text);
-        EXPECT_EQ(message.substr(fields[0].offset, fields[0].length), row.field);
+        const auto offset = static_cast<size_t>(fields[0].offset);
+        EXPECT_EQ(message.substr(offset, static_cast<size_t>(fields[0].length)), row.field);
     }
 }
 
