@@ -1,6 +1,5 @@
 #include "tool/message/mime_content.h"
 
-#include <algorithm>
 #include <string_view>
 
 namespace emltool {
@@ -22,10 +21,10 @@ std::span<const uint8_t> MimeContent::beginning() {
     size_t size = 0;
     try {
         message_.part(part_).extract([&](std::string_view piece) {
-            const size_t count = std::min(piece.size(), kBeginning - size);
-            std::copy_n(piece.begin(), count, beginning_.begin() + static_cast<ptrdiff_t>(size));
-            size += count;
-            if (size == kBeginning) throw Enough{};
+            for (const char byte : piece) {
+                if (size == beginning_.size()) throw Enough{};
+                beginning_[size++] = static_cast<uint8_t>(byte);
+            }
         });
     } catch (const Enough&) {
     }
