@@ -8,14 +8,12 @@ import base64
 import hashlib
 import json
 import os
-import shutil
-import subprocess
 import sys
-import tempfile
 
-EML = os.path.abspath(sys.argv[1]) if len(sys.argv) > 1 else sys.exit(__doc__)
+import cli_test as cli
+from cli_test import eml, equal, expect, no_control_characters, write
+
 TESTS = []
-PATIENCE = 120  # seconds for one run
 
 
 def test(function):
@@ -59,52 +57,12 @@ ALTERNATIVE = multipart(b"alternative", b"Content-Type: text/plain; charset=utf-
 # Running
 
 
-class Result:
-    def __init__(self, code, out, err):
-        self.code, self.out, self.err = code, out, err
-
-
-def eml(*arguments, stdin=b""):
-    variables = {"PATH": os.environ["PATH"], "LC_ALL": "C"}
-    for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS"):
-        if name in os.environ:
-            variables[name] = os.environ[name]
-    run = subprocess.run([EML, *arguments], input=stdin, capture_output=True, env=variables, timeout=PATIENCE,
-                         check=False)
-    return Result(run.returncode, run.stdout.decode(errors="surrogateescape"),
-                  run.stderr.decode(errors="surrogateescape"))
-
-
-def write(name, content):
-    with open(name, "wb") as file:
-        file.write(content)
-
-
-def equal(actual, expected, what=""):
-    if actual != expected:
-        raise AssertionError(f"{what}\n     is: {actual!r}\n wanted: {expected!r}")
-
-
-def expect(result, code, err="", out=None):
-    equal(result.err, err, "standard error")
-    equal(result.code, code, "exit code")
-    if out is not None:
-        equal(result.out, out, "standard output")
-
-
 def answer(code, *arguments):
     """The one line of JSON that a run prints."""
     result = eml("--json", *arguments)
     equal((result.err, result.code), ("", code), arguments)
     equal(result.out.count("\n"), 1, "lines")
     return json.loads(result.out)
-
-
-def no_control_characters(text, what):
-    for character in text:
-        code = ord(character)
-        bad = (code < 32 and character != "\n") or 127 <= code < 160 or code in (0x202E, 0x2028)
-        equal(bad, False, f"{what}: character {code:#x}")
 
 
 # ---------------------------------------------------------------------------------------------------------
@@ -432,32 +390,9 @@ def help_and_completions_know_both_commands():
 # ---------------------------------------------------------------------------------------------------------
 
 
-def run(function):
-    """Runs one test in a folder of its own; gives "passed", "skipped" or "FAILED", and why."""
-    home = os.getcwd()
-    folder = tempfile.mkdtemp(prefix="eml-tree-test-")
-    os.chdir(folder)
-    try:
-        skipped = function()
-        return ("skipped", skipped) if skipped else ("passed", "")
-    except Exception as error:  # one test must not end the others
-        return "FAILED", f"{type(error).__name__}: {error}"
-    finally:
-        os.chdir(home)
-        shutil.rmtree(folder, ignore_errors=True)
-
-
 def main():
-    counts = {"passed": 0, "skipped": 0, "FAILED": 0}
-    for function in TESTS:
-        result, why = run(function)
-        counts[result] += 1
-        if why:
-            print(f"{result}: {function.__name__}: {why}")
-    if counts["skipped"]:
-        print(f"{counts['skipped']} skipped")
-    print(f"{counts['passed']} passed, {counts['FAILED']} failed")
-    return 1 if counts["FAILED"] else 0
+    cli.TESTS[:] = TESTS
+    return cli.main()
 
 
 if __name__ == "__main__":

@@ -8,11 +8,11 @@ import os
 import pathlib
 import re
 import shutil
-import subprocess
 import sys
-import tempfile
 
-EML = os.path.abspath(sys.argv[1]) if len(sys.argv) > 1 else sys.exit(__doc__)
+import cli_test as cli
+from cli_test import eml, equal
+
 TESTS = []
 LETTER = b"From: A <a@x>\nTo: b@x\nDate: Tue, 4 Mar 2025 09:15:22 +0100\nSubject: %s\n\ntext\n"
 
@@ -20,22 +20,6 @@ LETTER = b"From: A <a@x>\nTo: b@x\nDate: Tue, 4 Mar 2025 09:15:22 +0100\nSubject
 def test(function):
     TESTS.append(function)
     return function
-
-
-class Result:
-    def __init__(self, process):
-        self.code = process.returncode
-        self.out = process.stdout.decode()
-        self.err = process.stderr.decode()
-
-
-def eml(*arguments, **options):
-    process = subprocess.run([EML, *arguments], capture_output=True, timeout=120, check=False, **options)
-    return Result(process)
-
-
-def equal(actual, expected, *more):
-    assert actual == expected, f"{actual!r} is not {expected!r} {more}"
 
 
 def expect(result, code, err=None):
@@ -161,30 +145,9 @@ def time_grows_with_the_size_alone():
         equal(re.search("<h1>s</h1>", pathlib.Path("m.html").read_text(encoding="utf-8")) is not None, True)
 
 
-def run(function):
-    """Runs one test in a folder of its own; gives None, or what is wrong."""
-    home = os.getcwd()
-    place = tempfile.mkdtemp(prefix="eml-view-test-")
-    os.chdir(place)
-    try:
-        function()
-        return None
-    except Exception as error:  # one test must not end the others
-        return f"{type(error).__name__}: {error}"
-    finally:
-        os.chdir(home)
-        shutil.rmtree(place, ignore_errors=True)
-
-
 def main():
-    failed = 0
-    for function in TESTS:
-        why = run(function)
-        failed += why is not None
-        if why:
-            print(f"FAILED: {function.__name__}: {why}")
-    print(f"{len(TESTS) - failed} passed, {failed} failed")
-    return 1 if failed else 0
+    cli.TESTS[:] = TESTS
+    return cli.main()
 
 
 if __name__ == "__main__":
