@@ -956,6 +956,20 @@ def a_message_that_is_a_tnef_is_unpacked():
 
 
 @with_tnef
+def text_inside_a_tnef_is_shown():
+    text = tnef.attribute(tnef.MESSAGE, tnef.MESSAGE_PROPERTIES, tnef.properties(tnef.prop(tnef.BODY, "hello\r\nyou")))
+    head = (b"From: a@example.org\nContent-Type: application/ms-tnef; name=winmail.dat\n"
+            b"Content-Transfer-Encoding: base64\n\n")
+    blank = mixed(part("winmail.dat", tnef.tnef(text))).replace(b"\nhello\n", b"\n \n")
+    for message in (head + base64.encodebytes(tnef.tnef(text)), blank):
+        write("m.eml", message)
+        expect(eml("show", "--body-only", "m.eml"), 0, out="hello\nyou\n")
+        equal(json.loads(eml("batch", "--text", "m.eml").out)["message"]["text"], "hello\nyou\n")
+    write("m.eml", head + base64.encodebytes(tnef.tnef(text)[:-20]))
+    equal("warning: winmail.dat: " in eml("show", "m.eml").err, True)
+
+
+@with_tnef
 def tnef_is_extracted():
     write("m.eml", winmail(*TWO_FILES))
     size = len(tnef.tnef(*TWO_FILES))
@@ -1540,6 +1554,38 @@ def the_reader_that_was_asked_for_answers():
     equal((result.code, "the message filter gives text and no sub-files" in result.err), (2, True))
     expect(eml("--reader=x", "list", "m.eml"), 2,
            "eml: --reader=x: no such reader; it is mime, container or filter\n")
+
+
+@test
+def a_reading_says_what_it_leaves_out():
+    write("m.eml", mixed(part("a.txt"), embedded("in.eml", PLAIN)).replace(
+        b"--b0--", b"--b0\nContent-Type: image/png\n\nx\n--b0--"))
+    for arguments in (["list"], ["info"], ["extract", "-l"], ["show"]):
+        said = 'eml: m.eml: warning: the container reading leaves out 1 part; see "eml compare"\n'
+        expect(eml("--reader=container", *arguments, "m.eml"), 0, said)
+        expect(eml(*arguments, "m.eml"), 0)
+    equal("the filter reading leaves out " in eml("--reader=filter", "m.eml").err, True)
+    warnings = json.loads(eml("--reader=container", "--json", "list", "m.eml").out)["warnings"]
+    equal([warning["code"] for warning in warnings], ["left-out"])
+
+
+@test
+def parts_that_nobody_can_read_are_said_to_be_there():
+    for kind, said in (("application/pkcs7-mime; smime-type=signed-data",
+                        "a part is inside an S/MIME signature; what it holds is not read"),
+                       ("application/pkcs7-mime; smime-type=enveloped-data",
+                        "a part is encrypted (S/MIME); what it holds cannot be read")):
+        write("m.eml", mixed(part("smime.p7m", kind=kind)))
+        for command in ("show", "list"):
+            expect(eml(command, "m.eml"), 0, f"eml: m.eml: warning: smime.p7m: {said}\n")
+
+
+@test
+def text_around_an_encrypted_block_is_shown():
+    block = b"-----BEGIN PGP MESSAGE-----\n\nhQEMA\n=abcd\n-----END PGP MESSAGE-----\n"
+    write("m.eml", simple(b"before\n" + block + b"after"))
+    expect(eml("show", "--body-only", "m.eml"), 0, out="before\n" + block.decode() + "after\n")
+    equal("Protection:   encrypted (PGP)\n" in eml("info", "m.eml").out, True)
 
 
 @test

@@ -103,7 +103,7 @@ BatchRow readMessage(std::unique_ptr<emlhost::Input> input, const BatchItem& ite
         RowVisitor visitor(options);
         tree = readTree(file, visitor, options.form.reading);
         if (options.digest) tree->sha256 = digestOf(file.input());
-        if (options.text) tree->text = bodyText(file, options.form.reading);
+        if (options.text) tree->text = bodyText(file, options.form.reading, tree->warnings);
         file.checkReads();
     } catch (const Problem& caught) {
         problem = caught;

@@ -11,6 +11,7 @@
 #include "tool/commands/message_arguments.h"
 #include "tool/message/filter_file.h"
 #include "tool/message/json_text.h"
+#include "tool/message/left_out.h"
 #include "tool/message/message_file.h"
 #include "tool/message/read_message.h"
 #include "tool/message/shown_message.h"
@@ -152,7 +153,10 @@ class ShowRun final : public CommandRun {
 
     // What the message filter gives, as it comes.
     void showFiltered(Console& console, const MessageSource& source, FileHeadings& headings) const {
-        FilterFile file(source, messages_.force(), !bodyOnly_);
+        MessageFile opened(source, messages_.force());
+        FilterFile file(opened, !bodyOnly_);
+        const auto warning = file.isEncrypted() ? std::nullopt : leftOutWarning(opened, Reading::kFilter);
+        if (warning) console.warn(opened.name(), warning->text);
         if (headings.print(source)) console.print("\n");
         Printer printer(console, !bodyOnly_, !file.isEncrypted(), source_);
         RecordReader reader(printer);

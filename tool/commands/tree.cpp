@@ -4,7 +4,6 @@
 #include "tool/cli/command.h"
 #include "tool/commands/each_file.h"
 #include "tool/commands/message_arguments.h"
-#include "tool/message/mime_work.h"
 #include "tool/message/part_tree.h"
 #include "tool/message/part_tree_json.h"
 #include "tool/message/part_tree_text.h"

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <cstring>
+#include <emlreader/mime.hpp>
 #include <unordered_map>
 #include <unordered_set>
 
 #include "standalone/filter.h"
 #include "tool/message/comparison_findings.h"
-#include "tool/message/mime_work.h"
 #include "tool/terminal/problem.h"
 #include "tool/text/significant_text.h"
 

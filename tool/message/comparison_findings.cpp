@@ -8,7 +8,6 @@
 #include "standalone/filter.h"
 #include "standalone/text_records.h"
 #include "tool/message/digest_output.h"
-#include "tool/message/mime_work.h"
 #include "tool/message/part_tree.h"
 #include "tool/message/rendering.h"
 #include "tool/message/shown_message.h"
@@ -33,12 +32,6 @@ constexpr const char* kEncrypted = "takes the message for encrypted: gives its h
 
 void appendUpTo(std::string& text, std::string_view piece) {
     text.append(piece.substr(0, kMaxText - std::min(text.size(), kMaxText)));
-}
-
-std::string linesOfHtml(std::string_view html) {
-    std::string text;
-    for (const std::string& line : htmlToLines(html)) (text += line) += '\n';
-    return text;
 }
 
 std::string_view viewOf(const emlhost::MemoryOutput& output) {

@@ -4,6 +4,9 @@
 
 #include <algorithm>
 
+#include "tool/message/mime_fields.h"
+#include "tool/message/part_words.h"
+
 namespace emltool {
 
 namespace {
@@ -84,6 +87,24 @@ std::vector<Warning> defectWarnings(const emlreader::mime::Message& message) {
     for (size_t i = 0; i < warnings.size(); ++i) {
         if (more[i] > 0)
             warnings[i].text += fmt::format(" (and in {} more {})", more[i], more[i] == 1 ? "part" : "parts");
+    }
+    return warnings;
+}
+
+std::vector<Warning> hiddenPartWarnings(const emlreader::mime::Message& message, uint32_t root) {
+    std::vector<Warning> warnings;
+    for (const emlreader::mime::Part& part : message.parts()) {
+        const uint32_t protection = part.protection();
+        if (part.info().message != root || part.number() == root) continue;
+        if (protection == EML_MIME_SMIME_OPAQUE) {
+            warnings.push_back(
+                {"signed-part", whereOf(message, part.number()) +
+                                    "a part is inside an S/MIME signature; what it holds is not read"});
+        } else if (isEncryption(protection)) {
+            warnings.push_back({"encrypted-part", whereOf(message, part.number()) + "a part is " +
+                                                      std::string(protectionNotice(protection)) +
+                                                      "; what it holds cannot be read"});
+        }
     }
     return warnings;
 }

@@ -16,4 +16,8 @@ std::string_view meaningOf(uint32_t defectCode);
 // content are among them once the content was read. A code that several parts have is one warning.
 std::vector<Warning> defectWarnings(const emlreader::mime::Message& message);
 
+// A warning for each part of the message whose root is `root`, other than the root, whose content cannot be read
+// because it is encrypted, or is not read because it is inside a signature.
+std::vector<Warning> hiddenPartWarnings(const emlreader::mime::Message& message, uint32_t root);
+
 }  // namespace emltool

@@ -19,6 +19,19 @@ bool isHeaderField(std::string_view line) {
     return end > 0 && colon != std::string_view::npos && line[colon] == ':';
 }
 
+// What the MIME reader throws becomes a Problem of the file `name`.
+void withProblemsOf(const std::string& name, const std::function<void()>& work) {
+    try {
+        work();
+    } catch (const emlreader::Error& error) {
+        if (error.code() == EML_NO_MEMORY) throw outOfMemory(name);
+        throw Problem(ExitCode::kInput, "cannot-read", name,
+                      fmt::format("cannot be read (result {} of the reader)", error.code()));
+    } catch (const std::system_error& error) {
+        throw inputProblem(name, error.code());
+    }
+}
+
 }  // namespace
 
 bool hasHeaderField(std::string_view beginning) {
@@ -91,16 +104,8 @@ const emlreader::mime::Message& MessageFile::mime() {
     return *mime_;
 }
 
-void withProblemsOf(const std::string& name, const std::function<void()>& work) {
-    try {
-        work();
-    } catch (const emlreader::Error& error) {
-        if (error.code() == EML_NO_MEMORY) throw outOfMemory(name);
-        throw Problem(ExitCode::kInput, "cannot-read", name,
-                      fmt::format("cannot be read (result {} of the reader)", error.code()));
-    } catch (const std::system_error& error) {
-        throw inputProblem(name, error.code());
-    }
+void withMime(MessageFile& file, const std::function<void(const emlreader::mime::Message& message)>& work) {
+    withProblemsOf(file.name(), [&] { work(file.mime()); });
 }
 
 void MessageFile::checkReads() const {

@@ -49,8 +49,8 @@ class MessageFile {
     std::unique_ptr<emlreader::mime::Message> mime_;
 };
 
-// Does `work`; what the MIME reader throws becomes a Problem of the file `name`.
-void withProblemsOf(const std::string& name, const std::function<void()>& work);
+// Calls `work` with the message as the MIME reader has it; what that throws becomes a Problem of the file.
+void withMime(MessageFile& file, const std::function<void(const emlreader::mime::Message& message)>& work);
 
 // The file `path`, which may be called "-", as an input. Throws Problem; for a folder its code is
 // "is-a-directory". Does not look for another file that may be meant.

@@ -70,8 +70,7 @@ std::string dateOf(const Part& root) {
 
 bool isEncryption(uint32_t protection) {
     return protection == EML_MIME_SMIME_ENVELOPED || protection == EML_MIME_SMIME_OTHER ||
-           protection == EML_MIME_PGP_ENCRYPTED || protection == EML_MIME_PGP_INLINE_ENCRYPTED ||
-           protection == EML_MIME_ENCRYPTED_OTHER;
+           protection == EML_MIME_PGP_ENCRYPTED || protection == EML_MIME_ENCRYPTED_OTHER;
 }
 
 }  // namespace emltool

@@ -17,7 +17,8 @@ std::vector<MetadataField> readMetadata(const emlreader::mime::Part& root);
 // message does not name. Empty without a date that can be read, or in a year that has no four digits.
 std::string dateOf(const emlreader::mime::Part& root);
 
-// True if only someone with a key can read the content. S/MIME that does not tell what it is counts as encrypted.
+// True if only someone with a key can read the content. S/MIME that does not tell what it is counts as encrypted;
+// text around an encrypted block can be read.
 bool isEncryption(uint32_t protection);
 
 }  // namespace emltool

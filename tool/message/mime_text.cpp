@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "tool/message/tnef_text.h"
 #include "tool/text/ascii.h"
 #include "tool/text/charset_decoder.h"
 #include "tool/text/charset_guess.h"
@@ -48,12 +49,6 @@ std::string textOf(const Part& part) {
     return content.notConverted() ? fromUnlabelledCharset(text, EML_CHARSET_WESTERN) : text;
 }
 
-std::string linesOfHtml(std::string_view html) {
-    std::string text;
-    for (const std::string& line : htmlToLines(html)) (text += line) += '\n';
-    return text;
-}
-
 bool isBlank(std::string_view line) { return line.find_first_not_of(" \t\r\n") == std::string_view::npos; }
 
 // Drops empty lines at both ends, and ends the last line.
@@ -68,16 +63,45 @@ std::string trimmedLines(std::string_view text) {
     return std::string(text.substr(0, std::min(text.find('\n', last), text.size()))) + '\n';
 }
 
-}  // namespace
-
-// A multipart whose boundary never occurs is text too. Pictures may stand between texts.
-std::vector<Part> textParts(const Message& message, uint32_t root) {
+template <typename Choice>
+std::vector<Part> partsOf(const Message& message, uint32_t root, Choice choice) {
     std::vector<Part> parts;
     for (const Part& part : message.parts()) {
+        // A multipart whose boundary never occurs is text too. Pictures may stand between texts.
         const bool isText = part.type() == "text" || part.type() == "multipart";
-        if (part.info().message == root && part.isTextBody() && isText) parts.push_back(part);
+        if (part.info().message == root && isText && choice(part)) parts.push_back(part);
     }
     return parts;
+}
+
+bool isInText(const Part& part) { return part.isTextBody(); }
+bool isInHtml(const Part& part) { return part.isHtmlBody(); }
+
+// Text of another type, a calendar for instance, that the sender did not attach.
+bool isOtherText(const Part& part) {
+    return part.type() == "text" && !part.isNamed() &&
+           part.info().dispositionKind == EML_MIME_DISPOSITION_NONE;
+}
+
+BodyText readParts(const std::vector<Part>& parts, bool source) {
+    BodyText body;
+    bool isAllHtml = true;
+    for (const Part& part : parts) {
+        const bool isHtml = part.is("text", "html");
+        std::string text = textOf(part);
+        if (isHtml && !source) text = linesOfHtml(text);
+        if (!isBlank(text)) isAllHtml = isAllHtml && isHtml;
+        body.text += trimmedLines(text);
+    }
+    body.isFromHtml = isAllHtml && !body.text.empty();
+    return body;
+}
+
+}  // namespace
+
+std::vector<Part> textParts(const Message& message, uint32_t root) {
+    std::vector<Part> parts = partsOf(message, root, isInText);
+    return parts.empty() ? partsOf(message, root, isOtherText) : parts;
 }
 
 std::optional<uint64_t> textSize(const Message& message, uint32_t root) {
@@ -94,16 +118,12 @@ std::string charsetOf(const Message& message, uint32_t root) {
 }
 
 BodyText readBody(const Message& message, uint32_t root, bool source) {
-    BodyText body;
-    bool isAllHtml = true;
-    for (const Part& part : textParts(message, root)) {
-        const bool isHtml = part.is("text", "html");
-        std::string text = textOf(part);
-        if (isHtml && !source) text = linesOfHtml(text);
-        if (!isBlank(text)) isAllHtml = isAllHtml && isHtml;
-        body.text += trimmedLines(text);
+    for (const auto choice : {isInText, isInHtml, isOtherText}) {
+        BodyText body = readParts(partsOf(message, root, choice), source);
+        if (!body.text.empty()) return body;
     }
-    body.isFromHtml = isAllHtml && !body.text.empty();
+    BodyText body;
+    body.text = trimmedLines(tnefText(message, root, body.warnings));
     return body;
 }
 

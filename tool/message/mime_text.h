@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "tool/terminal/problem.h"
+
 namespace emltool {
 
 // The parts that are the text of the message whose root is `root`, in order; some may be HTML.
@@ -21,9 +23,11 @@ std::string charsetOf(const emlreader::mime::Message& message, uint32_t root);
 struct BodyText {
     std::string text;         // UTF-8, each line with its LF; without empty lines at both ends
     bool isFromHtml = false;  // all of it
+    std::vector<Warning> warnings;
 };
 
-// The text as a person reads it. With `source`, HTML as it stands.
+// The text as a person reads it. If the plain text of a message says nothing, its HTML; without that, text of other
+// types, and at last what is in its TNEF. With `source`, HTML as it stands.
 BodyText readBody(const emlreader::mime::Message& message, uint32_t root, bool source = false);
 
 }  // namespace emltool

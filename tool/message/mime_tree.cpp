@@ -9,7 +9,6 @@
 #include "tool/message/mime_fields.h"
 #include "tool/message/mime_text.h"
 #include "tool/message/part_tree.h"
-#include "tool/message/part_words.h"
 #include "tool/message/signed_message.h"
 #include "tool/message/tree_reader.h"
 #include "tool/text/charset_labels.h"
@@ -21,15 +20,13 @@ namespace {
 using emlreader::mime::Message;
 using emlreader::mime::Part;
 
-// Signatures around signatures are opened to this depth.
-constexpr size_t kMaxSignatures = 8;
-
 class MimeTreeReader final : public TreeReader {
   public:
-    MimeTreeReader(MessageFile& file, AttachmentVisitor& visitor) : TreeReader(file, visitor) {}
+    MimeTreeReader(MessageFile& file, AttachmentVisitor& visitor, const Message& message)
+        : TreeReader(file, visitor), message_(message) {}
 
     MessageTree read() override {
-        MessageTree tree = readFile(file_.mime(), {});
+        MessageTree tree = readFile(message_, {});
         file_.checkReads();
         return tree;
     }
@@ -45,6 +42,7 @@ class MimeTreeReader final : public TreeReader {
     void openPart(const Message& message, const Part& part, MimeContent& content, SubFileEntry& entry,
                   Warnings& warnings);
 
+    const Message& message_;
     size_t signatures_ = 0;              // that are open, one inside the other
     std::vector<std::string> sections_;  // of the parts of the file that is being read
 };
@@ -67,8 +65,7 @@ MessageTree MimeTreeReader::readMessage(const Message& message, uint32_t root, c
     tree.date = dateOf(part);
     const SignedMessage content(message, root);
     tree.encrypted = content.isEncrypted();
-    const bool wasUnclear = part.protection() == EML_MIME_SMIME_OTHER && !tree.encrypted;
-    tree.protection = protectionNotice(wasUnclear ? EML_MIME_SMIME_OPAQUE : part.protection());
+    tree.protection = content.notice();
     tree.charsetLabel = charsetOf(message, root);
     SubFileEntry self;
     self.path = path;
@@ -78,10 +75,8 @@ MessageTree MimeTreeReader::readMessage(const Message& message, uint32_t root, c
     self.name = self.writtenName = tree.name;
     self.size = textSize(message, root);
     tree.subFiles.push_back(std::move(self));
-    if (!content.problem().empty()) {
-        tree.warnings.push_back(
-            {"smime", "the content inside the signature is not shown, " + content.problem()});
-    }
+    if (!content.problem().empty()) tree.warnings.push_back(signatureWarning(content));
+    for (Warning& warning : hiddenPartWarnings(message, root)) tree.warnings.push_back(std::move(warning));
     if (content.inside() != nullptr && signatures_ < kMaxSignatures) {
         readInside(content, path, tree);
     } else {
@@ -161,7 +156,7 @@ std::unique_ptr<MessageTree> MimeTreeReader::readEmbedded(emlhost::Input& input,
 
 MessageTree readMimeTree(MessageFile& file, AttachmentVisitor& visitor) {
     MessageTree tree;
-    withProblemsOf(file.name(), [&] { tree = MimeTreeReader(file, visitor).read(); });
+    withMime(file, [&](const Message& message) { tree = MimeTreeReader(file, visitor, message).read(); });
     return tree;
 }
 

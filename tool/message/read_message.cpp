@@ -8,7 +8,6 @@
 #include "tool/message/defect_warnings.h"
 #include "tool/message/mime_fields.h"
 #include "tool/message/mime_text.h"
-#include "tool/message/part_words.h"
 #include "tool/message/rendering.h"
 #include "tool/message/signed_message.h"
 #include "tool/message/tree.h"
@@ -35,6 +34,10 @@ void addFields(const std::vector<MetadataField>& metadata, ShownMessage& shown) 
     }
 }
 
+void addWarnings(std::vector<Warning> warnings, ShownMessage& shown) {
+    for (Warning& warning : warnings) shown.warnings.push_back(std::move(warning));
+}
+
 void addNames(const std::vector<std::string>& names, ShownMessage& shown) {
     if (!names.empty()) shown.fields.emplace_back("Attachments", fmt::format("{}", fmt::join(names, "; ")));
 }
@@ -43,15 +46,13 @@ void addNames(const std::vector<std::string>& names, ShownMessage& shown) {
 
 ShownMessage shownByMime(MessageFile& file, bool source) {
     ShownMessage shown;
-    withProblemsOf(file.name(), [&] {
-        const emlreader::mime::Message& message = file.mime();
+    withMime(file, [&](const emlreader::mime::Message& message) {
         const emlreader::mime::Part root = message.root();
         addFields(readMetadata(root), shown);
         const SignedMessage content(message, 0);
         const emlreader::mime::Message& body = content.inside() != nullptr ? *content.inside() : message;
         shown.encrypted = content.isEncrypted();
-        const bool wasUnclear = root.protection() == EML_MIME_SMIME_OTHER && !shown.encrypted;
-        shown.protection = protectionNotice(wasUnclear ? EML_MIME_SMIME_OPAQUE : root.protection());
+        shown.protection = content.notice();
         if (!shown.protection.empty() && !shown.encrypted) {
             shown.fields.emplace_back("Protection", shown.protection);
         }
@@ -62,12 +63,12 @@ ShownMessage shownByMime(MessageFile& file, bool source) {
             BodyText text = readBody(body, 0, source);
             shown.text = std::move(text.text);
             shown.isFromHtml = text.isFromHtml && !source;
+            addWarnings(std::move(text.warnings), shown);
         }
-        if (!content.problem().empty()) {
-            shown.warnings.push_back(
-                {"smime", "the content inside the signature is not shown, " + content.problem()});
-        }
-        for (Warning& warning : defectWarnings(body)) shown.warnings.push_back(std::move(warning));
+        if (!content.problem().empty()) shown.warnings.push_back(signatureWarning(content));
+        addWarnings(hiddenPartWarnings(body, 0), shown);
+        addWarnings(defectWarnings(message), shown);
+        if (&body != &message) addWarnings(defectWarnings(body), shown);
     });
     file.checkReads();
     return shown;
@@ -95,8 +96,7 @@ ShownMessage shownByContainer(MessageFile& file, bool source) {
     shown.text = withoutInvalidBytes(fromUnlabelledCharset(bytes, tree.charset));
     if (formOf(file.message(), EML_EXTRACT_BODY_ONLY) != Form::kHtml || source) return shown;
     shown.isFromHtml = true;
-    const std::string html = std::exchange(shown.text, "");
-    for (const std::string& line : htmlToLines(html)) (shown.text += line) += '\n';
+    shown.text = linesOfHtml(shown.text);
     return shown;
 }
 

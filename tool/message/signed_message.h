@@ -6,31 +6,54 @@
 #include <emlreader/mime.hpp>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "standalone/input.h"
 #include "tool/message/smime.h"
+#include "tool/terminal/problem.h"
 
 namespace emltool {
 
+// Signatures around signatures are opened to this depth.
+inline constexpr size_t kMaxSignatures = 8;
+
 class SignedMessage {
   public:
-    // Reads what part `root` of `message` holds, if it is S/MIME that may be signed. Throws what the MIME reader throws.
+    // Reads what part `root` of `message` holds, if it is S/MIME that may be signed, and what is signed in there.
+    // Throws what the MIME reader throws.
     SignedMessage(const emlreader::mime::Message& message, uint32_t root);
 
     // The message inside; NULL if there is none that can be read.
-    const emlreader::mime::Message* inside() const { return inside_.get(); }
+    const emlreader::mime::Message* inside() const {
+        return layers_.empty() ? nullptr : layers_.back()->message.get();
+    }
 
-    // Whether it is encrypted, going by the content where the header does not tell.
+    // Whether only someone with a key can read it, going by the content where the header does not tell.
     bool isEncrypted() const { return isEncrypted_; }
 
-    // Why there is nothing inside that can be read; empty if there is, or need not be.
-    const std::string& problem() const { return content_.problem; }
+    // "signed (S/MIME), not verified"; empty if the message is not protected.
+    const std::string& notice() const { return notice_; }
+
+    // Why the content cannot be read; empty if it can be, or is encrypted.
+    const std::string& problem() const { return problem_; }
 
   private:
-    SmimeContent content_;
-    std::unique_ptr<emlhost::MemoryInput> input_;
-    std::unique_ptr<emlreader::mime::Message> inside_;
-    bool isEncrypted_;
+    // One signature, opened.
+    struct Layer {
+        SmimeContent content;
+        std::unique_ptr<emlhost::MemoryInput> input;
+        std::unique_ptr<emlreader::mime::Message> message;
+    };
+
+    bool open(const emlreader::mime::Part& part);
+
+    std::vector<std::unique_ptr<Layer>> layers_;
+    bool isEncrypted_ = false;
+    std::string notice_;
+    std::string problem_;
 };
+
+// That the content cannot be read.
+Warning signatureWarning(const SignedMessage& message);
 
 }  // namespace emltool

@@ -28,12 +28,7 @@ class Collector final : public MessageReader {
         emptyLines_ = 0;
     }
 
-    std::string finish() {
-        if (!html_) return std::move(text_);
-        std::string lines;
-        for (const std::string& text : htmlToLines(text_)) (lines += text) += '\n';
-        return lines;
-    }
+    std::string finish() { return html_ ? linesOfHtml(text_) : std::move(text_); }
 
   private:
     bool anyLine_ = false;
@@ -55,12 +50,14 @@ std::optional<std::string> filterText(MessageFile& file) {
     return collector.finish();
 }
 
-std::optional<std::string> mimeText(MessageFile& file) {
+std::optional<std::string> mimeText(MessageFile& file, std::vector<Warning>& warnings) {
     std::optional<std::string> text;
-    withProblemsOf(file.name(), [&] {
-        const SignedMessage content(file.mime(), 0);
+    withMime(file, [&](const emlreader::mime::Message& message) {
+        const SignedMessage content(message, 0);
         if (content.isEncrypted()) return;
-        text = readBody(content.inside() != nullptr ? *content.inside() : file.mime(), 0).text;
+        BodyText body = readBody(content.inside() != nullptr ? *content.inside() : message, 0);
+        text = std::move(body.text);
+        for (Warning& warning : body.warnings) warnings.push_back(std::move(warning));
     });
     file.checkReads();
     return text;
@@ -68,8 +65,8 @@ std::optional<std::string> mimeText(MessageFile& file) {
 
 }  // namespace
 
-std::optional<std::string> bodyText(MessageFile& file, Reading reading) {
-    return reading == Reading::kMime ? mimeText(file) : filterText(file);
+std::optional<std::string> bodyText(MessageFile& file, Reading reading, std::vector<Warning>& warnings) {
+    return reading == Reading::kMime ? mimeText(file, warnings) : filterText(file);
 }
 
 }  // namespace emltool

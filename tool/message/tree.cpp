@@ -1,5 +1,6 @@
 #include "tool/message/tree.h"
 
+#include "tool/message/left_out.h"
 #include "tool/message/tree_reader.h"
 
 namespace emltool {
@@ -18,17 +19,16 @@ class CountingOutput final : public emlhost::Output {
 }  // namespace
 
 MessageTree readTree(MessageFile& file, AttachmentVisitor& visitor, Reading reading) {
-    switch (reading) {
-        case Reading::kMime:
-            return readMimeTree(file, visitor);
-        case Reading::kContainer:
-            return readContainerTree(file, visitor);
-        case Reading::kFilter:
-            break;
+    if (reading == Reading::kMime) return readMimeTree(file, visitor);
+    if (reading == Reading::kFilter) {
+        throw usageProblem(
+            "--reader=filter: the message filter gives text and no sub-files; use it with show, or see "
+            "\"eml records\"");
     }
-    throw usageProblem(
-        "--reader=filter: the message filter gives text and no sub-files; use it with show, or see "
-        "\"eml records\"");
+    MessageTree tree = readContainerTree(file, visitor);
+    if (tree.encrypted) return tree;
+    if (auto warning = leftOutWarning(file, reading)) tree.warnings.insert(tree.warnings.begin(), *warning);
+    return tree;
 }
 
 std::optional<uint64_t> decodedSize(SubFileContent& content) {

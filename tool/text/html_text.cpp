@@ -190,4 +190,10 @@ bool looksLikeHtml(std::string_view firstLine) {
 
 std::vector<std::string> htmlToLines(std::string_view html) { return HtmlText(html).read(); }
 
+std::string linesOfHtml(std::string_view html) {
+    std::string text;
+    for (const std::string& line : htmlToLines(html)) (text += line) += '\n';
+    return text;
+}
+
 }  // namespace emltool

@@ -14,4 +14,7 @@ bool looksLikeHtml(std::string_view firstLine);
 // line between two others.
 std::vector<std::string> htmlToLines(std::string_view html);
 
+// The same as one text, each line with its LF.
+std::string linesOfHtml(std::string_view html);
+
 }  // namespace emltool

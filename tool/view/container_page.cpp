@@ -109,7 +109,7 @@ std::string PageBuilder::body(MessageFile& file, const MessageTree& tree) {
     Form form = formOf(file.message(), EML_EXTRACT_PREFER_RICH);
     std::optional<std::string> text;
     try {
-        text = bodyText(file, Reading::kContainer);
+        text = bodyText(file, Reading::kContainer, warnings_);
     } catch (const Problem& problem) {
         if (problem.exit == ExitCode::kInternal) throw;
         warnings_.push_back({problem.code, problem.text});

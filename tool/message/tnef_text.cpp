@@ -1,0 +1,40 @@
+#include "tool/message/tnef_text.h"
+
+#include "tool/message/tnef.h"
+#include "tool/text/ascii.h"
+#include "tool/text/html_text.h"
+#include "tool/text/rtf_text.h"
+
+namespace emltool {
+
+namespace {
+
+// By type or name: looking at the first bytes of every attachment would decode them all.
+bool maybeTnef(const emlreader::mime::Part& part) {
+    return part.is("application", "ms-tnef") || part.is("application", "vnd.ms-tnef") ||
+           lowerCase(part.name()) == "winmail.dat";
+}
+
+std::string textOf(const TnefContent& content) {
+    if (!content.text.empty()) return content.text;
+    if (content.html.empty()) return rtfToText(content.rtf);
+    return linesOfHtml(content.html);
+}
+
+}  // namespace
+
+std::string tnefText(const emlreader::mime::Message& message, uint32_t root, std::vector<Warning>& warnings) {
+    if (!readsTnef()) return "";
+    for (const emlreader::mime::Part& part : message.files(root)) {
+        if (!maybeTnef(part) || part.info().body.length > 2 * kMaxTnefSize) continue;
+        const std::string bytes = part.bytes();
+        const TnefContent content =
+            unpackTnef({reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()});
+        if (!content.problem.empty()) warnings.push_back({"tnef", part.name() + ": " + content.problem});
+        std::string text = textOf(content);
+        if (!text.empty()) return text;
+    }
+    return "";
+}
+
+}  // namespace emltool

@@ -1,0 +1,17 @@
+// The text of a message that is inside its TNEF (winmail.dat).
+#pragma once
+
+#include <cstdint>
+#include <emlreader/mime.hpp>
+#include <string>
+#include <vector>
+
+#include "tool/terminal/problem.h"
+
+namespace emltool {
+
+// The text that the first TNEF of the message whose root is `root` has, as a person reads it, in UTF-8; HTML and RTF as
+// their text. Empty if there is none, or if this program does not read TNEF. What cannot be read is a warning.
+std::string tnefText(const emlreader::mime::Message& message, uint32_t root, std::vector<Warning>& warnings);
+
+}  // namespace emltool
