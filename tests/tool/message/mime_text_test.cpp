@@ -44,9 +44,11 @@ TEST(MimeText, IsWhatAPersonReads) {
          false},
         {"HTML where the plain text says nothing",
          multipart("alternative", {"Content-Type: text/plain\r\n\r\n \r\n", kHtml}), "Hello you\n", true},
-        {"text of another type that is all there is", "Content-Type: text/markdown\r\n\r\n# a", "# a\n", false},
+        {"text of another type that is all there is", "Content-Type: text/markdown\r\n\r\n# a", "# a\n",
+         false},
         {"no text of another type beside a text",
-         multipart("mixed", {kPlain, "Content-Type: text/calendar\r\n\r\nBEGIN:VCALENDAR"}), "plain\n", false},
+         multipart("mixed", {kPlain, "Content-Type: text/calendar\r\n\r\nBEGIN:VCALENDAR"}), "plain\n",
+         false},
         {"nothing", "Subject: s\r\n\r\n", "", false},
     };
     for (const Row& row : rows) {
