@@ -6,7 +6,8 @@
 #include <CLI/CLI.hpp>
 #include <cstdlib>
 
-#include "tool/batch/messages.h"
+#include "tool/archive/folder_walk.h"
+#include "tool/archive/message_sources.h"
 #include "tool/cli/command.h"
 #include "tool/commands/message_arguments.h"
 #include "tool/commands/view_site.h"
@@ -75,11 +76,10 @@ class ViewRun final : public CommandRun {
         if (options.reading == Reading::kFilter) {
             throw usageProblem("view has no --reader=filter, which gives text alone; see \"eml show\"");
         }
-        const Holding holding = holdingOf(messages_.file());
         // A folder without a place for its pages is refused below, as by the other commands.
-        const bool isMany =
-            holding == Holding::kMbox || (holding == Holding::kFolder && !outputPath_.empty());
-        if (isMany) return writeFolder(console, options, holding, *maxEmbed);
+        const bool isSite =
+            isFolder(messages_.file()) ? !outputPath_.empty() : isMboxOfMany(messages_.file());
+        if (isSite) return writeFolder(console, options, *maxEmbed);
         MessageFile file(messages_.message(), messages_.force());
         const ViewOptions viewOptions{*maxEmbed};
         const ViewPage page = options.reading == Reading::kContainer
@@ -102,16 +102,27 @@ class ViewRun final : public CommandRun {
     }
 
   private:
-    ExitCode writeFolder(Console& console, const GlobalOptions& options, Holding holding,
-                         uint64_t maxEmbed) const {
+    // What cannot be read is no mbox; opening it as a message says why.
+    static bool isMboxOfMany(const std::string& path) {
+        if (path == "-") return false;
+        try {
+            MessageSources sources(path);
+            MessageSource source;
+            return sources.next(source) && source.isOneOfMany;
+        } catch (const Problem&) {
+            return false;
+        }
+    }
+
+    ExitCode writeFolder(Console& console, const GlobalOptions& options, uint64_t maxEmbed) const {
         const std::string& path = messages_.file();
         if (outputPath_.empty() || outputPath_ == "-") {
             throw usageProblem(fmt::format("{} is {}: name a folder for its pages with -o", visible(path),
-                                           holding == Holding::kMbox ? "an mbox" : "a folder"));
+                                           isFolder(path) ? "a folder" : "an mbox"));
         }
         if (options.reading != Reading::kMime)
             throw usageProblem("--reader=container shows one message at a time");
-        return writeSite(console, path, {outputPath_, maxEmbed, overwrite_});
+        return writeSite(console, path, {outputPath_, maxEmbed, overwrite_, messages_.force()});
     }
 
     std::string writeNamed(std::string_view html) const {

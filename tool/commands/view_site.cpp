@@ -7,7 +7,8 @@
 #include <filesystem>
 #include <vector>
 
-#include "tool/batch/messages.h"
+#include "tool/archive/message_sources.h"
+#include "tool/message/message_file.h"
 #include "tool/system/document_file.h"
 #include "tool/system/write_pieces.h"
 #include "tool/text/visible_text.h"
@@ -43,10 +44,11 @@ class SiteWriter {
     SiteWriter(Console& console, const SiteOptions& options)
         : console_(console), options_(options), own_(fs::weakly_canonical(options.folder).string() + '/') {}
 
-    void add(const BatchItem& item, emlhost::Input& input) {
-        if (isOwn(item.path)) return;
-        const std::string name = nameOf(item);
-        ViewPage page = buildMimePage(input, name, {options_.maxEmbed}, {kIndex});
+    void add(const MessageSource& source) {
+        if (isOwn(source.path)) return;
+        MessageFile message(source, options_.force);
+        const std::string& name = message.name();
+        ViewPage page = buildMimePage(message.input(), name, {options_.maxEmbed}, {kIndex});
         for (const Warning& warning : page.warnings) console_.warn(name, warning.text);
         const std::string file = pageName(++pages_);
         write(file, page.html);
@@ -54,16 +56,15 @@ class SiteWriter {
         tally_.succeeded();
     }
 
-    void addProblem(const BatchItem& item, const Problem& problem) {
-        if (problem.exit == ExitCode::kOutput) throw OutputEnded{problem};
-        if (isOwn(item.path)) return;
+    void addProblem(const MessageSource& source, const Problem& problem) {
+        if (isOwn(source.path)) return;
         if (problem.exit == ExitCode::kNoMessage) {
-            console_.warn(nameOf(item), "left out: " + problem.text);
+            console_.warn(source.name(), "left out: " + problem.text);
             return;
         }
         console_.report(problem);
         tally_.failed(problem.exit);
-        rows_.push_back({"", nameOf(item), {}, problem.text});
+        rows_.push_back({"", source.name(), {}, problem.text});
     }
 
     void leaveOut(const std::string& path, const char* why) {
@@ -77,16 +78,7 @@ class SiteWriter {
         return tally_.exitCode();
     }
 
-    // A page could not be written: not a problem of one message.
-    struct OutputEnded {
-        Problem problem;
-    };
-
   private:
-    static std::string nameOf(const BatchItem& item) {
-        return item.index ? fmt::format("{}#{}", item.path, *item.index + 1) : item.path;
-    }
-
     // The pages may lie in the folder that is read.
     bool isOwn(const std::string& path) const {
         std::error_code error;
@@ -117,18 +109,30 @@ std::string titleOf(const std::string& path) {
     return whole.filename().empty() ? path : whole.filename().string();
 }
 
+// False after the last message. A message that cannot be read is a row of the list; a page that cannot be written ends
+// it all.
+bool addNext(MessageSources& sources, SiteWriter& writer) {
+    MessageSource source;
+    try {
+        const bool isThere = sources.next(source);
+        for (const FolderWalk::Entry& entry : sources.takeLeftOut())
+            writer.leaveOut(entry.path, entry.leftOut);
+        if (isThere) writer.add(source);
+        return isThere;
+    } catch (const Problem& problem) {
+        if (problem.exit == ExitCode::kOutput) throw;
+        writer.addProblem(source.path.empty() ? sources.failure() : source, problem);
+        return true;
+    }
+}
+
 }  // namespace
 
 ExitCode writeSite(Console& console, const std::string& path, const SiteOptions& options) {
     prepareFolder(options.folder, options.overwrite);
     SiteWriter writer(console, options);
-    try {
-        visitMessages(
-            path, {[&](const BatchItem& item, emlhost::Input& input) { writer.add(item, input); },
-                   [&](const BatchItem& item, const Problem& problem) { writer.addProblem(item, problem); },
-                   [&](const std::string& file, const char* why) { writer.leaveOut(file, why); }});
-    } catch (const SiteWriter::OutputEnded& ended) {
-        throw Problem(ended.problem);
+    MessageSources sources(path, MessageSources::Folders::kRead);
+    while (addNext(sources, writer)) {
     }
     const ExitCode result = writer.finish(titleOf(path));
     console.print(visible((fs::path(options.folder) / kIndex).string()) + "\n");

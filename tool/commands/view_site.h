@@ -12,6 +12,7 @@ struct SiteOptions {
     std::string folder;
     uint64_t maxEmbed;
     bool overwrite;
+    bool force;  // also what does not look like a message
 };
 
 // Writes a page for each message of the folder or mbox `path`, and the list of them last. Each file gets its name when it
