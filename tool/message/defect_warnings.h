@@ -2,15 +2,11 @@
 #pragma once
 
 #include <emlreader/mime.hpp>
-#include <string_view>
 #include <vector>
 
 #include "tool/terminal/problem.h"
 
 namespace emltool {
-
-// What a defect means for who reads the message; empty for one that changes nothing, like a long line.
-std::string_view meaningOf(uint32_t defectCode);
 
 // A warning for each defect that means something, of the parts of `message`, in the order of the file. Defects of
 // content are among them once the content was read. A code that several parts have is one warning.

@@ -1,5 +1,6 @@
 #include "tool/message/part_tree_json.h"
 
+#include "tool/message/defect_words.h"
 #include "tool/message/json_fields.h"
 #include "tool/message/part_words.h"
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "tool/message/defect_words.h"
 #include "tool/message/part_words.h"
 #include "tool/text/visible_text.h"
 

@@ -26,8 +26,4 @@ std::string_view spanWord(uint32_t kind);
 // The roles of a part (EML_MIME_ROLE_...): "text-body", "html-body", "attachment".
 std::vector<std::string_view> roleWords(uint32_t roles);
 
-// What a defect (EML_MIME_DEFECT_...) is, for a person: "the closing delimiter is missing". Empty for a code that is
-// none.
-std::string_view defectText(uint32_t code);
-
 }  // namespace emltool

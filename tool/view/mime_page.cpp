@@ -6,13 +6,13 @@
 #include <system_error>
 #include <unordered_map>
 
+#include "tool/message/defect_warnings.h"
 #include "tool/message/tnef.h"
 #include "tool/terminal/problem.h"
 #include "tool/text/base64_text.h"
 #include "tool/text/safe_name.h"
 #include "tool/text/utf8.h"
 #include "tool/view/calendar_card.h"
-#include "tool/view/defect_words.h"
 #include "tool/view/mail_body.h"
 #include "tool/view/mime_header.h"
 #include "tool/view/mime_text.h"
@@ -270,12 +270,10 @@ void MimePage::addArticle(const Part& root, const std::vector<Part>& parts, Pict
 }
 
 void MimePage::addDefects(const Message& message) {
-    for (const emlreader::mime::Defect& defect : message.defects()) {
-        const char* words = defectWords(defect.code);
-        if (words == nullptr) continue;
+    for (const Warning& warning : defectWarnings(message)) {
         const bool isKnown = std::any_of(warnings_.begin(), warnings_.end(),
-                                         [&](const Warning& each) { return each.code == defect.name(); });
-        if (!isKnown) warn(std::string(defect.name()), words);
+                                         [&](const Warning& each) { return each.code == warning.code; });
+        if (!isKnown) warnings_.push_back(warning);
     }
 }
 

@@ -3,6 +3,8 @@
 #include <emlreader/eml_mime.h>
 #include <gtest/gtest.h>
 
+#include "tool/message/defect_words.h"
+
 namespace emltool {
 namespace {
 
