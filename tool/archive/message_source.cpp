@@ -1,7 +1,6 @@
 #include "tool/archive/message_source.h"
 
 #include <fcntl.h>
-#include <fmt/format.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -9,6 +8,7 @@
 #include "standalone/unnamed_file.h"
 #include "tool/archive/mbox.h"
 #include "tool/system/temporary_files.h"
+#include "tool/text/format.h"
 #include "tool/text/suggestion.h"
 #include "tool/text/visible_text.h"
 
@@ -33,7 +33,7 @@ std::unique_ptr<emlhost::Input> openWhole(const MessageSource& source, std::erro
 
 std::string MessageSource::name() const {
     std::string text = wordsFor(path);
-    return hasNumber && index ? fmt::format("{}#{}", text, *index + 1) : text;
+    return hasNumber && index ? formatted("{}#{}", text, *index + 1) : text;
 }
 
 std::unique_ptr<emlhost::Input> openSource(const MessageSource& source) {
@@ -57,7 +57,7 @@ Problem inputProblem(const std::string& path, const std::error_code& error, cons
         std::string_view folder = path;
         if (folder.ends_with('/')) folder.remove_suffix(1);
         return {ExitCode::kInput, "is-a-directory", path,
-                fmt::format("is a directory; to read a folder use \"eml batch {}\"", shellWord(folder))};
+                formatted("is a directory; to read a folder use \"eml batch {}\"", shellWord(folder))};
     }
     if (error == std::errc::not_enough_memory) return outOfMemory(path);
     return {ExitCode::kInput, "cannot-read", path, describe(error)};

@@ -1,7 +1,6 @@
 #include "tool/archive/message_sources.h"
 
 #include <fcntl.h>
-#include <fmt/format.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,6 +8,7 @@
 #include <charconv>
 
 #include "standalone/unnamed_file.h"
+#include "tool/text/format.h"
 #include "tool/text/suggestion.h"
 #include "tool/text/visible_text.h"
 
@@ -69,14 +69,14 @@ bool isMbox(const SharedFile& file) {
 }
 
 std::string didYouMean(const std::string& near) {
-    return near.empty() ? "" : fmt::format("; did you mean {}?", near);
+    return near.empty() ? "" : formatted("; did you mean {}?", near);
 }
 
 Problem noSuchMessage(const std::string& path, std::string text) {
     return {ExitCode::kNoSubFile, "no-such-message", path, std::move(text)};
 }
 
-std::string plural(uint64_t count) { return fmt::format("{} message{}", count, count == 1 ? "" : "s"); }
+std::string plural(uint64_t count) { return formatted("{} message{}", count, count == 1 ? "" : "s"); }
 
 }  // namespace
 
@@ -120,7 +120,7 @@ void MessageSources::openArgument() {
     if (!error) return;
     std::string near;
     if (isMissing(error)) near = closestFile(place ? place->path : argument_);
-    if (place && !near.empty()) near += fmt::format("#{}", place->number);
+    if (place && !near.empty()) near += formatted("#{}", place->number);
     throw inputProblem(path_, error, didYouMean(near));
 }
 
@@ -136,8 +136,7 @@ void MessageSources::begin() {
         scan_ = std::make_unique<MboxScan>(path_, file_);
     } else if (number_) {
         throw noSuchMessage(
-            path_,
-            fmt::format("does not begin with \"From \", so it is no mbox with a message {}", *number_));
+            path_, formatted("does not begin with \"From \", so it is no mbox with a message {}", *number_));
     }
     ended_ = false;
 }
@@ -163,7 +162,7 @@ MessageSource MessageSources::numbered() {
         return source;
     }
     const char* hint = *number_ == 0 ? "; they count from 1" : "";
-    throw noSuchMessage(path_, fmt::format("has {}, there is no {}{}", plural(count), *number_, hint));
+    throw noSuchMessage(path_, formatted("has {}, there is no {}{}", plural(count), *number_, hint));
 }
 
 // Looks one message ahead, since the only message of a file needs no number.
@@ -235,8 +234,8 @@ MessageSource onlySource(MessageSources& sources, const std::string& argument, c
     if (count == 1) return first;
     const std::string path = argument == "-" ? "/dev/stdin" : shellWord(argument);
     throw Problem(ExitCode::kUsage, "several-messages", argument == "-" ? "standard input" : argument,
-                  fmt::format("is an mbox of {0}, and {1} takes one; name it: {2}#1 to {2}#{3}",
-                              plural(count), command, path, count));
+                  formatted("is an mbox of {0}, and {1} takes one; name it: {2}#1 to {2}#{3}", plural(count),
+                            command, path, count));
 }
 
 }  // namespace emltool

@@ -1,6 +1,5 @@
 #include "tool/batch/finished_rows.h"
 
-#include <fmt/format.h>
 #include <rapidjson/memorystream.h>
 #include <rapidjson/reader.h>
 #include <unistd.h>
@@ -9,6 +8,7 @@
 #include <cerrno>
 
 #include "tool/terminal/problem.h"
+#include "tool/text/format.h"
 #include "tool/text/sha256.h"
 
 namespace emltool {
@@ -100,16 +100,16 @@ bool isTornRow(std::string_view text) {
 }
 
 Problem noRow(const std::string& name, uint64_t line) {
-    return {ExitCode::kOutput, "not-rows", name,
-            fmt::format("line {} is no row of eml batch, so nothing is continued here; choose another file",
-                        line)};
+    return {
+        ExitCode::kOutput, "not-rows", name,
+        formatted("line {} is no row of eml batch, so nothing is continued here; choose another file", line)};
 }
 
 }  // namespace
 
 FinishedRows::Key FinishedRows::keyOf(std::string_view path, std::optional<uint64_t> index) {
     std::string text(path);
-    if (index) text += fmt::format("{}{}", '\0', *index);
+    if (index) text += formatted("{}{}", '\0', *index);
     Sha256::Digest digest = Sha256::of(text);
     Key key{};
     std::copy_n(digest.begin(), key.size(), key.begin());

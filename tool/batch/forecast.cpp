@@ -1,11 +1,10 @@
 #include "tool/batch/forecast.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cmath>
 
+#include "tool/text/format.h"
 #include "tool/text/sha256.h"
 
 namespace emltool {
@@ -30,9 +29,9 @@ std::string timeLeft(double seconds) {
     constexpr double kHour = 3600;
     constexpr double kMost = 1000 * kHour;
     if (!(seconds < kMost)) return "";
-    if (seconds < 1.5 * kMinute) return fmt::format(", {:.0f} s left", std::ceil(seconds));
-    if (seconds < 1.5 * kHour) return fmt::format(", {:.0f} min left", seconds / kMinute);
-    return fmt::format(", {:.0f} h left", seconds / kHour);
+    if (seconds < 1.5 * kMinute) return formatted(", {:.0f} s left", std::ceil(seconds));
+    if (seconds < 1.5 * kHour) return formatted(", {:.0f} min left", seconds / kMinute);
+    return formatted(", {:.0f} h left", seconds / kHour);
 }
 
 }  // namespace
@@ -90,12 +89,12 @@ void Forecast::addDone(const BatchItem& item) {
 
 std::string Forecast::text(double seconds) const {
     if (isUnknown_) return "";
-    if (isLooking()) return files_ > read_ ? fmt::format(", {} files found so far", files_) : "";
+    if (isLooking()) return files_ > read_ ? formatted(", {} files found so far", files_) : "";
     if (all_ == 0) return "";
     // Files may grow meanwhile, and some may come.
     const uint64_t ready = std::min(finished_ + done_, all_);
     const auto percent = static_cast<uint64_t>(static_cast<double>(ready) / static_cast<double>(all_) * 100);
-    std::string text = fmt::format(", {} %", percent);
+    std::string text = formatted(", {} %", percent);
     if (done_ == 0) return text;
     return text + timeLeft(seconds * static_cast<double>(all_ - ready) / static_cast<double>(done_));
 }

@@ -1,6 +1,5 @@
 #include "tool/batch/row.h"
 
-#include <fmt/format.h>
 #include <sys/stat.h>
 
 #include <new>
@@ -9,6 +8,7 @@
 #include "tool/message/json_text.h"
 #include "tool/message/text.h"
 #include "tool/message/tree.h"
+#include "tool/text/format.h"
 #include "tool/text/safe_name.h"
 #include "tool/text/sha256.h"
 
@@ -140,7 +140,7 @@ BatchRow readItem(const BatchItem& item, const RowOptions& options) {
     } catch (const std::exception& error) {
         return errorRow(
             options.form, item,
-            {ExitCode::kInternal, "internal", item.path, fmt::format("internal error: {}", error.what())});
+            {ExitCode::kInternal, "internal", item.path, formatted("internal error: {}", error.what())});
     }
 }
 

@@ -1,11 +1,11 @@
 #include "tool/batch/run.h"
 
 #include <fcntl.h>
-#include <fmt/format.h>
 
 #include <algorithm>
 
 #include "tool/system/ending_signals.h"
+#include "tool/text/format.h"
 
 namespace emltool {
 
@@ -25,12 +25,12 @@ void leaveStreams(int output) {
 
 Problem timeoutProblem(const std::string& path, std::chrono::milliseconds timeout) {
     double seconds = std::chrono::duration<double>(timeout).count();
-    return {ExitCode::kInternal, "timeout", path, fmt::format("not read within {:g} s", seconds)};
+    return {ExitCode::kInternal, "timeout", path, formatted("not read within {:g} s", seconds)};
 }
 
 Problem deathProblem(const std::string& path, int status) {
     return {ExitCode::kInternal, "crashed", path,
-            fmt::format("the reader {}, {} times", describeStatus(status), kMaxDeaths)};
+            formatted("the reader {}, {} times", describeStatus(status), kMaxDeaths)};
 }
 
 Problem zeroByteProblem(const std::string& path) {
@@ -129,7 +129,7 @@ void BatchRun::add(Slot& before, FoundItem found) {
     const BatchItem& item = found.item;
     if (found.leftOut != nullptr) {
         progress_.clear();
-        console_.warn(item.path, fmt::format("left out: {}", found.leftOut));
+        console_.warn(item.path, formatted("left out: {}", found.leftOut));
         return;
     }
     if (found.source != nullptr) {
@@ -242,17 +242,17 @@ void BatchRun::showProgress() {
     forecast_.look();
     double seconds = progress_.seconds();
     double rate = seconds > 0 ? static_cast<double>(counts_.rows) / seconds : 0;
-    std::string before = counts_.finished == 0 ? "" : fmt::format(" and {} from before", counts_.finished);
-    progress_.show(fmt::format("{} message{}{}, {} with errors, {:.0f} a second{}", counts_.rows,
-                               counts_.rows == 1 ? "" : "s", before, counts_.errors, rate,
-                               forecast_.text(seconds)));
+    std::string before = counts_.finished == 0 ? "" : formatted(" and {} from before", counts_.finished);
+    progress_.show(formatted("{} message{}{}, {} with errors, {:.0f} a second{}", counts_.rows,
+                             counts_.rows == 1 ? "" : "s", before, counts_.errors, rate,
+                             forecast_.text(seconds)));
 }
 
 void BatchRun::endBySignal() {
     progress_.clear();
     pool_.kill();
     if (!options_.output.empty()) {
-        console_.note(fmt::format(
+        console_.note(formatted(
             "stopped; {} is whole so far, and the same command with --resume continues it", options_.output));
     }
     EndingSignals::end();

@@ -1,15 +1,14 @@
 #include "tool/cli/choices.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 
 #include "tool/terminal/problem.h"
+#include "tool/text/format.h"
 
 namespace emltool {
 
 std::string Choices::list() const {
-    return fmt::format("{} or {}", fmt::join(words.first(words.size() - 1), ", "), words.back());
+    return formatted("{} or {}", joined(words.first(words.size() - 1), ", "), words.back());
 }
 
 std::optional<size_t> Choices::find(std::string_view word) const {
@@ -20,7 +19,7 @@ std::optional<size_t> Choices::find(std::string_view word) const {
 
 size_t Choices::parse(std::string_view word) const {
     const std::optional<size_t> place = find(word);
-    if (!place) throw usageProblem(fmt::format("--{}={}: no such {}; it is {}", option, word, noun, list()));
+    if (!place) throw usageProblem(formatted("--{}={}: no such {}; it is {}", option, word, noun, list()));
     return *place;
 }
 

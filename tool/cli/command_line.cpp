@@ -1,6 +1,5 @@
 #include "tool/cli/command_line.h"
 
-#include <fmt/format.h>
 #include <sys/stat.h>
 
 #include <CLI/CLI.hpp>
@@ -12,6 +11,7 @@
 #include "tool/cli/global_options.h"
 #include "tool/cli/help.h"
 #include "tool/cli/version.h"
+#include "tool/text/format.h"
 #include "tool/text/suggestion.h"
 #include "tool/text/visible_text.h"
 
@@ -38,7 +38,7 @@ std::vector<std::string> optionNames(const CLI::App& app) {
 
 std::string didYouMean(const std::string& word, const std::vector<std::string>& candidates) {
     std::string near = closest(word, candidates);
-    return near.empty() ? "" : fmt::format("; did you mean {}?", near);
+    return near.empty() ? "" : formatted("; did you mean {}?", near);
 }
 
 // Whether `argument` is an option of this command: "--force", "-n2", "--to=html".
@@ -54,7 +54,7 @@ Problem unknownOption(const std::string& argument, const CLI::App& app, const Pa
     // The parser takes the options of a command only after its name.
     if (parsed.commandApp != nullptr && isOptionOf(*parsed.commandApp, argument)) {
         return usageProblem(
-            fmt::format("{0} belongs to {1}: eml {1} {0}", shellWord(argument), parsed.command->name));
+            formatted("{0} belongs to {1}: eml {1} {0}", shellWord(argument), parsed.command->name));
     }
     std::vector<std::string> names = optionNames(app);
     if (parsed.commandApp != nullptr) {
@@ -65,9 +65,9 @@ Problem unknownOption(const std::string& argument, const CLI::App& app, const Pa
     std::string hint = option.size() > 2 ? didYouMean(option, names) : "";
     if (hint.empty()) {
         std::string command = parsed.command == nullptr ? "" : std::string(parsed.command->name) + " ";
-        hint = fmt::format("; see \"eml {}--help\"", command);
+        hint = formatted("; see \"eml {}--help\"", command);
     }
-    return usageProblem(fmt::format("unknown option {}{}", option, hint));
+    return usageProblem(formatted("unknown option {}{}", option, hint));
 }
 
 Problem unknownCommand(const std::string& word) {
@@ -75,7 +75,7 @@ Problem unknownCommand(const std::string& word) {
     for (const Command* command : commands()) names.emplace_back(command->name);
     std::string hint = didYouMean(word, names);
     return usageProblem(
-        fmt::format("unknown command {}{}", word, hint.empty() ? "; see \"eml --help\"" : hint));
+        formatted("unknown command {}{}", word, hint.empty() ? "; see \"eml --help\"" : hint));
 }
 
 bool isCommand(const std::string& word) {
@@ -115,7 +115,7 @@ void refuseExtras(const CLI::App& app, const Parsed& parsed) {
     if (option != extras.end()) throw unknownOption(*option, app, parsed);
     if (extras.empty()) return;
     if (parsed.command == nullptr) throw unknownCommand(extras.front());
-    throw usageProblem(fmt::format("{}: unexpected argument {}", parsed.command->name, extras.front()));
+    throw usageProblem(formatted("{}: unexpected argument {}", parsed.command->name, extras.front()));
 }
 
 // The option that the parser's message is about; the message begins with its name.
@@ -147,17 +147,17 @@ Problem parserProblem(const CLI::ParseError& error, const CLI::App& app,
     std::string flag = flagWithValue(app, arguments);
     if (!flag.empty()) {
         return usageProblem(
-            fmt::format("{}: takes no value; it is given as {}", flag, flag.substr(0, flag.find('='))));
+            formatted("{}: takes no value; it is given as {}", flag, flag.substr(0, flag.find('='))));
     }
     std::string text = error.what();
     std::string name = text.substr(0, text.find(':'));
     const CLI::Option* option = optionNamed(app, name);
     if (option == nullptr) return usageProblem(text);
     if (option->count() > 1 && option->get_items_expected_max() == 1) {
-        return usageProblem(fmt::format("{}: given more than once", name));
+        return usageProblem(formatted("{}: given more than once", name));
     }
     return usageProblem(
-        fmt::format("{} needs a value, {}: {}", name, option->get_type_name(), option->get_description()));
+        formatted("{} needs a value, {}: {}", name, option->get_type_name(), option->get_description()));
 }
 
 // Each command declares its options in an application of its own; the global ones may stand anywhere.
@@ -242,8 +242,7 @@ int runTool(const std::vector<std::string>& arguments) {
         console.report(problem);
         code = problem.exit;
     } catch (const std::exception& error) {
-        console.report(
-            {ExitCode::kInternal, "internal", "", fmt::format("internal error: {}", error.what())});
+        console.report({ExitCode::kInternal, "internal", "", formatted("internal error: {}", error.what())});
         code = ExitCode::kInternal;
     }
     return static_cast<int>(code);

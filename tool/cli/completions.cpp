@@ -1,7 +1,5 @@
 #include "tool/cli/completions.h"
 
-#include <fmt/format.h>
-
 #include <CLI/CLI.hpp>
 #include <span>
 #include <string_view>
@@ -9,6 +7,7 @@
 
 #include "tool/cli/command.h"
 #include "tool/cli/global_options.h"
+#include "tool/text/format.h"
 
 namespace emltool {
 
@@ -33,7 +32,7 @@ struct CommandRow {
 
 std::string wordsOf(std::span<const Choices> choices, std::string_view name) {
     for (const Choices& one : choices) {
-        if (one.option == name) return fmt::format("{}", fmt::join(one.words, " "));
+        if (one.option == name) return joined(one.words, " ");
     }
     return "";
 }
@@ -84,7 +83,7 @@ std::string words(const std::vector<OptionRow>& rows) {
     for (const OptionRow& row : rows) {
         for (const std::string& name : dashed(row)) all.push_back(name);
     }
-    return fmt::format("{}", fmt::join(all, " "));
+    return joined(all, " ");
 }
 
 // `text` for a place between single quotes of a shell.
@@ -106,12 +105,12 @@ std::string bashValues(const std::vector<OptionRow>& rows) {
     std::string text;
     for (const OptionRow& row : rows) {
         if (!row.takesValue) continue;
-        std::string names = fmt::format("{}", fmt::join(dashed(row), "|"));
+        std::string names = joined(dashed(row), "|");
         if (!row.choices.empty()) {
-            text += fmt::format("        {}) COMPREPLY=($(compgen -W '{}' -- \"$word\")); return ;;\n", names,
-                                row.choices);
+            text += formatted("        {}) COMPREPLY=($(compgen -W '{}' -- \"$word\")); return ;;\n", names,
+                              row.choices);
         } else if (!row.takesPath) {
-            text += fmt::format("        {}) return ;;\n", names);
+            text += formatted("        {}) return ;;\n", names);
         }
     }
     return text;
@@ -129,23 +128,23 @@ std::string zshOption(const OptionRow& row) {
         bool isLong = name.starts_with("--");
         std::string value;
         if (row.takesValue) {
-            std::string action = !row.choices.empty() ? fmt::format("({})", row.choices)
+            std::string action = !row.choices.empty() ? formatted("({})", row.choices)
                                  : row.takesPath      ? "_files"
                                                       : " ";
-            value = fmt::format(":value:{}", action);
+            value = formatted(":value:{}", action);
         }
-        text += fmt::format(" \\\n        '*{}{}[{}]{}'", name, row.takesValue && isLong ? "=" : "",
-                            inSingleQuotes(description), value);
+        text += formatted(" \\\n        '*{}{}[{}]{}'", name, row.takesValue && isLong ? "=" : "",
+                          inSingleQuotes(description), value);
     }
     return text;
 }
 
 std::string fishOption(const OptionRow& row, std::string_view condition) {
-    std::string text = fmt::format("complete -c eml{}", condition);
+    std::string text = formatted("complete -c eml{}", condition);
     for (const std::string& name : row.shortNames) text += " -s " + name;
     for (const std::string& name : row.longNames) text += " -l " + name;
     if (!row.choices.empty()) {
-        text += fmt::format(" -x -a '{}'", row.choices);
+        text += formatted(" -x -a '{}'", row.choices);
     } else if (row.takesValue) {
         text += row.takesPath ? " -r -F" : " -x";
     }
@@ -154,7 +153,7 @@ std::string fishOption(const OptionRow& row, std::string_view condition) {
         if (c == '\'' || c == '\\') description += '\\';
         description += c;
     }
-    return text + fmt::format(" -d '{}'\n", description);
+    return text + formatted(" -d '{}'\n", description);
 }
 
 }  // namespace
@@ -176,15 +175,15 @@ std::string bashCompletions() {
     text += bashValues(globalRows());
     text += "    esac\n    local options='" + words(globalRows()) + "'\n    case $command in\n";
     for (const CommandRow& row : rows) {
-        text += fmt::format("    {})\n        options+=' {}'\n", row.name, words(row.options));
+        text += formatted("    {})\n        options+=' {}'\n", row.name, words(row.options));
         std::string values = bashValues(row.options);
         if (!values.empty()) text += "        case $previous in\n" + values + "        esac\n";
         if (!row.choices.empty()) {
-            text += fmt::format("        COMPREPLY=($(compgen -W '{}' -- \"$word\")); return\n", row.choices);
+            text += formatted("        COMPREPLY=($(compgen -W '{}' -- \"$word\")); return\n", row.choices);
         }
         text += "        ;;\n";
     }
-    text += fmt::format(
+    text += formatted(
         "    '')\n        if [[ $word != -* ]]; then COMPREPLY=($(compgen -W '{}' -- \"$word\")); fi\n"
         "        ;;\n    esac\n",
         commandNames(rows));
@@ -201,17 +200,17 @@ std::string zshCompletions() {
         "#compdef eml\n# Completion of eml for zsh. Made by: eml completions zsh\n_eml() {\n"
         "    local -a commands options\n    commands=(\n";
     for (const CommandRow& row : rows)
-        text += fmt::format("        '{}:{}'\n", row.name, inSingleQuotes(row.summary));
+        text += formatted("        '{}:{}'\n", row.name, inSingleQuotes(row.summary));
     text += "    )\n    local command=${words[(r)(" + commandNames(rows, "|") + ")]}\n    options=(";
     for (const OptionRow& row : globalRows()) text += zshOption(row);
     text += ")\n    case $command in\n";
     for (const CommandRow& row : rows) {
         std::string options;
         for (const OptionRow& option : row.options) options += zshOption(option);
-        std::string rest = !row.choices.empty() ? fmt::format("'*:shell:({})'", row.choices)
+        std::string rest = !row.choices.empty() ? formatted("'*:shell:({})'", row.choices)
                            : row.takesFiles     ? "'*:file, or box.mbox#17 for a message of an mbox:_files'"
                                                 : "";
-        text += fmt::format(
+        text += formatted(
             "    {})\n        options+=({})\n        _arguments -S $options '1:command:(({}))' {}\n"
             "        ;;\n",
             row.name, options, row.name, rest);
@@ -225,12 +224,12 @@ std::string fishCompletions() {
     std::vector<CommandRow> rows = commandRows();
     std::string text = "# Completion of eml for fish. Made by: eml completions fish\n";
     for (const OptionRow& row : globalRows()) text += fishOption(row, "");
-    std::string none = fmt::format(" -n 'not __fish_seen_subcommand_from {}'", commandNames(rows));
+    std::string none = formatted(" -n 'not __fish_seen_subcommand_from {}'", commandNames(rows));
     for (const CommandRow& row : rows) {
-        text += fmt::format("complete -c eml{} -a {} -d '{}'\n", none, row.name, inSingleQuotes(row.summary));
-        std::string here = fmt::format(" -n '__fish_seen_subcommand_from {}'", row.name);
+        text += formatted("complete -c eml{} -a {} -d '{}'\n", none, row.name, inSingleQuotes(row.summary));
+        std::string here = formatted(" -n '__fish_seen_subcommand_from {}'", row.name);
         for (const OptionRow& option : row.options) text += fishOption(option, here);
-        if (!row.choices.empty()) text += fmt::format("complete -c eml{} -x -a '{}'\n", here, row.choices);
+        if (!row.choices.empty()) text += formatted("complete -c eml{} -x -a '{}'\n", here, row.choices);
     }
     return text;
 }

@@ -1,9 +1,9 @@
 #include "tool/cli/help.h"
 
-#include <fmt/format.h>
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
+
+#include "tool/text/format.h"
 
 namespace emltool {
 
@@ -14,7 +14,7 @@ std::string optionSyntax(const CLI::Option& option) {
     std::vector<std::string> names;
     for (const std::string& name : option.get_snames()) names.push_back("-" + name);
     for (const std::string& name : option.get_lnames()) names.push_back("--" + name);
-    std::string syntax = fmt::format("{}", fmt::join(names, ", "));
+    std::string syntax = joined(names, ", ");
     if (option.get_snames().empty()) syntax.insert(0, "    ");
     bool takesValue = option.get_expected_max() > 0;
     if (takesValue) syntax += (option.get_lnames().empty() ? " " : "=") + option.get_type_name();
@@ -24,7 +24,7 @@ std::string optionSyntax(const CLI::Option& option) {
 std::string row(const std::string& left, const std::string& right, const Style& style) {
     constexpr size_t kColumn = 24;
     size_t gap = left.size() < kColumn ? kColumn - left.size() : 1;
-    return fmt::format("  {}{}{}\n", style.label(left), std::string(gap, ' '), right);
+    return formatted("  {}{}{}\n", style.label(left), std::string(gap, ' '), right);
 }
 
 std::string optionRows(const CLI::App& app, const Style& style) {
@@ -75,8 +75,8 @@ std::string commandHelp(const Command& command, const CLI::App& app, const Style
     const CLI::Option* argument = positional(app);
     std::string arguments;
     if (argument != nullptr) arguments = std::string(" [OPTION]... ") + command.arguments;
-    std::string text = fmt::format("eml {}: {}\n\n{} eml {}{}\n\n", command.name, command.summary,
-                                   style.label("Usage:"), command.name, arguments);
+    std::string text = formatted("eml {}: {}\n\n{} eml {}{}\n\n", command.name, command.summary,
+                                 style.label("Usage:"), command.name, arguments);
     std::string rows = optionRows(app, style);
     if (argument != nullptr) rows = row(argument->get_name(), argument->get_description(), style) + rows;
     if (!rows.empty()) text += rows + "\n";

@@ -1,5 +1,4 @@
 // eml batch: many messages, one JSON line each.
-#include <fmt/format.h>
 #include <sched.h>
 #include <unistd.h>
 
@@ -10,6 +9,7 @@
 #include "tool/batch/run.h"
 #include "tool/cli/command.h"
 #include "tool/commands/each_file.h"
+#include "tool/text/format.h"
 #include "tool/text/size_text.h"
 
 namespace emltool {
@@ -88,7 +88,7 @@ class BatchCommandRun final : public CommandRun {
     void completeJobs() {
         std::optional<unsigned> jobs = parseNumber(jobs_);
         if (!jobs || *jobs > kMaxJobs) {
-            throw usageProblem(fmt::format("-j {}: not a number from 0 to {}", jobs_, kMaxJobs));
+            throw usageProblem(formatted("-j {}: not a number from 0 to {}", jobs_, kMaxJobs));
         }
         options_.jobs = *jobs == 0 ? processors() : *jobs;
     }
@@ -100,7 +100,7 @@ class BatchCommandRun final : public CommandRun {
         std::optional<unsigned> shards;
         if (slash != std::string::npos) shards = parseNumber(std::string_view(shard_).substr(slash + 1));
         if (!shard || !shards || *shard < 1 || *shard > *shards) {
-            throw usageProblem(fmt::format("--shard={}: not K/N with K from 1 to N, as in 3/16", shard_));
+            throw usageProblem(formatted("--shard={}: not K/N with K from 1 to N, as in 3/16", shard_));
         }
         options_.shard = *shard;
         options_.shards = *shards;
@@ -111,22 +111,22 @@ class BatchCommandRun final : public CommandRun {
         std::optional<double> timeout = parseDecimal(timeout_);
         if (!timeout || !std::isfinite(*timeout) || *timeout < 0 || *timeout > kMaxTimeout) {
             throw usageProblem(
-                fmt::format("--timeout={}: not a number of seconds from 0 to {:.0f}", timeout_, kMaxTimeout));
+                formatted("--timeout={}: not a number of seconds from 0 to {:.0f}", timeout_, kMaxTimeout));
         }
         options_.timeout = std::chrono::milliseconds(static_cast<int64_t>(std::ceil(*timeout * 1000)));
         if (memory_.empty()) return;
         std::optional<uint64_t> memory = parseSize(memory_);
         if (!memory || *memory < kMinMemory) {
             throw usageProblem(
-                fmt::format("--max-memory={}: not a size of 16M or more, as in 512M or 2G", memory_));
+                formatted("--max-memory={}: not a size of 16M or more, as in 512M or 2G", memory_));
         }
         options_.worker.maxMemory = *memory;
     }
 
     static std::string summary(const BatchCounts& counts) {
-        std::string text = fmt::format("{} message{} read, {} of them with errors", counts.rows,
-                                       counts.rows == 1 ? "" : "s", counts.errors);
-        if (counts.finished > 0) text += fmt::format("; {} were there already", counts.finished);
+        std::string text = formatted("{} message{} read, {} of them with errors", counts.rows,
+                                     counts.rows == 1 ? "" : "s", counts.errors);
+        if (counts.finished > 0) text += formatted("; {} were there already", counts.finished);
         return text;
     }
 

@@ -1,11 +1,10 @@
 // eml completions: what a shell needs to complete command lines.
-#include <fmt/format.h>
-
 #include <CLI/CLI.hpp>
 #include <array>
 
 #include "tool/cli/command.h"
 #include "tool/cli/completions.h"
+#include "tool/text/format.h"
 
 namespace emltool {
 
@@ -23,12 +22,12 @@ class CompletionsRun final : public CommandRun {
 
     ExitCode run(Console& console, const GlobalOptions&) override {
         if (shell_.empty()) {
-            throw usageProblem(fmt::format("completions: no SHELL given; it is {}", kShellChoices.list()));
+            throw usageProblem(formatted("completions: no SHELL given; it is {}", kShellChoices.list()));
         }
         const std::optional<size_t> shell = kShellChoices.find(shell_);
         if (!shell) {
             throw usageProblem(
-                fmt::format("completions: no such shell, {}; it is {}", shell_, kShellChoices.list()));
+                formatted("completions: no such shell, {}; it is {}", shell_, kShellChoices.list()));
         }
         console.print(kScripts[*shell]());
         return ExitCode::kDone;

@@ -1,5 +1,4 @@
 // eml extract: attachments to files, or one to standard output.
-#include <fmt/format.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -11,6 +10,7 @@
 #include "tool/commands/message_arguments.h"
 #include "tool/message/extraction.h"
 #include "tool/message/json_text.h"
+#include "tool/text/format.h"
 #include "tool/text/visible_text.h"
 
 namespace emltool {
@@ -54,7 +54,7 @@ class StandardOutputVisitor final : public AttachmentVisitor {
         }
         if (extraction.status != EML_OK || !entry.isInFile) {
             throw Problem(ExitCode::kNoSubFile, "not-in-file", file_.name(),
-                          fmt::format("sub-file {}: only its name is in the message", dotted(path_)));
+                          formatted("sub-file {}: only its name is in the message", dotted(path_)));
         }
     }
     bool opens(const SubFileEntry& entry) const override {
@@ -68,7 +68,7 @@ class StandardOutputVisitor final : public AttachmentVisitor {
 };
 
 std::string plural(size_t count, std::string_view noun) {
-    return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
+    return formatted("{} {}{}", count, noun, count == 1 ? "" : "s");
 }
 
 // Every entry that was asked for, in the order of the messages.
@@ -84,10 +84,10 @@ std::string noteOf(const SubFileEntry& entry) {
     if (entry.outcome == Outcome::kSkipped) {
         notes.emplace_back("skipped, the file exists");
     } else if (entry.safeName != entry.name) {
-        notes.push_back(fmt::format("renamed; the message said {}", visible(entry.name)));
+        notes.push_back(formatted("renamed; the message said {}", visible(entry.name)));
     }
     if (entry.path.size() > 1) notes.push_back("sub-file " + dotted(entry.path));
-    return fmt::format("{}", fmt::join(notes, "; "));
+    return joined(notes, "; ");
 }
 
 class ExtractRun final : public CommandRun {
@@ -149,8 +149,8 @@ class ExtractRun final : public CommandRun {
     Problem noSubFile(const MessageFile& file, const std::string& number) const {
         const char* recursive = number.find('.') == std::string::npos ? "" : "-r ";
         return {ExitCode::kNoSubFile, "no-sub-file", file.name(),
-                fmt::format("no sub-file {}; see \"eml list {}{}\"", number, recursive,
-                            shellWord(messages_.file()))};
+                formatted("no sub-file {}; see \"eml list {}{}\"", number, recursive,
+                          shellWord(messages_.file()))};
     }
 
     ExitCode writeToStandardOutput(MessageFile& file, Selection& selection, Reading reading) const {
@@ -162,8 +162,8 @@ class ExtractRun final : public CommandRun {
             throw Problem(ExitCode::kNoSubFile, "no-sub-file", file.name(), "no attachments");
         }
         if (choice.chosen().size() > 1) {
-            throw usageProblem(fmt::format("-o - writes one sub-file, and {} are chosen; choose one with -n",
-                                           choice.chosen().size()));
+            throw usageProblem(formatted("-o - writes one sub-file, and {} are chosen; choose one with -n",
+                                         choice.chosen().size()));
         }
         StandardOutputVisitor writer(file, choice.chosen()[0]);
         readTree(file, writer, reading);
@@ -223,11 +223,10 @@ class ExtractRun final : public CommandRun {
             if (entry->outcome == Outcome::kFailed) continue;
             std::string path = visible(entry->filePath);
             uint64_t size = entry->size.value_or(0);
-            std::string sizeText = console.verbose() ? fmt::format("{} B ", size) : humanSize(size);
+            std::string sizeText = console.verbose() ? formatted("{} B ", size) : humanSize(size);
             std::string note = noteOf(*entry);
             if (entry->outcome == Outcome::kSkipped) sizeText = "-   ";
-            std::string row =
-                fmt::format("{}{:{}}  {:>8}", path, "", pathWidth - displayWidth(path), sizeText);
+            std::string row = formatted("{}{:{}}  {:>8}", path, "", pathWidth - displayWidth(path), sizeText);
             if (!note.empty()) row += "  " + style.note("(" + note + ")");
             while (row.ends_with(' ')) row.pop_back();
             console.print(row + "\n");
@@ -242,11 +241,11 @@ class ExtractRun final : public CommandRun {
             std::string size = humanSize(bytes);
             while (size.ends_with(' ')) size.pop_back();
             bool here = folder_.empty() || folder_ == "." || folder_ == "-";
-            text = fmt::format("{}, {}, {} to {}", plural(written, "attachment"), size,
-                               onlyList_ ? "would be written" : "written",
-                               here ? "the current folder" : visible(folder_));
+            text = formatted("{}, {}, {} to {}", plural(written, "attachment"), size,
+                             onlyList_ ? "would be written" : "written",
+                             here ? "the current folder" : visible(folder_));
         }
-        if (skipped > 0) text += fmt::format("{}{} skipped", text.empty() ? "" : "; ", skipped);
+        if (skipped > 0) text += formatted("{}{} skipped", text.empty() ? "" : "; ", skipped);
         return text;
     }
 

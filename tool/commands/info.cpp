@@ -1,6 +1,4 @@
 // eml info: who, when and what of a message.
-#include <fmt/format.h>
-
 #include <CLI/CLI.hpp>
 
 #include "standalone/charsets.h"
@@ -8,6 +6,7 @@
 #include "tool/commands/each_file.h"
 #include "tool/commands/message_arguments.h"
 #include "tool/message/tree.h"
+#include "tool/text/format.h"
 #include "tool/text/visible_text.h"
 
 namespace emltool {
@@ -17,7 +16,7 @@ namespace {
 constexpr size_t kFieldNameWidth = 14;
 
 void printRow(Console& console, std::string_view label, std::string_view value) {
-    std::string name = fmt::format("{}:", label);
+    std::string name = formatted("{}:", label);
     std::string gap(name.size() < kFieldNameWidth ? kFieldNameWidth - name.size() : 1, ' ');
     console.print(console.style().label(name) + gap + visible(value) + "\n");
 }
@@ -26,13 +25,13 @@ void printRow(Console& console, std::string_view label, std::string_view value) 
 std::string charsetText(const MessageTree& tree, Reading reading) {
     if (reading == Reading::kMime) return tree.charsetLabel.empty() ? "none named" : tree.charsetLabel;
     const emlhost::Charset* charset = emlhost::findCharset(tree.charset);
-    return fmt::format("{} (id {})", charset == nullptr ? "unknown" : charset->label, tree.charset);
+    return formatted("{} (id {})", charset == nullptr ? "unknown" : charset->label, tree.charset);
 }
 
 std::string subFileText(const SubFileEntry& entry) {
     std::string size = entry.size ? humanSize(*entry.size) : "not in the file";
     while (size.ends_with(' ')) size.pop_back();
-    return fmt::format("{}  {} ({})", dotted(entry.path), entry.name, size);
+    return formatted("{}  {} ({})", dotted(entry.path), entry.name, size);
 }
 
 // Prints a message, with the usual names of its fields.
@@ -43,7 +42,7 @@ void printTree(Console& console, const MessageTree& tree, Reading reading) {
     printRow(console, "Date", tree.date.empty() ? "none that can be read" : tree.date);
     if (reading != Reading::kMime) printRow(console, "Name", tree.name);  // the subject, shortened
     printRow(console, "Charset", charsetText(tree, reading));
-    printRow(console, "Size", fmt::format("{} B", tree.bytes));
+    printRow(console, "Size", formatted("{} B", tree.bytes));
     if (!tree.protection.empty()) printRow(console, "Protection", tree.protection);
     for (const SubFileEntry& entry : tree.subFiles) {
         if (!entry.isMessage) printRow(console, "Attachment", subFileText(entry));

@@ -1,6 +1,4 @@
 // eml list: the message and its sub-files.
-#include <fmt/format.h>
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
 
@@ -8,6 +6,7 @@
 #include "tool/commands/each_file.h"
 #include "tool/commands/message_arguments.h"
 #include "tool/message/tree.h"
+#include "tool/text/format.h"
 #include "tool/text/visible_text.h"
 
 namespace emltool {
@@ -30,11 +29,11 @@ std::string notesOf(const SubFileEntry& entry, bool verbose) {
     if (!entry.isNamed) notes.emplace_back("no name in the message");
     if (verbose && !entry.type.empty()) notes.push_back(visible(entry.type));
     if (verbose && entry.storedSize.value_or(0) > 0)
-        notes.push_back(fmt::format("stored in {} B", *entry.storedSize));
+        notes.push_back(formatted("stored in {} B", *entry.storedSize));
     if (verbose && entry.name != entry.writtenName) {
-        notes.push_back(fmt::format("written {}", visible(entry.writtenName)));
+        notes.push_back(formatted("written {}", visible(entry.writtenName)));
     }
-    return fmt::format("{}", fmt::join(notes, "; "));
+    return joined(notes, "; ");
 }
 
 struct Row {
@@ -45,7 +44,7 @@ struct Row {
 
 std::string sizeText(const std::optional<uint64_t>& size, bool exact) {
     if (!size) return "-   ";
-    return exact ? fmt::format("{} B ", *size) : humanSize(*size);
+    return exact ? formatted("{} B ", *size) : humanSize(*size);
 }
 
 void gatherRows(const MessageTree& tree, bool exact, std::vector<Row>& rows) {
@@ -73,7 +72,7 @@ void printRows(Console& console, const std::vector<Row>& rows) {
     }
     const Style& style = console.style();
     std::string heading =
-        fmt::format("{:>{}} {:>{}}  {:<10}  {}", "#", numberWidth, "SIZE", sizeWidth, "KIND", "NAME");
+        formatted("{:>{}} {:>{}}  {:<10}  {}", "#", numberWidth, "SIZE", sizeWidth, "KIND", "NAME");
     console.print(style.label(heading) + "\n");
     for (const Row& row : rows) {
         const SubFileEntry& entry = *row.entry;
@@ -82,9 +81,9 @@ void printRows(Console& console, const std::vector<Row>& rows) {
         if (nameless) name = entry.isMessage ? "(message)" : "(no name)";
         std::string notes = notesOf(entry, console.verbose());
         if (!notes.empty()) notes = "  " + style.note("(" + notes + ")");
-        console.print(fmt::format("{} {:>{}}  {:<10}  {}{}\n",
-                                  style.number(fmt::format("{:>{}}", row.number, numberWidth)), row.size,
-                                  sizeWidth, kindOf(entry), nameless ? style.note(name) : name, notes));
+        console.print(formatted("{} {:>{}}  {:<10}  {}{}\n",
+                                style.number(formatted("{:>{}}", row.number, numberWidth)), row.size,
+                                sizeWidth, kindOf(entry), nameless ? style.note(name) : name, notes));
     }
 }
 

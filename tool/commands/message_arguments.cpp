@@ -1,12 +1,12 @@
 #include "tool/commands/message_arguments.h"
 
-#include <fmt/format.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 
 #include "tool/terminal/problem.h"
+#include "tool/text/format.h"
 
 namespace emltool {
 
@@ -47,10 +47,10 @@ void MessageArguments::readStandardInputUnasked() {
 void MessageArguments::check() {
     if (files_.empty()) readStandardInputUnasked();
     if (files_.empty()) {
-        throw usageProblem(fmt::format("{0}: no FILE given; see \"eml {0} --help\"", command_));
+        throw usageProblem(formatted("{0}: no FILE given; see \"eml {0} --help\"", command_));
     }
     if (count_ == Count::kOne && files_.size() > 1) {
-        throw usageProblem(fmt::format("{} takes one FILE; {} is one too many", command_, files_[1]));
+        throw usageProblem(formatted("{} takes one FILE; {} is one too many", command_, files_[1]));
     }
 }
 

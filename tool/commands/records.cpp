@@ -1,5 +1,4 @@
 // eml records: the stream of text records, record by record.
-#include <fmt/format.h>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
@@ -10,6 +9,7 @@
 #include "tool/commands/message_arguments.h"
 #include "tool/message/filter_file.h"
 #include "tool/message/json_text.h"
+#include "tool/text/format.h"
 #include "tool/text/size_text.h"
 #include "tool/text/utf8.h"
 #include "tool/text/visible_text.h"
@@ -54,7 +54,7 @@ std::string charsetName(uint32_t id) {
 
 std::string hex(std::span<const uint8_t> bytes) {
     std::string text;
-    for (uint8_t byte : bytes) text += fmt::format("{}{:02x}", text.empty() ? "" : " ", byte);
+    for (uint8_t byte : bytes) text += formatted("{}{:02x}", text.empty() ? "" : " ", byte);
     return text;
 }
 
@@ -64,9 +64,9 @@ std::string meaning(const TextRecord& record) {
         case RecordTag::kText:
             return "\"" + visible(record.text()) + "\"";
         case RecordTag::kAttribute:
-            return fmt::format("{:#x} ({})", record.word(), record.word() == 1 ? "bold off" : "bold on");
+            return formatted("{:#x} ({})", record.word(), record.word() == 1 ? "bold off" : "bold on");
         case RecordTag::kCharset:
-            return fmt::format("{} ({})", record.word(), charsetName(record.word()));
+            return formatted("{} ({})", record.word(), charsetName(record.word()));
         default:
             return hex(record.payload);
     }
@@ -104,7 +104,7 @@ class RecordsRun final : public CommandRun {
         constexpr uint32_t kMaxCapacity = uint32_t{1} << 30;
         std::optional<uint32_t> capacity = parseNumber(capacity_);
         if (!capacity || *capacity < 1 || *capacity > kMaxCapacity) {
-            throw usageProblem(fmt::format("--capacity={}: it is 1 to {}", capacity_, kMaxCapacity));
+            throw usageProblem(formatted("--capacity={}: it is 1 to {}", capacity_, kMaxCapacity));
         }
         FilterFile file(messages_.message(), messages_.force(), !bodyOnly_);
         if (file.isEncrypted()) console.warn(file.name(), "encrypted (S/MIME): the body is no text");
@@ -112,8 +112,8 @@ class RecordsRun final : public CommandRun {
             [&](const TextRecord& record) {
                 console.print(options.json
                                   ? jsonOf(record)
-                                  : fmt::format("{:3} {:>6}  {:<10}  {}\n", static_cast<unsigned>(record.tag),
-                                                record.length, nameOf(record.tag), meaning(record)));
+                                  : formatted("{:3} {:>6}  {:<10}  {}\n", static_cast<unsigned>(record.tag),
+                                              record.length, nameOf(record.tag), meaning(record)));
                 return true;
             },
             *capacity);

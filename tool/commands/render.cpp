@@ -1,5 +1,4 @@
 // eml render: the message as one document.
-#include <fmt/format.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -12,6 +11,7 @@
 #include "tool/message/message_file.h"
 #include "tool/message/rendering.h"
 #include "tool/system/document_file.h"
+#include "tool/text/format.h"
 #include "tool/text/size_text.h"
 #include "tool/text/visible_text.h"
 
@@ -51,9 +51,9 @@ class RenderRun final : public CommandRun {
         std::optional<uint32_t> charset = parseNumber(charset_);
         if (!charset || (*charset != 0 && emlhost::findCharset(*charset) == nullptr)) {
             throw usageProblem(
-                fmt::format("--charset={}: no such charset id; 53 is UTF-8, 7 Western, 51 UTF-16, 0 leaves "
-                            "the text as it is",
-                            charset_));
+                formatted("--charset={}: no such charset id; 53 is UTF-8, 7 Western, 51 UTF-16, 0 leaves "
+                          "the text as it is",
+                          charset_));
         }
         MessageFile file(messages_.message(), messages_.force());
         if ((file.message().describe(0).flags & EML_SUB_FILE_ENCRYPTED) != 0) {
@@ -86,7 +86,7 @@ class RenderRun final : public CommandRun {
         if (given != form) {
             throw Problem(
                 ExitCode::kNoSubFile, "no-such-form", file.name(),
-                fmt::format("has no {} body; --to={} gives what it has", nameOf(form), nameOf(given)));
+                formatted("has no {} body; --to={} gives what it has", nameOf(form), nameOf(given)));
         }
         if (bodyOnly_) options |= EML_EXTRACT_BODY_ONLY;
         return {options, form == Form::kText ? charset : 0};
@@ -104,9 +104,8 @@ class RenderRun final : public CommandRun {
         }
         if (extraction.status == EML_NO_MEMORY) throw outOfMemory(file.name());
         if (extraction.status != EML_OK && extraction.status != EML_INPUT_UNUSABLE) {
-            throw Problem(
-                ExitCode::kInput, "cannot-read", file.name(),
-                fmt::format("the body cannot be read (result {} of the reader)", extraction.status));
+            throw Problem(ExitCode::kInput, "cannot-read", file.name(),
+                          formatted("the body cannot be read (result {} of the reader)", extraction.status));
         }
     }
 

@@ -1,6 +1,4 @@
 // eml show: header and text, as a person reads them.
-#include <fmt/format.h>
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <vector>
@@ -15,6 +13,7 @@
 #include "tool/message/message_file.h"
 #include "tool/message/read_message.h"
 #include "tool/message/shown_message.h"
+#include "tool/text/format.h"
 #include "tool/text/html_text.h"
 #include "tool/text/name_decoding.h"
 #include "tool/text/visible_text.h"
@@ -142,13 +141,11 @@ class ShowRun final : public CommandRun {
     }
 
     static Problem encrypted(const std::string& name, std::string_view how) {
-        return {ExitCode::kEncrypted, "encrypted", name,
-                fmt::format("{}; only the header can be shown", how)};
+        return {ExitCode::kEncrypted, "encrypted", name, formatted("{}; only the header can be shown", how)};
     }
 
     static void noteHtml(Console& console, const std::string& name) {
-        console.note(
-            fmt::format("{}: the text of an HTML message; --source shows it as it is", visible(name)));
+        console.note(formatted("{}: the text of an HTML message; --source shows it as it is", visible(name)));
     }
 
     // What the message filter gives, as it comes.

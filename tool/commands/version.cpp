@@ -1,6 +1,4 @@
 // eml version
-#include <fmt/format.h>
-
 #include <array>
 #include <string>
 #include <string_view>
@@ -10,6 +8,7 @@
 #include "tool/message/smime.h"
 #include "tool/message/tnef.h"
 #include "tool/text/charset_guess.h"
+#include "tool/text/format.h"
 
 namespace emltool {
 
@@ -38,17 +37,16 @@ class VersionRun final : public CommandRun {
         if (options.json) {
             std::string names;
             for (const Feature& feature : kFeatures) {
-                if (feature.isThere())
-                    names += fmt::format("{}\"{}\"", names.empty() ? "" : ",", feature.name);
+                if (feature.isThere()) names += formatted("{}\"{}\"", names.empty() ? "" : ",", feature.name);
             }
-            console.print(fmt::format("{{\"schema\":\"eml/1\",\"version\":\"{}\",\"features\":[{}]}}\n",
-                                      kVersion, names));
+            console.print(formatted("{{\"schema\":\"eml/1\",\"version\":\"{}\",\"features\":[{}]}}\n",
+                                    kVersion, names));
             return ExitCode::kDone;
         }
-        console.print(fmt::format("eml {}\n", kVersion));
+        console.print(formatted("eml {}\n", kVersion));
         for (const Feature& feature : kFeatures) {
             console.print(
-                fmt::format("{}: {}\n", feature.subject, feature.isThere() ? feature.done : feature.notDone));
+                formatted("{}: {}\n", feature.subject, feature.isThere() ? feature.done : feature.notDone));
         }
         return ExitCode::kDone;
     }

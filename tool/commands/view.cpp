@@ -1,5 +1,4 @@
 // eml view: the message as one safe HTML page, opened in a browser.
-#include <fmt/format.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,6 +13,7 @@
 #include "tool/message/message_file.h"
 #include "tool/system/document_file.h"
 #include "tool/system/write_pieces.h"
+#include "tool/text/format.h"
 #include "tool/text/size_text.h"
 #include "tool/text/visible_text.h"
 #include "tool/view/page.h"
@@ -71,7 +71,7 @@ class ViewRun final : public CommandRun {
         std::optional<uint64_t> maxEmbed = parseSize(maxEmbed_);
         if (!maxEmbed) {
             throw usageProblem(
-                fmt::format("--max-embed={}: no size; it is bytes, or like 512K, 25M", maxEmbed_));
+                formatted("--max-embed={}: no size; it is bytes, or like 512K, 25M", maxEmbed_));
         }
         if (options.reading == Reading::kFilter) {
             throw usageProblem("view has no --reader=filter, which gives text alone; see \"eml show\"");
@@ -117,8 +117,8 @@ class ViewRun final : public CommandRun {
     ExitCode writeFolder(Console& console, const GlobalOptions& options, uint64_t maxEmbed) const {
         const std::string& path = messages_.file();
         if (outputPath_.empty() || outputPath_ == "-") {
-            throw usageProblem(fmt::format("{} is {}: name a folder for its pages with -o", visible(path),
-                                           isFolder(path) ? "a folder" : "an mbox"));
+            throw usageProblem(formatted("{} is {}: name a folder for its pages with -o", visible(path),
+                                         isFolder(path) ? "a folder" : "an mbox"));
         }
         if (options.reading != Reading::kMime)
             throw usageProblem("--reader=container shows one message at a time");

@@ -1,6 +1,5 @@
 #include "tool/commands/view_site.h"
 
-#include <fmt/format.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -11,6 +10,7 @@
 #include "tool/message/message_file.h"
 #include "tool/system/document_file.h"
 #include "tool/system/write_pieces.h"
+#include "tool/text/format.h"
 #include "tool/text/visible_text.h"
 #include "tool/view/page.h"
 #include "tool/view/site.h"
@@ -68,7 +68,7 @@ class SiteWriter {
     }
 
     void leaveOut(const std::string& path, const char* why) {
-        if (!isOwn(path)) console_.warn(path, fmt::format("left out: {}", why));
+        if (!isOwn(path)) console_.warn(path, formatted("left out: {}", why));
     }
 
     ExitCode finish(const std::string& title) {

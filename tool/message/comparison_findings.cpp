@@ -1,7 +1,5 @@
 #include "tool/message/comparison_findings.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <memory>
 
@@ -13,6 +11,7 @@
 #include "tool/message/shown_message.h"
 #include "tool/terminal/problem.h"
 #include "tool/text/charset_labels.h"
+#include "tool/text/format.h"
 #include "tool/text/html_text.h"
 #include "tool/text/name_decoding.h"
 #include "tool/text/significant_text.h"
@@ -205,7 +204,7 @@ void readStream(MessageFile& file, emlhost::MessageFilter& filter, bool isEncryp
     file.checkReads();
     if (filter.status() == EML_NO_MEMORY) throw outOfMemory(file.name());
     if (filter.status() != EML_OK && findings.problem.empty()) {
-        findings.problem = fmt::format("its text breaks off (result {})", filter.status());
+        findings.problem = formatted("its text breaks off (result {})", filter.status());
     }
 }
 
@@ -274,7 +273,7 @@ EngineFindings findByContainer(MessageFile& file) {
         return findings;
     }
     if (message.status() != EML_OK) {
-        findings.problem = fmt::format("reads the message in part (result {})", message.status());
+        findings.problem = formatted("reads the message in part (result {})", message.status());
     }
     for (uint32_t number = 1; number < message.subFileCount(); ++number) {
         findings.files.push_back(subFile(file, static_cast<int32_t>(number)));
@@ -291,7 +290,7 @@ EngineFindings findByFilter(MessageFile& file) {
     file.checkReads();
     if (filter.status() == EML_NO_MEMORY) throw outOfMemory(file.name());
     if (!filter.usable()) {
-        findings.problem = fmt::format("cannot open the message (result {})", filter.status());
+        findings.problem = formatted("cannot open the message (result {})", filter.status());
         return findings;
     }
     const bool isEncrypted = (describeInFilter(file, filter, 0).flags & EML_SUB_FILE_ENCRYPTED) != 0;

@@ -1,10 +1,9 @@
 #include "tool/message/comparison_text.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 
 #include "tool/message/comparison_words.h"
+#include "tool/text/format.h"
 #include "tool/text/significant_text.h"
 #include "tool/text/visible_text.h"
 
@@ -19,7 +18,7 @@ constexpr size_t kShownBefore = 12;  // of them, bytes that do not differ yet
 
 constexpr OfReadings<Reading> kAll = {Reading::kMime, Reading::kContainer, Reading::kFilter};
 
-std::string exactSize(uint64_t size) { return fmt::format("{} B", size); }
+std::string exactSize(uint64_t size) { return formatted("{} B", size); }
 
 class Printer {
   public:
@@ -28,8 +27,8 @@ class Printer {
 
     void print() {
         const std::string heading =
-            fmt::format("{:>{}}  {:<{}}  {:<{}}  {:<{}}  {}", "SIZE", kSizeWidth, "MIME", kMarkWidth,
-                        "CONTAINER", kMarkWidth, "FILTER", kMarkWidth, "CONTENT");
+            formatted("{:>{}}  {:<{}}  {:<{}}  {:<{}}  {}", "SIZE", kSizeWidth, "MIME", kMarkWidth,
+                      "CONTAINER", kMarkWidth, "FILTER", kMarkWidth, "CONTENT");
         console_.print(style_.label(heading) + "\n");
         for (const ContentRow& row : comparison_.contents) printContent(row);
         printText("Subject", &ReadingResult::subject);
@@ -42,13 +41,13 @@ class Printer {
 
   private:
     std::string marked(std::string_view word, bool good) const {
-        const std::string padded = fmt::format("{:<{}}", word, kMarkWidth);
+        const std::string padded = formatted("{:<{}}", word, kMarkWidth);
         return good ? padded : style_.warning(padded);
     }
 
     void printRow(const std::string& size, const OfReadings<std::string_view>& words,
                   const OfReadings<bool>& good, const std::string& what) {
-        std::string line = fmt::format("{:>{}}", size, kSizeWidth);
+        std::string line = formatted("{:>{}}", size, kSizeWidth);
         for (size_t i = 0; i < kReadings; ++i) line += "  " + marked(words[i], good[i]);
         console_.print(line + "  " + what + "\n");
     }
@@ -67,7 +66,7 @@ class Printer {
         const Sighting& first = row.first();
         std::string what = visible(row.name());
         if (what.empty()) what = style_.note("(no name)");
-        if (row.place) what += style_.note(fmt::format("  {}", visible(row.place->type)));
+        if (row.place) what += style_.note(formatted("  {}", visible(row.place->type)));
         printRow(console_.verbose() ? exactSize(first.size) + " " : humanSize(first.size), words, good, what);
         for (size_t i = 0; i < kReadings; ++i) {
             if (row.sightings[i] && !isAgreement(row.marks[i])) printDetail(difference(i, row));
@@ -80,13 +79,12 @@ class Printer {
         const Sighting& own = *row.sightings[reading];
         const char* who = readingName(kAll[reading]);
         const Sighting& first = row.first();
-        const std::string named =
-            own.name.empty() ? "no name" : fmt::format("the name {}", visible(own.name));
-        if (row.marks[reading] == Mark::kOtherName) return fmt::format("{}: gives it {}", who, named);
+        const std::string named = own.name.empty() ? "no name" : formatted("the name {}", visible(own.name));
+        if (row.marks[reading] == Mark::kOtherName) return formatted("{}: gives it {}", who, named);
         std::string text =
-            fmt::format("{}: {} of content {}, not {} of {}", who, exactSize(own.size),
-                        own.sha256.substr(0, 12), exactSize(first.size), first.sha256.substr(0, 12));
-        if (own.name != first.name && first.isNamed) text += fmt::format("; gives it {}", named);
+            formatted("{}: {} of content {}, not {} of {}", who, exactSize(own.size),
+                      own.sha256.substr(0, 12), exactSize(first.size), first.sha256.substr(0, 12));
+        if (own.name != first.name && first.isNamed) text += formatted("; gives it {}", named);
         return text;
     }
 
@@ -104,13 +102,13 @@ class Printer {
         const std::string& mime = (comparison_.readings[0].*which).text;
         const bool isSubject = which == &ReadingResult::subject;
         const std::string shown =
-            isSubject && !mime.empty() ? fmt::format("{}: {}", what, visible(mime)) : what;
+            isSubject && !mime.empty() ? formatted("{}: {}", what, visible(mime)) : what;
         printRow(isSubject || mime.empty() ? "" : humanSize(mime.size()), words, good, shown);
         for (size_t i = 1; i < kReadings; ++i) {
             const ReadText& text = comparison_.readings[i].*which;
             if (text.agrees || text.text.empty()) continue;
             if (isSubject) {
-                printDetail(fmt::format("{}: {}", readingName(kAll[i]), visible(text.text)));
+                printDetail(formatted("{}: {}", readingName(kAll[i]), visible(text.text)));
             } else {
                 printTextDifference(i, text, mime);
             }
@@ -124,41 +122,41 @@ class Printer {
         const auto quoted = [&](std::string_view all, const std::string& piece) {
             // A little of what both have, so that the place can be found.
             const size_t before = std::min(text.differsAt, kShownBefore);
-            return fmt::format(
+            return formatted(
                 "\"{}{}\"", before < text.differsAt ? "..." : "",
                 visible(piece.empty() ? piece : excerptAt(all, text.differsAt - before, kShownText)));
         };
         if (own.empty()) {
-            printDetail(fmt::format("{}: ends before {}", who, quoted(mime, other)));
+            printDetail(formatted("{}: ends before {}", who, quoted(mime, other)));
         } else if (other.empty()) {
-            printDetail(fmt::format("{}: goes on {}", who, quoted(text.text, own)));
+            printDetail(formatted("{}: goes on {}", who, quoted(text.text, own)));
         } else {
             printDetail(
-                fmt::format("{}: {} where MIME has {}", who, quoted(text.text, own), quoted(mime, other)));
+                formatted("{}: {} where MIME has {}", who, quoted(text.text, own), quoted(mime, other)));
         }
     }
 
     void printProblem(Reading reading) {
         const std::string& problem = comparison_.readings[static_cast<size_t>(reading)].problem;
         if (!problem.empty())
-            console_.print(fmt::format("The {} reading: {}.\n", readingName(reading), problem));
+            console_.print(formatted("The {} reading: {}.\n", readingName(reading), problem));
     }
 
     void printLeftOut(Reading reading) {
         const std::vector<LeftOut>& all = comparison_.readings[static_cast<size_t>(reading)].leftOut;
         if (all.empty()) return;
         console_.print(
-            style_.label(fmt::format("Left out by the {} reading (in no file and no text that it gives):",
-                                     readingName(reading))) +
+            style_.label(formatted("Left out by the {} reading (in no file and no text that it gives):",
+                                   readingName(reading))) +
             "\n");
         for (const LeftOut& one : all) {
             std::string size = humanSize(one.size);
             while (size.ends_with(' ')) size.pop_back();
-            const std::string where = one.place.section.empty() ? "" : fmt::format(" {}", one.place.section);
-            console_.print(fmt::format(
-                "  part{}, {}, {}, {}, at byte {}{}\n", where, visible(one.name), visible(one.place.type),
-                size, one.place.offset,
-                one.isOtherForm ? style_.note("  (another form of the text that it gives)") : ""));
+            const std::string where = one.place.section.empty() ? "" : formatted(" {}", one.place.section);
+            console_.print(
+                formatted("  part{}, {}, {}, {}, at byte {}{}\n", where, visible(one.name),
+                          visible(one.place.type), size, one.place.offset,
+                          one.isOtherForm ? style_.note("  (another form of the text that it gives)") : ""));
         }
     }
 
@@ -168,8 +166,8 @@ class Printer {
             if (one.beginning.empty()) continue;  // white space
             if (isFirst) console_.print(style_.label("Text that is in no part:") + "\n");
             isFirst = false;
-            console_.print(fmt::format("  {} B at byte {}, {} the parts: \"{}\"\n", one.length, one.offset,
-                                       one.isEpilogue ? "after" : "before", visible(one.beginning)));
+            console_.print(formatted("  {} B at byte {}, {} the parts: \"{}\"\n", one.length, one.offset,
+                                     one.isEpilogue ? "after" : "before", visible(one.beginning)));
         }
     }
 
@@ -179,7 +177,7 @@ class Printer {
             return;
         }
         console_.print(style_.warning("The readings disagree") +
-                       fmt::format(": {}.\n", disagreement(comparison_)));
+                       formatted(": {}.\n", disagreement(comparison_)));
     }
 
     Console& console_;

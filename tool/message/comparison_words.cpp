@@ -1,8 +1,8 @@
 #include "tool/message/comparison_words.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
+
+#include "tool/text/format.h"
 
 namespace emltool {
 
@@ -24,7 +24,7 @@ constexpr std::array<Words, 8> kMarks = {{{"yes", "yes"},
                                           {"no", "no"}}};
 
 std::string counted(size_t count, const char* one, const char* many) {
-    return fmt::format("{} {}", count, count == 1 ? one : many);
+    return formatted("{} {}", count, count == 1 ? one : many);
 }
 
 }  // namespace
@@ -42,7 +42,7 @@ std::string disagreement(const Comparison& comparison) {
     if (anyOf([](const ReadingResult& one) { return !one.subject.agrees; })) all.emplace_back("the subject");
     if (anyOf([](const ReadingResult& one) { return !one.text.agrees; })) all.emplace_back("the text");
     if (all.empty()) all.emplace_back("parts that are left out");
-    return fmt::format("{}", fmt::join(all, ", "));
+    return joined(all, ", ");
 }
 
 }  // namespace emltool

@@ -1,6 +1,4 @@
 // A message as the container reader has it.
-#include <fmt/format.h>
-
 #include <algorithm>
 
 #include "tool/message/end.h"
@@ -8,6 +6,7 @@
 #include "tool/message/tree_reader.h"
 #include "tool/text/charset_labels.h"
 #include "tool/text/date_text.h"
+#include "tool/text/format.h"
 #include "tool/text/name_decoding.h"
 
 namespace emltool {
@@ -118,9 +117,8 @@ std::unique_ptr<MessageTree> ContainerTreeReader::readEmbedded(emlhost::Input& i
     emlhost::OpenMessage embedded(input, file_.services(), kOpenFlags);
     if (embedded.status() == EML_NO_MEMORY) throw outOfMemory(file_.name());
     if (!embedded.usable()) {
-        warnings.push_back(
-            {"cannot-open", fmt::format("sub-file {}: cannot be opened as a message (result {})",
-                                        dotted(path), embedded.status())});
+        warnings.push_back({"cannot-open", formatted("sub-file {}: cannot be opened as a message (result {})",
+                                                     dotted(path), embedded.status())});
         return nullptr;
     }
     return std::make_unique<MessageTree>(readMessage(embedded, input.size(), path));

@@ -1,12 +1,11 @@
 #include "tool/message/defect_warnings.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 
 #include "tool/message/defect_words.h"
 #include "tool/message/mime_fields.h"
 #include "tool/message/part_words.h"
+#include "tool/text/format.h"
 
 namespace emltool {
 
@@ -49,7 +48,7 @@ std::vector<Warning> defectWarnings(const emlreader::mime::Message& message) {
     }
     for (size_t i = 0; i < warnings.size(); ++i) {
         if (more[i] > 0)
-            warnings[i].text += fmt::format(" (and in {} more {})", more[i], more[i] == 1 ? "part" : "parts");
+            warnings[i].text += formatted(" (and in {} more {})", more[i], more[i] == 1 ? "part" : "parts");
     }
     return warnings;
 }

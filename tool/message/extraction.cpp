@@ -1,6 +1,5 @@
 #include "tool/message/extraction.h"
 
-#include <fmt/format.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -8,6 +7,7 @@
 #include <filesystem>
 
 #include "tool/system/ending_signals.h"
+#include "tool/text/format.h"
 
 namespace emltool {
 
@@ -62,10 +62,10 @@ class PendingFile {
 Selection::Selection(const std::vector<std::string>& numbers, bool recursive) : recursive_(recursive) {
     for (const std::string& text : numbers) {
         std::optional<SubFilePath> path = parseSubFilePath(text);
-        if (!path) throw usageProblem(fmt::format("-n {}: not a number like 2 or 3.1", text));
+        if (!path) throw usageProblem(formatted("-n {}: not a number like 2 or 3.1", text));
         if (path->back() == 0) {
             throw usageProblem(
-                fmt::format("-n {}: that is the message itself; extract writes its attachments", text));
+                formatted("-n {}: that is the message itself; extract writes its attachments", text));
         }
         choices_.push_back({*path, false});
     }
@@ -118,7 +118,7 @@ void Extractor::visit(SubFileContent& content, SubFileEntry& entry) {
 
 void Extractor::extract(SubFileContent& content, SubFileEntry& entry) {
     if (!entry.isInFile) {
-        std::string text = fmt::format("sub-file {}: only its name is in the message", dotted(entry.path));
+        std::string text = formatted("sub-file {}: only its name is in the message", dotted(entry.path));
         throw Problem(ExitCode::kNoSubFile, "not-in-file", file_.name(), text);
     }
     entry.safeName = names_.take(safeName(entry.name, dotted(entry.path)));
@@ -147,8 +147,8 @@ void Extractor::extract(SubFileContent& content, SubFileEntry& entry) {
     if (extraction.status == EML_NO_MEMORY) throw outOfMemory(file_.name());
     if (extraction.status != EML_OK) {
         throw Problem(ExitCode::kInput, "cannot-extract", file_.name(),
-                      fmt::format("sub-file {}: cannot be read (result {} of the reader)", dotted(entry.path),
-                                  extraction.status));
+                      formatted("sub-file {}: cannot be read (result {} of the reader)", dotted(entry.path),
+                                extraction.status));
     }
     entry.size = output.size();
     commit(output, entry);

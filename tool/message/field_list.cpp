@@ -1,12 +1,11 @@
 #include "tool/message/field_list.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdlib>
 
 #include "tool/text/ascii.h"
+#include "tool/text/format.h"
 
 namespace emltool {
 
@@ -43,7 +42,7 @@ std::string quotedName(const std::string& name) {
 
 std::string addressText(const Address& address) {
     if (address.name.empty()) return address.address;
-    return fmt::format("{} <{}>", quotedName(address.name), address.address);
+    return formatted("{} <{}>", quotedName(address.name), address.address);
 }
 
 std::string textOf(const Field& field) {
@@ -94,10 +93,10 @@ std::string dateText(const Date& date) {
     // RFC 3339 has no "+99:99".
     const bool noZone = (date.flags & EML_MIME_DATE_NO_ZONE) != 0 || abs(zone) >= hours{24};
     const int64_t shift = noZone ? 0 : std::abs(zone.count());
-    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}{}{:02}:{:02}", static_cast<int>(ymd.year()),
-                       static_cast<unsigned>(ymd.month()), static_cast<unsigned>(ymd.day()),
-                       clock.hours().count(), clock.minutes().count(), clock.seconds().count(),
-                       noZone || zone.count() < 0 ? '-' : '+', shift / 60, shift % 60);
+    return formatted("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}{}{:02}:{:02}", static_cast<int>(ymd.year()),
+                     static_cast<unsigned>(ymd.month()), static_cast<unsigned>(ymd.day()),
+                     clock.hours().count(), clock.minutes().count(), clock.seconds().count(),
+                     noZone || zone.count() < 0 ? '-' : '+', shift / 60, shift % 60);
 }
 
 std::vector<ListedField> fieldList(const emlreader::mime::Message& message, uint32_t part) {

@@ -1,10 +1,9 @@
 #include "tool/message/filter_file.h"
 
-#include <fmt/format.h>
-
 #include <vector>
 
 #include "tool/terminal/problem.h"
+#include "tool/text/format.h"
 
 namespace emltool {
 
@@ -22,7 +21,7 @@ FilterFile::FilterFile(std::shared_ptr<MessageFile> file, bool withFields)
     if (filter_.status() == EML_NO_MEMORY) throw outOfMemory(name());
     if (!filter_.usable()) {
         throw Problem(ExitCode::kNoMessage, "no-text", name(),
-                      fmt::format("cannot be read as text (result {} of the reader)", filter_.status()));
+                      formatted("cannot be read as text (result {} of the reader)", filter_.status()));
     }
     filter_.restart(withFields);
 }
@@ -43,10 +42,10 @@ void FilterFile::read(const std::function<bool(const emlhost::TextRecord&)>& tak
     if (filter_.status() == EML_NO_MEMORY) throw outOfMemory(name());
     if (filter_.status() != EML_OK) {
         throw Problem(ExitCode::kInput, "cannot-read", name(),
-                      fmt::format("the text breaks off (result {} of the reader)", filter_.status()));
+                      formatted("the text breaks off (result {} of the reader)", filter_.status()));
     }
     if (filter_.progress() < 100) {
-        throw usageProblem(fmt::format("--capacity={}: too small for the next record", capacity));
+        throw usageProblem(formatted("--capacity={}: too small for the next record", capacity));
     }
 }
 

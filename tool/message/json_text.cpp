@@ -1,6 +1,5 @@
 #include "tool/message/json_text.h"
 
-#include <fmt/format.h>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
@@ -9,6 +8,7 @@
 #include "standalone/charsets.h"
 #include "tool/text/ascii.h"
 #include "tool/text/base64_text.h"
+#include "tool/text/format.h"
 #include "tool/text/utf8.h"
 #include "tool/text/visible_text.h"
 
@@ -233,7 +233,7 @@ std::string withVisibleControls(std::string_view json) {
         size_t start = position;
         char32_t character = nextCharacter(json, position);
         if (isControl(character) || isDirectionOverride(character)) {
-            result += fmt::format("\\u{:04x}", static_cast<uint32_t>(character));
+            result += formatted("\\u{:04x}", static_cast<uint32_t>(character));
         } else {
             result.append(json, start, position - start);
         }

@@ -1,10 +1,9 @@
 #include "tool/message/left_out.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 
 #include "tool/message/comparison.h"
+#include "tool/text/format.h"
 
 namespace emltool {
 
@@ -15,8 +14,8 @@ std::optional<Warning> leftOutWarning(MessageFile& file, Reading reading) {
     const auto count =
         std::count_if(leftOut.begin(), leftOut.end(), [](const LeftOut& each) { return !each.isOtherForm; });
     if (count == 0) return std::nullopt;
-    return Warning{"left-out", fmt::format("the {} reading leaves out {} {}; see \"eml compare\"",
-                                           readingName(reading), count, count == 1 ? "part" : "parts")};
+    return Warning{"left-out", formatted("the {} reading leaves out {} {}; see \"eml compare\"",
+                                         readingName(reading), count, count == 1 ? "part" : "parts")};
 }
 
 }  // namespace emltool

@@ -1,11 +1,10 @@
 #include "tool/message/message_file.h"
 
-#include <fmt/format.h>
-
 #include <emlreader/mime.hpp>
 #include <string_view>
 
 #include "tool/terminal/problem.h"
+#include "tool/text/format.h"
 
 namespace emltool {
 
@@ -26,7 +25,7 @@ void withProblemsOf(const std::string& name, const std::function<void()>& work) 
     } catch (const emlreader::Error& error) {
         if (error.code() == EML_NO_MEMORY) throw outOfMemory(name);
         throw Problem(ExitCode::kInput, "cannot-read", name,
-                      fmt::format("cannot be read (result {} of the reader)", error.code()));
+                      formatted("cannot be read (result {} of the reader)", error.code()));
     } catch (const std::system_error& error) {
         throw inputProblem(name, error.code());
     }
@@ -92,7 +91,7 @@ emlhost::OpenMessage& MessageFile::message() {
     if (message_->status() == EML_NO_MEMORY) throw outOfMemory(name_);
     if (!message_->usable()) {
         throw Problem(ExitCode::kInput, "cannot-open", name_,
-                      fmt::format("cannot be opened (result {} of the reader)", message_->status()));
+                      formatted("cannot be opened (result {} of the reader)", message_->status()));
     }
     return *message_;
 }

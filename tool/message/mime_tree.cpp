@@ -1,6 +1,4 @@
 // A message as the MIME reader has it.
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <emlreader/mime.hpp>
 

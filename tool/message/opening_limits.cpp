@@ -1,20 +1,19 @@
 #include "tool/message/opening_limits.h"
 
-#include <fmt/format.h>
+#include "tool/text/format.h"
 
 namespace emltool {
 
 bool OpeningLimits::mayOpen(const SubFilePath& path, uint64_t bytes, std::vector<Warning>& warnings) {
     if (path.size() > kMaxDepth) {
         warnings.push_back(
-            {"too-deep", fmt::format("sub-file {}: not opened, more than {} messages inside each other",
-                                     dotted(path), kMaxDepth)});
+            {"too-deep", formatted("sub-file {}: not opened, more than {} messages inside each other",
+                                   dotted(path), kMaxDepth)});
         return false;
     }
     if (bytes > budget_) {
-        warnings.push_back(
-            {"overlapping-parts",
-             fmt::format("sub-file {}: not opened, its parts overlap too often", dotted(path))});
+        warnings.push_back({"overlapping-parts",
+                            formatted("sub-file {}: not opened, its parts overlap too often", dotted(path))});
         return false;
     }
     budget_ -= bytes;

@@ -1,6 +1,6 @@
 #include "tool/message/part_tree.h"
 
-#include <fmt/format.h>
+#include "tool/text/format.h"
 
 namespace emltool {
 
@@ -12,7 +12,7 @@ using emlreader::mime::Message;
 using emlreader::mime::Part;
 
 std::string joined(const std::string& prefix, uint32_t ordinal) {
-    return prefix.empty() ? std::to_string(ordinal) : fmt::format("{}.{}", prefix, ordinal);
+    return prefix.empty() ? std::to_string(ordinal) : formatted("{}.{}", prefix, ordinal);
 }
 
 // A message is the size that it has in the file, and a multipart is what it holds.

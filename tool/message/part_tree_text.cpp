@@ -1,11 +1,10 @@
 #include "tool/message/part_tree_text.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 
 #include "tool/message/defect_words.h"
 #include "tool/message/part_words.h"
+#include "tool/text/format.h"
 #include "tool/text/visible_text.h"
 
 namespace emltool {
@@ -44,7 +43,7 @@ std::string indented(const PartEntry& entry) {
     const size_t indent = size_t{2} * entry.part.depth();
     std::string type = visible(entry.part.mediaType());
     if (indent <= kMaxIndent) return std::string(indent, ' ') + type;
-    return fmt::format("{}[{}] {}", std::string(kMaxIndent, ' '), entry.part.depth(), type);
+    return formatted("{}[{}] {}", std::string(kMaxIndent, ' '), entry.part.depth(), type);
 }
 
 Row rowOf(const PartEntry& entry, bool exact) {
@@ -53,7 +52,7 @@ Row rowOf(const PartEntry& entry, bool exact) {
     row.number = std::to_string(entry.part.number());
     row.section = entry.section;
     row.type = indented(entry);
-    row.size = exact ? fmt::format("{} B ", entry.size) : humanSize(entry.size);
+    row.size = exact ? formatted("{} B ", entry.size) : humanSize(entry.size);
     if (info.encoding != EML_MIME_ENCODING_NONE) row.encoding = encodingWord(info.encoding);
     if (info.encoding == EML_MIME_ENCODING_UNKNOWN) {
         row.encoding = visible({info.encodingText.text, info.encodingText.length});
@@ -105,29 +104,29 @@ std::string remarks(const PartEntry& entry, const Style& style) {
     if (part.isEncodedMessage()) notes.emplace_back("a message, not opened");
     if (!notes.empty()) {
         if (!text.empty()) text += "  ";
-        text += style.note(fmt::format("({})", fmt::join(notes, "; ")));
+        text += style.note(formatted("({})", joined(notes, "; ")));
     }
     return text;
 }
 
 std::string defectLine(const emlreader::mime::Defect& defect) {
     std::string where = defect.count > 1
-                            ? fmt::format("{} times, first at byte {}", defect.count, defect.offset)
-                            : fmt::format("at byte {}", defect.offset);
-    return fmt::format("{} ({})", defectText(defect.code), where);
+                            ? formatted("{} times, first at byte {}", defect.count, defect.offset)
+                            : formatted("at byte {}", defect.offset);
+    return formatted("{} ({})", defectText(defect.code), where);
 }
 
 std::string detailLine(const PartEntry& entry) {
     const EmlMimePart& info = entry.part.info();
-    std::string line = fmt::format("header {} B at {}, body {} B at {}", info.header.length,
-                                   info.header.offset, info.body.length, info.body.offset);
+    std::string line = formatted("header {} B at {}, body {} B at {}", info.header.length, info.header.offset,
+                                 info.body.length, info.body.offset);
     if (info.signedSpan.length != 0) {
-        line += fmt::format(", signed {} B at {}", info.signedSpan.length, info.signedSpan.offset);
+        line += formatted(", signed {} B at {}", info.signedSpan.length, info.signedSpan.offset);
     }
-    if (!entry.part.disposition().empty()) line += fmt::format("; {}", visible(entry.part.disposition()));
-    if (!entry.part.contentId().empty()) line += fmt::format("; id {}", visible(entry.part.contentId()));
-    if (!entry.part.location().empty()) line += fmt::format("; location {}", visible(entry.part.location()));
-    if (!entry.part.description().empty()) line += fmt::format("; \"{}\"", visible(entry.part.description()));
+    if (!entry.part.disposition().empty()) line += formatted("; {}", visible(entry.part.disposition()));
+    if (!entry.part.contentId().empty()) line += formatted("; id {}", visible(entry.part.contentId()));
+    if (!entry.part.location().empty()) line += formatted("; location {}", visible(entry.part.location()));
+    if (!entry.part.description().empty()) line += formatted("; \"{}\"", visible(entry.part.description()));
     return line;
 }
 
@@ -137,8 +136,8 @@ void printLine(Console& console, std::string line) {
 }
 
 std::string columns(const Row& row, const Widths& widths) {
-    return fmt::format("  {}  {:>{}}  {}  {}  ", padded(row.type, widths.type), row.size, widths.size,
-                       padded(row.encoding, widths.encoding), padded(row.charset, widths.charset));
+    return formatted("  {}  {:>{}}  {}  {}  ", padded(row.type, widths.type), row.size, widths.size,
+                     padded(row.encoding, widths.encoding), padded(row.charset, widths.charset));
 }
 
 }  // namespace
@@ -150,33 +149,33 @@ void printParts(Console& console, std::span<const PartEntry> parts) {
     const Widths widths = widthsOf(rows);
     const Style& style = console.style();
     const Row heading{"#", "SECTION", "TYPE", "SIZE", "ENCODING", "CHARSET"};
-    console.print(style.label(fmt::format("{:>{}}  {:<{}}{}ROLE AND NAME", heading.number, widths.number,
-                                          heading.section, widths.section, columns(heading, widths))) +
+    console.print(style.label(formatted("{:>{}}  {:<{}}{}ROLE AND NAME", heading.number, widths.number,
+                                        heading.section, widths.section, columns(heading, widths))) +
                   "\n");
     const std::string below(widths.number + 2 + widths.section + 2, ' ');
     for (size_t i = 0; i < parts.size(); ++i) {
         const std::string numbers = style.number(
-            fmt::format("{:>{}}  {:<{}}", rows[i].number, widths.number, rows[i].section, widths.section));
+            formatted("{:>{}}  {:<{}}", rows[i].number, widths.number, rows[i].section, widths.section));
         printLine(console, numbers + columns(rows[i], widths) + remarks(parts[i], style));
         const std::string indent =
             below + std::string(std::min(size_t{2} * parts[i].part.depth(), kMaxIndent) + 2, ' ');
         if (console.verbose()) console.print(indent + style.note(detailLine(parts[i])) + "\n");
         for (const emlreader::mime::Defect& defect : parts[i].defects) {
-            console.print(fmt::format("{}{} {}\n", indent, style.warning(fmt::format("! {}:", defect.name())),
-                                      defectLine(defect)));
+            console.print(formatted("{}{} {}\n", indent, style.warning(formatted("! {}:", defect.name())),
+                                    defectLine(defect)));
         }
     }
 }
 
 void printSpans(Console& console, std::span<const EmlMimeSpanInfo> spans, std::span<const PartEntry> parts) {
     const Style& style = console.style();
-    console.print(style.label(fmt::format("{:>12}  {:>12}  {:<9}  {:>4}  {}", "OFFSET", "LENGTH", "SPAN", "#",
-                                          "TYPE")) +
-                  "\n");
+    console.print(
+        style.label(formatted("{:>12}  {:>12}  {:<9}  {:>4}  {}", "OFFSET", "LENGTH", "SPAN", "#", "TYPE")) +
+        "\n");
     for (const EmlMimeSpanInfo& span : spans) {
         const std::string type = span.part < parts.size() ? visible(parts[span.part].part.mediaType()) : "";
-        console.print(fmt::format("{:>12}  {:>12}  {:<9}  {}  {}\n", span.span.offset, span.span.length,
-                                  spanWord(span.kind), style.number(fmt::format("{:>4}", span.part)), type));
+        console.print(formatted("{:>12}  {:>12}  {:<9}  {}  {}\n", span.span.offset, span.span.length,
+                                spanWord(span.kind), style.number(formatted("{:>4}", span.part)), type));
     }
 }
 

@@ -1,8 +1,5 @@
 #include "tool/message/read_message.h"
 
-#include <fmt/format.h>
-#include <fmt/ranges.h>
-
 #include <emlreader/mime.hpp>
 
 #include "tool/message/defect_warnings.h"
@@ -12,6 +9,7 @@
 #include "tool/message/signed_message.h"
 #include "tool/message/tree.h"
 #include "tool/text/charset_labels.h"
+#include "tool/text/format.h"
 #include "tool/text/html_text.h"
 #include "tool/text/utf8.h"
 
@@ -39,7 +37,7 @@ void addWarnings(std::vector<Warning> warnings, ShownMessage& shown) {
 }
 
 void addNames(const std::vector<std::string>& names, ShownMessage& shown) {
-    if (!names.empty()) shown.fields.emplace_back("Attachments", fmt::format("{}", fmt::join(names, "; ")));
+    if (!names.empty()) shown.fields.emplace_back("Attachments", joined(names, "; "));
 }
 
 }  // namespace

@@ -11,7 +11,7 @@ SignedMessage::SignedMessage(const emlreader::mime::Message& message, uint32_t r
     const bool wasUnclear = protection == EML_MIME_SMIME_OTHER && !isEncrypted_;
     notice_ = protectionNotice(wasUnclear ? EML_MIME_SMIME_OPAQUE : protection);
     while (isSigned && layers_.size() < kMaxSignatures) isSigned = open(inside()->root());
-    if (isEncrypted_ && layers_.size() > 0) notice_ += ", encrypted inside";
+    if (isEncrypted_ && !layers_.empty()) notice_ += ", encrypted inside";
 }
 
 // True if there is a message inside, which may be signed as well.

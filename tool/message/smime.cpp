@@ -1,11 +1,10 @@
 #include "tool/message/smime.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <array>
 
 #include "tool/system/isolated_work.h"
+#include "tool/text/format.h"
 #include "tool/text/utf8.h"
 
 namespace emltool {
@@ -214,7 +213,7 @@ SmimeContent openSmime(Bytes bytes, SmimeReader reader) {
             return reader(der, sink);
         },
         limits);
-    if (!reply.done()) return unread(kind, fmt::format("its reader {}", reply.failure));
+    if (!reply.done()) return unread(kind, formatted("its reader {}", reply.failure));
     SmimeContent content = parseSmimeReply(std::move(reply.bytes), der.size());
     if (content.kind == SmimeKind::kUnknown) content.kind = kind;
     if (content.kind == SmimeKind::kCompressed && content.problem.empty()) {

@@ -1,12 +1,12 @@
 #include "tool/message/sub_file_path.h"
 
-#include <fmt/format.h>
-
 #include <charconv>
+
+#include "tool/text/format.h"
 
 namespace emltool {
 
-std::string dotted(const SubFilePath& path) { return fmt::format("{}", fmt::join(path, ".")); }
+std::string dotted(const SubFilePath& path) { return joined(path, "."); }
 
 std::optional<SubFilePath> parseSubFilePath(std::string_view text) {
     SubFilePath path;

@@ -1,7 +1,6 @@
 #include "tool/message/tnef.h"
 
 #include <emlreader/eml_host.h>
-#include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
@@ -9,6 +8,7 @@
 #include "tool/system/isolated_work.h"
 #include "tool/text/charset_decoder.h"
 #include "tool/text/charset_labels.h"
+#include "tool/text/format.h"
 #include "tool/text/packed_rtf.h"
 #include "tool/text/rtf_words.h"
 
@@ -109,7 +109,7 @@ std::string withLineFeeds(std::string_view text) {
 // An address that no mail can be sent to, of a directory, only stands in for a name.
 std::string senderOf(std::string name, const std::string& address) {
     if (name.empty() || name == address) return address;
-    return address.find('@') == std::string::npos ? name : fmt::format("{} <{}>", name, address);
+    return address.find('@') == std::string::npos ? name : formatted("{} <{}>", name, address);
 }
 
 void takeProperties(const Found& found, TnefContent& content) {
@@ -184,7 +184,7 @@ TnefContent parseTnefReply(std::vector<uint8_t> reply, uint64_t maxBytes) {
     Found found;
     content.storage = std::move(reply);
     if (!readFrames(content.storage, maxBytes, found)) {
-        content.problem = fmt::format("its reader {}", kInvalidReply);
+        content.problem = formatted("its reader {}", kInvalidReply);
         return content;
     }
     const uint32_t codePage = found.end.first;
@@ -215,7 +215,7 @@ TnefContent unpackTnef(std::span<const uint8_t> bytes, TnefReader reader) {
         limits);
     if (reply.done()) return parseTnefReply(std::move(reply.bytes), bytes.size());
     TnefContent content;
-    content.problem = fmt::format("its reader {}", reply.failure);
+    content.problem = formatted("its reader {}", reply.failure);
     return content;
 }
 

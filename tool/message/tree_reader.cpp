@@ -1,12 +1,12 @@
 #include "tool/message/tree_reader.h"
 
-#include <fmt/format.h>
 #include <strings.h>
 
 #include <algorithm>
 
 #include "tool/message/sub_file_content.h"
 #include "tool/system/spooled_file.h"
+#include "tool/text/format.h"
 
 namespace emltool {
 
@@ -26,7 +26,7 @@ bool isMessage(const TnefFile& file) {
 }
 
 Warning notUnpacked(const SubFilePath& path) {
-    return {"not-unpacked", fmt::format("sub-file {}: not unpacked, it is too large", dotted(path))};
+    return {"not-unpacked", formatted("sub-file {}: not unpacked, it is too large", dotted(path))};
 }
 
 }  // namespace
@@ -68,7 +68,7 @@ void TreeReader::openTnef(std::span<const uint8_t> bytes, SubFileEntry& entry, W
     if (!content.problem.empty()) {
         const char* how = content.files.empty() ? "not unpacked" : "unpacked in part";
         warnings.push_back(
-            {"tnef", fmt::format("sub-file {}: {}, {}", dotted(entry.path), how, content.problem)});
+            {"tnef", formatted("sub-file {}: {}, {}", dotted(entry.path), how, content.problem)});
     }
     MessageTree tree;
     tree.isMessage = false;

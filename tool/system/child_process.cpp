@@ -1,7 +1,6 @@
 #include "tool/system/child_process.h"
 
 #include <fcntl.h>
-#include <fmt/format.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -9,6 +8,8 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+
+#include "tool/text/format.h"
 
 namespace emltool {
 
@@ -40,10 +41,10 @@ void becomeWorker(pid_t parent) {
 }
 
 std::string describeStatus(int status) {
-    if (!WIFSIGNALED(status)) return fmt::format("ended with exit code {}", WEXITSTATUS(status));
+    if (!WIFSIGNALED(status)) return formatted("ended with exit code {}", WEXITSTATUS(status));
     const char* name = ::sigabbrev_np(WTERMSIG(status));
-    return name != nullptr ? fmt::format("crashed (SIG{})", name)
-                           : fmt::format("crashed (signal {})", WTERMSIG(status));
+    return name != nullptr ? formatted("crashed (SIG{})", name)
+                           : formatted("crashed (signal {})", WTERMSIG(status));
 }
 
 }  // namespace emltool

@@ -1,11 +1,11 @@
 #include "tool/terminal/console.h"
 
-#include <fmt/format.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 
+#include "tool/text/format.h"
 #include "tool/text/visible_text.h"
 
 namespace emltool {
@@ -38,7 +38,7 @@ int writeAll(int descriptor, std::string_view text) {
 }  // namespace
 
 std::string Style::wrap(std::string_view code, std::string_view text) const {
-    return on_ ? fmt::format("\x1b[{}m{}\x1b[0m", code, text) : std::string(text);
+    return on_ ? formatted("\x1b[{}m{}\x1b[0m", code, text) : std::string(text);
 }
 
 Console::Console(ColorChoice color, Verbosity verbosity)
@@ -64,19 +64,19 @@ void Console::flush() {
 
 void Console::report(const Problem& problem) {
     // Nothing can be done if standard error is closed.
-    writeAll(STDERR_FILENO, fmt::format("{} {}{}\n", errorStyle_.error("eml:"), prefix(problem.subject),
-                                        visible(problem.text)));
+    writeAll(STDERR_FILENO, formatted("{} {}{}\n", errorStyle_.error("eml:"), prefix(problem.subject),
+                                      visible(problem.text)));
 }
 
 void Console::note(std::string_view text) const {
-    if (!quiet()) writeAll(STDERR_FILENO, fmt::format("eml: {}\n", visible(text)));
+    if (!quiet()) writeAll(STDERR_FILENO, formatted("eml: {}\n", visible(text)));
 }
 
 void Console::warn(std::string_view subject, std::string_view text) {
     hasWarned_ = true;
     if (quiet()) return;
     writeAll(STDERR_FILENO,
-             fmt::format("eml: {}{} {}\n", prefix(subject), errorStyle_.warning("warning:"), visible(text)));
+             formatted("eml: {}{} {}\n", prefix(subject), errorStyle_.warning("warning:"), visible(text)));
 }
 
 }  // namespace emltool

@@ -14,7 +14,7 @@ namespace emltool {
 //
 //     ProgressLine progress(console);
 //     while (work()) {
-//         if (progress.due()) progress.show(fmt::format("{} of {} messages", done, all));
+//         if (progress.due()) progress.show(formatted("{} of {} messages", done, all));
 //     }
 class ProgressLine {
   public:

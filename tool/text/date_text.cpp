@@ -1,8 +1,8 @@
 #include "tool/text/date_text.h"
 
-#include <fmt/format.h>
-
 #include <ctime>
+
+#include "tool/text/format.h"
 
 namespace emltool {
 
@@ -20,7 +20,7 @@ std::string zoneOf(std::string_view sent) {
         bool areDigits = isDigit(zone[1]) && isDigit(zone[2]) && isDigit(zone[3]) && isDigit(zone[4]);
         // RFC 3339 has no "+99:99".
         if (areDigits && zone.substr(1, 2) <= "23" && zone[3] <= '5') {
-            return fmt::format("{}:{}", zone.substr(0, 3), zone.substr(3));
+            return formatted("{}:{}", zone.substr(0, 3), zone.substr(3));
         }
     }
     for (std::string_view name : {"GMT", "UTC", "UT"}) {
@@ -37,8 +37,8 @@ std::string dateText(int64_t seconds, std::string_view sent) {
     if (time != seconds || ::localtime_r(&time, &local) == nullptr) return {};
     int64_t year = int64_t{local.tm_year} + 1900;
     if (year < 0 || year > 9999) return {};
-    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}{}", year, local.tm_mon + 1, local.tm_mday,
-                       local.tm_hour, local.tm_min, local.tm_sec, zoneOf(sent));
+    return formatted("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}{}", year, local.tm_mon + 1, local.tm_mday,
+                     local.tm_hour, local.tm_min, local.tm_sec, zoneOf(sent));
 }
 
 }  // namespace emltool

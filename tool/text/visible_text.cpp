@@ -1,10 +1,10 @@
 #include "tool/text/visible_text.h"
 
-#include <fmt/format.h>
 #include <clocale>
 #include <cstdint>
 #include <cwchar>
 
+#include "tool/text/format.h"
 #include "tool/text/utf8.h"
 
 namespace emltool {
@@ -26,10 +26,10 @@ std::string visible(std::string_view text) {
         size_t start = position;
         char32_t character = nextCharacter(text, position);
         if (character == kNoCharacter) {
-            result += fmt::format("\\x{:02x}", static_cast<uint8_t>(text[start]));
+            result += formatted("\\x{:02x}", static_cast<uint8_t>(text[start]));
         } else if (isControl(character) || isDirectionOverride(character)) {
             auto code = static_cast<uint32_t>(character);
-            result += code < 0x100 ? fmt::format("\\x{:02x}", code) : fmt::format("\\u{:04x}", code);
+            result += code < 0x100 ? formatted("\\x{:02x}", code) : formatted("\\u{:04x}", code);
         } else {
             result.append(text, start, position - start);
         }
@@ -72,7 +72,7 @@ std::string shellWord(std::string_view name) {
 }
 
 std::string humanSize(unsigned long long bytes) {
-    if (bytes < 1000) return fmt::format("{} B ", bytes);
+    if (bytes < 1000) return formatted("{} B ", bytes);
     constexpr const char* kUnits[] = {"kB", "MB", "GB", "TB", "PB", "EB"};
     double value = static_cast<double>(bytes) / 1000;
     size_t unit = 0;
@@ -81,7 +81,7 @@ std::string humanSize(unsigned long long bytes) {
         value /= 1000;
         ++unit;
     }
-    return fmt::format("{:.{}f} {}", value, value < 9.95 ? 1 : 0, kUnits[unit]);
+    return formatted("{:.{}f} {}", value, value < 9.95 ? 1 : 0, kUnits[unit]);
 }
 
 }  // namespace emltool

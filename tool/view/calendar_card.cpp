@@ -1,9 +1,8 @@
 #include "tool/view/calendar_card.h"
 
-#include <fmt/format.h>
-
 #include <array>
 
+#include "tool/text/format.h"
 #include "tool/view/page_parts.h"
 
 namespace emltool {
@@ -43,14 +42,14 @@ std::string personText(const CalendarPerson& person) {
     std::string text =
         person.name.empty() || person.name == person.address
             ? shown(person.address)
-            : fmt::format("{} <span class=\"at\">{}</span>", shown(person.name), shown(person.address));
+            : formatted("{} <span class=\"at\">{}</span>", shown(person.name), shown(person.address));
     const std::string_view answer = wordsFor(kAnswers, person.answer, "");
-    if (!answer.empty()) text += fmt::format(" <small>{}</small>", answer);
+    if (!answer.empty()) text += formatted(" <small>{}</small>", answer);
     return text;
 }
 
 std::string row(std::string_view name, const std::string& value) {
-    return value.empty() ? "" : fmt::format("<dt>{}</dt><dd>{}</dd>\n", name, value);
+    return value.empty() ? "" : formatted("<dt>{}</dt><dd>{}</dd>\n", name, value);
 }
 
 std::string kindText(const Calendar& calendar, const CalendarEvent& event) {
@@ -63,16 +62,16 @@ std::string who(const CalendarEvent& event) {
     if (event.attendees.empty()) return "";
     std::string items;
     for (const CalendarPerson& person : event.attendees) items += "<li>" + personText(person) + "</li>";
-    if (event.moreAttendees != 0) items += fmt::format("<li>and {} more</li>", event.moreAttendees);
+    if (event.moreAttendees != 0) items += formatted("<li>and {} more</li>", event.moreAttendees);
     return "<ul>" + items + "</ul>";
 }
 
 std::string card(const Calendar& calendar, const CalendarEvent& event) {
     const std::string kind = kindText(calendar, event);
     const std::string when = whenText(event);
-    std::string text = fmt::format(
-        "<section class=\"event{}\">\n<p class=\"kind\">{}</p>\n<h3>{}</h3>\n<dl>\n",
-        kind == "Cancelled" ? " off" : "", kind, event.summary.empty() ? "(no title)" : shown(event.summary));
+    std::string text = formatted("<section class=\"event{}\">\n<p class=\"kind\">{}</p>\n<h3>{}</h3>\n<dl>\n",
+                                 kind == "Cancelled" ? " off" : "", kind,
+                                 event.summary.empty() ? "(no title)" : shown(event.summary));
     text += row("When", when.empty() ? "" : "<strong>" + shown(when) + "</strong>");
     text += row("Repeats", event.rule.empty() ? "" : shown(recurrenceText(event.rule)));
     text += row("Where", shown(event.location));
@@ -95,7 +94,7 @@ std::string calendarCards(const Calendar& calendar) {
     std::string cards;
     for (const CalendarEvent& event : calendar.events) cards += card(calendar, event);
     if (calendar.moreEvents != 0)
-        cards += note(fmt::format("The calendar has {} more events.", calendar.moreEvents));
+        cards += note(formatted("The calendar has {} more events.", calendar.moreEvents));
     return cards;
 }
 

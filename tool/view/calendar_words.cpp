@@ -1,10 +1,10 @@
-#include <fmt/format.h>
 
 #include <array>
 #include <chrono>
 #include <optional>
 
 #include "tool/text/ascii.h"
+#include "tool/text/format.h"
 #include "tool/view/calendar.h"
 
 namespace emltool {
@@ -20,18 +20,18 @@ constexpr std::array<std::string_view, 12> kMonths = {"January",   "February", "
 
 std::string dayText(const CalendarTime& time) {
     const std::chrono::sys_days day = std::chrono::year(time.year) / time.month / time.day;
-    return fmt::format("{}, {} {} {}", kDays[std::chrono::weekday(day).c_encoding()], time.day,
-                       kMonths[static_cast<size_t>(time.month - 1)], time.year);
+    return formatted("{}, {} {} {}", kDays[std::chrono::weekday(day).c_encoding()], time.day,
+                     kMonths[static_cast<size_t>(time.month - 1)], time.year);
 }
 
-std::string clockText(const CalendarTime& time) { return fmt::format("{:02}:{:02}", time.hour, time.minute); }
+std::string clockText(const CalendarTime& time) { return formatted("{:02}:{:02}", time.hour, time.minute); }
 
 std::string zoneText(const CalendarTime& time) {
     switch (time.kind) {
         case CalendarTime::Kind::kUtc:
             return " (UTC)";
         case CalendarTime::Kind::kZoned:
-            return fmt::format(" ({})", time.zone);
+            return formatted(" ({})", time.zone);
         case CalendarTime::Kind::kFloating:
             return " (local time)";
         case CalendarTime::Kind::kDate:
@@ -57,10 +57,10 @@ std::string weekdayWords(std::string_view code) {
     }
     if (name.empty()) return "";
     if (number.empty()) return std::string(name);
-    if (number == "-1") return fmt::format("the last {}", name);
+    if (number == "-1") return formatted("the last {}", name);
     if (number.starts_with('+')) number.remove_prefix(1);
     if (number.size() != 1 || number[0] < '1' || number[0] > '5') return "";
-    return fmt::format("the {}{}", kOrdinals[static_cast<size_t>(number[0] - '0')], name);
+    return formatted("the {}{}", kOrdinals[static_cast<size_t>(number[0] - '0')], name);
 }
 
 // A list with commas in words: "Monday, Tuesday and Friday". Empty if one of its words is unknown.
@@ -100,7 +100,7 @@ std::string untilWords(std::string_view text) {
     }
     const std::string month = monthWords(text.substr(4, 2));
     if (month.empty()) return "";
-    return fmt::format("{} {} {}", std::stoi(std::string(text.substr(6, 2))), month, text.substr(0, 4));
+    return formatted("{} {} {}", std::stoi(std::string(text.substr(6, 2))), month, text.substr(0, 4));
 }
 
 // How often: "every week", "every 2 weeks".
@@ -118,8 +118,8 @@ std::string everyWords(std::string_view frequency, std::string_view interval) {
                                             {"secondly", "second"}}};
     for (const Row& row : kUnits) {
         if (lowerCase(frequency) != row.code) continue;
-        if (interval.empty() || interval == "1") return fmt::format("every {}", row.unit);
-        return digitsOnly(interval).empty() ? "" : fmt::format("every {} {}s", interval, row.unit);
+        if (interval.empty() || interval == "1") return formatted("every {}", row.unit);
+        return digitsOnly(interval).empty() ? "" : formatted("every {} {}s", interval, row.unit);
     }
     return "";
 }

@@ -1,7 +1,5 @@
 #include "tool/view/page.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <string_view>
 
@@ -11,6 +9,7 @@
 #include "tool/message/tree.h"
 #include "tool/text/base64_text.h"
 #include "tool/text/charset_labels.h"
+#include "tool/text/format.h"
 #include "tool/text/safe_name.h"
 #include "tool/text/utf8.h"
 #include "tool/text/visible_text.h"
@@ -91,7 +90,7 @@ std::string headerTable(const MessageTree& tree) {
     std::string rows;
     for (const MetadataField& field : tree.metadata) {
         if (field.name == "Subject" || !field.text) continue;
-        rows += fmt::format("<dt>{}</dt><dd>{}</dd>\n", shown(field.name), shown(*field.text));
+        rows += formatted("<dt>{}</dt><dd>{}</dd>\n", shown(field.name), shown(*field.text));
     }
     return "<dl>\n" + rows + "</dl>\n";
 }
@@ -139,20 +138,20 @@ std::string PageBuilder::attachment(const SubFileEntry& entry, const BytesVisito
     std::string name = entry.name.empty() ? "(no name)" : entry.name;
     std::string size = entry.size ? humanSize(*entry.size) : "not in the message";
     bool isHere = entry.size && *entry.size <= options_.maxEmbed;
-    tree += fmt::format("<li><a href=\"#{}\">{}</a>", idOf(path), shown(name));
+    tree += formatted("<li><a href=\"#{}\">{}</a>", idOf(path), shown(name));
     std::string item;
     if (isHere) {
         const std::vector<uint8_t>& content = bytes.of(entry);
         std::string data = base64({reinterpret_cast<const char*>(content.data()), content.size()});
         // One type for all, so that the browser saves it and does not show it.
-        item = fmt::format("<a download=\"{}\" href=\"data:application/octet-stream;base64,{}\">{}</a>",
-                           escapeHtml(safeName(entry.name, dotted(path))), data, shown(name));
+        item = formatted("<a download=\"{}\" href=\"data:application/octet-stream;base64,{}\">{}</a>",
+                         escapeHtml(safeName(entry.name, dotted(path))), data, shown(name));
     } else {
         item = shown(name);
     }
-    item = fmt::format("<li id=\"{}\"><span>{}</span> <small>{}{}</small></li>\n",
-                       entry.isEmbeddedMessage ? "file-" + dotted(path) : idOf(path), item, size,
-                       entry.size && !isHere ? ", too large for this page: eml extract" : "");
+    item = formatted("<li id=\"{}\"><span>{}</span> <small>{}{}</small></li>\n",
+                     entry.isEmbeddedMessage ? "file-" + dotted(path) : idOf(path), item, size,
+                     entry.size && !isHere ? ", too large for this page: eml extract" : "");
     embedded(entry, bytes, path, tree, inner);
     tree += "</li>\n";
     return item;
@@ -165,7 +164,7 @@ std::string PageBuilder::article(MessageFile& file, const SubFilePath& path, std
     std::string subject = subjectOf(message);
     if (path.empty()) {
         title_ = subject;
-        tree += fmt::format("<li><a href=\"#message\">{}</a>", shown(subject));
+        tree += formatted("<li><a href=\"#message\">{}</a>", shown(subject));
     }
     std::string items;
     std::string inner;
@@ -179,8 +178,8 @@ std::string PageBuilder::article(MessageFile& file, const SubFilePath& path, std
     if (!subTree.empty()) tree += "\n<ul>\n" + subTree + "</ul>\n";
     if (path.empty()) tree += "</li>\n";
 
-    std::string text = fmt::format("<article id=\"{}\">\n", idOf(path));
-    text += fmt::format("<h{0}>{1}</h{0}>\n", path.empty() ? 1 : 2, shown(subject));
+    std::string text = formatted("<article id=\"{}\">\n", idOf(path));
+    text += formatted("<h{0}>{1}</h{0}>\n", path.empty() ? 1 : 2, shown(subject));
     text += headerTable(message) + body(file, message);
     if (!items.empty()) text += "<h3>Attachments</h3>\n<ul class=\"files\">\n" + items + "</ul>\n";
     return text + "</article>\n" + inner;

@@ -1,9 +1,8 @@
 #include "tool/view/mail_body.h"
 
-#include <fmt/format.h>
-
 #include <vector>
 
+#include "tool/text/format.h"
 #include "tool/view/page_parts.h"
 #include "tool/view/style.h"
 
@@ -18,7 +17,7 @@ std::string_view themeOf(const InertHtml& inert) {
 
 std::string frameDocument(const InertHtml& inert, std::string_view theme) {
     const bool isLight = theme == "light";
-    return fmt::format(
+    return formatted(
         "<!DOCTYPE html><html class=\"{0}\"><head><meta charset=\"utf-8\">{1}"
         "<meta name=\"color-scheme\" "
         "content=\"{2}\"><style>{3}{4}</style><style>{5}</style></head><body>{6}</body></html>",
@@ -33,7 +32,7 @@ std::string quoteRuns(std::string_view text) {
     bool isQuote = false;
     auto give = [&] {
         if (run.empty()) return;
-        result += fmt::format("<pre{}>{}</pre>\n", isQuote ? " class=\"quote\"" : "", shownLines(run));
+        result += formatted("<pre{}>{}</pre>\n", isQuote ? " class=\"quote\"" : "", shownLines(run));
         run.clear();
     };
     while (!text.empty()) {
@@ -55,12 +54,12 @@ std::string quoteRuns(std::string_view text) {
 std::string blockedText(const BlockedContent& blocked) {
     std::vector<std::string> items;
     auto add = [&](size_t count, std::string_view one, std::string_view many) {
-        if (count != 0) items.push_back(fmt::format("{} {}", count, count == 1 ? one : many));
+        if (count != 0) items.push_back(formatted("{} {}", count, count == 1 ? one : many));
     };
     add(blocked.scripts, "script", "scripts");
     add(blocked.remote, "item from the network", "items from the network");
     add(blocked.forms, "form", "forms");
-    return fmt::format("{}", fmt::join(items, ", "));
+    return joined(items, ", ");
 }
 
 std::string htmlBody(std::string_view html, const ReferenceFinder& find) {
@@ -71,12 +70,12 @@ std::string htmlBody(std::string_view html, const ReferenceFinder& find) {
     if (!refused.empty()) section += note("Blocked: " + refused + ".");
     if (inert.blocked.missingImages != 0) {
         const size_t count = inert.blocked.missingImages;
-        section += note(
-            fmt::format("{} picture{} of the message cannot be shown: not in it, too large, or of a type "
-                        "that browsers do not show.",
-                        count, count == 1 ? "" : "s"));
+        section +=
+            note(formatted("{} picture{} of the message cannot be shown: not in it, too large, or of a type "
+                           "that browsers do not show.",
+                           count, count == 1 ? "" : "s"));
     }
-    section += fmt::format(
+    section += formatted(
         "<div class=\"mail {0}\">\n"
         "<div class=\"copy\" inert aria-hidden=\"true\"><div class=\"host\"><template "
         "shadowrootmode=\"closed\">"

@@ -1,10 +1,9 @@
 #include "tool/view/mime_header.h"
 
-#include <fmt/format.h>
-
 #include <array>
 #include <vector>
 
+#include "tool/text/format.h"
 #include "tool/view/page_parts.h"
 
 namespace emltool {
@@ -37,8 +36,7 @@ std::vector<Address> addressesOf(const Part& root, const std::string& name) {
 std::string addressText(const Address& address) {
     if (address.name.empty()) return shown(address.address);
     if (address.address.empty()) return shown(address.name);
-    return fmt::format("{} <span class=\"at\">&lt;{}&gt;</span>", shown(address.name),
-                       shown(address.address));
+    return formatted("{} <span class=\"at\">&lt;{}&gt;</span>", shown(address.name), shown(address.address));
 }
 
 std::string addressRow(const Part& root, const std::string& name) {
@@ -48,10 +46,9 @@ std::string addressRow(const Part& root, const std::string& name) {
         if (i != 0) text += ", ";
         text += addressText(addresses[i]);
     }
-    if (addresses.size() > kMaxAddresses)
-        text += fmt::format(" and {} more", addresses.size() - kMaxAddresses);
+    if (addresses.size() > kMaxAddresses) text += formatted(" and {} more", addresses.size() - kMaxAddresses);
     if (text.empty()) text = shown(root.header(name).value_or(""));
-    return text.empty() ? "" : fmt::format("<dt>{}</dt><dd>{}</dd>\n", name, text);
+    return text.empty() ? "" : formatted("<dt>{}</dt><dd>{}</dd>\n", name, text);
 }
 
 // The date and the time on the sender's clock.
@@ -73,27 +70,27 @@ std::string zoneWords(const Date& date) {
     const auto minutes = date.zone.count();
     if (minutes == 0) return " (UTC)";
     const auto distance = minutes < 0 ? -minutes : minutes;
-    return fmt::format(" ({}{:02}:{:02})", minutes < 0 ? '-' : '+', distance / 60, distance % 60);
+    return formatted(" ({}{:02}:{:02})", minutes < 0 ? '-' : '+', distance / 60, distance % 60);
 }
 
 std::string dateRow(const Part& root) {
     const std::optional<Field> field = root.field("Date");
     if (!field) return "";
     const std::optional<Date> date = field->date();
-    return fmt::format("<dt>Date</dt><dd>{}</dd>\n", shown(date ? dateWords(*date) : field->text()));
+    return formatted("<dt>Date</dt><dd>{}</dd>\n", shown(date ? dateWords(*date) : field->text()));
 }
 
 }  // namespace
 
 std::string dateWords(const Date& date) {
     const Clock clock(date);
-    std::string day = fmt::format("{}, {} {} {}", kDays[std::chrono::weekday(clock.day).c_encoding()],
-                                  static_cast<unsigned>(clock.date.day()),
-                                  kMonths[static_cast<unsigned>(clock.date.month()) - 1],
-                                  static_cast<int>(clock.date.year()));
+    std::string day = formatted("{}, {} {} {}", kDays[std::chrono::weekday(clock.day).c_encoding()],
+                                static_cast<unsigned>(clock.date.day()),
+                                kMonths[static_cast<unsigned>(clock.date.month()) - 1],
+                                static_cast<int>(clock.date.year()));
     if ((date.flags & EML_MIME_DATE_NO_TIME) != 0) return day;
-    return fmt::format("{}, {:02}:{:02}{}", day, clock.time.hours().count(), clock.time.minutes().count(),
-                       zoneWords(date));
+    return formatted("{}, {:02}:{:02}{}", day, clock.time.hours().count(), clock.time.minutes().count(),
+                     zoneWords(date));
 }
 
 ViewSummary summaryOf(const Part& root) {
@@ -111,9 +108,9 @@ ViewSummary summaryOf(const Part& root) {
         const Clock clock(*date);
         summary.seconds = date->time.time_since_epoch().count();
         summary.date =
-            fmt::format("{:04}-{:02}-{:02} {:02}:{:02}", static_cast<int>(clock.date.year()),
-                        static_cast<unsigned>(clock.date.month()), static_cast<unsigned>(clock.date.day()),
-                        clock.time.hours().count(), clock.time.minutes().count());
+            formatted("{:04}-{:02}-{:02} {:02}:{:02}", static_cast<int>(clock.date.year()),
+                      static_cast<unsigned>(clock.date.month()), static_cast<unsigned>(clock.date.day()),
+                      clock.time.hours().count(), clock.time.minutes().count());
     }
     return summary;
 }

@@ -1,4 +1,3 @@
-#include <fmt/format.h>
 
 #include <algorithm>
 #include <deque>
@@ -10,6 +9,7 @@
 #include "tool/message/tnef.h"
 #include "tool/terminal/problem.h"
 #include "tool/text/base64_text.h"
+#include "tool/text/format.h"
 #include "tool/text/safe_name.h"
 #include "tool/text/utf8.h"
 #include "tool/view/calendar_card.h"
@@ -88,8 +88,8 @@ bool isTnef(const Part& part) {
 
 void MimePage::addToTree(const std::string& id, std::string_view text, size_t level) {
     ++treeItems_;
-    content_.tree += fmt::format("<li class=\"level-{}\"><a href=\"#{}\">{}</a></li>\n",
-                                 std::min<size_t>(level, 3), id, text);
+    content_.tree += formatted("<li class=\"level-{}\"><a href=\"#{}\">{}</a></li>\n",
+                               std::min<size_t>(level, 3), id, text);
 }
 
 std::string protectionNote(const Part& part) {
@@ -125,8 +125,8 @@ std::string MimePage::bodyPart(const Part& part, Pictures& pictures) {
     if (isBodyText(part)) return textBody(withoutInvalidBytes(part.text()));
     const std::optional<std::string> url = pictures.dataUrl(part);
     if (!url) return "";
-    return fmt::format("<figure><img alt=\"\" src=\"{}\"><figcaption>{}</figcaption></figure>\n", *url,
-                       shown(part.name()));
+    return formatted("<figure><img alt=\"\" src=\"{}\"><figcaption>{}</figcaption></figure>\n", *url,
+                     shown(part.name()));
 }
 
 std::string MimePage::events(const std::vector<Part>& parts) {
@@ -148,7 +148,7 @@ std::string MimePage::events(const std::vector<Part>& parts) {
 
 std::string MimePage::fileItem(const std::string& name, const std::string& id, std::string_view bytes) {
     // One type for all, so that the browser saves it and does not show it.
-    return fmt::format(
+    return formatted(
         "<li id=\"part-{}\"><a download=\"{}\" href=\"data:application/octet-stream;base64,{}\">{}</a> "
         "<small>{}</small></li>\n",
         id, escapeHtml(safeName(name, id)), base64(bytes), shown(name), humanSize(bytes.size()));
@@ -158,12 +158,12 @@ std::string MimePage::fileItem(const std::string& name, const std::string& id, s
 std::string MimePage::tnefItems(const Part& part, std::string_view bytes) {
     if (!readsTnef() || bytes.size() > kMaxTnefSize) return "";
     const TnefContent tnef = unpackTnef({reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()});
-    if (!tnef.problem.empty()) warn("tnef", fmt::format("{}: {}", part.name(), tnef.problem));
+    if (!tnef.problem.empty()) warn("tnef", formatted("{}: {}", part.name(), tnef.problem));
     std::string items;
     size_t number = 0;
     for (const TnefFile& each : tnef.files) {
         if (each.bytes.size() > options_.maxEmbed) continue;
-        const std::string id = fmt::format("{}-{}", idOf(part), ++number);
+        const std::string id = formatted("{}-{}", idOf(part), ++number);
         const std::string name = each.name.empty() ? "file " + std::to_string(number) : each.name;
         addToTree("part-" + id, shown(name), level_ + 2);
         items += fileItem(name, id, {reinterpret_cast<const char*>(each.bytes.data()), each.bytes.size()});
@@ -173,12 +173,12 @@ std::string MimePage::tnefItems(const Part& part, std::string_view bytes) {
 
 void MimePage::encodedMessage(const Part& part) {
     if (depth_ == kMaxEncoded || articles_ + encoded_.size() >= kMaxArticles) {
-        warn("too-deep", fmt::format("{}: not opened; messages lie too deep inside each other", part.name()));
+        warn("too-deep", formatted("{}: not opened; messages lie too deep inside each other", part.name()));
         return;
     }
     std::optional<std::string> bytes = smallContent(part, toOpen_);
     if (!bytes) {
-        warn("too-large", fmt::format("{}: not opened; what is inside would be too large", part.name()));
+        warn("too-large", formatted("{}: not opened; what is inside would be too large", part.name()));
         return;
     }
     toOpen_ -= bytes->size();
@@ -195,12 +195,12 @@ std::string MimePage::file(const Part& part) {
             part.isMessage() ? path_ + std::to_string(part.info().firstChild) : id + "-0";
         const std::string title =
             part.isNamed() || part.children().empty() ? shown(name) : shownSubject(part.children().front());
-        return fmt::format("<li><a href=\"#message-{}\">{}</a> <small>message</small></li>\n", target, title);
+        return formatted("<li><a href=\"#message-{}\">{}</a> <small>message</small></li>\n", target, title);
     }
     addToTree("part-" + id, shown(name), level_ + 1);
     const std::optional<std::string> bytes = smallContent(part, options_.maxEmbed);
     if (!bytes) {
-        return fmt::format(
+        return formatted(
             "<li id=\"part-{}\"><span>{}</span> <small>{}, too large for this page: eml "
             "extract</small></li>\n",
             id, shown(name), humanSize(part.measure().size));
@@ -254,9 +254,9 @@ void MimePage::addArticle(const Part& root, const std::vector<Part>& parts, Pict
     const std::string subject = shownSubject(root);
     level_ = isFirst ? 0 : 1;
     addToTree(id, subject, level_);
-    std::string text = fmt::format("<article id=\"{}\">\n", id);
+    std::string text = formatted("<article id=\"{}\">\n", id);
     if (!isFirst) text += "<p class=\"inside\">Message inside the message</p>\n";
-    text += fmt::format("<h{0}>{1}</h{0}>\n", isFirst ? 1 : 2, subject) + headerTable(root);
+    text += formatted("<h{0}>{1}</h{0}>\n", isFirst ? 1 : 2, subject) + headerTable(root);
     for (const Part& part : parts) text += protectionNote(part);
     const std::string cards = events(parts);
     text += cards + body(parts, pictures, !cards.empty());
@@ -291,7 +291,7 @@ void MimePage::addMessage(const Message& message, const std::string& path, size_
     for (uint32_t root : roots) {
         if (articles_ == kMaxArticles) {
             warn("too-many-messages",
-                 fmt::format("only the first {} messages inside it are shown", kMaxArticles));
+                 formatted("only the first {} messages inside it are shown", kMaxArticles));
             break;
         }
         addArticle(message.part(root), byMessage[root], pictures);

@@ -1,7 +1,6 @@
 #include "tool/view/page_parts.h"
 
-#include <fmt/format.h>
-
+#include "tool/text/format.h"
 #include "tool/view/inert_html.h"
 #include "tool/view/style.h"
 
@@ -16,14 +15,13 @@ std::string warningList(const std::vector<Warning>& warnings) {
     if (warnings.empty()) return "";
     std::string items;
     for (size_t i = 0; i < warnings.size() && i < kMaxNotes; ++i) {
-        items += fmt::format("<li>{}</li>\n", shown(warnings[i].text));
+        items += formatted("<li>{}</li>\n", shown(warnings[i].text));
     }
     if (warnings.size() > kMaxNotes) {
-        items +=
-            fmt::format("<li>and {} more; \"eml list\" has them all</li>\n", warnings.size() - kMaxNotes);
+        items += formatted("<li>and {} more; \"eml list\" has them all</li>\n", warnings.size() - kMaxNotes);
     }
     if (warnings.size() == 1) return note("Note: " + shown(warnings.front().text));
-    return fmt::format(
+    return formatted(
         "<details class=\"note\"><summary>{} notes about this message</summary>\n<ul>\n{}</ul></details>\n",
         warnings.size(), items);
 }
@@ -34,7 +32,7 @@ std::string policyTags(std::string_view script) {
     std::string policy =
         "default-src 'none'; img-src data:; style-src 'unsafe-inline'; base-uri 'none'; form-action 'none'";
     if (!script.empty()) policy.append("; script-src ").append(script);
-    return fmt::format(
+    return formatted(
         "<meta http-equiv=\"Content-Security-Policy\" content=\"{}\">"
         "<meta http-equiv=\"x-dns-prefetch-control\" content=\"off\">"
         "<meta name=\"referrer\" content=\"no-referrer\">",
@@ -55,7 +53,7 @@ std::string shownLines(std::string_view text) {
     return result;
 }
 
-std::string note(std::string_view text) { return fmt::format("<p class=\"note\">{}</p>\n", text); }
+std::string note(std::string_view text) { return formatted("<p class=\"note\">{}</p>\n", text); }
 
 std::string wholePage(const PageContent& content, const PageLinks& links) {
     std::string page = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n" +
@@ -65,10 +63,10 @@ std::string wholePage(const PageContent& content, const PageLinks& links) {
                        shown(content.title) + "</title>\n<style>\n" + std::string(kCommonStyle) +
                        std::string(kViewStyle) + "</style>\n</head>\n";
     const std::string_view kind = content.isOneMessage ? "with-tree one-message" : "with-tree";
-    page += content.tree.empty() ? "<body>\n" : fmt::format("<body class=\"{}\">\n", kind);
+    page += content.tree.empty() ? "<body>\n" : formatted("<body class=\"{}\">\n", kind);
     if (!links.index.empty()) {
-        page += fmt::format("<nav class=\"pages\"><a href=\"{}\">\u2190 All messages</a></nav>\n",
-                            escapeHtml(links.index));
+        page += formatted("<nav class=\"pages\"><a href=\"{}\">\u2190 All messages</a></nav>\n",
+                          escapeHtml(links.index));
     }
     if (!content.tree.empty()) {
         page += "<nav class=\"tree\" aria-label=\"Parts of the message\">\n<ul>\n" + content.tree +

@@ -1,10 +1,9 @@
 #include "tool/view/site.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 
 #include "tool/text/base64_text.h"
+#include "tool/text/format.h"
 #include "tool/text/sha256.h"
 #include "tool/view/inert_html.h"
 #include "tool/view/page_parts.h"
@@ -23,15 +22,15 @@ std::string digestSource(std::string_view script) {
 std::string rowText(const SiteRow& row) {
     const ViewSummary& summary = row.summary;
     if (row.page.empty()) {
-        return fmt::format("<tr class=\"bad\"><td></td><td></td><td>{}: {}</td><td></td></tr>\n",
-                           shown(row.path), shown(row.problem));
+        return formatted("<tr class=\"bad\"><td></td><td></td><td>{}: {}</td><td></td></tr>\n",
+                         shown(row.path), shown(row.problem));
     }
     const std::string subject = summary.subject.empty() ? "(no subject)" : shown(summary.subject);
     const std::string files =
         summary.attachments == 0
             ? ""
-            : fmt::format("<span aria-label=\"{0} attachments\">{0}</span>", summary.attachments);
-    return fmt::format(
+            : formatted("<span aria-label=\"{0} attachments\">{0}</span>", summary.attachments);
+    return formatted(
         "<tr><td data-key=\"{}\">{}</td><td>{}</td><td><a href=\"{}\">{}</a></td><td "
         "data-key=\"{}\">{}</td></tr>\n",
         summary.seconds ? std::to_string(*summary.seconds) : "", shown(summary.date), shown(summary.from),
@@ -44,14 +43,14 @@ bool isNewer(const SiteRow& a, const SiteRow& b) {
 }
 
 std::string countText(size_t messages, size_t problems) {
-    std::string text = fmt::format("{} message{}", messages, messages == 1 ? "" : "s");
-    if (problems != 0) text += fmt::format(", {} more could not be read", problems);
+    std::string text = formatted("{} message{}", messages, messages == 1 ? "" : "s");
+    if (problems != 0) text += formatted(", {} more could not be read", problems);
     return text;
 }
 
 }  // namespace
 
-std::string pageName(size_t number) { return fmt::format("{:04}.html", number); }
+std::string pageName(size_t number) { return formatted("{:04}.html", number); }
 
 std::string buildIndex(const std::string& title, std::vector<SiteRow> rows) {
     std::stable_sort(rows.begin(), rows.end(), isNewer);

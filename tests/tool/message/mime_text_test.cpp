@@ -42,6 +42,18 @@ TEST(MimeText, IsWhatAPersonReads) {
          "\xD0\x9F\xD1\x80\xD0\xB8\n", false},
         {"few letters without a charset are windows-1252", "Subject: s\r\n\r\nUnencoded euro sign: \x80",
          "Unencoded euro sign: \xE2\x82\xAC\n", false},
+        {"a guess needs more than a few letters",
+         "Subject: s\r\n\r\nSe\xF1or Nu\xF1"
+         "ez",
+         "Se\xC3\xB1or Nu\xC3\xB1"
+         "ez\n",
+         false},
+        {"HTML before text of another type",
+         multipart("alternative", {"Content-Type: text/plain\r\n\r\n \r\n", kHtml,
+                                   "Content-Type: text/calendar\r\n\r\nBEGIN:VCALENDAR"}),
+         "Hello you\n", true},
+        {"no text of another type that is a file", "Content-Type: text/markdown; name=a.md\r\n\r\n# a", "",
+         false},
         {"HTML where the plain text says nothing",
          multipart("alternative", {"Content-Type: text/plain\r\n\r\n \r\n", kHtml}), "Hello you\n", true},
         {"text of another type that is all there is", "Content-Type: text/markdown\r\n\r\n# a", "# a\n",

@@ -120,10 +120,10 @@ TEST(MimePage, AnInvitationIsACardOnce) {
 TEST(MimePage, DefectsAreSaidInWords) {
     const ViewPage page =
         pageOf("Content-Type: text/plain; charset=x-none\nContent-Transfer-Encoding: base64\n\n!!!=C3=A9\n");
-    EXPECT_TRUE(has(page, "charset that nobody here knows"));
+    EXPECT_TRUE(has(page, "unknown charset; the text was not converted"));
     ASSERT_FALSE(page.warnings.empty());
-    EXPECT_TRUE(
-        has(pageOf("Content-Type: multipart/mixed; boundary=b\n\n--b\n\nx"), "may have been cut off"));
+    EXPECT_TRUE(has(pageOf("Content-Type: multipart/mixed; boundary=b\n\n--b\n\nx"),
+                    "cut off, the closing delimiter is missing; the last part may be incomplete"));
     EXPECT_TRUE(pageOf("Subject: fine\n\ntext\n").warnings.empty());
 }
 
