@@ -11,14 +11,18 @@
 
 #include <cerrno>
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <exception>
 #include <filesystem>
+#include <iterator>
 #include <memory>
 #include <span>
 #include <stdexcept>
 #include <string_view>
 #include <system_error>
+#include <type_traits>
+#include <utility>
 
 namespace emlreader {
 
@@ -72,6 +76,45 @@ template <typename T>
 concept Sink = std::invocable<T&, std::string_view>;
 
 namespace detail {
+
+/* Things that are made one after the other, each when it is reached: an input range. Iterators must not outlive it. */
+template <typename Make>
+class Made {
+  public:
+    class Iterator {
+      public:
+        using value_type = std::invoke_result_t<const Make&, uint32_t>;
+        using difference_type = std::ptrdiff_t;
+        using reference = value_type;
+        using pointer = void;
+        using iterator_category = std::input_iterator_tag;
+
+        Iterator() = default;
+        Iterator(const Make* make, uint32_t index) noexcept : make_(make), index_(index) {}
+
+        value_type operator*() const { return (*make_)(index_); }
+        Iterator& operator++() noexcept {
+            ++index_;
+            return *this;
+        }
+        Iterator operator++(int) noexcept { return {make_, index_++}; }
+        bool operator==(const Iterator&) const = default;
+
+      private:
+        const Make* make_ = nullptr;
+        uint32_t index_ = 0;
+    };
+
+    Made(uint32_t count, Make make) : count_(count), make_(std::move(make)) {}
+
+    Iterator begin() const noexcept { return {&make_, 0}; }
+    Iterator end() const noexcept { return {&make_, count_}; }
+    uint32_t size() const noexcept { return count_; }
+
+  private:
+    uint32_t count_;
+    Make make_;
+};
 
 /* An output that passes on to a sink what is written to it. */
 template <Sink S>

@@ -36,7 +36,6 @@
 #include <initializer_list>
 #include <memory>
 #include <optional>
-#include <ranges>
 #include <span>
 #include <string>
 #include <string_view>
@@ -171,16 +170,16 @@ struct HeaderField {
 };
 
 /* Header values, a random access range of HeaderField. Must not outlive its Message. */
-class HeaderFields : public std::ranges::view_interface<HeaderFields> {
+class HeaderFields {
   public:
     HeaderFields(HeaderFields&& other) noexcept
         : release_(other.release_),
           list_(std::exchange(other.list_, {})),
-          view_(std::exchange(other.view_, {})) {}
+          fields_(std::exchange(other.fields_, {})) {}
     HeaderFields& operator=(HeaderFields&& other) noexcept {
         std::swap(release_, other.release_);
         std::swap(list_, other.list_);
-        std::swap(view_, other.view_);
+        std::swap(fields_, other.fields_);
         return *this;
     }
     ~HeaderFields() {
@@ -193,14 +192,20 @@ class HeaderFields : public std::ranges::view_interface<HeaderFields> {
         free(list_.entries);
     }
 
-    auto begin() const noexcept { return view_.begin(); }
-    auto end() const noexcept { return view_.end(); }
+    auto begin() const noexcept { return fields_.begin(); }
+    auto end() const noexcept { return fields_.end(); }
+    bool empty() const noexcept { return fields_.empty(); }
+    size_t size() const noexcept { return fields_.size(); }
+    const HeaderField& operator[](size_t index) const noexcept { return fields_[index]; }
 
   private:
     friend class Message;
     using Entries = std::span<EmlMetaDataEntry* const>;
 
-    HeaderFields(detail::State& state, std::span<const char* const> names) : release_(state.release()) {
+    explicit HeaderFields(detail::Release release) noexcept : release_(release) {}
+
+    /* Once the other constructor has ended, an exception frees what was handed over. */
+    HeaderFields(detail::State& state, std::span<const char* const> names) : HeaderFields(state.release()) {
         std::vector<EmlMetaDataRequest> requests;
         for (const char* name : names) requests.push_back({EML_REQUEST_BY_NAME, name});
         std::vector<EmlMetaDataRequest*> pointers;
@@ -208,11 +213,9 @@ class HeaderFields : public std::ranges::view_interface<HeaderFields> {
         EmlResult status = emlGetSubFileMetadata2(
             state.context, state.messageNumber, static_cast<int32_t>(pointers.size()),
             pointers.empty() ? nullptr : pointers.data(), &list_, state.services.hostRecord());
-        if (status != EML_OK) {
-            HeaderFields given(std::move(*this)); /* frees what was handed over before the failure */
-            throw Error(status);
-        }
-        view_ = View(entries(), fieldOf);
+        if (status != EML_OK) throw Error(status);
+        fields_.reserve(entries().size());
+        for (const EmlMetaDataEntry* entry : entries()) fields_.push_back(fieldOf(entry));
     }
 
     static HeaderField fieldOf(const EmlMetaDataEntry* entry) noexcept {
@@ -220,7 +223,6 @@ class HeaderFields : public std::ranges::view_interface<HeaderFields> {
         if (entry->value != nullptr) field.value.emplace(entry->value, entry->valueLength);
         return field;
     }
-    using View = std::ranges::transform_view<Entries, HeaderField (*)(const EmlMetaDataEntry*) noexcept>;
 
     Entries entries() const noexcept {
         if (list_.entries == nullptr) return {};
@@ -232,7 +234,7 @@ class HeaderFields : public std::ranges::view_interface<HeaderFields> {
 
     detail::Release release_;
     EmlMetaData list_{};
-    View view_{Entries{}, fieldOf};
+    std::vector<HeaderField> fields_;
 };
 
 /* The forms that a message can be rendered in. */
@@ -274,9 +276,8 @@ class Message {
 
     /* All sub-files in the order of their numbers, each described when it is reached. */
     auto subFiles() const {
-        return std::views::iota(uint32_t{0}, subFileCount()) |
-               std::views::transform(
-                   [state = state_.get()](uint32_t number) { return SubFile(*state, number); });
+        return detail::Made(subFileCount(),
+                            [state = state_.get()](uint32_t number) { return SubFile(*state, number); });
     }
 
     /* From, Sent, To, Cc, Bcc, Subject and Priority. */

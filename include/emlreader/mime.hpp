@@ -169,45 +169,6 @@ struct State {
     std::unique_ptr<EmlMimeContext, void (*)(EmlMimeContext*)> context{nullptr, emlMimeClose};
 };
 
-/* Things that are made one after the other, each when it is reached: an input range. Iterators must not outlive it. */
-template <typename Make>
-class Made {
-  public:
-    class Iterator {
-      public:
-        using value_type = std::invoke_result_t<const Make&, uint32_t>;
-        using difference_type = std::ptrdiff_t;
-        using reference = value_type;
-        using pointer = void;
-        using iterator_category = std::input_iterator_tag;
-
-        Iterator() = default;
-        Iterator(const Make* make, uint32_t index) noexcept : make_(make), index_(index) {}
-
-        value_type operator*() const { return (*make_)(index_); }
-        Iterator& operator++() noexcept {
-            ++index_;
-            return *this;
-        }
-        Iterator operator++(int) noexcept { return {make_, index_++}; }
-        bool operator==(const Iterator&) const = default;
-
-      private:
-        const Make* make_ = nullptr;
-        uint32_t index_ = 0;
-    };
-
-    Made(uint32_t count, Make make) : count_(count), make_(std::move(make)) {}
-
-    Iterator begin() const noexcept { return {&make_, 0}; }
-    Iterator end() const noexcept { return {&make_, count_}; }
-    uint32_t size() const noexcept { return count_; }
-
-  private:
-    uint32_t count_;
-    Make make_;
-};
-
 inline std::string_view viewOf(const EmlMimeText& text) noexcept {
     return text.text == nullptr ? std::string_view() : std::string_view(text.text, text.length);
 }
@@ -388,7 +349,7 @@ class Part {
 
     /* All fields of the header in order, each read when it is reached. */
     auto fields() const {
-        return detail::Made(fieldCount(), [state = state_, part = number_](uint32_t index) {
+        return emlreader::detail::Made(fieldCount(), [state = state_, part = number_](uint32_t index) {
             return Field(*state, part, index);
         });
     }
@@ -519,8 +480,8 @@ class Message {
 
     /* All parts in the order of the file, each described when it is reached. */
     auto parts() const {
-        return detail::Made(partCount(),
-                            [state = state_.get()](uint32_t number) { return Part(*state, number); });
+        return emlreader::detail::Made(
+            partCount(), [state = state_.get()](uint32_t number) { return Part(*state, number); });
     }
 
     /* The attachments of the message whose root is `message`; 0 is this message, not those inside it. A picture that

@@ -239,7 +239,7 @@ TEST(DecodeKernels, EveryStopAtEveryPlaceOfEveryLength) {
                                  "=C3=9F", "=\r=\r", "=\n=\n", "\r\n",    "-",   {"\0", 1}};
     for (const std::string& stop : stops) {
         for (size_t before = 0; before < 66; ++before) {
-            for (const size_t after : {0, 1, 2, 62, 130}) {
+            for (const size_t after : {0U, 1U, 2U, 62U, 130U}) {
                 const std::string text = std::string(before, 'Q') + stop + std::string(after, 'R');
                 ASSERT_TRUE(allAgreeOn({text.begin(), text.end()})) << stop << " after " << before;
             }
@@ -268,7 +268,7 @@ TEST(DecodeKernels, Base64LinesOfEveryLength) {
 }
 
 TEST(DecodeKernels, Base64LinesWithAnyByteAnywhere) {
-    for (const size_t length : {8, 32, 76, 100}) {
+    for (const size_t length : {8U, 32U, 76U, 100U}) {
         std::string text;
         for (size_t line = 0; line < 4; ++line) text += base64Line(length, line) + "\r\n";
         std::vector<uint8_t> bytes(text.begin(), text.end());

@@ -52,7 +52,7 @@ std::vector<Line> linesRead(const std::string& message) {
     context.kernels = &chooseKernels();
     context.fileSize = static_cast<int64_t>(message.size());
     while (lines.size() <= message.size()) {
-        const uint32_t result = eml2GetLine(&context);
+        const auto result = static_cast<uint32_t>(eml2GetLine(&context));
         if (result == 0) break;
         const auto* const text = reinterpret_cast<const char*>(buffer.get());
         lines.push_back(
