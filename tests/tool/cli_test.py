@@ -1581,6 +1581,48 @@ def parts_that_nobody_can_read_are_said_to_be_there():
 
 
 @test
+def a_made_up_name_is_said_to_be_one():
+    write("m.eml", mixed(b"Content-Type: image/png\n\nx", part("b.png")))
+    files = json.loads(eml("--json", "list", "m.eml").out)["message"]["sub_files"][1:]
+    equal(["made-up-name" in file["flags"] for file in files], [True, False])
+
+
+def der(tag, *contents):
+    body = b"".join(contents)
+    size = len(body).to_bytes((len(body).bit_length() + 7) // 8, "big")
+    return bytes([tag]) + (bytes([len(body)]) if len(body) < 128 else bytes([0x80 | len(size)]) + size) + body
+
+
+def inside_signatures(message, count):
+    """`message` inside the content of a CMS SignedData without signers (RFC 5652), `count` times."""
+    data, signed_data = (bytes.fromhex("06092a864886f70d01070" + digit) for digit in "12")
+    for _ in range(count):
+        content = der(0x30, data, der(0xa0, der(4, message)))
+        signed = der(0x30, der(2, b"\1"), der(0x31), content, der(0x31))
+        message = (b"Content-Type: application/pkcs7-mime; smime-type=signed-data\n"
+                   b"Content-Transfer-Encoding: base64\n\n"
+                   + base64.encodebytes(der(0x30, signed_data, der(0xa0, signed))))
+    return message
+
+
+@test
+def signatures_inside_each_other_are_opened_or_warned_of():
+    if "smime" not in json.loads(eml("--json", "version").out)["features"]:
+        return
+    inner = mixed(part("a.bin", b"bytes"))
+    said = ("eml: m.eml: warning: what is inside the signature is left out: "
+            "signatures inside each other, more than are opened\n")
+    for depth, problem, names in ((1, "", ["a.bin"]), (2, "", ["a.bin"]), (8, "", ["a.bin"]),
+                                  (9, said, ["part-1.p7m"]), (30, said, ["part-1.p7m"])):
+        write("m.eml", inside_signatures(inner, depth))
+        shown = eml("show", "m.eml")
+        equal((shown.code, shown.err, "hello\n" in shown.out), (0, problem, problem == ""), depth)
+        listed = eml("--json", "list", "m.eml")
+        equal([file["name"] for file in json.loads(listed.out)["message"]["sub_files"][1:]], names, depth)
+        equal(listed.err, problem, depth)
+
+
+@test
 def text_around_an_encrypted_block_is_shown():
     block = b"-----BEGIN PGP MESSAGE-----\n\nhQEMA\n=abcd\n-----END PGP MESSAGE-----\n"
     write("m.eml", simple(b"before\n" + block + b"after"))

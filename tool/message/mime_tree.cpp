@@ -61,7 +61,7 @@ MessageTree MimeTreeReader::readMessage(const Message& message, uint32_t root, c
     tree.metadata = readMetadata(part);
     tree.name = part.header("Subject").value_or("");
     tree.date = dateOf(part);
-    const SignedMessage content(message, root);
+    const SignedMessage content(message, root, kMaxSignatures - signatures_);
     tree.encrypted = content.isEncrypted();
     tree.protection = content.notice();
     tree.charsetLabel = charsetOf(message, root);
@@ -73,9 +73,11 @@ MessageTree MimeTreeReader::readMessage(const Message& message, uint32_t root, c
     self.name = self.writtenName = tree.name;
     self.size = textSize(message, root);
     tree.subFiles.push_back(std::move(self));
-    if (!content.problem().empty()) tree.warnings.push_back(signatureWarning(content));
+    // The signature around this one has said it already if there are too many.
+    if (!content.problem().empty() && signatures_ < kMaxSignatures)
+        tree.warnings.push_back(signatureWarning(content));
     for (Warning& warning : hiddenPartWarnings(message, root)) tree.warnings.push_back(std::move(warning));
-    if (content.inside() != nullptr && signatures_ < kMaxSignatures) {
+    if (content.inside() != nullptr) {
         readInside(content, path, tree);
     } else {
         readFiles(message, root, path, tree);
@@ -86,9 +88,9 @@ MessageTree MimeTreeReader::readMessage(const Message& message, uint32_t root, c
 
 // The header is outside of the signature, all else inside.
 void MimeTreeReader::readInside(const SignedMessage& content, const SubFilePath& path, MessageTree& tree) {
-    ++signatures_;
+    signatures_ += content.depth();
     MessageTree inside = readFile(*content.inside(), path);
-    --signatures_;
+    signatures_ -= content.depth();
     tree.charsetLabel = inside.charsetLabel;
     inside.subFiles.front().name = tree.subFiles.front().name;
     inside.subFiles.front().writtenName = tree.subFiles.front().writtenName;

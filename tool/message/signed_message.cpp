@@ -5,12 +5,13 @@
 
 namespace emltool {
 
-SignedMessage::SignedMessage(const emlreader::mime::Message& message, uint32_t root) {
+SignedMessage::SignedMessage(const emlreader::mime::Message& message, uint32_t root, size_t limit)
+    : limit_(limit) {
     const uint32_t protection = message.part(root).protection();
     bool isSigned = open(message.part(root));
     const bool wasUnclear = protection == EML_MIME_SMIME_OTHER && !isEncrypted_;
     notice_ = protectionNotice(wasUnclear ? EML_MIME_SMIME_OPAQUE : protection);
-    while (isSigned && layers_.size() < kMaxSignatures) isSigned = open(inside()->root());
+    while (isSigned) isSigned = open(inside()->root());
     if (isEncrypted_ && !layers_.empty()) notice_ += ", encrypted inside";
 }
 
@@ -20,6 +21,10 @@ bool SignedMessage::open(const emlreader::mime::Part& part) {
     if (part.protection() != EML_MIME_SMIME_OPAQUE && part.protection() != EML_MIME_SMIME_OTHER) return false;
     if (part.info().body.length > 2 * kMaxSmimeSize) {
         problem_ = "it is too large to be unwrapped";
+        return false;
+    }
+    if (layers_.size() >= limit_) {
+        problem_ = "signatures inside each other, more than are opened";
         return false;
     }
     const std::string bytes = part.bytes();

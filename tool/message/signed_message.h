@@ -19,14 +19,17 @@ inline constexpr size_t kMaxSignatures = 8;
 
 class SignedMessage {
   public:
-    // Reads what part `root` of `message` holds, if it is S/MIME that may be signed, and what is signed in there.
-    // Throws what the MIME reader throws.
-    SignedMessage(const emlreader::mime::Message& message, uint32_t root);
+    // Reads what part `root` of `message` holds, if it is S/MIME that may be signed, and what is signed in there, up to
+    // `limit` signatures. Throws what the MIME reader throws.
+    SignedMessage(const emlreader::mime::Message& message, uint32_t root, size_t limit = kMaxSignatures);
 
     // The message inside; NULL if there is none that can be read.
     const emlreader::mime::Message* inside() const {
         return layers_.empty() ? nullptr : layers_.back()->message.get();
     }
+
+    // How many signatures were opened.
+    size_t depth() const { return layers_.size(); }
 
     // Whether only someone with a key can read it, going by the content where the header does not tell.
     bool isEncrypted() const { return isEncrypted_; }
@@ -47,6 +50,7 @@ class SignedMessage {
 
     bool open(const emlreader::mime::Part& part);
 
+    size_t limit_;
     std::vector<std::unique_ptr<Layer>> layers_;
     bool isEncrypted_ = false;
     std::string notice_;

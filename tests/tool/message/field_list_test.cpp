@@ -30,6 +30,8 @@ constexpr std::array kRows = std::to_array<Row>({
     {"a date with its zone", "Date: Tue, 4 Mar 2025 09:15:22 +0100\n", "Date", "2025-03-04T09:15:22+01:00"},
     {"a zone west of UTC", "Resent-Date: 4 Mar 2025 01:02:03 -0330\n", "Resent-Date",
      "2025-03-04T01:02:03-03:30"},
+    {"a zone that RFC 3339 cannot write", "Date: Tue, 4 Mar 2025 09:15:22 +2530\n", "Date",
+     "2025-03-04T09:15:22-00:00"},
     {"a date without a zone", "Date: Tue, 4 Mar 2025 09:15:22 -0000\n", "Date", "2025-03-04T09:15:22-00:00"},
     {"a date that cannot be read stays text", "Date: whenever =?utf-8?Q?=C3=B6?=\n", "Date",
      "whenever \xC3\xB6"},
