@@ -4,6 +4,7 @@
     tests/tool/view_cli_test.py PATH/TO/eml
 """
 
+import json
 import os
 import pathlib
 import re
@@ -11,6 +12,7 @@ import shutil
 import sys
 
 import cli_test as cli
+import tnef_writer as tnef
 from cli_test import eml, equal
 
 TESTS = []
@@ -32,6 +34,45 @@ def folder(count=3):
     os.mkdir("mail")
     for number in range(count):
         pathlib.Path("mail", f"{number}.eml").write_bytes(LETTER % b"letter %d" % number)
+
+
+def article_of(message):
+    pathlib.Path("m.eml").write_bytes(message)
+    result = eml("view", "--overwrite", "-o", "m.html", "m.eml")
+    expect(result, 0, "")
+    page = pathlib.Path("m.html").read_text(encoding="utf-8")
+    equal(page.count("<article"), 1)
+    return page[page.index("<article"):page.index("</article>")]
+
+
+def has(feature):
+    return feature in json.loads(eml("--json", "version").out)["features"]
+
+
+@test
+def what_is_signed_is_the_message():
+    article = article_of(b"Subject: outside\n" + cli.inside_signatures(cli.mixed(cli.part("a.bin")), 2))
+    equal("<h1>outside</h1>" in article, True)
+    equal("inside a signature (S/MIME)" in article, True)
+    for word in ("hello", "the signature was not checked", 'download="a.bin"'):
+        equal(word in article, has("smime"), word)
+    equal("p7m" in article, not has("smime"))
+
+
+@test
+def text_that_is_rtf_alone_is_shown_as_text():
+    article = article_of(b"Content-Type: text/rtf\n\n{\\rtf1\\ansi one {\\b two}\\par <three>}\n")
+    equal("<pre>one two\n&lt;three&gt;</pre>" in article, True, article)
+
+
+@test
+def text_in_a_winmail_dat_is_shown_where_there_is_no_other():
+    body = tnef.prop(tnef.BODY, "from inside")
+    text = tnef.attribute(tnef.MESSAGE, tnef.MESSAGE_PROPERTIES, tnef.properties(body))
+    winmail = cli.part("winmail.dat", tnef.tnef(text), kind="application/ms-tnef")
+    blank = cli.mixed(winmail).replace(b"\nhello\n", b"\n \n")
+    equal("from inside" in article_of(blank), has("tnef"))
+    equal("from inside" in article_of(cli.mixed(winmail)), False)
 
 
 @test

@@ -6,6 +6,8 @@
 #include <unordered_map>
 
 #include "tool/message/defect_warnings.h"
+#include "tool/message/mime_text.h"
+#include "tool/message/signed_message.h"
 #include "tool/message/tnef.h"
 #include "tool/terminal/problem.h"
 #include "tool/text/base64_text.h"
@@ -44,9 +46,13 @@ class MimePage {
     ViewPage build(emlhost::Input& input, const PageLinks& links);
 
   private:
-    void addMessage(const Message& message, const std::string& path, size_t depth);
-    void addArticle(const Part& root, const std::vector<Part>& parts, Pictures& pictures);
-    static std::string body(const std::vector<Part>& parts, Pictures& pictures, bool hasEvent);
+    void addMessage(const Message& message, const std::string& path, size_t depth,
+                    const Part* outer = nullptr);
+    bool addInside(const Message& message, uint32_t root);
+    void addArticle(const Message& message, const Part& root, const Part& header,
+                    const std::vector<Part>& parts, Pictures& pictures);
+    std::string body(const Message& message, uint32_t root, const std::vector<Part>& parts,
+                     Pictures& pictures, bool hasEvent);
     static std::string bodyPart(const Part& part, Pictures& pictures);
     static std::string events(const std::vector<Part>& parts);
     std::string files(const std::vector<Part>& parts, const Pictures& pictures);
@@ -80,7 +86,7 @@ bool isBodyText(const Part& part) {
 
 bool isCalendar(const Part& part) { return part.is("text", "calendar") || part.is("application", "ics"); }
 
-bool isRtf(const Part& part) { return part.is("text", "rtf") || part.is("application", "rtf"); }
+bool isBlank(std::string_view text) { return text.find_first_not_of(" \t\r\n") == std::string_view::npos; }
 
 bool isTnef(const Part& part) {
     return part.is("application", "ms-tnef") || part.is("application", "vnd.ms-tnef");
@@ -105,7 +111,7 @@ std::string protectionNote(const Part& part) {
             return note(
                 "The message is wrapped (S/MIME), and most likely encrypted: only its header can be shown.");
         case EML_MIME_SMIME_OPAQUE:
-            return note("The message is inside a signature (S/MIME), which is not unwrapped here.");
+            return note("A part is inside a signature (S/MIME), which is not unwrapped here.");
         case EML_MIME_SMIME_SIGNED:
         case EML_MIME_PGP_SIGNED:
         case EML_MIME_SIGNED_OTHER:
@@ -122,7 +128,10 @@ std::string MimePage::bodyPart(const Part& part, Pictures& pictures) {
         return htmlBody(htmlText(part),
                         [&](std::string_view reference) { return pictures.find(reference, part); });
     }
-    if (isBodyText(part)) return textBody(withoutInvalidBytes(part.text()));
+    if (isBodyText(part)) {
+        const std::string text = withoutInvalidBytes(part.text());
+        return isBlank(text) ? "" : textBody(text);
+    }
     const std::optional<std::string> url = pictures.dataUrl(part);
     if (!url) return "";
     return formatted("<figure><img alt=\"\" src=\"{}\"><figcaption>{}</figcaption></figure>\n", *url,
@@ -226,7 +235,8 @@ std::string MimePage::files(const std::vector<Part>& parts, const Pictures& pict
     return text;
 }
 
-std::string MimePage::body(const std::vector<Part>& parts, Pictures& pictures, bool hasEvent) {
+std::string MimePage::body(const Message& message, uint32_t root, const std::vector<Part>& parts,
+                           Pictures& pictures, bool hasEvent) {
     const bool hasHtml = std::any_of(parts.begin(), parts.end(), [](const Part& part) {
         return part.isHtmlBody() && part.is("text", "html");
     });
@@ -239,31 +249,38 @@ std::string MimePage::body(const std::vector<Part>& parts, Pictures& pictures, b
         if (!isChosen && part.isTextBody() && isBodyText(part))
             plain += textBody(withoutInvalidBytes(part.text()));
     }
-    if (text.empty() && std::any_of(parts.begin(), parts.end(), isRtf)) {
-        text = note("The text is there as RTF only: see the attachments.");
+    if (text.empty() && plain.empty() && !hasEvent) {
+        // RTF, text of other types, or what is inside a winmail.dat.
+        BodyText other = readBody(message, root);
+        for (Warning& warning : other.warnings) warn(std::move(warning.code), std::move(warning.text));
+        text = isBlank(other.text) ? note("No text.") : textBody(other.text);
     }
-    if (text.empty() && !hasEvent) text = note("No text.");
     if (!plain.empty()) text += "<details><summary>As plain text</summary>\n" + plain + "</details>\n";
     return text;
 }
 
-void MimePage::addArticle(const Part& root, const std::vector<Part>& parts, Pictures& pictures) {
+// `header` is that of the message; what is signed has its own inside the signature.
+void MimePage::addArticle(const Message& message, const Part& root, const Part& header,
+                          const std::vector<Part>& parts, Pictures& pictures) {
     const bool isFirst = articles_++ == 0;
     files_ = 0;
     const std::string id = isFirst ? "message" : "message-" + idOf(root);
-    const std::string subject = shownSubject(root);
+    const std::string subject = shownSubject(header);
     level_ = isFirst ? 0 : 1;
     addToTree(id, subject, level_);
     std::string text = formatted("<article id=\"{}\">\n", id);
     if (!isFirst) text += "<p class=\"inside\">Message inside the message</p>\n";
-    text += formatted("<h{0}>{1}</h{0}>\n", isFirst ? 1 : 2, subject) + headerTable(root);
+    text += formatted("<h{0}>{1}</h{0}>\n", isFirst ? 1 : 2, subject) + headerTable(header);
+    if (header.protection() != root.protection()) {
+        text += note("The message is inside a signature (S/MIME); the signature was not checked.");
+    }
     for (const Part& part : parts) text += protectionNote(part);
     const std::string cards = events(parts);
-    text += cards + body(parts, pictures, !cards.empty());
+    text += cards + body(message, root.number(), parts, pictures, !cards.empty());
     text += files(parts, pictures) + "</article>\n";
     content_.articles += text;
     if (isFirst) {
-        summary_ = summaryOf(root);
+        summary_ = summaryOf(header);
         summary_.attachments = files_;
         content_.title = summary_.subject.empty() ? "(no subject)" : summary_.subject;
     }
@@ -277,8 +294,24 @@ void MimePage::addDefects(const Message& message) {
     }
 }
 
-// A message and those inside it that are not encoded.
-void MimePage::addMessage(const Message& message, const std::string& path, size_t depth) {
+// Takes what is inside the signature for the message. False if there is no signature around it, or none that can be
+// opened.
+bool MimePage::addInside(const Message& message, uint32_t root) {
+    if (depth_ == kMaxEncoded) return false;
+    const SignedMessage content(message, root);
+    if (!content.problem().empty()) warnings_.push_back(signatureWarning(content));
+    if (content.inside() == nullptr) return false;
+    const Part header = message.part(root);
+    const std::string outerPath = path_;
+    const size_t outerDepth = depth_;
+    addMessage(*content.inside(), idOf(header), depth_ + 1, &header);
+    path_ = outerPath;
+    depth_ = outerDepth;
+    return true;
+}
+
+// A message and those inside it that are not encoded. `outer` has its header if it was inside a signature.
+void MimePage::addMessage(const Message& message, const std::string& path, size_t depth, const Part* outer) {
     path_ = path.empty() ? "" : path + "-";
     depth_ = depth;
     std::unordered_map<uint32_t, std::vector<Part>> byMessage;
@@ -294,7 +327,11 @@ void MimePage::addMessage(const Message& message, const std::string& path, size_
                  formatted("only the first {} messages inside it are shown", kMaxArticles));
             break;
         }
-        addArticle(message.part(root), byMessage[root], pictures);
+        const Part part = message.part(root);
+        const bool isInside = outer != nullptr && root == roots.front();
+        if (isInside || !addInside(message, root)) {
+            addArticle(message, part, isInside ? *outer : part, byMessage[root], pictures);
+        }
     }
     addDefects(message);
 }
