@@ -720,6 +720,28 @@ def render_gives_text_in_any_charset():
 
 
 @test
+def render_gives_the_text_of_html_where_there_is_no_other():
+    head = b'From: "Zo <x>" <zoe@example.org>\nSubject: Gr\xc3\xbc\xc3\x9fe\nContent-Type: text/html; charset=iso-8859-1\n\n'
+    write("h.eml", head + b"<p>caf\xe9<script>x</script><p>two &amp; three")
+    warning = "eml: h.eml: warning: has no text body; this is the text of its html body\n"
+    body = "café\r\n\r\ntwo & three\r\n"
+    expect(eml("render", "h.eml"), 0, warning,
+           'From: "Zo <x>" <zoe@example.org>\r\nSubject: Grüße\r\n\r\n' + body)
+    expect(eml("render", "--body-only", "h.eml"), 0, warning, body)
+    expect(eml("render", "-o", "h.txt", "--body-only", "--charset=7", "h.eml"), 0, warning)
+    equal(read("h.txt"), body.encode("iso-8859-1"))
+
+
+@test
+def rendered_text_is_utf_8_always():
+    write("m.eml", simple(b"caf\xe9 caf\xc3\xa9", kind=b"text/plain; charset=utf-8"))
+    expect(eml("render", "--body-only", "m.eml"), 0,
+           "eml: m.eml: warning: not all of the text is UTF-8; U+FFFD stands for the rest\n",
+           "caf\ufffd café\n")
+    equal(eml_bytes("render", "--body-only", "--charset=0", "m.eml"), b"caf\xe9 caf\xc3\xa9\n")
+
+
+@test
 def render_gives_utf_16_with_its_header():
     write("m.eml", BOTH)
     equal(eml_bytes("render", "--charset=51", "m.eml").decode("utf-16-le"),
@@ -750,8 +772,8 @@ def render_gives_no_form_that_the_message_lacks():
     write("text.eml", PLAIN)
     write("html.eml", simple(HTML, kind=b"text/html"))
     write("both.eml", BOTH)
-    for name, wanted, has in (("text", "html", "text"), ("text", "rtf", "text"), ("html", "text", "html"),
-                              ("html", "rtf", "html"), ("both", "rtf", "html")):
+    for name, wanted, has in (("text", "html", "text"), ("text", "rtf", "text"), ("html", "rtf", "html"),
+                              ("both", "rtf", "html")):
         for more in ([], ["-o", "out"], ["--body-only"]):
             expect(eml("render", f"--to={wanted}", *more, f"{name}.eml"), 7,
                    f"eml: {name}.eml: has no {wanted} body; --to={has} gives what it has\n", "")

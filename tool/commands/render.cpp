@@ -11,8 +11,10 @@
 #include "tool/message/message_file.h"
 #include "tool/message/rendering.h"
 #include "tool/system/document_file.h"
+#include "tool/system/write_pieces.h"
 #include "tool/text/format.h"
 #include "tool/text/size_text.h"
+#include "tool/text/utf8.h"
 #include "tool/text/visible_text.h"
 
 namespace emltool {
@@ -24,9 +26,11 @@ constexpr Choices kFormChoices{"to", "form", kFormWords};
 
 std::string_view nameOf(Form form) { return kFormWords[static_cast<size_t>(form)]; }
 
+// What the library is asked for; or a text that it does not have.
 struct Rendering {
-    uint32_t options;
-    uint32_t charset;
+    uint32_t options = 0;
+    uint32_t charset = 0;
+    std::optional<std::string> text = std::nullopt;
 };
 
 class RenderRun final : public CommandRun {
@@ -60,7 +64,7 @@ class RenderRun final : public CommandRun {
             throw Problem(ExitCode::kEncrypted, "encrypted", file.name(),
                           "encrypted (S/MIME); only the header can be shown");
         }
-        Rendering rendering = choose(file, form, *charset);
+        const Rendering rendering = choose(console, file, form, *charset);
         bool toTerminal = outputPath_.empty() && ::isatty(STDOUT_FILENO) != 0;
         if (form == Form::kHtml && (toTerminal || !outputPath_.empty())) {
             console.warn(
@@ -80,21 +84,49 @@ class RenderRun final : public CommandRun {
 
   private:
     // The library chooses among the bodies that the message has: rich asks for HTML, then RTF, first.
-    Rendering choose(MessageFile& file, Form form, uint32_t charset) const {
+    Rendering choose(Console& console, MessageFile& file, Form form, uint32_t charset) const {
         uint32_t options = form == Form::kText ? 0 : EML_EXTRACT_PREFER_RICH;
         Form given = formOf(file.message(), options);
+        if (form == Form::kText && given != form) {
+            console.warn(file.name(),
+                         formatted("has no text body; this is the text of its {} body", nameOf(given)));
+            return {0, 0, inCharset(textOfRichForm(file.message(), given, bodyOnly_), file, charset)};
+        }
         if (given != form) {
             throw Problem(
                 ExitCode::kNoSubFile, "no-such-form", file.name(),
                 formatted("has no {} body; --to={} gives what it has", nameOf(form), nameOf(given)));
         }
         if (bodyOnly_) options |= EML_EXTRACT_BODY_ONLY;
-        return {options, form == Form::kText ? charset : 0};
+        if (form != Form::kText) return {options, 0};
+        if (charset == EML_CHARSET_UTF_8 && !isUtf8Form(file.message(), options, charset)) {
+            console.warn(file.name(), "not all of the text is UTF-8; U+FFFD stands for the rest");
+            emlhost::MemoryOutput output;
+            extract(file, {options, charset}, output);
+            return {0, 0, withoutInvalidBytes(textOf(output))};
+        }
+        return {options, charset};
+    }
+
+    // Id 0 is the charset of the message.
+    static std::string inCharset(std::string text, MessageFile& file, uint32_t charset) {
+        const uint32_t wanted = charset == 0 ? file.message().charset() : charset;
+        if (wanted == EML_CHARSET_UTF_8 || emlhost::findCharset(wanted) == nullptr) return text;
+        return emlhost::convert(text, EML_CHARSET_UTF_8, wanted);
+    }
+
+    static std::string_view textOf(const emlhost::MemoryOutput& output) {
+        return {reinterpret_cast<const char*>(output.bytes().data()), output.bytes().size()};
     }
 
     void extract(MessageFile& file, const Rendering& rendering, emlhost::Output& output) const {
-        emlhost::Extraction extraction =
-            file.message().extract(0, output, rendering.options, rendering.charset);
+        emlhost::Extraction extraction;
+        if (rendering.text) {
+            const auto* const bytes = reinterpret_cast<const uint8_t*>(rendering.text->data());
+            writeWhole(output, {bytes, rendering.text->size()});
+        } else {
+            extraction = file.message().extract(0, output, rendering.options, rendering.charset);
+        }
         file.checkReads();
         if (output.error() == std::errc::broken_pipe) throw BrokenPipe{};
         if (output.error()) {
@@ -113,7 +145,7 @@ class RenderRun final : public CommandRun {
     void printVisibly(Console& console, MessageFile& file, const Rendering& rendering) const {
         emlhost::MemoryOutput output;
         extract(file, rendering, output);
-        std::string_view text(reinterpret_cast<const char*>(output.bytes().data()), output.bytes().size());
+        std::string_view text = textOf(output);
         while (!text.empty()) {
             size_t end = std::min(text.find('\n'), text.size());
             std::string_view line = text.substr(0, end);

@@ -8,6 +8,7 @@
 #include "tool/text/charset_guess.h"
 #include "tool/text/charset_labels.h"
 #include "tool/text/html_text.h"
+#include "tool/text/rtf_text.h"
 #include "tool/text/utf8.h"
 
 namespace emltool {
@@ -30,6 +31,15 @@ std::string withLfAlone(std::string_view text) {
         }
     }
     return lines;
+}
+
+bool isRtf(const Part& part) { return part.is("text", "rtf") || part.is("application", "rtf"); }
+
+// What stands in RTF; its source if it is none.
+std::string textOfRtf(const Part& part) {
+    const std::string bytes = part.bytes();
+    std::string text = rtfToText({reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()});
+    return text.empty() ? withoutInvalidBytes(bytes) : text;
 }
 
 // UTF-8, by the charset that the part names; or by the letters of the text, if it names none that is known.
@@ -68,7 +78,7 @@ std::vector<Part> partsOf(const Message& message, uint32_t root, Choice choice) 
     std::vector<Part> parts;
     for (const Part& part : message.parts()) {
         // A multipart whose boundary never occurs is text too. Pictures may stand between texts.
-        const bool isText = part.type() == "text" || part.type() == "multipart";
+        const bool isText = part.type() == "text" || part.type() == "multipart" || isRtf(part);
         if (part.info().message == root && isText && choice(part)) parts.push_back(part);
     }
     return parts;
@@ -77,9 +87,9 @@ std::vector<Part> partsOf(const Message& message, uint32_t root, Choice choice) 
 bool isInText(const Part& part) { return part.isTextBody(); }
 bool isInHtml(const Part& part) { return part.isHtmlBody(); }
 
-// Text of another type, a calendar for instance, that the sender did not attach.
+// Text of another type, RTF or a calendar for instance, that the sender did not attach.
 bool isOtherText(const Part& part) {
-    return part.type() == "text" && !part.isNamed() &&
+    return (part.type() == "text" || isRtf(part)) && !part.isNamed() &&
            part.info().dispositionKind == EML_MIME_DISPOSITION_NONE;
 }
 
@@ -88,7 +98,7 @@ BodyText readParts(const std::vector<Part>& parts, bool source) {
     bool isAllHtml = true;
     for (const Part& part : parts) {
         const bool isHtml = part.is("text", "html");
-        std::string text = textOf(part);
+        std::string text = isRtf(part) && !source ? textOfRtf(part) : textOf(part);
         if (isHtml && !source) text = linesOfHtml(text);
         if (!isBlank(text)) isAllHtml = isAllHtml && isHtml;
         body.text += trimmedLines(text);
