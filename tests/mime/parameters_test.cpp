@@ -356,15 +356,22 @@ TEST(Parameters, EveryCutOfOddListsEnds) {
     const std::string texts[] = {
         "; (a(b)\\) name*1*=%C3; name*0*=toy'x'%C1; name=\"a\\\"b\" \"=?utf-8?B?4oI=?= c\"; name=C:\\x "
         "y(1).txt",
+        "; charset=\"a; name=b; filename*0*=c",
         ";;,=\"(\\\"; name=\"\"a\" charset=\"x; name=\"y\"z; name*=utf-8'%4'%; name**0=\xFF\r\n\t\xE9",
     };
     for (const std::string& text : texts) {
         for (size_t from = 0; from < text.size(); ++from) {
             for (size_t to = from; to <= text.size(); ++to) {
-                const std::string cut = text.substr(from, to - from);
+                // What stands after the cut has no effect.
+                const std::string alone = text.substr(from, to - from);
+                const std::string_view cut = std::string_view(text).substr(from, to - from);
                 uint32_t problems = 0;
-                (void)valueOf(cut, "name", {&host.record, "toy"}, problems);
-                (void)listed(cut, problems);
+                uint32_t otherProblems = 0;
+                ASSERT_EQ(valueOf(cut, "name", {&host.record, "toy"}, problems),
+                          valueOf(alone, "name", {&host.record, "toy"}, otherProblems))
+                    << alone;
+                ASSERT_EQ(problems, otherProblems) << alone;
+                ASSERT_EQ(listed(cut, problems), listed(alone, otherProblems)) << alone;
             }
         }
     }
