@@ -166,6 +166,10 @@ def the_schema_is_the_file_that_the_tests_use():
     expect(cli.eml("schema", "--schema=1"), 0,
            out=read(os.path.join(HERE, "../../tool/commands/eml-1.schema.json")).decode())
     equal(json.loads(result.out)["properties"]["schema"], {"const": "eml/2"})
+    for subject in ("tree", "compare"):
+        expect(cli.eml("schema", subject), 0,
+               out=read(os.path.join(HERE, f"../../tool/commands/eml-{subject}-1.schema.json")).decode())
+    expect(cli.eml("schema", "x"), 2, "eml: schema: no such subject, x; it is messages, tree or compare\n")
 
 
 @test

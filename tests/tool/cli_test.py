@@ -31,6 +31,7 @@ def schema(version):
 
 
 SCHEMAS = {f"eml/{version}": schema(version) for version in (1, 2)}
+SCHEMAS |= {f"eml-{command}/1": schema(f"{command}-1") for command in ("tree", "compare")}
 SCHEMA = SCHEMAS["eml/2"]
 DEFINITIONS = SCHEMA["definitions"]  # of the schema that a value is held against
 
@@ -124,7 +125,8 @@ def eml(*arguments, stdin=b"", env=None, stdout=subprocess.PIPE, **more):
                          timeout=PATIENCE, **more)
     result = Result(run.returncode, (run.stdout or b"").decode(errors="surrogateescape"),
                     run.stderr.decode(errors="surrogateescape"))
-    if "--json" in arguments and any(command in arguments for command in ("list", "info", "extract")):
+    if "--json" in arguments and any(command in arguments for command in ("list", "info", "extract", "tree",
+                                                                          "compare")):
         for line in result.out.splitlines():
             validate_answer(json.loads(line))
     return result
