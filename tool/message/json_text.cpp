@@ -77,6 +77,7 @@ class Answer {
     void entry(const SubFileEntry& entry);
     void charset(const MessageTree& tree);
     void metadata(const std::vector<MetadataField>& fields);
+    void headers(const std::vector<ListedField>& fields);
     void subFiles(const MessageTree& tree);
 
     Writer& json_;
@@ -155,6 +156,25 @@ void Answer::metadata(const std::vector<MetadataField>& fields) {
     json_.EndObject();
 }
 
+// Bytes after the colon that are no UTF-8 are also given in base64.
+void Answer::headers(const std::vector<ListedField>& fields) {
+    json_.Key("headers");
+    json_.StartArray();
+    for (const ListedField& field : fields) {
+        json_.StartObject();
+        putField(json_, "name", field.name);
+        putField(json_, "text", field.text);
+        putField(json_, "raw", field.raw);
+        if (!isUtf8(field.raw)) putField(json_, "raw_b64", base64(field.raw));
+        json_.Key("offset");
+        json_.Uint64(field.offset);
+        json_.Key("length");
+        json_.Uint64(field.length);
+        json_.EndObject();
+    }
+    json_.EndArray();
+}
+
 void Answer::subFiles(const MessageTree& tree) {
     json_.Key("sub_files");
     json_.StartArray();
@@ -199,6 +219,7 @@ void Answer::message(const MessageTree& tree) {
     json_.Uint64(tree.bytes);
     if (!tree.sha256.empty()) putField(json_, "sha256", tree.sha256);
     metadata(tree.metadata);
+    if (tree.headers && !isFirstSchema()) headers(*tree.headers);
     subFiles(tree);
     if (tree.text) putField(json_, "text", *tree.text);
     json_.EndObject();

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "standalone/message.h"
+#include "tool/message/listed_field.h"
 #include "tool/message/message_file.h"
 #include "tool/message/sub_file_path.h"
 #include "tool/terminal/problem.h"
@@ -71,6 +72,7 @@ struct MessageTree {
     uint64_t bytes = 0;      // the whole message as it is stored
     std::string date;        // as dateText returns it; empty without a readable date
     std::vector<MetadataField> metadata;
+    std::optional<std::vector<ListedField>> headers;  // all fields, in order; nothing unless asked for
     std::vector<SubFileEntry> subFiles;
     std::string sha256;               // of the message as it is stored; empty unless asked for
     std::optional<std::string> text;  // what a person reads, UTF-8; nothing unless asked for
