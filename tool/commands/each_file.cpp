@@ -54,7 +54,9 @@ void printWarnings(Console& console, const std::string& file, const MessageTree&
     }
 }
 
-AnswerForm answerForm(const GlobalOptions& options) { return {options.schema, options.reading}; }
+AnswerForm answerForm(const GlobalOptions& options) {
+    return {options.schema, options.reading, options.allReadings};
+}
 
 ExitCode forEachTree(Console& console, const GlobalOptions& options, const MessageArguments& messages,
                      bool recursive, const std::function<void(const MessageTree& tree)>& print,

@@ -74,6 +74,7 @@ class Answer {
     bool isFirstSchema() const { return form_.schema == 1; }
     void flags(const SubFileEntry& entry);
     void mimeFields(const SubFileEntry& entry);
+    void readings(const std::vector<Reading>& readings);
     void entry(const SubFileEntry& entry);
     void charset(const MessageTree& tree);
     void metadata(const std::vector<MetadataField>& fields);
@@ -103,6 +104,14 @@ void Answer::mimeFields(const SubFileEntry& entry) {
     if (!entry.section.empty()) putField(json_, "section", entry.section);
 }
 
+void Answer::readings(const std::vector<Reading>& readings) {
+    if (!form_.isUnion || isFirstSchema() || readings.empty()) return;
+    json_.Key("readings");
+    json_.StartArray();
+    for (const Reading reading : readings) json_.String(readerWord(reading));
+    json_.EndArray();
+}
+
 void Answer::entry(const SubFileEntry& entry) {
     json_.StartObject();
     json_.Key("number");
@@ -117,6 +126,7 @@ void Answer::entry(const SubFileEntry& entry) {
     mimeFields(entry);
     flags(entry);
     if (!entry.sha256.empty()) putField(json_, "sha256", entry.sha256);
+    readings(entry.readings);
     if (entry.outcome != Outcome::kNone) {
         putField(json_, "outcome", outcomeName(entry.outcome));
         if (!entry.filePath.empty()) putField(json_, "path", entry.filePath);
@@ -225,7 +235,17 @@ void Answer::message(const MessageTree& tree) {
     json_.EndObject();
 }
 
-const char* readerName(Reading reading) {
+void gather(const MessageTree& tree, std::vector<Warning>& warnings, const Problem*& problem) {
+    warnings.insert(warnings.end(), tree.warnings.begin(), tree.warnings.end());
+    for (const SubFileEntry& entry : tree.subFiles) {
+        if (problem == nullptr && entry.problem) problem = &*entry.problem;
+        if (entry.message != nullptr) gather(*entry.message, warnings, problem);
+    }
+}
+
+}  // namespace
+
+const char* readerWord(Reading reading) {
     switch (reading) {
         case Reading::kContainer:
             return "container";
@@ -236,16 +256,6 @@ const char* readerName(Reading reading) {
     }
     return "mime";
 }
-
-void gather(const MessageTree& tree, std::vector<Warning>& warnings, const Problem*& problem) {
-    warnings.insert(warnings.end(), tree.warnings.begin(), tree.warnings.end());
-    for (const SubFileEntry& entry : tree.subFiles) {
-        if (problem == nullptr && entry.problem) problem = &*entry.problem;
-        if (entry.message != nullptr) gather(*entry.message, warnings, problem);
-    }
-}
-
-}  // namespace
 
 std::string withVisibleControls(std::string_view json) {
     std::string result;
@@ -280,7 +290,7 @@ std::string jsonLine(const AnswerForm& form, std::string_view source, const Mess
         json.Uint64(*index);
     }
     json.EndObject();
-    if (form.schema != 1) putField(json, "reader", readerName(form.reading));
+    if (form.schema != 1) putField(json, "reader", form.isUnion ? "all" : readerWord(form.reading));
     putField(json, "status", problem != nullptr ? "error" : warnings.empty() ? "ok" : "warning");
     if (problem != nullptr) putProblem(json, *problem);
     json.Key("warnings");

@@ -56,6 +56,7 @@ struct SubFileEntry {
     bool isTnef = false;                   // known once it was to be opened
     std::unique_ptr<MessageTree> message;  // what is inside an embedded message or a TNEF that was opened
 
+    std::vector<Reading> readings;  // that offer these bytes, where all were asked
     Outcome outcome = Outcome::kNone;
     std::string filePath;
     std::optional<Problem> problem;
