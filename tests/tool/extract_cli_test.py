@@ -91,7 +91,8 @@ def fields_of_several_messages():
     write("empty.eml", b"")
     expect(eml("info", "--headers=all", "box.mbox", "empty.eml"), 1, "eml: empty.eml: the file is empty\n",
            "box.mbox#1:\nSubject: 1\n\nbox.mbox#2:\nSubject: 2\n")
-    rows = [json.loads(line) for line in eml("--json", "info", "--headers=all", "box.mbox", "empty.eml").out.splitlines()]
+    lines = eml("--json", "info", "--headers=all", "box.mbox", "empty.eml").out.splitlines()
+    rows = [json.loads(line) for line in lines]
     equal([row["message"]["headers"][0]["text"] for row in rows[:2]], ["1", "2"])
     equal(("message" in rows[2], rows[2]["error"]["code"]), (False, "empty"))
 
@@ -199,8 +200,8 @@ def a_folder_for_each_message():
     equal(os.listdir("here"), ["0001-one"])
     expect(eml("extract", "-q", "--per-message", "-l", "-o", "planned", "A"), 0)
     equal(os.path.exists("planned"), False)
-    path = json.loads(eml("--json", "extract", "--per-message", "-l", "A/one.eml").out)["message"]["sub_files"][1]["path"]
-    equal(path, "0001-one/a.txt")
+    answer = json.loads(eml("--json", "extract", "--per-message", "-l", "A/one.eml").out)
+    equal(answer["message"]["sub_files"][1]["path"], "0001-one/a.txt")
     # The number does not depend on what can be read.
     write("A/again.eml", b"")
     write("A/jpg", b"\xff\xd8")
@@ -210,8 +211,8 @@ def a_folder_for_each_message():
 
 @test
 def names_of_the_folders_are_safe():
-    names = ["..eml", "\x1b[2J.eml", "-rf.eml", "x" * 251 + ".eml", "ü" * 125 + ".eml", os.fsdecode(b"a\xffb.eml"), "a b.EML",
-             "1700.M1.host:2,S", ".eml", "\u202etxt.eml"]
+    names = ["..eml", "\x1b[2J.eml", "-rf.eml", "x" * 251 + ".eml", "ü" * 125 + ".eml",
+             os.fsdecode(b"a\xffb.eml"), "a b.EML", "1700.M1.host:2,S", ".eml", "\u202etxt.eml"]
     os.mkdir("A")
     for name in names:
         write(f"A/{name}", ONE)
@@ -415,7 +416,8 @@ def the_manifest_on_standard_output():
     equal(result.out.replace("out/", "out2/"), read("file").decode())
     both = "both want standard output"
     for arguments, text in ((("--json", "extract", "--manifest=-"), f"--json and --manifest=- {both}"),
-                            (("extract", "-l", "--manifest=x"), "--manifest lists what is written, and -l writes nothing"),
+                            (("extract", "-l", "--manifest=x"),
+                             "--manifest lists what is written, and -l writes nothing"),
                             (("extract", "-o", "-", "--manifest=x"), "-o - writes no file that --manifest could list"),
                             (("extract", "-o", "-", "--per-message"),
                              "--per-message makes folders; name one for them with -o")):
@@ -463,8 +465,8 @@ def all_readings_together_give_each_content_once():
     for path, row in rows.items():
         equal(hashlib.sha256(read(path)).hexdigest(), row["sha256"], path)
     compared = json.loads(eml("--json", "compare", "m.eml").out)["contents"]
-    offered = {c[reader]["sha256"] for c in compared for reader in ("mime", "container", "filter") if c[reader].get("sha256")}
-    equal({row["sha256"] for row in rows.values()}, offered)
+    offered = {content[reader].get("sha256") for content in compared for reader in ("mime", "container", "filter")}
+    equal({row["sha256"] for row in rows.values()}, offered - {None})
 
 
 @test

@@ -29,9 +29,8 @@ void declareGlobalOptions(CLI::App& app, GlobalArguments& arguments) {
     app.add_flag("--json", arguments.json, "answer in JSON, one line for each message");
     app.add_option("--color", arguments.color, "auto (the default), always or never; NO_COLOR is honoured")
         ->type_name("WHEN");
-    app.add_option(
-           "--reader", arguments.reader,
-           "mime (the default), container or filter: what hosts of that reader get; or all")
+    app.add_option("--reader", arguments.reader,
+                   "mime (the default), container or filter: what hosts of that reader get; or all")
         ->type_name("NAME");
     app.add_option("--schema", arguments.schema, "version of the JSON answers: 2 (the default) or 1")
         ->type_name("N");

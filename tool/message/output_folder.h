@@ -9,7 +9,7 @@
 
 namespace emltool {
 
-// The name of a folder for the files of one message: its number, counted over all that are read, its file, and its place
+// The name of a folder for the files of one message: its number among all that are read, its file, and its place
 // in an mbox. "0017-letter", "0003-box-3".
 std::string messageFolderName(const MessageSource& source, size_t number);
 
