@@ -482,6 +482,15 @@ def what_not_all_readings_have_is_noted():
 
 
 @test
+def what_a_reading_shows_as_text_is_no_file_of_it():
+    named = b"Content-Type: text/plain; name=x.txt\n\nhello\n"
+    write("m.eml", b"From: a@example.org\nMIME-Version: 1.0\nContent-Type: multipart/mixed; boundary=b\n\n--b\n" + named
+          + b"--b--\n")
+    expect(eml("extract", "-l", "m.eml"), 0, out="no attachments\n")
+    equal(eml("extract", "-l", "--reader=all", "m.eml").out.splitlines()[0], "x.txt      5 B   (only container)")
+
+
+@test
 def all_readings_of_protected_messages():
     write("signed.eml", signed(mixed(part("inner.txt", b"inner"))))
     write("encrypted.eml", cli.ENCRYPTED)
