@@ -126,7 +126,7 @@ def a_file_with_a_number_in_its_name_comes_first():
 @test
 def commands_that_take_one_message():
     write("my box.mbox", BOX)
-    for command in (("render",), ("records",), ("extract", "-n", "1", "-o", "out")):
+    for command in (("render",), ("records",), ("extract", "-n", "1", "-o", "-")):
         expect(eml(*command, "my box.mbox"), 2,
                f"eml: my box.mbox: is an mbox of 3 messages, and {command[0]} takes one; "
                "name it: 'my box.mbox'#1 to 'my box.mbox'#3\n", "")

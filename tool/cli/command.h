@@ -19,6 +19,7 @@ struct GlobalOptions {
     bool json = false;
     int schema = 2;  // of the answers in JSON: 1 or 2
     Reading reading = Reading::kMime;
+    bool allReadings = false;  // --reader=all; `reading` is kMime then
 };
 
 // One command with its options.
@@ -40,6 +41,7 @@ struct Command {
     std::unique_ptr<CommandRun> (*declare)(CLI::App& app);
     // Its options, or arguments, that take one of a few words.
     std::span<const Choices> choices = {};
+    bool takesAllReadings = false;  // has something to do for --reader=all
 };
 
 extern const Command kShowCommand;

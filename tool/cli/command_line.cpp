@@ -191,7 +191,9 @@ ExitCode runParsed(CLI::App& app, Parsed& parsed, Console& console) {
     GlobalOptions options;
     options.json = parsed.global.json;
     options.schema = kSchemaChoices.parse(parsed.global.schema) == 0 ? 1 : 2;
-    options.reading = static_cast<Reading>(kReaderChoices.parse(parsed.global.reader));
+    const size_t reader = kReaderChoices.parse(parsed.global.reader);
+    options.allReadings = reader == kReaderChoices.words.size() - 1;
+    options.reading = options.allReadings ? Reading::kMime : static_cast<Reading>(reader);
     Verbosity verbosity = parsed.global.quiet     ? Verbosity::kQuiet
                           : parsed.global.verbose ? Verbosity::kVerbose
                                                   : Verbosity::kNormal;
@@ -204,6 +206,11 @@ ExitCode runParsed(CLI::App& app, Parsed& parsed, Console& console) {
     }
     if (parsed.global.version) return kVersionCommand.declare(app)->run(console, options);
     if (parsed.run == nullptr) throw usageProblem("no command given; see \"eml --help\"");
+    if (options.allReadings && !parsed.command->takesAllReadings) {
+        throw usageProblem(
+            formatted("--reader=all is for extract; {} gives one reading at a time, or see \"eml compare\"",
+                      parsed.command->name));
+    }
     return parsed.run->run(console, options);
 }
 

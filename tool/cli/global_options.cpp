@@ -8,7 +8,7 @@ namespace emltool {
 namespace {
 
 constexpr std::array<std::string_view, 3> kColorWords = {"auto", "always", "never"};
-constexpr std::array<std::string_view, 3> kReaderWords = {"mime", "container", "filter"};
+constexpr std::array<std::string_view, 4> kReaderWords = {"mime", "container", "filter", "all"};
 constexpr std::array<std::string_view, 2> kSchemaWords = {"1", "2"};
 
 // One after the other, so that the completions can have them as a span.
@@ -30,7 +30,7 @@ void declareGlobalOptions(CLI::App& app, GlobalArguments& arguments) {
     app.add_option("--color", arguments.color, "auto (the default), always or never; NO_COLOR is honoured")
         ->type_name("WHEN");
     app.add_option("--reader", arguments.reader,
-                   "mime (the default), or what the container reader or the message filter would give")
+                   "mime (the default), container or filter: what hosts of that reader get; or all")
         ->type_name("NAME");
     app.add_option("--schema", arguments.schema, "version of the JSON answers: 2 (the default) or 1")
         ->type_name("N");

@@ -15,7 +15,7 @@ namespace emltool {
 // Of --color, in the order of ColorChoice.
 extern const Choices kColorChoices;
 
-// Of --reader, in the order of Reading.
+// Of --reader, in the order of Reading, and all of them.
 extern const Choices kReaderChoices;
 
 // Of --schema.

@@ -54,15 +54,19 @@ void printWarnings(Console& console, const std::string& file, const MessageTree&
     }
 }
 
-AnswerForm answerForm(const GlobalOptions& options) { return {options.schema, options.reading}; }
+AnswerForm answerForm(const GlobalOptions& options) {
+    return {options.schema, options.reading, options.allReadings};
+}
 
 ExitCode forEachTree(Console& console, const GlobalOptions& options, const MessageArguments& messages,
-                     bool recursive, const std::function<void(const MessageTree& tree)>& print) {
+                     bool recursive, const std::function<void(const MessageTree& tree)>& print,
+                     const TreeWork& complete) {
     FileHeadings headings(console, messages.files().size());
     auto work = [&](const MessageSource& source) {
         MessageFile file(source, messages.force());
         SizeVisitor visitor(recursive);
-        const MessageTree tree = readTree(file, visitor, options.reading);
+        MessageTree tree = readTree(file, visitor, options.reading);
+        if (complete) complete(file, tree);
         printWarnings(console, file.name(), tree);
         if (options.json) {
             console.print(jsonLine(answerForm(options), source.path, &tree, nullptr, source.index));

@@ -15,6 +15,7 @@
 namespace emltool {
 
 using MessageWork = std::function<void(const MessageSource& source)>;
+using TreeWork = std::function<void(MessageFile& file, MessageTree& tree)>;
 using MessageFailure = std::function<void(const MessageSource& source, const Problem& problem)>;
 
 // Does the work for each message of each file. A Problem is reported, after `onProblem`, if there is one, has seen
@@ -39,8 +40,10 @@ class FileHeadings {
 
 // Reads each message with the sizes of its attachments, and with `recursive` the messages inside it, warns, and
 // prints it: in JSON if the options ask for that, otherwise by `print`, after its heading.
+// `complete` adds to a tree what only this command asks for.
 ExitCode forEachTree(Console& console, const GlobalOptions& options, const MessageArguments& messages,
-                     bool recursive, const std::function<void(const MessageTree& tree)>& print);
+                     bool recursive, const std::function<void(const MessageTree& tree)>& print,
+                     const TreeWork& complete = nullptr);
 
 // What --schema and --reader say about answers in JSON.
 AnswerForm answerForm(const GlobalOptions& options);

@@ -1,10 +1,13 @@
 // eml info: who, when and what of a message.
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
 
 #include "standalone/charsets.h"
 #include "tool/cli/command.h"
 #include "tool/commands/each_file.h"
 #include "tool/commands/message_arguments.h"
+#include "tool/message/field_list.h"
 #include "tool/message/tree.h"
 #include "tool/text/format.h"
 #include "tool/text/visible_text.h"
@@ -12,6 +15,9 @@
 namespace emltool {
 
 namespace {
+
+constexpr std::array<std::string_view, 2> kHeaderWords = {"main", "all"};
+constexpr Choices kHeaderChoices{"headers", "choice", kHeaderWords};
 
 constexpr size_t kFieldNameWidth = 14;
 
@@ -49,20 +55,56 @@ void printTree(Console& console, const MessageTree& tree, Reading reading) {
     }
 }
 
+// The tabs are mostly those of folded lines.
+void printFields(Console& console, const std::vector<ListedField>& fields) {
+    for (const ListedField& field : fields) {
+        std::string text = field.text;
+        std::ranges::replace(text, '\t', ' ');
+        console.print(console.style().label(visible(field.name) + ":") + " " + visible(text) + "\n");
+    }
+}
+
+void addFields(MessageFile& file, MessageTree& tree) {
+    withMime(file, [&tree](const emlreader::mime::Message& message) { tree.headers = fieldList(message); });
+    file.checkReads();
+}
+
 class InfoRun final : public CommandRun {
   public:
     explicit InfoRun(CLI::App& app) : messages_(app, MessageArguments::Count::kMany) {
+        app.add_option("--headers", headers_,
+                       "main (the default), or all: each field of the header, decoded, in order")
+            ->type_name("WHICH");
         messages_.declareForce(app);
     }
 
     ExitCode run(Console& console, const GlobalOptions& options) override {
         messages_.check();
-        return forEachTree(console, options, messages_, false,
-                           [&](const MessageTree& tree) { printTree(console, tree, options.reading); });
+        const bool all = kHeaderChoices.parse(headers_) == 1;
+        if (all) checkAll(options);
+        const auto print = [&](const MessageTree& tree) {
+            if (tree.headers) {
+                printFields(console, *tree.headers);
+            } else {
+                printTree(console, tree, options.reading);
+            }
+        };
+        return forEachTree(console, options, messages_, false, print, all ? TreeWork(addFields) : nullptr);
     }
 
   private:
+    static void checkAll(const GlobalOptions& options) {
+        if (options.reading != Reading::kMime) {
+            throw usageProblem(
+                "--headers=all lists the fields as the MIME reader has them; --reader does not apply");
+        }
+        if (options.json && options.schema == 1) {
+            throw usageProblem("--headers=all is not in version 1 of the answers; leave out --schema=1");
+        }
+    }
+
     MessageArguments messages_;
+    std::string headers_ = "main";
 };
 
 std::unique_ptr<CommandRun> declareInfo(CLI::App& app) { return std::make_unique<InfoRun>(app); }
@@ -70,12 +112,19 @@ std::unique_ptr<CommandRun> declareInfo(CLI::App& app) { return std::make_unique
 }  // namespace
 
 const Command kInfoCommand = {
-    "info", "who, when and what: metadata, charset, date, attachments", "FILE...",
+    "info",
+    "who, when and what: metadata, charset, date, attachments",
+    "FILE...",
     "Fields are decoded to UTF-8. The date is the time of sending by the sender's clock, with\n"
-    "the time zone that the message names, or -00:00. --json gives one line for each message.\n\n"
+    "the time zone that the message names, or -00:00. --json gives one line for each message.\n"
+    "--headers=all gives all fields instead, one line each, also those that stand there more than once; of "
+    "a\n"
+    "signed message, those outside of the signature. In JSON they have their bytes and their place, too.\n\n"
     "Examples:\n"
     "  eml info message.eml\n"
+    "  eml info --headers=all message.eml | grep ^Received:\n"
     "  eml --json info *.eml | jq -r .message.metadata.subject\n",
-    declareInfo};
+    declareInfo,
+    {&kHeaderChoices, 1}};
 
 }  // namespace emltool

@@ -54,8 +54,8 @@ void MessageArguments::check() {
     }
 }
 
-MessageSources MessageArguments::messagesOf(const std::string& file) const {
-    return standardInput_ != nullptr ? MessageSources(file, standardInput_) : MessageSources(file);
+MessageSources MessageArguments::messagesOf(const std::string& file, MessageSources::Folders folders) const {
+    return standardInput_ != nullptr ? MessageSources(file, standardInput_) : MessageSources(file, folders);
 }
 
 MessageSource MessageArguments::message() const {

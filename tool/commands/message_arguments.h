@@ -31,7 +31,8 @@ class MessageArguments {
     const std::vector<std::string>& files() const { return files_; }
 
     // The messages of one of files().
-    MessageSources messagesOf(const std::string& file) const;
+    MessageSources messagesOf(const std::string& file,
+                              MessageSources::Folders folders = MessageSources::Folders::kRefuse) const;
 
     // The file of a command that takes one.
     const std::string& file() const { return files_.front(); }

@@ -325,7 +325,7 @@ std::vector<FoundContent> unionOf(const Comparison& comparison) {
     for (size_t reading = 0; reading < kReadings; ++reading) {
         for (const ContentRow& row : comparison.contents) {
             const std::optional<Sighting>& one = row.sightings[reading];
-            if (!one || !one->isInFile) continue;
+            if (!one || !one->isInFile || row.marks[reading] == Mark::kText) continue;  // a text, no file
             const auto [place, isNew] = known.try_emplace(one->sha256, contents.size());
             if (isNew) {
                 std::string name = one->name.empty() ? row.name() : one->name;

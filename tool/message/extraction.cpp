@@ -4,10 +4,10 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <filesystem>
 
-#include "tool/system/ending_signals.h"
+#include "tool/system/pending_file.h"
 #include "tool/text/format.h"
+#include "tool/text/sha256.h"
 
 namespace emltool {
 
@@ -33,28 +33,32 @@ Problem conflict(const std::string& path) {
             "already exists, not overwritten; choose --on-conflict=rename, skip or overwrite"};
 }
 
-// A file under its temporary name, which a signal removes.
-class PendingFile {
+// Passes everything on to another output, and computes the digest.
+class DigestedOutput final : public emlhost::Output {
   public:
-    explicit PendingFile(const std::string& folder) {
-        SignalsHeldBack heldBack;
-        output_ = emlhost::FileOutput::create(folder, error_);
-        if (output_ != nullptr) removeOnSignal(output_->temporaryPath());
-    }
-    ~PendingFile() {
-        SignalsHeldBack heldBack;
-        output_.reset();
-        removeOnSignal("");
-    }
-    PendingFile(const PendingFile&) = delete;
-    PendingFile& operator=(const PendingFile&) = delete;
+    explicit DigestedOutput(emlhost::Output& target)
+        : Output(Seeking::kNotAtAll), target_(target), object_(target.object()) {}
 
-    emlhost::FileOutput* output() { return output_.get(); }
-    const std::error_code& error() const { return error_; }
+    std::string digest() { return hexText(hash_.finish()); }
 
   private:
-    std::error_code error_;
-    std::unique_ptr<emlhost::FileOutput> output_;
+    int put(uint64_t, std::span<const uint8_t> bytes) noexcept override {
+        object_->write(object_, bytes.data(), static_cast<uint32_t>(bytes.size()));
+        hash_.update(bytes);
+        return target_.error().value();
+    }
+    int finish() noexcept override {
+        object_->close(object_);
+        return target_.error().value();
+    }
+    int restart() noexcept override {
+        hash_ = Sha256();
+        return object_->open(object_) != 0 ? 0 : EIO;
+    }
+
+    emlhost::Output& target_;
+    EmlIOobj* object_;
+    Sha256 hash_;
 };
 
 }  // namespace
@@ -99,12 +103,6 @@ std::vector<std::string> Selection::notFound() const {
     return missing;
 }
 
-Extractor::Extractor(MessageFile& file, Selection& selection, ExtractionOptions options)
-    : file_(file), selection_(selection), options_(std::move(options)) {
-    while (options_.folder.size() > 1 && options_.folder.ends_with('/')) options_.folder.pop_back();
-    if (options_.folder == ".") options_.folder.clear();
-}
-
 void Extractor::visit(SubFileContent& content, SubFileEntry& entry) {
     if (!selection_.wants(entry.path)) return;
     try {
@@ -121,14 +119,14 @@ void Extractor::extract(SubFileContent& content, SubFileEntry& entry) {
         std::string text = formatted("sub-file {}: only its name is in the message", dotted(entry.path));
         throw Problem(ExitCode::kNoSubFile, "not-in-file", file_.name(), text);
     }
-    entry.safeName = names_.take(safeName(entry.name, dotted(entry.path)));
-    entry.filePath = pathOf(entry.safeName);
+    entry.safeName = folder_.names().take(safeName(entry.name, dotted(entry.path)));
+    entry.filePath = folder_.pathOf(entry.safeName);
     if (options_.onlyPlan) {
         entry.size = decodedSize(content);
         entry.outcome = Outcome::kPlanned;
         return;
     }
-    prepareFolder();
+    folder_.prepare();
     // The commit checks again; checking here saves the work.
     bool keeps = options_.onConflict == OnConflict::kFail || options_.onConflict == OnConflict::kSkip;
     if (keeps && exists(entry.filePath)) {
@@ -136,12 +134,18 @@ void Extractor::extract(SubFileContent& content, SubFileEntry& entry) {
         entry.outcome = Outcome::kSkipped;
         return;
     }
-    PendingFile pending(options_.folder);
+    PendingFile pending(folder_.path());
     if (pending.output() == nullptr) {
-        throw cannotWrite(options_.folder.empty() ? entry.filePath : options_.folder, pending.error(), false);
+        throw cannotWrite(folder_.path().empty() ? entry.filePath : folder_.path(), pending.error(), false);
     }
-    emlhost::FileOutput& output = *pending.output();
-    emlhost::Extraction extraction = content.extract(output);
+    write(content, *pending.output(), entry);
+    commit(pending, entry);
+    if (entry.outcome == Outcome::kWritten && options_.onWritten) options_.onWritten(entry);
+}
+
+void Extractor::write(SubFileContent& content, emlhost::FileOutput& output, SubFileEntry& entry) {
+    DigestedOutput digested(output);
+    emlhost::Extraction extraction = options_.digest ? content.extract(digested) : content.extract(output);
     file_.checkReads();
     if (output.error()) throw cannotWrite(entry.filePath, output.error(), true);
     if (extraction.status == EML_NO_MEMORY) throw outOfMemory(file_.name());
@@ -151,18 +155,16 @@ void Extractor::extract(SubFileContent& content, SubFileEntry& entry) {
                                 extraction.status));
     }
     entry.size = output.size();
-    commit(output, entry);
+    if (options_.digest) entry.sha256 = digested.digest();
 }
 
-void Extractor::commit(emlhost::FileOutput& output, SubFileEntry& entry) {
+void Extractor::commit(PendingFile& pending, SubFileEntry& entry) {
     bool overwrite = options_.onConflict == OnConflict::kOverwrite;
     auto policy = overwrite ? emlhost::CommitPolicy::kReplace : emlhost::CommitPolicy::kKeepExisting;
     std::string wanted = entry.safeName;
     for (;;) {
-        SignalsHeldBack heldBack;
-        std::error_code error = output.commit(entry.safeName, policy);
+        std::error_code error = pending.commit(entry.safeName, policy);
         if (!error) {
-            removeOnSignal("");
             entry.outcome = Outcome::kWritten;
             return;
         }
@@ -174,25 +176,9 @@ void Extractor::commit(emlhost::FileOutput& output, SubFileEntry& entry) {
             entry.outcome = Outcome::kSkipped;
             return;
         }
-        entry.safeName = names_.take(wanted);
-        entry.filePath = pathOf(entry.safeName);
+        entry.safeName = folder_.names().take(wanted);
+        entry.filePath = folder_.pathOf(entry.safeName);
     }
-}
-
-void Extractor::prepareFolder() {
-    if (folderReady_ || options_.folder.empty()) return;
-    std::error_code error;
-    std::filesystem::create_directories(options_.folder, error);
-    if (error) {
-        throw Problem(ExitCode::kOutput, "cannot-create-folder", options_.folder,
-                      "the folder cannot be created: " + describe(error));
-    }
-    folderReady_ = true;
-}
-
-std::string Extractor::pathOf(const std::string& name) const {
-    if (options_.folder.empty()) return name;
-    return options_.folder + (options_.folder == "/" ? "" : "/") + name;
 }
 
 }  // namespace emltool

@@ -1,14 +1,17 @@
 // Sub-files written to disk.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "standalone/file_output.h"
+#include "tool/message/output_folder.h"
 #include "tool/message/tree.h"
-#include "tool/text/safe_name.h"
 
 namespace emltool {
+
+class PendingFile;
 
 // What happens if a file with the new name exists already.
 enum class OnConflict { kRename, kSkip, kOverwrite, kFail };
@@ -42,30 +45,31 @@ class Selection {
 };
 
 struct ExtractionOptions {
-    std::string folder;  // "" is the current one
     OnConflict onConflict = OnConflict::kFail;
     bool onlyPlan = false;
+    bool digest = false;  // also of what is written
+    std::function<void(const SubFileEntry& entry)>
+        onWritten;  // as soon as the file has its name; may be empty
 };
 
 // Writes each chosen attachment into a file of the folder. A failure is noted in the entry.
 class Extractor final : public AttachmentVisitor {
   public:
-    Extractor(MessageFile& file, Selection& selection, ExtractionOptions options);
+    Extractor(MessageFile& file, Selection& selection, const ExtractionOptions& options, OutputFolder& folder)
+        : file_(file), selection_(selection), options_(options), folder_(folder) {}
 
     void visit(SubFileContent& content, SubFileEntry& entry) override;
     bool opens(const SubFileEntry& entry) const override { return selection_.reachesInto(entry.path); }
 
   private:
     void extract(SubFileContent& content, SubFileEntry& entry);
-    void commit(emlhost::FileOutput& output, SubFileEntry& entry);
-    void prepareFolder();
-    std::string pathOf(const std::string& name) const;
+    void write(SubFileContent& content, emlhost::FileOutput& output, SubFileEntry& entry);
+    void commit(PendingFile& pending, SubFileEntry& entry);
 
     MessageFile& file_;
     Selection& selection_;
-    ExtractionOptions options_;
-    NameSet names_;
-    bool folderReady_ = false;
+    const ExtractionOptions& options_;
+    OutputFolder& folder_;
 };
 
 }  // namespace emltool

@@ -6,16 +6,9 @@
 #include <string>
 #include <vector>
 
-namespace emltool {
+#include "tool/message/listed_field.h"
 
-struct ListedField {
-    std::string name;  // as written: "SUBJECT"
-    std::string
-        text;  // UTF-8: addresses and dates in one form each, anything else unfolded, its words decoded
-    std::string raw;      // the bytes after the colon, folding included
-    uint64_t offset = 0;  // of the whole field in the file
-    uint64_t length = 0;
-};
+namespace emltool {
 
 // The fields of a part, duplicates included; part 0 is the message.
 std::vector<ListedField> fieldList(const emlreader::mime::Message& message, uint32_t part = 0);

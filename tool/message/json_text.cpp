@@ -74,9 +74,11 @@ class Answer {
     bool isFirstSchema() const { return form_.schema == 1; }
     void flags(const SubFileEntry& entry);
     void mimeFields(const SubFileEntry& entry);
+    void readings(const std::vector<Reading>& readings);
     void entry(const SubFileEntry& entry);
     void charset(const MessageTree& tree);
     void metadata(const std::vector<MetadataField>& fields);
+    void headers(const std::vector<ListedField>& fields);
     void subFiles(const MessageTree& tree);
 
     Writer& json_;
@@ -102,6 +104,14 @@ void Answer::mimeFields(const SubFileEntry& entry) {
     if (!entry.section.empty()) putField(json_, "section", entry.section);
 }
 
+void Answer::readings(const std::vector<Reading>& readings) {
+    if (!form_.isUnion || isFirstSchema() || readings.empty()) return;
+    json_.Key("readings");
+    json_.StartArray();
+    for (const Reading reading : readings) json_.String(readerWord(reading));
+    json_.EndArray();
+}
+
 void Answer::entry(const SubFileEntry& entry) {
     json_.StartObject();
     json_.Key("number");
@@ -116,6 +126,7 @@ void Answer::entry(const SubFileEntry& entry) {
     mimeFields(entry);
     flags(entry);
     if (!entry.sha256.empty()) putField(json_, "sha256", entry.sha256);
+    readings(entry.readings);
     if (entry.outcome != Outcome::kNone) {
         putField(json_, "outcome", outcomeName(entry.outcome));
         if (!entry.filePath.empty()) putField(json_, "path", entry.filePath);
@@ -153,6 +164,25 @@ void Answer::metadata(const std::vector<MetadataField>& fields) {
         if (field.raw) putField(json_, lowerCase(field.name).c_str(), base64(*field.raw));
     }
     json_.EndObject();
+}
+
+// Bytes after the colon that are no UTF-8 are also given in base64.
+void Answer::headers(const std::vector<ListedField>& fields) {
+    json_.Key("headers");
+    json_.StartArray();
+    for (const ListedField& field : fields) {
+        json_.StartObject();
+        putField(json_, "name", field.name);
+        putField(json_, "text", field.text);
+        putField(json_, "raw", field.raw);
+        if (!isUtf8(field.raw)) putField(json_, "raw_b64", base64(field.raw));
+        json_.Key("offset");
+        json_.Uint64(field.offset);
+        json_.Key("length");
+        json_.Uint64(field.length);
+        json_.EndObject();
+    }
+    json_.EndArray();
 }
 
 void Answer::subFiles(const MessageTree& tree) {
@@ -199,21 +229,10 @@ void Answer::message(const MessageTree& tree) {
     json_.Uint64(tree.bytes);
     if (!tree.sha256.empty()) putField(json_, "sha256", tree.sha256);
     metadata(tree.metadata);
+    if (tree.headers && !isFirstSchema()) headers(*tree.headers);
     subFiles(tree);
     if (tree.text) putField(json_, "text", *tree.text);
     json_.EndObject();
-}
-
-const char* readerName(Reading reading) {
-    switch (reading) {
-        case Reading::kContainer:
-            return "container";
-        case Reading::kFilter:
-            return "filter";
-        case Reading::kMime:
-            break;
-    }
-    return "mime";
 }
 
 void gather(const MessageTree& tree, std::vector<Warning>& warnings, const Problem*& problem) {
@@ -225,6 +244,18 @@ void gather(const MessageTree& tree, std::vector<Warning>& warnings, const Probl
 }
 
 }  // namespace
+
+const char* readerWord(Reading reading) {
+    switch (reading) {
+        case Reading::kContainer:
+            return "container";
+        case Reading::kFilter:
+            return "filter";
+        case Reading::kMime:
+            break;
+    }
+    return "mime";
+}
 
 std::string withVisibleControls(std::string_view json) {
     std::string result;
@@ -259,7 +290,7 @@ std::string jsonLine(const AnswerForm& form, std::string_view source, const Mess
         json.Uint64(*index);
     }
     json.EndObject();
-    if (form.schema != 1) putField(json, "reader", readerName(form.reading));
+    if (form.schema != 1) putField(json, "reader", form.isUnion ? "all" : readerWord(form.reading));
     putField(json, "status", problem != nullptr ? "error" : warnings.empty() ? "ok" : "warning");
     if (problem != nullptr) putProblem(json, *problem);
     json.Key("warnings");

@@ -14,7 +14,11 @@ namespace emltool {
 struct AnswerForm {
     int schema = 2;
     Reading reading = Reading::kMime;
+    bool isUnion = false;  // of all readings
 };
+
+// "mime", "container", "filter".
+const char* readerWord(Reading reading);
 
 // The line for the message `source`, with its line end. `index` says which message of that file it is, if
 // there are several. `tree` is NULL if it could not be read, as `problem` then explains. Fields are only ever

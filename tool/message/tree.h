@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "standalone/message.h"
+#include "tool/message/listed_field.h"
 #include "tool/message/message_file.h"
 #include "tool/message/sub_file_path.h"
 #include "tool/terminal/problem.h"
@@ -55,6 +56,7 @@ struct SubFileEntry {
     bool isTnef = false;                   // known once it was to be opened
     std::unique_ptr<MessageTree> message;  // what is inside an embedded message or a TNEF that was opened
 
+    std::vector<Reading> readings;  // that offer these bytes, where all were asked
     Outcome outcome = Outcome::kNone;
     std::string filePath;
     std::optional<Problem> problem;
@@ -71,6 +73,7 @@ struct MessageTree {
     uint64_t bytes = 0;      // the whole message as it is stored
     std::string date;        // as dateText returns it; empty without a readable date
     std::vector<MetadataField> metadata;
+    std::optional<std::vector<ListedField>> headers;  // all fields, in order; nothing unless asked for
     std::vector<SubFileEntry> subFiles;
     std::string sha256;               // of the message as it is stored; empty unless asked for
     std::optional<std::string> text;  // what a person reads, UTF-8; nothing unless asked for

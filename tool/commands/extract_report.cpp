@@ -1,0 +1,111 @@
+#include "tool/commands/extract_report.h"
+
+#include <algorithm>
+
+#include "tool/message/json_text.h"
+#include "tool/text/format.h"
+#include "tool/text/size_text.h"
+#include "tool/text/visible_text.h"
+
+namespace emltool {
+
+namespace {
+
+constexpr size_t kAllReadings = 3;
+
+std::string plural(size_t count, std::string_view noun) {
+    return formatted("{} {}{}", count, noun, count == 1 ? "" : "s");
+}
+
+void gatherResults(const MessageTree& tree, std::vector<const SubFileEntry*>& results) {
+    for (const SubFileEntry& entry : tree.subFiles) {
+        if (entry.outcome != Outcome::kNone) results.push_back(&entry);
+        if (entry.message != nullptr) gatherResults(*entry.message, results);
+    }
+}
+
+// That only some of the readings offer the file, where all were asked.
+std::string readingsNote(const SubFileEntry& entry) {
+    std::vector<std::string> words;
+    for (const Reading reading : entry.readings) words.emplace_back(readerWord(reading));
+    const bool isPlain = entry.readings.empty() || entry.readings.size() == kAllReadings;
+    return isPlain ? "" : formatted("only {}", joined(words, " and "));
+}
+
+std::string noteOf(const SubFileEntry& entry, bool isUnion) {
+    std::vector<std::string> notes;
+    if (entry.outcome == Outcome::kSkipped) {
+        notes.emplace_back("skipped, the file exists");
+    } else if (entry.safeName != entry.name) {
+        notes.push_back(formatted("renamed; the message said {}", visible(entry.name)));
+    }
+    if (entry.path.size() > 1) notes.push_back("sub-file " + dotted(entry.path));
+    if (const std::string note = isUnion ? readingsNote(entry) : ""; !note.empty()) notes.push_back(note);
+    return joined(notes, "; ");
+}
+
+bool isListed(const SubFileEntry* entry) { return entry->outcome != Outcome::kFailed; }
+
+}  // namespace
+
+std::vector<const SubFileEntry*> resultsOf(const MessageTree& tree) {
+    std::vector<const SubFileEntry*> results;
+    gatherResults(tree, results);
+    return results;
+}
+
+void ExtractReport::printRows(const std::vector<const SubFileEntry*>& results) const {
+    const Style& style = console_.style();
+    size_t pathWidth = 0;
+    for (const SubFileEntry* entry : results) {
+        if (isListed(entry)) pathWidth = std::max(pathWidth, displayWidth(visible(entry->filePath)));
+    }
+    for (const SubFileEntry* entry : results) {
+        if (!isListed(entry)) continue;
+        std::string path = visible(entry->filePath);
+        uint64_t size = entry->size.value_or(0);
+        std::string sizeText = console_.verbose() ? formatted("{} B ", size) : humanSize(size);
+        std::string note = noteOf(*entry, isUnion_);
+        if (entry->outcome == Outcome::kSkipped) sizeText = "-   ";
+        std::string row = formatted("{}{:{}}  {:>8}", path, "", pathWidth - displayWidth(path), sizeText);
+        if (!note.empty()) row += "  " + style.note("(" + note + ")");
+        while (row.ends_with(' ')) row.pop_back();
+        console_.print(row + "\n");
+    }
+}
+
+void ExtractReport::count(const std::vector<const SubFileEntry*>& results) {
+    ++messages_;
+    if (!results.empty()) ++messagesWithFiles_;
+    for (const SubFileEntry* entry : results) {
+        if (!isListed(entry)) continue;
+        ++(entry->outcome == Outcome::kSkipped ? skipped_ : written_);
+        bytes_ += entry->size.value_or(0);
+    }
+}
+
+void ExtractReport::printSum(bool ofMany) const {
+    std::string text = sum();
+    if (ofMany && !text.empty()) {
+        text += formatted(", from {} of {}", messagesWithFiles_, plural(messages_, "message"));
+    } else if (ofMany && messagesWithFiles_ == 0) {
+        text = formatted("no attachments in {}", plural(messages_, "message"));
+    }
+    if (!text.empty()) console_.print(console_.style().note(text) + "\n");
+}
+
+std::string ExtractReport::sum() const {
+    std::string text;
+    if (written_ > 0) {
+        std::string size = humanSize(bytes_);
+        while (size.ends_with(' ')) size.pop_back();
+        bool here = folder_.empty() || folder_ == "." || folder_ == "-";
+        text = formatted("{}, {}, {} to {}", plural(written_, "attachment"), size,
+                         onlyList_ ? "would be written" : "written",
+                         here ? "the current folder" : visible(folder_));
+    }
+    if (skipped_ > 0) text += formatted("{}{} skipped", text.empty() ? "" : "; ", skipped_);
+    return text;
+}
+
+}  // namespace emltool
