@@ -21,7 +21,7 @@ constexpr std::array<std::string_view, 6> kMessageExtensions = {".eml", ".mbox",
 
 std::string stemOf(const std::string& path) {
     if (path == "-") return "stdin";
-    const std::string name = fs::path(path).filename().string();
+    std::string name = fs::path(path).filename().string();
     for (const std::string_view extension : kMessageExtensions) {
         const bool hasStem = name.size() > extension.size();
         if (hasStem && lowerCase(name).ends_with(extension))
