@@ -15,12 +15,12 @@ form outside a sandbox.
 
 import builtins
 import ctypes
-import datetime
 import io
 from collections.abc import Sequence
 
 from . import _host
 from . import _library as c
+from . import _mime
 
 __all__ = ["Error", "Message", "SubFile", "open", "OPEN_CONVERTED_ATTACHMENTS", "OPEN_ROOT_FOLDER",
            "OPEN_ATTACHMENTS_FOLDER"]
@@ -62,14 +62,12 @@ class SubFile:
         self.is_encrypted = bool(info.flags & c.FLAG_ENCRYPTED)
         self.parent = None if info.parent < 0 else info.parent
         self.children = children
-        seconds = info.date[0] | info.date[1] << 32
-        if seconds >= 1 << 63:
-            seconds -= 1 << 64
-        epoch = datetime.datetime(1970, 1, 1, tzinfo=datetime.timezone.utc)
-        try:
-            self.date = epoch + datetime.timedelta(seconds=seconds) if seconds else None
-        except OverflowError:
-            self.date = None
+        self._has_date = bool(info.date[0] | info.date[1])
+
+    @property
+    def date(self):
+        """Of the message: Message.date. None for an attachment."""
+        return self._message.date if self._has_date else None
 
     def extract(self, sink=None):
         """Same as Message.extract with this number."""
@@ -117,6 +115,7 @@ class Message:
             if not file.seekable():
                 with file:
                     file = self._file = io.BytesIO(file.read())
+        self._source = file
         try:
             self._input = _host.Input(self._host, file)
             status = ctypes.c_uint32()
@@ -181,9 +180,27 @@ class Message:
         if it has such a body. The HTML form is untrusted: scripts, remote content, unescaped header values."""
         return self._extract(self._message_number, sink, c.EXTRACT_PREFER_RICH if rich else 0, c.CHARSET_UTF_8)
 
+    @property
+    def date(self):
+        """When the message was sent: an aware datetime in the zone of the sender (UTC if the message names none). None
+        without a date that can be read, or one that Python cannot hold."""
+        with self._mime() as reader:
+            return reader.date()
+
     def text(self, with_header=True):
-        """Returns the readable text, as the message filter gives it: header fields, then the body; an HTML body keeps
-        its markup. For an encrypted message, only the header."""
+        """Returns the readable text, as the MIME reader gives it: a line for each of From, To, Cc, Date and Subject, an
+        empty line, then the body. An HTML body keeps its markup; it is taken if there is no other. For an encrypted
+        message, only the header."""
+        with self._mime() as reader:
+            body = reader.body()
+            if not with_header:
+                return body
+            fields = ((name, reader.field(name)) for name in ("From", "To", "Cc", "Date", "Subject"))
+            return "".join(f"{name}: {value}\n" for name, value in fields if value is not None) + "\n" + body
+
+    def filter_text(self, with_header=True):
+        """Returns the text exactly as the message filter gives it: header fields, then the body; an HTML body keeps its
+        markup. For an encrypted message, only the header."""
         self._opened()
         status = ctypes.c_uint32()
         services, record = self._host.services, self._input.object
@@ -195,6 +212,10 @@ class Message:
             return self._read_stream(context, with_header)
         finally:
             _lib.emlShutdown(context)
+
+    def _mime(self):
+        self._opened()
+        return _mime.Reader(self._source, Error)
 
     def _opened(self):
         if not self._context:

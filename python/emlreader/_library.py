@@ -228,6 +228,12 @@ class MetaDataRequest(Structure):
     _fields_ = [("kind", c_uint32), ("name", c_char_p)]
 
 
+def library_path(name):
+    """Where a library is: beside the one that EMLREADER_LIBRARY names, else where it is installed."""
+    folder = os.path.dirname(os.environ.get("EMLREADER_LIBRARY") or "")
+    return os.path.join(folder, name)
+
+
 def load():
     """Loads the library that EMLREADER_LIBRARY names, else the installed one."""
     library = ctypes.CDLL(os.environ.get("EMLREADER_LIBRARY") or "libemlreader.so.1")

@@ -98,8 +98,9 @@ def test_attachment_that_is_not_in_the_file():
 def test_dates_of_every_size():
     for year in (1950, 1969, 1970, 2025, 2150, 9990):
         with emlreader.open(f"Date: Tue, 4 Mar {year} 09:15:22 +0100\n\n".encode()) as message:
-            local = datetime.datetime(year, 3, 4, 9, 15, 22).astimezone()  # zones are not read
-            equal(message.sub_files[0].date, local)
+            zone = datetime.timezone(datetime.timedelta(hours=1))
+            equal(message.date, datetime.datetime(year, 3, 4, 9, 15, 22, tzinfo=zone))
+            equal(message.sub_files[0].date, message.date)
     with emlreader.open(b"Date: Tue, 4 Mar 99999 09:15:22\n\n") as message:
         equal(message.sub_files[0].date, None)  # Python has no such date
 
@@ -144,9 +145,46 @@ def test_headers():
 
 def test_text_with_and_without_header():
     with emlreader.open(LETTER) as message:
-        equal(message.text(with_header=False), "Hello Zo\xeb")
-        assert "Zo\xeb <zoe@example.net>" in message.text()
+        for read in (message.text, message.filter_text):
+            equal(read(with_header=False).rstrip("\n"), "Hello Zo\xeb")
+            assert "Zo\xeb <zoe@example.net>" in read()
+        equal(message.text(), "From: Zo\xeb <zoe@example.net>\nTo: anna@example.org\n"
+              "Date: Tue, 4 Mar 2025 09:15:22 +0100\nSubject: Report\n\nHello Zo\xeb")
         equal(message.header("Subject"), "Report")
+
+
+def test_text_is_as_it_was_sent():
+    quoted = b"Content-Transfer-Encoding: quoted-printable\n"
+    for head, body, text in (
+            (quoted, b"utm_source=3D1\n", "utm_source=1\n"),
+            (b"Content-Type: text/plain; charset=koi8-r\n", b"\xd0\xd2\xc9", "\u043f\u0440\u0438"),
+            (b"Content-Type: text/plain; charset=iso-2022-kr\n", "\uc548\ub155".encode("iso2022_kr"), "\uc548\ub155"),
+            (b"Content-Type: text/plain; charset=big5\n", ("\u4f60" * 80000).encode("big5"), "\u4f60" * 80000),
+            (b"Content-Type: text/plain; charset=utf-7\n", ("\u4f60" * 40000).encode("utf-7"), "\u4f60" * 40000),
+            (b"Content-Type: text/plain; charset=utf-16\nContent-Transfer-Encoding: base64\n", b"YQBiAA==", "ab"),
+            (b"Content-Type: text/plain; charset=gbk\n", b"a\xff\xffb", "a\ufffd\ufffdb"),
+            (b"Content-Type: text/plain; charset=base64\n", b"YQ==", "YQ=="),
+            (b"Content-Type: text/html; charset=utf-8\n", b"<p>caf\xc3\xa9", "<p>caf\xe9")):
+        with emlreader.open(head + b"\n" + body) as message:
+            got = message.text(with_header=False)
+            equal((len(got), got[:40], got == text), (len(text), text[:40], True))
+    two = (b"Content-Type: multipart/mixed; boundary=b\n\n--b\n\none\n--b\nContent-Type: image/png\n\nx\n--b\n\ntwo"
+           b"\n--b--\n")
+    with emlreader.open(two) as message:
+        equal(message.text(with_header=False), "onetwo")
+    with emlreader.open(b"Subject: order\n before =?utf-8?q?caf=C3=A9?=\n\nx") as message:
+        equal(message.text(), "Subject: order before caf\xe9\n\nx")
+
+
+def test_dates_have_the_zone_of_the_sender():
+    for field, text in (("Tue, 4 Mar 2025 09:15:22 +0530", "2025-03-04T09:15:22+05:30"),
+                        ("4 March 2025 09:15:22 EST", "2025-03-04T09:15:22-05:00"),
+                        ("Tue, 4 Mar 2025 09:15:22 -0000", "2025-03-04T09:15:22+00:00")):
+        with emlreader.open(f"Date: {field}\n\nx".encode()) as message:
+            equal(message.date.isoformat(), text)
+    for head in (b"Date: soon\n\n", b"Subject: s\n\n"):
+        with emlreader.open(head + b"x") as message:
+            equal((message.date, message.sub_files[0].date), (None, None))
 
 
 def test_extraction_into_bytes_and_sinks():
@@ -218,6 +256,7 @@ def test_nothing_is_kept_of_what_was_handed_over():
             message.headers()
             message.headers("X-Room")
             message.text()
+            message.filter_text()
             message.extract(0)
             for file in message.sub_files:
                 file.extract()
