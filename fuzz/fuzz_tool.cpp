@@ -175,9 +175,9 @@ void json(Choices& choices, std::string_view text) {
     tree.subFiles.push_back(std::move(entry));
     const std::string source = next();
     const emltool::AnswerForm form{1 + static_cast<int>(choices.byte() & 1), emltool::Reading::kMime};
-    requireJson(emltool::jsonLine(form, source, &tree, nullptr));
+    requireJson(emltool::jsonLine(form, {source}, &tree, nullptr));
     const emltool::Problem problem(emltool::ExitCode::kInput, next(), next(), next());
-    requireJson(emltool::jsonLine(form, source, nullptr, &problem));
+    requireJson(emltool::jsonLine(form, {source}, nullptr, &problem));
 }
 
 void date(Choices& choices, std::string_view text) {
@@ -280,12 +280,12 @@ void message(Choices&, std::string_view text) {
         for (const emltool::Reading reading : {emltool::Reading::kContainer, emltool::Reading::kMime}) {
             OpensAll visitor;
             const emltool::MessageTree tree = emltool::readTree(file, visitor, reading);
-            requireJson(emltool::jsonLine({2, reading}, "message", &tree, nullptr));
+            requireJson(emltool::jsonLine({2, reading}, {"message"}, &tree, nullptr));
             for (const emltool::MetadataField& field : tree.metadata)
                 require(!field.text || isWellFormed(*field.text), "metadata is UTF-8");
         }
     } catch (const emltool::Problem& problem) {
-        requireJson(emltool::jsonLine({}, "message", nullptr, &problem));
+        requireJson(emltool::jsonLine({}, {"message"}, nullptr, &problem));
     }
     emlhost::MemoryInput input(bytes);
     emlhost::Services services;

@@ -380,7 +380,8 @@ def messages_of_an_mbox():
     messages = [cli.PLAIN, cli.SAMPLE, tricky, cli.PLAIN + b"\nno \nFrom \nline\n", cli.LETTER]
     write("all.mbox", mbox_of(messages))
     rows, _ = batch("--digest", "all.mbox", code=0)
-    equal([row["source"] for row in rows], [{"path": "all.mbox", "index": i} for i in range(len(messages))])
+    equal([(row["source"]["path"], row["source"]["index"]) for row in rows],
+          [("all.mbox", i) for i in range(len(messages))])
     for message, row in zip(messages, rows):
         write("one.eml", message)
         equal(row["message"], batch("--digest", "one.eml", code=0)[0][0]["message"])

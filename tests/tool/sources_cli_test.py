@@ -43,6 +43,34 @@ def subject_of(result):
 
 
 @test
+def an_answer_says_where_in_the_mbox_its_message_is():
+    write("box.mbox", BOX)
+    for arguments in (["--json", "list", "box.mbox"], ["--json", "info", "box.mbox"], ["batch", "box.mbox"]):
+        for line, letter_ in zip(eml(*arguments).out.splitlines(), LETTERS, strict=True):
+            source = json.loads(line)["source"]
+            place = BOX[source["offset"]:source["offset"] + source["length"]]
+            equal(place.rstrip(b"\n"), letter_.rstrip(b"\n"), arguments)
+    row = json.loads(eml("batch", "--schema=1", "box.mbox").out.splitlines()[1])
+    equal(row["source"], {"path": "box.mbox", "index": 1})
+
+
+@test
+def an_answer_has_the_flags_of_a_maildir():
+    for folder in ("cur", "new", "tmp"):
+        os.makedirs(f"Mail/{folder}")
+    write("Mail/cur/1.host:2,RS", LETTERS[0])
+    write("Mail/new/2.host", LETTERS[1])
+    write("plain.eml", LETTERS[2])
+    flags = {}
+    for line in eml("batch", "Mail", "plain.eml").out.splitlines():
+        source = json.loads(line)["source"]
+        flags[source["path"]] = source.get("maildir_flags")
+    equal(flags, {"Mail/cur/1.host:2,RS": ["seen", "replied"], "Mail/new/2.host": [], "plain.eml": None})
+    answer = json.loads(eml("--json", "list", "Mail/cur/1.host:2,RS").out)
+    equal(answer["source"]["maildir_flags"], ["seen", "replied"])
+
+
+@test
 def an_mbox_is_its_messages():
     write("box.mbox", BOX)
     for command in ("list", "info", "show"):

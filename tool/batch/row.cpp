@@ -16,6 +16,8 @@ namespace emltool {
 
 namespace {
 
+AnswerSource sourceOf(const BatchItem& item) { return {item.path, item.index, item.offset, item.length}; }
+
 // An output that keeps only the digest.
 class DigestOutput final : public emlhost::Output {
   public:
@@ -111,8 +113,7 @@ BatchRow readMessage(std::unique_ptr<emlhost::Input> input, const BatchItem& ite
     BatchRow row;
     row.kind = problem ? RowKind::kError : RowKind::kGood;
     row.outOfMemory = problem && problem->code == "out-of-memory";
-    row.line =
-        jsonLine(options.form, item.path, tree ? &*tree : nullptr, problem ? &*problem : nullptr, item.index);
+    row.line = jsonLine(options.form, sourceOf(item), tree ? &*tree : nullptr, problem ? &*problem : nullptr);
     return row;
 }
 
@@ -123,7 +124,7 @@ BatchRow errorRow(const AnswerForm& form, const BatchItem& item, const Problem& 
 }  // namespace
 
 std::string problemRow(const AnswerForm& form, const BatchItem& item, const Problem& problem) {
-    return jsonLine(form, item.path, nullptr, &problem, item.index);
+    return jsonLine(form, sourceOf(item), nullptr, &problem);
 }
 
 BatchRow readItem(const BatchItem& item, const RowOptions& options) {

@@ -69,7 +69,7 @@ ExitCode forEachTree(Console& console, const GlobalOptions& options, const Messa
         if (complete) complete(file, tree);
         printWarnings(console, file.name(), tree);
         if (options.json) {
-            console.print(jsonLine(answerForm(options), source.path, &tree, nullptr, source.index));
+            console.print(jsonLine(answerForm(options), answerSource(source), &tree, nullptr));
         } else {
             headings.print(source);
             print(tree);
@@ -77,7 +77,7 @@ ExitCode forEachTree(Console& console, const GlobalOptions& options, const Messa
     };
     return forEachFile(console, messages, work, [&](const MessageSource& source, const Problem& problem) {
         if (options.json) {
-            console.print(jsonLine(answerForm(options), source.path, nullptr, &problem, source.index));
+            console.print(jsonLine(answerForm(options), answerSource(source), nullptr, &problem));
         }
     });
 }

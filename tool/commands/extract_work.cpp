@@ -130,7 +130,7 @@ class ExtractWork {
             return;
         }
         if (options_.json) {
-            console_.print(jsonLine(answerForm(options_), source_.path, nullptr, &problem, source_.index));
+            console_.print(jsonLine(answerForm(options_), answerSource(source_), nullptr, &problem));
         }
         fail(problem);
         isStopped_ = problem.exit == ExitCode::kUsage;  // as it would be for the next
@@ -166,8 +166,8 @@ class ExtractWork {
         }
         if (isGood && !first) tally_.succeeded();
         if (options_.json) {
-            console_.print(jsonLine(answerForm(options_), source_.path, &tree, first ? &*first : nullptr,
-                                    source_.index));
+            console_.print(
+                jsonLine(answerForm(options_), answerSource(source_), &tree, first ? &*first : nullptr));
         }
         print(results);
     }

@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "standalone/charsets.h"
+#include "tool/message/json_source.h"
 #include "tool/text/ascii.h"
 #include "tool/text/base64_text.h"
 #include "tool/text/format.h"
@@ -272,8 +273,12 @@ std::string withVisibleControls(std::string_view json) {
     return result;
 }
 
-std::string jsonLine(const AnswerForm& form, std::string_view source, const MessageTree* tree,
-                     const Problem* problem, std::optional<uint64_t> index) {
+AnswerSource answerSource(const MessageSource& source) {
+    return {source.path, source.index, source.offset, source.length};
+}
+
+std::string jsonLine(const AnswerForm& form, const AnswerSource& source, const MessageTree* tree,
+                     const Problem* problem) {
     std::vector<Warning> warnings;
     if (tree != nullptr) gather(*tree, warnings, problem);
 
@@ -281,15 +286,7 @@ std::string jsonLine(const AnswerForm& form, std::string_view source, const Mess
     Writer json(buffer);
     json.StartObject();
     putField(json, "schema", form.schema == 1 ? "eml/1" : "eml/2");
-    json.Key("source");
-    json.StartObject();
-    putField(json, "path", source);
-    if (!isUtf8(source)) putField(json, "path_b64", base64(source));
-    if (index) {
-        json.Key("index");
-        json.Uint64(*index);
-    }
-    json.EndObject();
+    putSource(json, source, form.schema);
     if (form.schema != 1) putField(json, "reader", form.isUnion ? "all" : readerWord(form.reading));
     putField(json, "status", problem != nullptr ? "error" : warnings.empty() ? "ok" : "warning");
     if (problem != nullptr) putProblem(json, *problem);

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "tool/archive/message_source.h"
 #include "tool/message/tree.h"
 
 namespace emltool {
@@ -20,11 +21,20 @@ struct AnswerForm {
 // "mime", "container", "filter".
 const char* readerWord(Reading reading);
 
-// The line for the message `source`, with its line end. `index` says which message of that file it is, if
-// there are several. `tree` is NULL if it could not be read, as `problem` then explains. Fields are only ever
-// added.
-std::string jsonLine(const AnswerForm& form, std::string_view source, const MessageTree* tree,
-                     const Problem* problem, std::optional<uint64_t> index = std::nullopt);
+// Where the message of an answer is.
+struct AnswerSource {
+    std::string_view path;
+    std::optional<uint64_t> index = std::nullopt;  // in the mbox; nothing for a whole file
+    uint64_t offset = 0;                           // of that message in the mbox
+    uint64_t length = 0;
+};
+
+AnswerSource answerSource(const MessageSource& source);
+
+// The line for a message, with its line end. `tree` is NULL if it could not be read, as `problem` then explains. Fields
+// are only ever added.
+std::string jsonLine(const AnswerForm& form, const AnswerSource& source, const MessageTree* tree,
+                     const Problem* problem);
 
 // Replaces characters that JSON allows but that could control a terminal with escapes. They occur in strings
 // only.

@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "tool/message/json_fields.h"
+#include "tool/message/json_source.h"
 #include "tool/system/pending_file.h"
 #include "tool/system/write_pieces.h"
 
@@ -51,11 +52,7 @@ std::string manifestRow(const MessageSource& source, const SubFileEntry& entry, 
     JsonWriter json(buffer);
     json.StartObject();
     putField(json, "schema", "eml-manifest/1");
-    json.Key("source");
-    json.StartObject();
-    putPath(json, source.path);
-    if (source.index) putNumber(json, "index", *source.index);
-    json.EndObject();
+    putSource(json, answerSource(source), 2);
     putField(json, "number", dotted(entry.path));
     if (!entry.section.empty()) putField(json, "section", entry.section);
     putField(json, "name", entry.name);
