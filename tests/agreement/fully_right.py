@@ -4,8 +4,9 @@ with its zone, all attachments with their names and bytes, and the text.
 
     tests/agreement/fully_right.py PATH/TO/eml FOLDER
 
-Prints a line for each message that differs, and the count; with DETAILS=1 in the environment both answers, too. Where Python's reader loses something, the difference is its
-own: fully_right.tsv lists those with the reason (file, what, reason), and they count as explained.
+Prints a line for each message that differs, and the count; with DETAILS=1 in the environment both answers, too. Where
+Python's reader loses something, the difference is its own: fully_right.tsv lists those with the reason (file, what,
+reason), and they count as explained.
 """
 import collections
 import email
@@ -148,6 +149,8 @@ def shown(message, what):
 
 
 def main():
+    if len(sys.argv) != 3:
+        sys.exit(__doc__)
     tool, folder = sys.argv[1:]
     explained = set()
     table = HERE / "fully_right.tsv"
