@@ -887,7 +887,8 @@ def errors_of_every_command_that_reads():
     refusals = {
         "sample.em": (3, "no such file; did you mean sample.eml?"),
         "zebra": (3, "no such file"),
-        "archive": (3, 'is a directory; to read a folder use "eml batch archive"'),
+        "archive": (3, 'is a directory; a folder is for "eml batch archive", "eml view -o DIR archive" or '
+                       '"eml extract -o DIR archive"'),
         "empty.eml": (4, "the file is empty"),
         "notmail.eml": (4, "not an e-mail message (no header field found); --force reads it anyway"),
     }
@@ -1230,7 +1231,8 @@ def missing_file():
 def directory():
     os.mkdir("archive")
     expect(eml("list", "archive/"), 3,
-           'eml: archive/: is a directory; to read a folder use "eml batch archive"\n')
+           'eml: archive/: is a directory; a folder is for "eml batch archive", "eml view -o DIR archive" or '
+           '"eml extract -o DIR archive"\n')
 
 
 @test

@@ -263,7 +263,7 @@ def numbers_are_of_each_message():
     expect(eml("extract", "-n", "1", "-o", "-", "A/one.eml", "A/plain.eml"), 2,
            "eml: -o - takes one FILE; A/plain.eml is one too many\n", "")
     expect(eml("extract", "-n", "1", "-o", "-", "A"), 3,
-           'eml: A: is a directory; to read a folder use "eml batch A"\n', "")
+           'eml: A: is a directory; a folder is for "eml batch A", "eml view -o DIR A" or "eml extract -o DIR A"\n', "")
 
 
 @test

@@ -57,7 +57,9 @@ Problem inputProblem(const std::string& path, const std::error_code& error, cons
         std::string_view folder = path;
         if (folder.ends_with('/')) folder.remove_suffix(1);
         return {ExitCode::kInput, "is-a-directory", path,
-                formatted("is a directory; to read a folder use \"eml batch {}\"", shellWord(folder))};
+                formatted("is a directory; a folder is for \"eml batch {0}\", \"eml view -o DIR {0}\" or "
+                          "\"eml extract -o DIR {0}\"",
+                          shellWord(folder))};
     }
     if (error == std::errc::not_enough_memory) return outOfMemory(path);
     return {ExitCode::kInput, "cannot-read", path, describe(error)};
