@@ -725,13 +725,17 @@ def render_gives_text_in_any_charset():
 def render_gives_the_text_of_html_where_there_is_no_other():
     head = b'From: "Zo <x>" <zoe@example.org>\nSubject: Gr\xc3\xbc\xc3\x9fe\nContent-Type: text/html; charset=iso-8859-1\n\n'
     write("h.eml", head + b"<p>caf\xe9<script>x</script><p>two &amp; three")
-    warning = "eml: h.eml: warning: has no text body; this is the text of its html body\n"
+    warning = "eml: h.eml: warning: has no text body; this is the text of its HTML body\n"
     body = "café\r\n\r\ntwo & three\r\n"
     expect(eml("render", "h.eml"), 0, warning,
            'From: "Zo <x>" <zoe@example.org>\r\nSubject: Grüße\r\n\r\n' + body)
     expect(eml("render", "--body-only", "h.eml"), 0, warning, body)
     expect(eml("render", "-o", "h.txt", "--body-only", "--charset=7", "h.eml"), 0, warning)
     equal(read("h.txt"), body.encode("iso-8859-1"))
+    russian = "привет"
+    write("h.eml", b"Subject: =?koi8-r?b?" + base64.b64encode(russian.encode("koi8-r"))
+          + b"?=\nContent-Type: text/html; charset=koi8-r\n\n<p>" + russian.encode("koi8-r"))
+    expect(eml("render", "h.eml"), 0, warning, f"Subject: {russian}\r\n\r\n{russian}\r\n")
 
 
 @test
@@ -741,6 +745,11 @@ def rendered_text_is_utf_8_always():
            "eml: m.eml: warning: not all of the text is UTF-8; U+FFFD stands for the rest\n",
            "caf\ufffd café\n")
     equal(eml_bytes("render", "--body-only", "--charset=0", "m.eml"), b"caf\xe9 caf\xc3\xa9\n")
+    for end, code in (("", 0), ("\xc3", 1), ("\xf0\x9f\x98", 1)):  # cut off
+        text = "a" + "é☯😀" * 20000
+        write("m.eml", simple(text.encode() + end.encode("latin-1"), kind=b"text/plain; charset=utf-8"))
+        result = eml("--strict", "render", "--body-only", "m.eml")
+        equal((result.code, result.out.startswith(text)), (code, True), end)
 
 
 @test

@@ -88,9 +88,12 @@ class RenderRun final : public CommandRun {
         uint32_t options = form == Form::kText ? 0 : EML_EXTRACT_PREFER_RICH;
         Form given = formOf(file.message(), options);
         if (form == Form::kText && given != form) {
-            console.warn(file.name(),
-                         formatted("has no text body; this is the text of its {} body", nameOf(given)));
-            return {0, 0, inCharset(textOfRichForm(file.message(), given, bodyOnly_), file, charset)};
+            console.warn(file.name(), formatted("has no text body; this is the text of its {} body",
+                                                given == Form::kHtml ? "HTML" : "RTF"));
+            std::vector<Warning> warnings;
+            std::string text = madeText(file, bodyOnly_, warnings);
+            for (const Warning& warning : warnings) console.warn(file.name(), warning.text);
+            return {0, 0, inCharset(std::move(text), file, charset)};
         }
         if (given != form) {
             throw Problem(

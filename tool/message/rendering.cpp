@@ -7,10 +7,9 @@
 #include <string_view>
 
 #include "standalone/output.h"
-#include "tool/text/charset_labels.h"
+#include "tool/message/mime_fields.h"
+#include "tool/message/text.h"
 #include "tool/text/format.h"
-#include "tool/text/html_text.h"
-#include "tool/text/rtf_text.h"
 #include "tool/text/utf8.h"
 
 namespace emltool {
@@ -70,12 +69,13 @@ class Utf8Check final : public emlhost::Output {
     std::string cut_;
 };
 
-std::string headerRows(emlhost::OpenMessage& message) {
+std::string headerRows(MessageFile& file) {
     std::string rows;
-    for (const emlhost::HeaderValue& value : message.metadata()) {
-        if (!value.value || value.value->empty()) continue;
-        rows += formatted("{}: {}\r\n", value.name, fromUnlabelledCharset(*value.value, message.charset()));
-    }
+    withMime(file, [&rows](const emlreader::mime::Message& message) {
+        for (const MetadataField& field : readMetadata(message.part(0))) {
+            if (field.text && !field.text->empty()) rows += formatted("{}: {}\r\n", field.name, *field.text);
+        }
+    });
     return rows + "\r\n";
 }
 
@@ -98,14 +98,9 @@ Form formOf(emlhost::OpenMessage& message, uint32_t options) {
     return Form::kText;
 }
 
-std::string textOfRichForm(emlhost::OpenMessage& message, Form form, bool bodyOnly) {
-    emlhost::MemoryOutput output;
-    message.extract(0, output, EML_EXTRACT_PREFER_RICH | EML_EXTRACT_BODY_ONLY);
-    const std::vector<uint8_t>& bytes = output.bytes();
-    const std::string_view body(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    const std::string text =
-        form == Form::kRtf ? rtfToText(bytes) : linesOfHtml(fromUnlabelledCharset(body, message.charset()));
-    return (bodyOnly ? "" : headerRows(message)) + withCrLf(text);
+std::string madeText(MessageFile& file, bool bodyOnly, std::vector<Warning>& warnings) {
+    const std::string body = bodyText(file, Reading::kMime, warnings).value_or("");
+    return (bodyOnly ? "" : headerRows(file)) + withCrLf(body);
 }
 
 bool isUtf8Form(emlhost::OpenMessage& message, uint32_t options, uint32_t charset) {

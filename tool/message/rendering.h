@@ -1,10 +1,13 @@
-// The forms in which the library renders a message, and the text that it has where the library finds none.
+// The forms in which the library renders a message, and a text form where it has none.
 #pragma once
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "standalone/message.h"
+#include "tool/message/message_file.h"
+#include "tool/terminal/problem.h"
 
 namespace emltool {
 
@@ -13,9 +16,10 @@ enum class Form { kHtml, kRtf, kText };
 // The form that the library returns with these EML_EXTRACT_... option bits, as its header block tells.
 Form formOf(emlhost::OpenMessage& message, uint32_t options);
 
-// The text form of a message that has a body in `form` only: the rows of the header block as the library writes them, an
-// empty line, and the text of the body. UTF-8, lines end with CRLF. Empty if the body cannot be read.
-std::string textOfRichForm(emlhost::OpenMessage& message, Form form, bool bodyOnly);
+// The text form of a message for which the library has none: the rows of the header block as the library writes them, an
+// empty line, and the body, as the MIME reader has both, so that every charset is known. UTF-8, lines end with CRLF.
+// Throws Problem.
+std::string madeText(MessageFile& file, bool bodyOnly, std::vector<Warning>& warnings);
 
 // Whether what the library writes with these options and this charset is UTF-8. It is not where it knows no charset for
 // the text: it leaves the bytes as they are.
