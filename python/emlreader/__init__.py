@@ -62,12 +62,10 @@ class SubFile:
         self.is_encrypted = bool(info.flags & c.FLAG_ENCRYPTED)
         self.parent = None if info.parent < 0 else info.parent
         self.children = children
-        self._has_date = bool(info.date[0] | info.date[1])
-
     @property
     def date(self):
         """Of the message: Message.date. None for an attachment."""
-        return self._message.date if self._has_date else None
+        return self._message.date if self.kind == "message" else None
 
     def extract(self, sink=None):
         """Same as Message.extract with this number."""

@@ -149,14 +149,21 @@ class Reader:
         options = Options(recordSize=ctypes.sizeof(Options), convert=ctypes.pointer(self._conversions.record))
         status = c_uint32()
         self._context = _lib.emlMimeOpen(self._input.object, self._host.services.allocator, options, status)
-        self._host.raise_failure()
-        if not self._context:
-            raise error(status.value)
+        try:
+            self._host.raise_failure()
+            if not self._context:
+                raise error(status.value)
+        except BaseException:
+            self.close()
+            raise
 
     def __enter__(self):
         return self
 
     def __exit__(self, *_):
+        self.close()
+
+    def close(self):
         _lib.emlMimeClose(self._context)
         self._host.free_all()
 

@@ -182,6 +182,7 @@ def test_dates_have_the_zone_of_the_sender():
                         ("Tue, 4 Mar 2025 09:15:22 -0000", "2025-03-04T09:15:22+00:00")):
         with emlreader.open(f"Date: {field}\n\nx".encode()) as message:
             equal(message.date.isoformat(), text)
+            equal(message.sub_files[0].date, message.date)
     for head in (b"Date: soon\n\n", b"Subject: s\n\n"):
         with emlreader.open(head + b"x") as message:
             equal((message.date, message.sub_files[0].date), (None, None))
