@@ -76,6 +76,13 @@ def text_in_a_winmail_dat_is_shown_where_there_is_no_other():
 
 
 @test
+def files_in_a_winmail_dat_are_links_whatever_its_type():
+    for kind in ("application/ms-tnef", "application/octet-stream"):
+        article = article_of(cli.winmail(tnef.attachment(b"bytes", b"in.txt"), kind=kind))
+        equal('download="in.txt"' in article, has("tnef"), kind)
+
+
+@test
 def a_folder_becomes_a_list_and_a_page_for_each_message():
     folder()
     result = eml("view", "-o", "pages", "mail")

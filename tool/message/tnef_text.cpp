@@ -9,12 +9,6 @@ namespace emltool {
 
 namespace {
 
-// By type or name: looking at the first bytes of every attachment would decode them all.
-bool maybeTnef(const emlreader::mime::Part& part) {
-    return part.is("application", "ms-tnef") || part.is("application", "vnd.ms-tnef") ||
-           lowerCase(part.name()) == "winmail.dat";
-}
-
 std::string textOf(const TnefContent& content) {
     if (!content.text.empty()) return content.text;
     if (content.html.empty()) return rtfToText(content.rtf);
@@ -22,6 +16,11 @@ std::string textOf(const TnefContent& content) {
 }
 
 }  // namespace
+
+bool maybeTnef(const emlreader::mime::Part& part) {
+    return part.is("application", "ms-tnef") || part.is("application", "vnd.ms-tnef") ||
+           lowerCase(part.name()) == "winmail.dat";
+}
 
 std::string tnefText(const emlreader::mime::Message& message, uint32_t root, std::vector<Warning>& warnings) {
     if (!readsTnef()) return "";

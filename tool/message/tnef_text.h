@@ -10,6 +10,9 @@
 
 namespace emltool {
 
+// By type or name: looking at the first bytes of every attachment would decode them all.
+bool maybeTnef(const emlreader::mime::Part& part);
+
 // The text that the first TNEF of the message whose root is `root` has, as a person reads it, in UTF-8; HTML and RTF as
 // their text. Empty if there is none, or if this program does not read TNEF. What cannot be read is a warning.
 std::string tnefText(const emlreader::mime::Message& message, uint32_t root, std::vector<Warning>& warnings);

@@ -9,6 +9,7 @@
 #include "tool/message/mime_text.h"
 #include "tool/message/signed_message.h"
 #include "tool/message/tnef.h"
+#include "tool/message/tnef_text.h"
 #include "tool/terminal/problem.h"
 #include "tool/text/base64_text.h"
 #include "tool/text/format.h"
@@ -87,10 +88,6 @@ bool isBodyText(const Part& part) {
 bool isCalendar(const Part& part) { return part.is("text", "calendar") || part.is("application", "ics"); }
 
 bool isBlank(std::string_view text) { return text.find_first_not_of(" \t\r\n") == std::string_view::npos; }
-
-bool isTnef(const Part& part) {
-    return part.is("application", "ms-tnef") || part.is("application", "vnd.ms-tnef");
-}
 
 void MimePage::addToTree(const std::string& id, std::string_view text, size_t level) {
     ++treeItems_;
@@ -214,7 +211,7 @@ std::string MimePage::file(const Part& part) {
             "extract</small></li>\n",
             id, shown(name), humanSize(part.measure().size));
     }
-    return fileItem(name, id, *bytes) + (isTnef(part) ? tnefItems(part, *bytes) : "");
+    return fileItem(name, id, *bytes) + (maybeTnef(part) ? tnefItems(part, *bytes) : "");
 }
 
 std::string MimePage::files(const std::vector<Part>& parts, const Pictures& pictures) {
