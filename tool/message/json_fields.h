@@ -37,26 +37,27 @@ inline void putTruth(JsonWriter& json, const char* key, bool truth) {
     json.Bool(truth);
 }
 
+inline void putProblem(JsonWriter& json, const Problem& problem) {
+    json.Key("error");
+    json.StartObject();
+    putField(json, "code", problem.code);
+    putField(json, "text", problem.text);
+    json.Key("exit");
+    json.Int(static_cast<int>(problem.exit));
+    json.EndObject();
+}
+
+// Puts the member "source". `schema` is the version of the answers: 2 has more.
+void putSource(JsonWriter& json, const AnswerSource& source, int schema);
+
 // The beginning that all lines have, up to the warnings. Of a command whose answers show all that is odd, there is
 // none. `problem` is NULL unless the message could not be read.
 inline void putBeginning(JsonWriter& json, const char* schema, std::string_view source,
                          const Problem* problem) {
     putField(json, "schema", schema);
-    json.Key("source");
-    json.StartObject();
-    putField(json, "path", source);
-    if (!isUtf8(source)) putField(json, "path_b64", base64(source));
-    json.EndObject();
+    putSource(json, {source}, 1);
     putField(json, "status", problem != nullptr ? "error" : "ok");
-    if (problem != nullptr) {
-        json.Key("error");
-        json.StartObject();
-        putField(json, "code", problem->code);
-        putField(json, "text", problem->text);
-        json.Key("exit");
-        json.Int(static_cast<int>(problem->exit));
-        json.EndObject();
-    }
+    if (problem != nullptr) putProblem(json, *problem);
     json.Key("warnings");
     json.StartArray();
     json.EndArray();

@@ -1,12 +1,9 @@
 #include "tool/message/json_text.h"
 
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
-
 #include <algorithm>
 
 #include "standalone/charsets.h"
-#include "tool/message/json_source.h"
+#include "tool/message/json_fields.h"
 #include "tool/text/ascii.h"
 #include "tool/text/base64_text.h"
 #include "tool/text/format.h"
@@ -17,35 +14,13 @@ namespace emltool {
 
 namespace {
 
-using Writer = rapidjson::Writer<rapidjson::StringBuffer>;
-
-void putText(Writer& json, std::string_view text) {
-    std::string valid = withoutInvalidBytes(text);
-    json.String(valid.data(), static_cast<rapidjson::SizeType>(valid.size()));
-}
-
-void putField(Writer& json, const char* key, std::string_view text) {
-    json.Key(key);
-    putText(json, text);
-}
-
-void putSize(Writer& json, const char* key, const std::optional<uint64_t>& size) {
+void putSize(JsonWriter& json, const char* key, const std::optional<uint64_t>& size) {
     json.Key(key);
     if (size) {
         json.Uint64(*size);
     } else {
         json.Null();
     }
-}
-
-void putProblem(Writer& json, const Problem& problem) {
-    json.Key("error");
-    json.StartObject();
-    putField(json, "code", problem.code);
-    putField(json, "text", problem.text);
-    json.Key("exit");
-    json.Int(static_cast<int>(problem.exit));
-    json.EndObject();
 }
 
 const char* outcomeName(Outcome outcome) {
@@ -67,7 +42,7 @@ const char* outcomeName(Outcome outcome) {
 // Writes the parts of one answer.
 class Answer {
   public:
-    Answer(Writer& json, const AnswerForm& form) : json_(json), form_(form) {}
+    Answer(JsonWriter& json, const AnswerForm& form) : json_(json), form_(form) {}
 
     void message(const MessageTree& tree);
 
@@ -82,7 +57,7 @@ class Answer {
     void headers(const std::vector<ListedField>& fields);
     void subFiles(const MessageTree& tree);
 
-    Writer& json_;
+    JsonWriter& json_;
     const AnswerForm& form_;
 };
 
@@ -283,7 +258,7 @@ std::string jsonLine(const AnswerForm& form, const AnswerSource& source, const M
     if (tree != nullptr) gather(*tree, warnings, problem);
 
     rapidjson::StringBuffer buffer;
-    Writer json(buffer);
+    JsonWriter json(buffer);
     json.StartObject();
     putField(json, "schema", form.schema == 1 ? "eml/1" : "eml/2");
     putSource(json, source, form.schema);

@@ -5,7 +5,6 @@
 #include <filesystem>
 
 #include "tool/message/json_fields.h"
-#include "tool/message/json_source.h"
 #include "tool/system/pending_file.h"
 #include "tool/system/write_pieces.h"
 

@@ -1,7 +1,6 @@
-#include "tool/message/json_source.h"
+#include "tool/message/json_fields.h"
 
 #include "tool/archive/maildir.h"
-#include "tool/message/json_fields.h"
 
 namespace emltool {
 
