@@ -1,6 +1,5 @@
 #include "tool/message/rendering.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstddef>
@@ -36,37 +35,21 @@ class BeginningOutput final : public emlhost::Output {
     size_t length_ = 0;
 };
 
-// Looks for bytes that are not UTF-8; a character may be cut between two pieces.
-class Utf8Check final : public emlhost::Output {
+class Utf8Output final : public emlhost::Output {
   public:
-    Utf8Check() : Output(Seeking::kNotAtAll) {}
+    Utf8Output() : Output(Seeking::kNotAtAll) {}
 
-    bool isValid() const { return isValid_ && cut_.empty(); }
+    bool isValid() const { return check_.isValid(); }
 
   private:
     int put(uint64_t, std::span<const uint8_t> bytes) noexcept override try {
-        if (!isValid_) return 0;
-        const std::string text = cut_ + std::string(bytes.begin(), bytes.end());
-        const size_t whole = text.size() - cutCharacter(text);
-        isValid_ = isUtf8(std::string_view(text).substr(0, whole));
-        cut_ = text.substr(whole);
+        check_.feed({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
         return 0;
     } catch (const std::bad_alloc&) {
         return ENOMEM;
     }
 
-    // The bytes at the end of `text` that begin a character and lack its end.
-    static size_t cutCharacter(std::string_view text) {
-        for (size_t back = 1; back <= std::min<size_t>(3, text.size()); ++back) {
-            const auto byte = static_cast<unsigned char>(text[text.size() - back]);
-            if (byte < 0x80) return 0;
-            if (byte >= 0xC0) return back < (byte >= 0xF0 ? 4U : byte >= 0xE0 ? 3U : 2U) ? back : 0;
-        }
-        return 0;
-    }
-
-    bool isValid_ = true;
-    std::string cut_;
+    Utf8Check check_;
 };
 
 std::string headerRows(MessageFile& file) {
@@ -104,9 +87,9 @@ std::string madeText(MessageFile& file, bool bodyOnly, std::vector<Warning>& war
 }
 
 bool isUtf8Form(emlhost::OpenMessage& message, uint32_t options, uint32_t charset) {
-    Utf8Check check;
-    message.extract(0, check, options, charset);
-    return check.isValid();
+    Utf8Output output;
+    message.extract(0, output, options, charset);
+    return output.isValid() && !output.error();
 }
 
 }  // namespace emltool

@@ -1,8 +1,23 @@
 #include "tool/text/utf8.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace emltool {
+
+namespace {
+
+// How many bytes at the end of `text` begin a character and lack its end.
+size_t cutCharacter(std::string_view text) {
+    for (size_t back = 1; back <= std::min<size_t>(3, text.size()); ++back) {
+        const auto byte = static_cast<uint8_t>(text[text.size() - back]);
+        if (byte < 0x80) return 0;
+        if (byte >= 0xC0) return back < (byte >= 0xF0 ? 4U : byte >= 0xE0 ? 3U : 2U) ? back : 0;
+    }
+    return 0;
+}
+
+}  // namespace
 
 char32_t nextCharacter(std::string_view text, size_t& position) noexcept {
     auto byteAt = [text](size_t at) { return static_cast<uint8_t>(text[at]); };
@@ -29,6 +44,14 @@ bool isUtf8(std::string_view text) noexcept {
         if (nextCharacter(text, position) == kNoCharacter) return false;
     }
     return true;
+}
+
+void Utf8Check::feed(std::string_view piece) {
+    if (!isValid_) return;
+    const std::string text = cut_ + std::string(piece);
+    const size_t whole = text.size() - cutCharacter(text);
+    isValid_ = isUtf8(std::string_view(text).substr(0, whole));
+    cut_ = text.substr(whole);
 }
 
 void appendUtf8(std::string& text, char32_t character) {

@@ -16,6 +16,19 @@ char32_t nextCharacter(std::string_view text, size_t& position) noexcept;
 
 bool isUtf8(std::string_view text) noexcept;
 
+// The same of a text that comes in pieces; a character may be cut between two of them.
+class Utf8Check {
+  public:
+    void feed(std::string_view piece);
+
+    // Whether all that came is UTF-8, and ends with a whole character.
+    bool isValid() const noexcept { return isValid_ && cut_.empty(); }
+
+  private:
+    bool isValid_ = true;
+    std::string cut_;  // the beginning of a character
+};
+
 void appendUtf8(std::string& text, char32_t character);
 
 // `text` with U+FFFD for each byte that belongs to no character.

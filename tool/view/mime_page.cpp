@@ -87,8 +87,6 @@ bool isBodyText(const Part& part) {
 
 bool isCalendar(const Part& part) { return part.is("text", "calendar") || part.is("application", "ics"); }
 
-bool isBlank(std::string_view text) { return text.find_first_not_of(" \t\r\n") == std::string_view::npos; }
-
 void MimePage::addToTree(const std::string& id, std::string_view text, size_t level) {
     ++treeItems_;
     content_.tree += formatted("<li class=\"level-{}\"><a href=\"#{}\">{}</a></li>\n",
@@ -125,10 +123,7 @@ std::string MimePage::bodyPart(const Part& part, Pictures& pictures) {
         return htmlBody(htmlText(part),
                         [&](std::string_view reference) { return pictures.find(reference, part); });
     }
-    if (isBodyText(part)) {
-        const std::string text = withoutInvalidBytes(part.text());
-        return isBlank(text) ? "" : textBody(text);
-    }
+    if (isBodyText(part)) return textBody(withoutInvalidBytes(part.text()));
     const std::optional<std::string> url = pictures.dataUrl(part);
     if (!url) return "";
     return formatted("<figure><img alt=\"\" src=\"{}\"><figcaption>{}</figcaption></figure>\n", *url,
@@ -250,7 +245,7 @@ std::string MimePage::body(const Message& message, uint32_t root, const std::vec
         // RTF, text of other types, or what is inside a winmail.dat.
         BodyText other = readBody(message, root);
         for (Warning& warning : other.warnings) warn(std::move(warning.code), std::move(warning.text));
-        text = isBlank(other.text) ? note("No text.") : textBody(other.text);
+        text = other.text.empty() ? note("No text.") : textBody(other.text);
     }
     if (!plain.empty()) text += "<details><summary>As plain text</summary>\n" + plain + "</details>\n";
     return text;
