@@ -7,6 +7,7 @@
 #include "tool/text/charset_decoder.h"
 #include "tool/text/charset_guess.h"
 #include "tool/text/charset_labels.h"
+#include "tool/text/html_charset.h"
 #include "tool/text/html_text.h"
 #include "tool/text/rtf_text.h"
 #include "tool/text/utf8.h"
@@ -42,21 +43,20 @@ std::string textOfRtf(const Part& part) {
     return text.empty() ? withoutInvalidBytes(bytes) : text;
 }
 
-// UTF-8, by the charset that the part names; or by the letters of the text, if it names none that is known.
-std::string textOf(const Part& part) {
-    std::string text;
-    const Content content = part.extract([&](std::string_view piece) { text += piece; }, Form::Text);
-    if (!content.notConverted() && !content.guessed()) return text;
-    const std::string bytes = part.bytes();
-    if (isUtf8(bytes)) return content.notConverted() ? bytes : text;
-    // A few letters tell nothing.
+// By the charset that HTML names itself. UTF-8 it is not, and what can be read so far is not UTF-16.
+std::optional<std::string> textByMeta(const std::string& html) {
+    const std::string label = metaCharset(html);
+    if (label.empty() || label.starts_with("utf-")) return std::nullopt;
+    return toUtf8(html, label);
+}
+
+// By its letters; nothing if they are too few to tell.
+std::optional<std::string> guessedText(const std::string& bytes) {
     constexpr ptrdiff_t kEnough = 8;
     const auto isEightBit = [](char c) { return static_cast<unsigned char>(c) > 0x7F; };
-    const bool tells = std::count_if(bytes.begin(), bytes.end(), isEightBit) >= kEnough;
-    const std::optional<std::string> label = tells ? guessCharset(bytes) : std::nullopt;
-    std::optional<std::string> guessed = label ? toUtf8(bytes, *label) : std::nullopt;
-    if (guessed) return withLfAlone(*guessed);
-    return content.notConverted() ? fromUnlabelledCharset(text, EML_CHARSET_WESTERN) : text;
+    if (std::count_if(bytes.begin(), bytes.end(), isEightBit) < kEnough) return std::nullopt;
+    const std::optional<std::string> label = guessCharset(bytes);
+    return label ? toUtf8(bytes, *label) : std::nullopt;
 }
 
 bool isBlank(std::string_view line) { return line.find_first_not_of(" \t\r\n") == std::string_view::npos; }
@@ -98,7 +98,7 @@ BodyText readParts(const std::vector<Part>& parts, bool source) {
     bool isAllHtml = true;
     for (const Part& part : parts) {
         const bool isHtml = part.is("text", "html");
-        std::string text = isRtf(part) && !source ? textOfRtf(part) : textOf(part);
+        std::string text = isRtf(part) && !source ? textOfRtf(part) : textOfPart(part);
         if (isHtml && !source) text = linesOfHtml(text);
         if (!isBlank(text)) isAllHtml = isAllHtml && isHtml;
         body.text += trimmedLines(text);
@@ -108,6 +108,19 @@ BodyText readParts(const std::vector<Part>& parts, bool source) {
 }
 
 }  // namespace
+
+std::string textOfPart(const Part& part) {
+    std::string text;
+    const Content content = part.extract([&](std::string_view piece) { text += piece; }, Form::Text);
+    if (!content.notConverted() && !content.guessed()) return text;
+    const std::string bytes = part.bytes();
+    if (isUtf8(bytes)) return content.notConverted() ? bytes : text;
+    std::optional<std::string> converted;
+    if (content.guessed() && part.is("text", "html")) converted = textByMeta(bytes);
+    if (!converted) converted = guessedText(bytes);
+    if (converted) return withLfAlone(withoutInvalidBytes(*converted));
+    return content.notConverted() ? fromUnlabelledCharset(text, EML_CHARSET_WESTERN) : text;
+}
 
 std::vector<Part> textParts(const Message& message, uint32_t root) {
     std::vector<Part> parts = partsOf(message, root, isInText);

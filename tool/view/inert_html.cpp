@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "tool/text/ascii.h"
+#include "tool/text/html_tokens.h"
 #include "tool/view/html_elements.h"
-#include "tool/view/html_tokens.h"
 
 namespace emltool {
 

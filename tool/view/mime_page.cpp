@@ -16,9 +16,9 @@
 #include "tool/text/safe_name.h"
 #include "tool/text/utf8.h"
 #include "tool/view/calendar_card.h"
+#include "tool/view/calendar_text.h"
 #include "tool/view/mail_body.h"
 #include "tool/view/mime_header.h"
-#include "tool/view/mime_text.h"
 #include "tool/view/page.h"
 #include "tool/view/pictures.h"
 
@@ -120,10 +120,10 @@ std::string protectionNote(const Part& part) {
 // One part of the body. A sound or a film stays a file.
 std::string MimePage::bodyPart(const Part& part, Pictures& pictures) {
     if (part.is("text", "html")) {
-        return htmlBody(htmlText(part),
+        return htmlBody(textOfPart(part),
                         [&](std::string_view reference) { return pictures.find(reference, part); });
     }
-    if (isBodyText(part)) return textBody(withoutInvalidBytes(part.text()));
+    if (isBodyText(part)) return textBody(textOfPart(part));
     const std::optional<std::string> url = pictures.dataUrl(part);
     if (!url) return "";
     return formatted("<figure><img alt=\"\" src=\"{}\"><figcaption>{}</figcaption></figure>\n", *url,
@@ -238,8 +238,7 @@ std::string MimePage::body(const Message& message, uint32_t root, const std::vec
         const bool isChosen = hasHtml ? part.isHtmlBody() : part.isTextBody();
         // A picture that the HTML shows already is not shown once more.
         if (isChosen && !pictures.isShown(part.number())) text += bodyPart(part, pictures);
-        if (!isChosen && part.isTextBody() && isBodyText(part))
-            plain += textBody(withoutInvalidBytes(part.text()));
+        if (!isChosen && part.isTextBody() && isBodyText(part)) plain += textBody(textOfPart(part));
     }
     if (text.empty() && plain.empty() && !hasEvent) {
         // RTF, text of other types, or what is inside a winmail.dat.

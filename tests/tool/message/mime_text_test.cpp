@@ -42,6 +42,13 @@ TEST(MimeText, IsWhatAPersonReads) {
          "\xD0\x9F\xD1\x80\xD0\xB8\n", false},
         {"few letters without a charset are windows-1252", "Subject: s\r\n\r\nUnencoded euro sign: \x80",
          "Unencoded euro sign: \xE2\x82\xAC\n", false},
+        {"the charset that HTML names", "Content-Type: text/html\r\n\r\n<meta charset=koi8-r>\xF0\xD2\xC9",
+         "\xD0\x9F\xD1\x80\xD0\xB8\n", true},
+        {"HTML that says UTF-8 and is not", "Content-Type: text/html\r\n\r\n<meta charset=utf-8>caf\xE9",
+         "caf\xC3\xA9\n", true},
+        {"the charset of the part before that of its HTML",
+         "Content-Type: text/html; charset=iso-8859-1\r\n\r\n<meta charset=koi8-r>caf\xE9", "caf\xC3\xA9\n",
+         true},
         {"a guess needs more than a few letters",
          "Subject: s\r\n\r\nSe\xF1or Nu\xF1"
          "ez",

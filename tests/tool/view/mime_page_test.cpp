@@ -4,7 +4,8 @@
 #include <string_view>
 
 #include "standalone/input.h"
-#include "tool/view/mime_text.h"
+#include "tool/text/charset_guess.h"
+#include "tool/view/calendar_text.h"
 #include "tool/view/page.h"
 #include "tool/view/pictures.h"
 #include "tool/view/site.h"
@@ -142,21 +143,16 @@ TEST(MimePage, DatesKeepTheClockOfTheSender) {
     EXPECT_TRUE(has(pageOf("Date: never\n\nx"), "<dd>never</dd>"));
 }
 
-TEST(MimeText, HtmlMayNameItsCharset) {
-    struct Row {
-        const char* html;
-        const char* charset;
-    };
-    const Row rows[] = {
-        {"<meta charset=KOI8-R>", "koi8-r"},
-        {"<META http-equiv=Content-Type content='text/html; charset=windows-1251'>", "windows-1251"},
-        {"<meta content='text/html'><meta charset=\"x\">", "x"},
-        {"<!-- <meta charset=x> -->", ""},
-        {"charset=x", ""},
-    };
-    for (const Row& row : rows) EXPECT_EQ(emltool::metaCharset(row.html), row.charset) << row.html;
+// The rule of `eml show`.
+TEST(MimePage, TextWithoutACharsetIsGuessed) {
     EXPECT_TRUE(
         has(pageOf("Content-Type: text/html\n\n<meta charset=koi8-r>\xF0\xD2\xC9\xD7\xC5\xD4"), "Привет"));
+    if (!emltool::guessesCharsets()) return;
+    const std::string bytes =
+        "\xD1\xFA\xE5\xF8\xFC \xE6\xE5 \xE5\xF9\xB8 \xFD\xF2\xE8\xF5 \xEC\xFF\xE3\xEA\xE8\xF5 "
+        "\xF4\xF0\xE0\xED\xF6\xF3\xE7\xF1\xEA\xE8\xF5 \xE1\xF3\xEB\xEE\xEA";
+    EXPECT_TRUE(has(pageOf("Subject: s\n\n" + bytes), "Съешь же ещё этих мягких французских булок"));
+    EXPECT_TRUE(has(pageOf("Content-Type: text/html\n\n<p>" + bytes), "Съешь же ещё"));
 }
 
 TEST(Pictures, TheBeginningDecides) {

@@ -1,4 +1,4 @@
-#include "tool/view/html_tokens.h"
+#include "tool/text/html_tokens.h"
 
 #include <algorithm>
 #include <array>

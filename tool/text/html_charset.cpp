@@ -1,11 +1,7 @@
-#include "tool/view/mime_text.h"
-
-#include <optional>
+#include "tool/text/html_charset.h"
 
 #include "tool/text/ascii.h"
-#include "tool/text/charset_labels.h"
-#include "tool/text/utf8.h"
-#include "tool/view/html_tokens.h"
+#include "tool/text/html_tokens.h"
 
 namespace emltool {
 
@@ -36,25 +32,6 @@ std::string metaCharset(std::string_view html) {
         if (!found.empty()) return found;
     }
     return "";
-}
-
-std::string calendarText(const emlreader::mime::Part& part) {
-    std::string bytes = part.charset().empty() ? part.bytes() : "";
-    return bytes.empty() || !isUtf8(bytes) ? withoutInvalidBytes(part.text()) : bytes;
-}
-
-std::string htmlText(const emlreader::mime::Part& part) {
-    std::string text;
-    const emlreader::mime::Content content =
-        part.extract([&](std::string_view piece) { text += piece; }, emlreader::mime::Form::Text);
-    if (content.guessed()) {
-        const std::string bytes = part.bytes();
-        const std::string label = isUtf8(bytes) ? "" : metaCharset(bytes);
-        std::optional<std::string> converted;
-        if (!label.empty()) converted = fromLabelledCharset(label, bytes);
-        if (converted) return withoutInvalidBytes(*converted);
-    }
-    return withoutInvalidBytes(text);
 }
 
 }  // namespace emltool
