@@ -12,6 +12,7 @@ import re
 import shutil
 import signal
 import stat
+import struct
 import subprocess
 import sys
 import tempfile
@@ -1005,6 +1006,23 @@ def text_inside_a_tnef_is_shown():
 
 
 @with_tnef
+def what_a_tnef_says_of_its_message_is_listed():
+    filetime = ((1741076122 + 11644473600) * 10**7).to_bytes(8, "little")
+    fields = tnef.attribute(tnef.MESSAGE, tnef.MESSAGE_PROPERTIES, tnef.properties(
+        tnef.prop(tnef.SUBJECT, "Gr\u00fc\u00dfe"), tnef.prop(tnef.SENDER, "Anna"),
+        tnef.prop(tnef.DISPLAY_TO, "Zo\u00eb; Bert"), struct.pack("<I", tnef.SUBMIT_TIME) + filetime))
+    write("m.eml", winmail(fields))
+    equal("tnef        winmail.dat  (subject: Gr\u00fc\u00dfe)\n" in eml("list", "-r", "m.eml").out, True)
+    entry = json.loads(eml("--json", "list", "-r", "m.eml").out)["message"]["sub_files"][1]
+    equal(entry["tnef"], {"from": "Anna", "to": "Zo\u00eb; Bert", "subject": "Gr\u00fc\u00dfe",
+                          "date": "2025-03-04T08:15:22+00:00"})
+    equal("tnef" in json.loads(eml("--json", "--schema=1", "list", "-r", "m.eml").out)["message"]["sub_files"][1], False)
+    eml("view", "-o", "m.html", "m.eml")
+    equal("From: Anna; To: Zo\u00eb; Bert; Subject: Gr\u00fc\u00dfe; Sent: 2025-03-04T08:15:22+00:00" in
+          read("m.html").decode(), True)
+
+
+@with_tnef
 def tnef_is_extracted():
     write("m.eml", winmail(*TWO_FILES))
     size = len(tnef.tnef(*TWO_FILES))
@@ -1608,7 +1626,7 @@ def a_reading_says_what_it_leaves_out():
 @test
 def parts_that_nobody_can_read_are_said_to_be_there():
     for kind, said in (("application/pkcs7-mime; smime-type=signed-data",
-                        "a part is inside an S/MIME signature; what it holds is not read"),
+                        "a part is inside an S/MIME signature and not opened; eml list -r and eml extract -r do"),
                        ("application/pkcs7-mime; smime-type=enveloped-data",
                         "a part is encrypted (S/MIME); what it holds cannot be read")):
         write("m.eml", mixed(part("smime.p7m", kind=kind)))
@@ -1639,6 +1657,24 @@ def inside_signatures(message, count):
                    b"Content-Transfer-Encoding: base64\n\n"
                    + base64.encodebytes(der(0x30, signed_data, der(0xa0, signed))))
     return message
+
+
+@test
+def a_signed_part_is_opened_like_a_message():
+    if "smime" not in json.loads(eml("--json", "version").out)["features"]:
+        return
+    signed = inside_signatures(mixed(part("a.bin", b"bytes")), 2)
+    write("m.eml", mixed(signed, part("b.bin", b"x")))
+    equal("inside an S/MIME signature and not opened" in eml("list", "m.eml").err, True)
+    listed = eml("--json", "list", "-r", "m.eml")
+    entries = json.loads(listed.out)["message"]["sub_files"]
+    equal((listed.err, [file["name"] for file in entries[1]["message"]["sub_files"][1:]], entries[2]["name"]),
+          ("", ["a.bin"], "b.bin"))
+    expect(eml("extract", "-n", "1.1", "-o", "-", "m.eml"), 0, out="bytes")
+    write("m.eml", mixed(inside_signatures(b"", 9)))
+    equal("what is inside the signature is left out" in eml("list", "-r", "m.eml").err, True)
+    write("m.eml", mixed(b"Content-Type: application/pkcs7-mime; smime-type=signed-data\n\nx"))
+    equal("what is inside the signature is left out" in eml("list", "-r", "m.eml").err, True)
 
 
 @test

@@ -51,7 +51,7 @@ class BatchCommandRun final : public CommandRun {
                        "give up on a message that needs more, as in 512M (default: no limit)")
             ->type_name("SIZE");
         app.add_flag("-r,--recursive", options_.worker.row.recursive,
-                     "open embedded messages and winmail.dat");
+                     "open embedded messages, signed parts and winmail.dat");
         app.add_flag("--text", options_.worker.row.text, "include the text of the message");
         app.add_flag("--digest", options_.worker.row.digest, "include SHA-256 of message and attachments");
         app.add_flag("--force", options_.worker.row.force, "also read what does not look like a message");

@@ -94,7 +94,7 @@ class ExtractRun final : public CommandRun {
             ->type_name("N")
             ->allow_extra_args(false);
         app.add_flag("-r,--recursive", request_.recursive,
-                     "also attachments of embedded messages and winmail.dat, at most 32 deep");
+                     "also attachments of embedded messages, signed parts and winmail.dat, at most 32 deep");
         app.add_option("-o,--output", request_.folder,
                        "folder to write into, created if missing; - is standard output")
             ->type_name("DIR");

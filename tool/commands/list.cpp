@@ -25,6 +25,8 @@ std::string notesOf(const SubFileEntry& entry, bool verbose) {
     if (entry.isEncrypted || (entry.message != nullptr && entry.message->encrypted)) {
         notes.emplace_back("encrypted");
     }
+    if (entry.isTnef && entry.message != nullptr && !entry.message->name.empty())
+        notes.push_back(formatted("subject: {}", visible(entry.message->name)));
     if (!entry.isInFile) notes.emplace_back("not in the file");
     if (!entry.isNamed) notes.emplace_back("no name in the message");
     if (verbose && !entry.type.empty()) notes.push_back(visible(entry.type));
@@ -91,7 +93,7 @@ class ListRun final : public CommandRun {
   public:
     explicit ListRun(CLI::App& app) : messages_(app, MessageArguments::Count::kMany) {
         app.add_flag("-r,--recursive", recursive_,
-                     "also open embedded messages and winmail.dat, at most 32 deep");
+                     "also open embedded messages, signed parts and winmail.dat, at most 32 deep");
         messages_.declareForce(app);
     }
 

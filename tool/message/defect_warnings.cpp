@@ -53,15 +53,17 @@ std::vector<Warning> defectWarnings(const emlreader::mime::Message& message) {
     return warnings;
 }
 
-std::vector<Warning> hiddenPartWarnings(const emlreader::mime::Message& message, uint32_t root) {
+std::vector<Warning> hiddenPartWarnings(const emlreader::mime::Message& message, uint32_t root,
+                                        const std::vector<uint32_t>& opened) {
     std::vector<Warning> warnings;
     for (const emlreader::mime::Part& part : message.parts()) {
         const uint32_t protection = part.protection();
         if (part.info().message != root || part.number() == root) continue;
+        if (std::find(opened.begin(), opened.end(), part.number()) != opened.end()) continue;
         if (protection == EML_MIME_SMIME_OPAQUE) {
             warnings.push_back(
                 {"signed-part", whereOf(message, part.number()) +
-                                    "a part is inside an S/MIME signature; what it holds is not read"});
+                                    "a part is inside an S/MIME signature and not opened; eml list -r and eml extract -r do"});
         } else if (isEncryption(protection)) {
             warnings.push_back({"encrypted-part", whereOf(message, part.number()) + "a part is " +
                                                       std::string(protectionNotice(protection)) +

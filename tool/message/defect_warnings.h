@@ -14,6 +14,7 @@ std::vector<Warning> defectWarnings(const emlreader::mime::Message& message);
 
 // A warning for each part of the message whose root is `root`, other than the root, whose content cannot be read
 // because it is encrypted, or is not read because it is inside a signature.
-std::vector<Warning> hiddenPartWarnings(const emlreader::mime::Message& message, uint32_t root);
+std::vector<Warning> hiddenPartWarnings(const emlreader::mime::Message& message, uint32_t root,
+                                        const std::vector<uint32_t>& opened = {});
 
 }  // namespace emltool

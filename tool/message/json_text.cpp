@@ -56,6 +56,7 @@ class Answer {
     void metadata(const std::vector<MetadataField>& fields);
     void headers(const std::vector<ListedField>& fields);
     void subFiles(const MessageTree& tree);
+    void tnef(const MessageTree& tree);
 
     JsonWriter& json_;
     const AnswerForm& form_;
@@ -112,6 +113,7 @@ void Answer::entry(const SubFileEntry& entry) {
         json_.Key("message");
         message(*entry.message);
     } else if (entry.message != nullptr) {
+        if (!isFirstSchema()) tnef(*entry.message);
         subFiles(*entry.message);
     }
     json_.EndObject();
@@ -166,6 +168,17 @@ void Answer::subFiles(const MessageTree& tree) {
     json_.StartArray();
     for (const SubFileEntry& each : tree.subFiles) entry(each);
     json_.EndArray();
+}
+
+// What a TNEF says of its message.
+void Answer::tnef(const MessageTree& tree) {
+    if (tree.metadata.empty() && tree.date.empty()) return;
+    json_.Key("tnef");
+    json_.StartObject();
+    for (const MetadataField& field : tree.metadata)
+        putField(json_, lowerCase(field.name).c_str(), field.text.value_or(""));
+    if (!tree.date.empty()) putField(json_, "date", tree.date);
+    json_.EndObject();
 }
 
 // The first version of the schema always has a number and a name.

@@ -34,10 +34,12 @@ class MimeTreeReader final : public TreeReader {
                                               Warnings& warnings) override;
     MessageTree readFile(const Message& message, const SubFilePath& path);
     MessageTree readMessage(const Message& message, uint32_t root, const SubFilePath& path);
-    void readFiles(const Message& message, uint32_t root, const SubFilePath& path, MessageTree& tree);
+    std::vector<uint32_t> readFiles(const Message& message, uint32_t root, const SubFilePath& path,
+                                    MessageTree& tree);
+    bool openSigned(const Message& message, const Part& part, SubFileEntry& entry, Warnings& warnings);
     void readInside(const SignedMessage& content, const SubFilePath& path, MessageTree& tree);
     SubFileEntry entryOf(const Part& part, const SubFilePath& path) const;
-    void openPart(const Message& message, const Part& part, MimeContent& content, SubFileEntry& entry,
+    bool openPart(const Message& message, const Part& part, MimeContent& content, SubFileEntry& entry,
                   Warnings& warnings);
 
     const Message& message_;
@@ -76,12 +78,14 @@ MessageTree MimeTreeReader::readMessage(const Message& message, uint32_t root, c
     // The signature around this one has said it already if there are too many.
     if (!content.problem().empty() && signatures_ < kMaxSignatures)
         tree.warnings.push_back(signatureWarning(content));
-    for (Warning& warning : hiddenPartWarnings(message, root)) tree.warnings.push_back(std::move(warning));
+    std::vector<uint32_t> opened;
     if (content.inside() != nullptr) {
         readInside(content, path, tree);
     } else {
-        readFiles(message, root, path, tree);
+        opened = readFiles(message, root, path, tree);
     }
+    for (Warning& warning : hiddenPartWarnings(message, root, opened))
+        tree.warnings.push_back(std::move(warning));
     tree.charset = charsetIdOf(tree.charsetLabel);
     return tree;
 }
@@ -98,8 +102,10 @@ void MimeTreeReader::readInside(const SignedMessage& content, const SubFilePath&
     for (Warning& warning : inside.warnings) tree.warnings.push_back(std::move(warning));
 }
 
-void MimeTreeReader::readFiles(const Message& message, uint32_t root, const SubFilePath& path,
-                               MessageTree& tree) {
+// Returns the parts that were opened, or are said not to be.
+std::vector<uint32_t> MimeTreeReader::readFiles(const Message& message, uint32_t root,
+                                                const SubFilePath& path, MessageTree& tree) {
+    std::vector<uint32_t> opened;
     int32_t number = 0;
     for (const Part& file : message.files(root)) {
         SubFilePath filePath = path;
@@ -107,9 +113,11 @@ void MimeTreeReader::readFiles(const Message& message, uint32_t root, const SubF
         SubFileEntry entry = entryOf(file, filePath);
         MimeContent content(message, file.number());
         visitor_.visit(content, entry);
-        if (visitor_.opens(entry)) openPart(message, file, content, entry, tree.warnings);
+        if (visitor_.opens(entry) && openPart(message, file, content, entry, tree.warnings))
+            opened.push_back(file.number());
         tree.subFiles.push_back(std::move(entry));
     }
+    return opened;
 }
 
 SubFileEntry MimeTreeReader::entryOf(const Part& part, const SubFilePath& path) const {
@@ -128,22 +136,40 @@ SubFileEntry MimeTreeReader::entryOf(const Part& part, const SubFilePath& path) 
     return entry;
 }
 
-// A message inside is open already, unless it is encoded.
-void MimeTreeReader::openPart(const Message& message, const Part& part, MimeContent& content,
+// A signed part that is not the whole message holds a message without a header of its own.
+bool MimeTreeReader::openSigned(const Message& message, const Part& part, SubFileEntry& entry,
+                                Warnings& warnings) {
+    if (!limits_.mayOpen(entry.path, part.info().body.length, warnings)) return true;
+    const SignedMessage content(message, part.number(), kMaxSignatures - signatures_);
+    entry.isEncrypted = content.isEncrypted();
+    if (!content.problem().empty()) warnings.push_back(signatureWarning(content));
+    if (content.inside() == nullptr) return !content.problem().empty();
+    signatures_ += content.depth();
+    entry.message = std::make_unique<MessageTree>(readFile(*content.inside(), entry.path));
+    signatures_ -= content.depth();
+    entry.message->protection = content.notice();
+    return true;
+}
+
+// A message inside is open already, unless it is encoded. True if it was opened, or a warning says why not.
+bool MimeTreeReader::openPart(const Message& message, const Part& part, MimeContent& content,
                               SubFileEntry& entry, Warnings& warnings) {
     if (part.isMessage()) {
         const uint32_t root = part.info().firstChild;
         if (root != EML_MIME_NONE) {
             entry.message = std::make_unique<MessageTree>(readMessage(message, root, entry.path));
         }
-        return;
+        return true;
     }
     if (part.isEncodedMessage()) {
         openExtracted(content, part.info().body.length, entry, warnings);
-        return;
+        return true;
     }
+    if (part.protection() == EML_MIME_SMIME_OPAQUE || part.protection() == EML_MIME_SMIME_OTHER)
+        return openSigned(message, part, entry, warnings);
     entry.isTnef = readsTnef() && beginsTnef(content.beginning());
     if (entry.isTnef) openTnefPart(content, part.info().body.length, entry, warnings);
+    return entry.isTnef;
 }
 
 std::unique_ptr<MessageTree> MimeTreeReader::readEmbedded(emlhost::Input& input, const SubFilePath& path,

@@ -8,6 +8,7 @@
 #include "tool/system/isolated_work.h"
 #include "tool/text/charset_decoder.h"
 #include "tool/text/charset_labels.h"
+#include "tool/text/date_text.h"
 #include "tool/text/format.h"
 #include "tool/text/packed_rtf.h"
 #include "tool/text/rtf_words.h"
@@ -106,6 +107,16 @@ std::string withLineFeeds(std::string_view text) {
     return result;
 }
 
+// A FILETIME (MS-DTYP section 2.3.3). Empty unless its year has four digits.
+std::string timeText(std::string_view bytes) {
+    constexpr int64_t kUnixEpoch = 11644473600;  // in seconds since 1601
+    constexpr uint64_t kTicks = 10'000'000;      // of a second
+    if (bytes.size() != sizeof(uint64_t)) return "";
+    uint64_t ticks = 0;
+    for (size_t i = bytes.size(); i-- > 0;) ticks = ticks << 8 | static_cast<uint8_t>(bytes[i]);
+    return utcText(static_cast<int64_t>(ticks / kTicks) - kUnixEpoch);
+}
+
 // An address that no mail can be sent to, of a directory, only stands in for a name.
 std::string senderOf(std::string name, const std::string& address) {
     if (name.empty() || name == address) return address;
@@ -124,7 +135,9 @@ void takeProperties(const Found& found, TnefContent& content) {
     content.cc = text(TnefProperty::kCc);
     content.text = withLineFeeds(text(TnefProperty::kText));
     content.html = text(TnefProperty::kHtml);
-    const std::string_view packed = found.properties[static_cast<size_t>(TnefProperty::kPackedRtf)].text;
+    const auto bytes = [&](TnefProperty id) { return found.properties[static_cast<size_t>(id)].text; };
+    content.sent = timeText(bytes(TnefProperty::kSent));
+    const std::string_view packed = bytes(TnefProperty::kPackedRtf);
     if (packed.empty()) return;
     UnpackedRtf rtf = unpackRtf({reinterpret_cast<const uint8_t*>(packed.data()), packed.size()});
     content.rtf = std::move(rtf.bytes);

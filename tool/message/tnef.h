@@ -27,6 +27,7 @@ struct TnefContent {
     std::string from;  // "name <address>", or one of them
     std::string to;    // names, separated by "; "
     std::string cc;
+    std::string sent;          // "2025-03-04T08:15:22+00:00" (RFC 3339)
     std::string text;          // lines end with LF
     std::string html;          // whatever charset it claims
     std::vector<uint8_t> rtf;  // unpacked: for rtfToText and htmlInRtf
@@ -61,8 +62,9 @@ enum class TnefProperty : uint32_t {
     kText,
     kHtml,
     kPackedRtf,
+    kSent,  // eight bytes: tenths of microseconds since 1601, the lowest first
 };
-inline constexpr uint32_t kTnefProperties = 8;
+inline constexpr uint32_t kTnefProperties = 9;
 
 // The charset of a property in the code page of the TNEF.
 inline constexpr uint32_t kTnefCodePage = 0;

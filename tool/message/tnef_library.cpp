@@ -18,6 +18,7 @@ namespace {
 
 // Properties of the message
 constexpr uint32_t kSubject = 0x0037;
+constexpr uint32_t kSubmitTime = 0x0039;
 constexpr uint32_t kRepresentedName = 0x0042;
 constexpr uint32_t kRepresentedAddress = 0x0065;
 constexpr uint32_t kSenderName = 0x0C1A;
@@ -43,6 +44,7 @@ constexpr uint32_t kLong = 0x0003;
 constexpr uint32_t kObject = 0x000D;
 constexpr uint32_t kAnsi = 0x001E;
 constexpr uint32_t kUnicode = 0x001F;  // the library has made UTF-8 of it
+constexpr uint32_t kTime = 0x0040;
 constexpr uint32_t kBinary = 0x0102;
 
 using Bytes = std::span<const uint8_t>;
@@ -174,6 +176,8 @@ void putProperties(TNEFStruct& tnef, TnefSink& sink) {
     putHtml(message, sink);
     const Bytes packed = property(message, kPackedRtf, kBinary);
     if (!packed.empty()) sink.property(TnefProperty::kPackedRtf, 0, packed);
+    const Bytes sent = property(message, kSubmitTime, kTime);
+    if (!sent.empty()) sink.property(TnefProperty::kSent, 0, sent);
 }
 
 }  // namespace
@@ -184,7 +188,7 @@ bool readTnefWithLibrary(std::span<const uint8_t> bytes, TnefSink& sink) {
     if (bytes.size() > static_cast<size_t>(LONG_MAX)) return false;
     bool breaksOff = false;
     std::vector<uint8_t> kept = withoutEmptyAttributes(bytes, breaksOff);
-    TNEFStruct tnef;
+    TNEFStruct tnef{};  // the library does not set all of it
     ::TNEFInitialize(&tnef);
     bool read = ::TNEFParseMemory(kept.data(), static_cast<long>(kept.size()), &tnef) >= 0;
     bool complete = read && !breaksOff;

@@ -62,7 +62,7 @@ struct SubFileEntry {
     std::optional<Problem> problem;
 };
 
-// A message; or the files of a TNEF, which has only sub-files.
+// A message; or what is in a TNEF: sub-files, those of the fields that it has, and its date.
 struct MessageTree {
     bool isMessage = true;
     std::string name;          // empty when the message has none

@@ -25,6 +25,20 @@ bool isMessage(const TnefFile& file) {
     return (named || typed) && hasHeaderField(beginning);
 }
 
+// What a TNEF says of its message. Its text is what `eml show` shows, so it is not here.
+MessageTree propertiesOf(const TnefContent& content) {
+    MessageTree tree;
+    tree.isMessage = false;
+    tree.name = content.subject;
+    tree.date = content.sent;
+    const std::pair<const char*, const std::string&> fields[] = {
+        {"From", content.from}, {"To", content.to}, {"Cc", content.cc}, {"Subject", content.subject}};
+    for (const auto& [name, text] : fields) {
+        if (!text.empty()) tree.metadata.push_back({name, text, std::nullopt});
+    }
+    return tree;
+}
+
 Warning notUnpacked(const SubFilePath& path) {
     return {"not-unpacked", formatted("sub-file {}: not unpacked, it is too large", dotted(path))};
 }
@@ -70,8 +84,7 @@ void TreeReader::openTnef(std::span<const uint8_t> bytes, SubFileEntry& entry, W
         warnings.push_back(
             {"tnef", formatted("sub-file {}: {}, {}", dotted(entry.path), how, content.problem)});
     }
-    MessageTree tree;
-    tree.isMessage = false;
+    MessageTree tree = propertiesOf(content);
     tree.bytes = bytes.size();
     SubFilePath path = entry.path;
     path.push_back(0);

@@ -29,16 +29,27 @@ std::string zoneOf(std::string_view sent) {
     return "-00:00";
 }
 
+std::string textOf(const std::tm& time, std::string_view zone) {
+    const int64_t year = int64_t{time.tm_year} + 1900;
+    if (year < 0 || year > 9999) return {};
+    return formatted("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}{}", year, time.tm_mon + 1, time.tm_mday,
+                     time.tm_hour, time.tm_min, time.tm_sec, zone);
+}
+
 }  // namespace
 
 std::string dateText(int64_t seconds, std::string_view sent) {
     auto time = static_cast<time_t>(seconds);
     std::tm local{};
     if (time != seconds || ::localtime_r(&time, &local) == nullptr) return {};
-    int64_t year = int64_t{local.tm_year} + 1900;
-    if (year < 0 || year > 9999) return {};
-    return formatted("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}{}", year, local.tm_mon + 1, local.tm_mday,
-                     local.tm_hour, local.tm_min, local.tm_sec, zoneOf(sent));
+    return textOf(local, zoneOf(sent));
+}
+
+std::string utcText(int64_t seconds) {
+    auto time = static_cast<time_t>(seconds);
+    std::tm utc{};
+    if (time != seconds || ::gmtime_r(&time, &utc) == nullptr) return {};
+    return textOf(utc, "+00:00");
 }
 
 }  // namespace emltool

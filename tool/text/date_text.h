@@ -12,4 +12,7 @@ namespace emltool {
 // field, or "-00:00" if there is none. Empty unless the year has four digits.
 std::string dateText(int64_t seconds, std::string_view sent);
 
+// The same of seconds since 1970, in UTC: "2025-03-04T08:15:22+00:00".
+std::string utcText(int64_t seconds);
+
 }  // namespace emltool

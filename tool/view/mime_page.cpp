@@ -155,12 +155,26 @@ std::string MimePage::fileItem(const std::string& name, const std::string& id, s
         id, escapeHtml(safeName(name, id)), base64(bytes), shown(name), humanSize(bytes.size()));
 }
 
+// What a winmail.dat says of its message; it may differ from what the header says.
+std::string tnefFields(const TnefContent& tnef) {
+    const std::pair<const char*, const std::string&> fields[] = {{"From", tnef.from},
+                                                                 {"To", tnef.to},
+                                                                 {"Cc", tnef.cc},
+                                                                 {"Subject", tnef.subject},
+                                                                 {"Sent", tnef.sent}};
+    std::string texts;
+    for (const auto& [name, text] : fields) {
+        if (!text.empty()) texts += formatted("{}{}: {}", texts.empty() ? "" : "; ", name, shown(text));
+    }
+    return texts.empty() ? "" : formatted("<li><small>winmail.dat: {}</small></li>\n", texts);
+}
+
 // What is in a winmail.dat.
 std::string MimePage::tnefItems(const Part& part, std::string_view bytes) {
     if (!readsTnef() || bytes.size() > kMaxTnefSize) return "";
     const TnefContent tnef = unpackTnef({reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()});
     if (!tnef.problem.empty()) warn("tnef", formatted("{}: {}", part.name(), tnef.problem));
-    std::string items;
+    std::string items = tnefFields(tnef);
     size_t number = 0;
     for (const TnefFile& each : tnef.files) {
         if (each.bytes.size() > options_.maxEmbed) continue;
