@@ -61,9 +61,9 @@ std::vector<Warning> hiddenPartWarnings(const emlreader::mime::Message& message,
         if (part.info().message != root || part.number() == root) continue;
         if (std::find(opened.begin(), opened.end(), part.number()) != opened.end()) continue;
         if (protection == EML_MIME_SMIME_OPAQUE) {
-            warnings.push_back(
-                {"signed-part", whereOf(message, part.number()) +
-                                    "a part is inside an S/MIME signature and not opened; eml list -r and eml extract -r do"});
+            warnings.push_back({"signed-part", whereOf(message, part.number()) +
+                                                   "a part is inside an S/MIME signature and not opened; eml "
+                                                   "list -r and eml extract -r do"});
         } else if (isEncryption(protection)) {
             warnings.push_back({"encrypted-part", whereOf(message, part.number()) + "a part is " +
                                                       std::string(protectionNotice(protection)) +

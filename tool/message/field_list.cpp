@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdlib>
 
+#include "tool/message/header_in_utf8.h"
 #include "tool/text/ascii.h"
 #include "tool/text/format.h"
 
@@ -102,9 +103,13 @@ std::string dateText(const Date& date) {
 std::vector<ListedField> fieldList(const emlreader::mime::Message& message, uint32_t part) {
     std::vector<ListedField> fields;
     const emlreader::mime::Part from = message.part(part);
+    const HeaderInUtf8 readable(message, part);
+    std::vector<std::string> texts;
+    for (const Field& field : readable.part().fields()) texts.push_back(textOf(field));
     for (const Field& field : from.fields()) {
         const EmlMimeSpan span = field.span();
-        fields.push_back({field.name(), textOf(field), field.raw(), span.offset, span.length});
+        fields.push_back(
+            {field.name(), std::move(texts[fields.size()]), field.raw(), span.offset, span.length});
     }
     return fields;
 }

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "tool/message/field_list.h"
+#include "tool/message/header_in_utf8.h"
 
 namespace emltool {
 
@@ -50,12 +51,14 @@ std::string withoutBlanks(std::string_view raw) {
 
 }  // namespace
 
-std::vector<MetadataField> readMetadata(const Part& root) {
+std::vector<MetadataField> readMetadata(const emlreader::mime::Message& message, uint32_t root) {
+    const HeaderInUtf8 header(message, root);
+    const Part original = message.part(root);
     std::vector<MetadataField> fields;
     for (const FieldRow& row : kFields) {
-        MetadataField field{row.name, valueOf(root, row), std::nullopt};
+        MetadataField field{row.name, valueOf(header.part(), row), std::nullopt};
         if (field.text && field.text->find(kReplacement) != std::string::npos) {
-            if (auto written = root.field(row.fields[0])) field.raw = withoutBlanks(written->raw());
+            if (auto written = original.field(row.fields[0])) field.raw = withoutBlanks(written->raw());
         }
         fields.push_back(std::move(field));
     }

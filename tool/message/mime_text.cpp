@@ -50,11 +50,7 @@ std::optional<std::string> textByMeta(const std::string& html) {
     return toUtf8(html, label);
 }
 
-// By its letters; nothing if they are too few to tell.
 std::optional<std::string> guessedText(const std::string& bytes) {
-    constexpr ptrdiff_t kEnough = 8;
-    const auto isEightBit = [](char c) { return static_cast<unsigned char>(c) > 0x7F; };
-    if (std::count_if(bytes.begin(), bytes.end(), isEightBit) < kEnough) return std::nullopt;
     const std::optional<std::string> label = guessCharset(bytes);
     return label ? toUtf8(bytes, *label) : std::nullopt;
 }

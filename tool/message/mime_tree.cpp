@@ -3,6 +3,7 @@
 #include <emlreader/mime.hpp>
 
 #include "tool/message/defect_warnings.h"
+#include "tool/message/header_in_utf8.h"
 #include "tool/message/mime_content.h"
 #include "tool/message/mime_fields.h"
 #include "tool/message/mime_text.h"
@@ -60,8 +61,8 @@ MessageTree MimeTreeReader::readMessage(const Message& message, uint32_t root, c
     const Part part = message.part(root);
     MessageTree tree;
     tree.bytes = root == 0 ? message.size() : message.part(part.info().parent).info().body.length;
-    tree.metadata = readMetadata(part);
-    tree.name = part.header("Subject").value_or("");
+    tree.metadata = readMetadata(message, root);
+    tree.name = HeaderInUtf8(message, root).part().header("Subject").value_or("");
     tree.date = dateOf(part);
     const SignedMessage content(message, root, kMaxSignatures - signatures_);
     tree.encrypted = content.isEncrypted();

@@ -45,8 +45,7 @@ void addNames(const std::vector<std::string>& names, ShownMessage& shown) {
 ShownMessage shownByMime(MessageFile& file, bool source) {
     ShownMessage shown;
     withMime(file, [&](const emlreader::mime::Message& message) {
-        const emlreader::mime::Part root = message.root();
-        addFields(readMetadata(root), shown);
+        addFields(readMetadata(message, 0), shown);
         const SignedMessage content(message, 0);
         const emlreader::mime::Message& body = content.inside() != nullptr ? *content.inside() : message;
         shown.encrypted = content.isEncrypted();

@@ -55,7 +55,7 @@ class Utf8Output final : public emlhost::Output {
 std::string headerRows(MessageFile& file) {
     std::string rows;
     withMime(file, [&rows](const emlreader::mime::Message& message) {
-        for (const MetadataField& field : readMetadata(message.part(0))) {
+        for (const MetadataField& field : readMetadata(message, 0)) {
             if (field.text && !field.text->empty()) rows += formatted("{}: {}\r\n", field.name, *field.text);
         }
     });

@@ -22,9 +22,9 @@ struct Deleter {
 bool guessesCharsets() { return true; }
 
 std::optional<std::string> guessCharset(std::string_view bytes) {
-    const auto isAscii = [](char byte) { return static_cast<unsigned char>(byte) < 0x80; };
+    const auto isEightBit = [](char byte) { return static_cast<unsigned char>(byte) > 0x7F; };
     bytes = bytes.substr(0, kCharsetGuessBytes);
-    if (std::all_of(bytes.begin(), bytes.end(), isAscii)) return std::nullopt;
+    if (std::count_if(bytes.begin(), bytes.end(), isEightBit) < kCharsetGuessLetters) return std::nullopt;
     const std::unique_ptr<uchardet, Deleter> detector(::uchardet_new());
     if (!detector || ::uchardet_handle_data(detector.get(), bytes.data(), bytes.size()) != 0)
         return std::nullopt;

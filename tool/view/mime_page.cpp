@@ -6,6 +6,7 @@
 #include <unordered_map>
 
 #include "tool/message/defect_warnings.h"
+#include "tool/message/header_in_utf8.h"
 #include "tool/message/mime_text.h"
 #include "tool/message/signed_message.h"
 #include "tool/message/tnef.h"
@@ -50,16 +51,16 @@ class MimePage {
     void addMessage(const Message& message, const std::string& path, size_t depth,
                     const Part* outer = nullptr);
     bool addInside(const Message& message, uint32_t root);
-    void addArticle(const Message& message, const Part& root, const Part& header,
+    void addArticle(const Message& message, const Part& root, const Part* outer,
                     const std::vector<Part>& parts, Pictures& pictures);
     std::string body(const Message& message, uint32_t root, const std::vector<Part>& parts,
                      Pictures& pictures, bool hasEvent);
     static std::string bodyPart(const Part& part, Pictures& pictures);
     static std::string events(const std::vector<Part>& parts);
-    std::string files(const std::vector<Part>& parts, const Pictures& pictures);
+    std::string files(const Message& message, const std::vector<Part>& parts, const Pictures& pictures);
     static std::string fileItem(const std::string& name, const std::string& id, std::string_view bytes);
     std::string tnefItems(const Part& part, std::string_view bytes);
-    std::string file(const Part& part);
+    std::string file(const Message& message, const Part& part);
     void encodedMessage(const Part& part);
     void addDefects(const Message& message);
     void addToTree(const std::string& id, std::string_view text, size_t level);
@@ -200,7 +201,7 @@ void MimePage::encodedMessage(const Part& part) {
     encoded_.push_back({std::move(*bytes), idOf(part), depth_ + 1});
 }
 
-std::string MimePage::file(const Part& part) {
+std::string MimePage::file(const Message& message, const Part& part) {
     const std::string name = part.name();
     const std::string id = idOf(part);
     ++files_;
@@ -208,8 +209,9 @@ std::string MimePage::file(const Part& part) {
         if (part.isEncodedMessage()) encodedMessage(part);
         const std::string target =
             part.isMessage() ? path_ + std::to_string(part.info().firstChild) : id + "-0";
-        const std::string title =
-            part.isNamed() || part.children().empty() ? shown(name) : shownSubject(part.children().front());
+        const std::string title = part.isNamed() || part.children().empty()
+                                      ? shown(name)
+                                      : shownSubject(HeaderInUtf8(message, part.info().firstChild).part());
         return formatted("<li><a href=\"#message-{}\">{}</a> <small>message</small></li>\n", target, title);
     }
     addToTree("part-" + id, shown(name), level_ + 1);
@@ -223,7 +225,8 @@ std::string MimePage::file(const Part& part) {
     return fileItem(name, id, *bytes) + (maybeTnef(part) ? tnefItems(part, *bytes) : "");
 }
 
-std::string MimePage::files(const std::vector<Part>& parts, const Pictures& pictures) {
+std::string MimePage::files(const Message& message, const std::vector<Part>& parts,
+                            const Pictures& pictures) {
     std::string items;
     std::string shownNames;
     for (const Part& part : parts) {
@@ -233,7 +236,7 @@ std::string MimePage::files(const std::vector<Part>& parts, const Pictures& pict
             shownNames += (shownNames.empty() ? "" : ", ") + shown(part.name());
             continue;
         }
-        items += file(part);
+        items += file(message, part);
     }
     std::string text;
     if (!items.empty()) text = "<h3>Attachments</h3>\n<ul class=\"files\">\n" + items + "</ul>\n";
@@ -264,9 +267,11 @@ std::string MimePage::body(const Message& message, uint32_t root, const std::vec
     return text;
 }
 
-// `header` is that of the message; what is signed has its own inside the signature.
-void MimePage::addArticle(const Message& message, const Part& root, const Part& header,
+// `outer` has the header of the message if it was inside a signature.
+void MimePage::addArticle(const Message& message, const Part& root, const Part* outer,
                           const std::vector<Part>& parts, Pictures& pictures) {
+    const HeaderInUtf8 inner(message, root.number());
+    const Part& header = outer != nullptr ? *outer : inner.part();
     const bool isFirst = articles_++ == 0;
     files_ = 0;
     const std::string id = isFirst ? "message" : "message-" + idOf(root);
@@ -276,13 +281,13 @@ void MimePage::addArticle(const Message& message, const Part& root, const Part& 
     std::string text = formatted("<article id=\"{}\">\n", id);
     if (!isFirst) text += "<p class=\"inside\">Message inside the message</p>\n";
     text += formatted("<h{0}>{1}</h{0}>\n", isFirst ? 1 : 2, subject) + headerTable(header);
-    if (header.protection() != root.protection()) {
+    if (outer != nullptr) {
         text += note("The message is inside a signature (S/MIME); the signature was not checked.");
     }
     for (const Part& part : parts) text += protectionNote(part);
     const std::string cards = events(parts);
     text += cards + body(message, root.number(), parts, pictures, !cards.empty());
-    text += files(parts, pictures) + "</article>\n";
+    text += files(message, parts, pictures) + "</article>\n";
     content_.articles += text;
     if (isFirst) {
         summary_ = summaryOf(header);
@@ -306,10 +311,10 @@ bool MimePage::addInside(const Message& message, uint32_t root) {
     const SignedMessage content(message, root);
     if (!content.problem().empty()) warnings_.push_back(signatureWarning(content));
     if (content.inside() == nullptr) return false;
-    const Part header = message.part(root);
+    const HeaderInUtf8 header(message, root);
     const std::string outerPath = path_;
     const size_t outerDepth = depth_;
-    addMessage(*content.inside(), idOf(header), depth_ + 1, &header);
+    addMessage(*content.inside(), idOf(message.part(root)), depth_ + 1, &header.part());
     path_ = outerPath;
     depth_ = outerDepth;
     return true;
@@ -335,7 +340,7 @@ void MimePage::addMessage(const Message& message, const std::string& path, size_
         const Part part = message.part(root);
         const bool isInside = outer != nullptr && root == roots.front();
         if (isInside || !addInside(message, root)) {
-            addArticle(message, part, isInside ? *outer : part, byMessage[root], pictures);
+            addArticle(message, part, isInside ? outer : nullptr, byMessage[root], pictures);
         }
     }
     addDefects(message);

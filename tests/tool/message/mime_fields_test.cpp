@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tool/message/part_words.h"
+#include "tool/text/charset_guess.h"
 
 namespace emltool {
 namespace {
@@ -36,12 +37,42 @@ TEST(MimeFields, AreUnfoldedAndDecodedAndRecipientsOfSeveralFieldsAreOneList) {
         "From: =?utf-8?Q?Zo=C3=AB?= <zoe@example.net>\r\nTo: a@example.org\r\nTo: b@example.org\r\n"
         "Subject: the order\r\n before\r\nImportance: high\r\n\r\n";
     std::string all;
-    for (const MetadataField& field : readMetadata(Message::fromBytes(text).root())) {
+    for (const MetadataField& field : readMetadata(Message::fromBytes(text), 0)) {
         all += field.name + "=" + field.text.value_or("(none)") + "\n";
     }
     EXPECT_EQ(all,
               "From=Zo\xC3\xAB <zoe@example.net>\nSent=(none)\nTo=a@example.org, b@example.org\nCc=(none)\n"
               "Bcc=(none)\nSubject=the order before\nPriority=high\n");
+}
+
+// Raw bytes of a field, the charset of the text and the field as it is read.
+TEST(MimeFields, BytesWithoutACharsetAreThatOfTheTextOrAGuess) {
+    const struct {
+        const char* subject;
+        const char* type;
+        const char* text;
+        bool isGuess;
+    } rows[] = {
+        {"\xF0\xD2\xC9", "multipart/mixed; boundary=b\r\n\r\n--b\r\nContent-Type: text/plain; charset=koi8-r",
+         "При", false},
+        {"\xF0\xD2\xC9\r\n \xF0", "text/plain; charset=koi8-r", "При П", false},
+        {"\xF0 =?utf-8?Q?=C3=A4?=",
+         "multipart/mixed; boundary=b\r\n\r\n--b\r\nContent-Type: text/plain; charset=koi8-r", "П ä", false},
+        {"\xC3\xA4", "multipart/mixed; boundary=b\r\n\r\n--b\r\nContent-Type: text/plain; charset=koi8-r",
+         "ä", false},
+        {"\xD1\xFA\xE5\xF8\xFC \xE6\xE5 \xE5\xF9\xB8 \xFD\xF2\xE8\xF5 \xEC\xFF\xE3\xEA\xE8\xF5", "text/plain",
+         "Съешь же ещё этих мягких", true},
+        {"caf\xE9", "text/plain", "café", false},
+        {"caf\xE9", "text/plain; charset=no-such", "café", false},
+    };
+    for (const auto& row : rows) {
+        if (row.isGuess && !guessesCharsets()) continue;
+        const std::string text = std::string("From: \xF0\r\nSubject: ") + row.subject +
+                                 "\r\nContent-Type: " + row.type + "\r\n\r\n";
+        const Message message = Message::fromBytes(text);
+        const std::vector<MetadataField> fields = readMetadata(message, 0);
+        EXPECT_EQ(fields[5].text.value_or("(none)"), row.text) << row.subject;
+    }
 }
 
 TEST(MimeFields, OnlyWhatNeedsAKeyIsEncrypted) {
