@@ -2,10 +2,24 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
+#include <utility>
 
 namespace emlhost {
 
 namespace {
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kKeepsBlocks = false;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(memory_sanitizer)
+constexpr bool kKeepsBlocks = false;
+#else
+constexpr bool kKeepsBlocks = true;
+#endif
+#else
+constexpr bool kKeepsBlocks = true;
+#endif
 
 CountingHeap& heapOf(EmlAllocator* allocator) noexcept {
     return *reinterpret_cast<CountingHeap*>(allocator->context);
@@ -15,7 +29,44 @@ CountingHeap& heapOf(EmlAllocator* allocator) noexcept {
 
 CountingHeap::CountingHeap() noexcept : allocator_{}, list_{&list_, &list_, 0} { install(allocator_); }
 
-CountingHeap::~CountingHeap() { freeAll(); }
+CountingHeap::~CountingHeap() {
+    freeAll();
+    for (Block* block : kept_) {
+        while (block != nullptr) std::free(std::exchange(block, block->next));
+    }
+}
+
+// kClasses for sizes that are not kept.
+size_t CountingHeap::classOf(size_t size) noexcept {
+    constexpr size_t kSmall = kSmallStep * kSmallClasses;
+    if (size <= kSmall) return size == 0 ? 0 : (size - 1) / kSmallStep;
+    return std::min(kSmallClasses + (size - 1) / kLargeStep - kSmall / kLargeStep, kClasses);
+}
+
+size_t CountingHeap::roundedUp(size_t size) noexcept {
+    const size_t sizeClass = classOf(size);
+    if (sizeClass == kClasses) return size;
+    const size_t step = sizeClass < kSmallClasses ? kSmallStep : kLargeStep;
+    return std::max<size_t>((size + step - 1) / step, 1) * step;
+}
+
+// A kept block with room for `size` bytes; NULL if there is none.
+CountingHeap::Block* CountingHeap::takeKept(size_t size) noexcept {
+    const size_t sizeClass = classOf(size);
+    if (sizeClass == kClasses || kept_[sizeClass] == nullptr) return nullptr;
+    keptBytes_ -= roundedUp(size);
+    return std::exchange(kept_[sizeClass], kept_[sizeClass]->next);
+}
+
+// Whether the block, which is in no list, is kept and not to be freed.
+bool CountingHeap::keep(Block* block) noexcept {
+    const size_t sizeClass = classOf(block->size);
+    const size_t bytes = roundedUp(block->size);
+    if (!kKeepsBlocks || sizeClass == kClasses || bytes > kMaxKept - keptBytes_) return false;
+    keptBytes_ += bytes;
+    block->next = std::exchange(kept_[sizeClass], block);
+    return true;
+}
 
 // Several records may use one heap, so the record's own word leads to the heap.
 void CountingHeap::install(EmlAllocator& record) noexcept {
@@ -34,13 +85,16 @@ void CountingHeap::install(EmlAllocator& record) noexcept {
 
 void* CountingHeap::allocate(size_t size) noexcept {
     if (size > kMaxSize) return nullptr;
-    return adopt(static_cast<Block*>(std::malloc(sizeof(Block) + size)), size);
+    Block* const kept = takeKept(size);
+    if (kept != nullptr) return adopt(kept, size);
+    return adopt(static_cast<Block*>(std::malloc(sizeof(Block) + roundedUp(size))), size);
 }
 
 void* CountingHeap::allocateZeroed(size_t count, size_t size) noexcept {
     if (size != 0 && count > kMaxSize / size) return nullptr;
     size_t bytes = count * size;
-    return adopt(static_cast<Block*>(std::calloc(1, sizeof(Block) + bytes)), bytes);
+    void* const block = allocate(bytes);
+    return block == nullptr ? nullptr : std::memset(block, 0, bytes);
 }
 
 void* CountingHeap::reallocate(void* block, size_t newSize) noexcept {
@@ -49,7 +103,7 @@ void* CountingHeap::reallocate(void* block, size_t newSize) noexcept {
     Block* old = static_cast<Block*>(block) - 1;
     size_t oldSize = old->size;
     // Meanwhile the block stays in the list; its neighbours are corrected only after it has moved.
-    auto* moved = static_cast<Block*>(std::realloc(old, sizeof(Block) + newSize));
+    auto* moved = static_cast<Block*>(std::realloc(old, sizeof(Block) + roundedUp(newSize)));
     if (moved == nullptr) return nullptr;
     moved->previous->next = moved;
     moved->next->previous = moved;
@@ -67,7 +121,7 @@ void CountingHeap::free(void* block) noexcept {
     header->next->previous = header->previous;
     counts_.liveBytes -= header->size;
     --counts_.liveBlocks;
-    std::free(header);
+    if (!keep(header)) std::free(header);
 }
 
 void CountingHeap::freeAll() noexcept {

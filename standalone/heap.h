@@ -4,6 +4,7 @@
 
 #include <emlreader/eml_host.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -17,7 +18,8 @@ struct HeapCounts {
     uint64_t allocations = 0;  // calls that returned a block, including reallocations
 };
 
-// An EmlAllocator over malloc that counts.
+// An EmlAllocator over malloc that counts. It keeps some of the blocks that were freed, for the next message needs blocks
+// of the same sizes; a build with AddressSanitizer keeps none, so that it sees a use after free.
 //
 // Every block is a member of a list, for two reasons: the library drops a block whose reallocation failed,
 // and a host should not depend on others to avoid leaks. The destructor frees whatever is still live.
@@ -67,13 +69,26 @@ class CountingHeap {
         size_t size;
     };
 
-    // A block and its header must fit in a size_t.
-    static constexpr size_t kMaxSize = SIZE_MAX - sizeof(Block);
+    // A block, what it is rounded up by and its header must fit in a size_t.
+    static constexpr size_t kMaxSize = SIZE_MAX / 2;
 
+    // Sizes of blocks that are kept: whole steps, 32 small ones and then 16 large ones.
+    static constexpr size_t kSmallStep = 32;
+    static constexpr size_t kLargeStep = 512;
+    static constexpr size_t kSmallClasses = 32;
+    static constexpr size_t kClasses = 48;
+    static constexpr size_t kMaxKept = size_t{256} << 10;  // bytes of all kept blocks
+
+    static size_t classOf(size_t size) noexcept;
+    static size_t roundedUp(size_t size) noexcept;
+    Block* takeKept(size_t size) noexcept;
+    bool keep(Block* block) noexcept;
     void* adopt(Block* block, size_t size) noexcept;
 
     EmlAllocator allocator_;
     Block list_;  // head of the ring of live blocks
+    std::array<Block*, kClasses> kept_{};
+    size_t keptBytes_ = 0;
     HeapCounts counts_;
 };
 

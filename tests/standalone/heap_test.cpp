@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -97,6 +98,59 @@ TEST(CountingHeap, EmptyBlocksAreBlocks) {
     heap.free(zeroed);
     heap.free(nullptr);
     EXPECT_EQ(heap.counts().liveBlocks, 0u);
+}
+
+// Blocks come and go in any order and size, some of them used before: none overlaps another, and content moves along.
+TEST(CountingHeap, BlocksUsedAgainAreWholeBlocks) {
+    struct Live {
+        uint8_t* bytes;
+        size_t size;
+        uint8_t mark;
+    };
+    CountingHeap heap;
+    std::vector<Live> live;
+    uint32_t state = 1;
+    const auto below = [&state](uint32_t limit) {
+        state = state * 1664525U + 1013904223U;
+        return (state >> 8) % limit;
+    };
+    const auto isWhole = [](const Live& block) {
+        return std::all_of(block.bytes, block.bytes + block.size,
+                           [&](uint8_t byte) { return byte == block.mark; });
+    };
+    uint64_t bytes = 0;
+    for (uint32_t round = 0; round < 20000; ++round) {
+        const size_t size = below(4) == 0 ? below(12000) : below(1100);
+        const auto mark = static_cast<uint8_t>(round);
+        if (live.size() < 50 || below(2) == 0) {
+            live.push_back({static_cast<uint8_t*>(heap.allocate(size)), size, mark});
+        } else {
+            Live& block = live[below(static_cast<uint32_t>(live.size()))];
+            ASSERT_TRUE(isWhole(block)) << round;
+            bytes -= block.size;
+            if (below(3) == 0) {
+                const uint8_t first = block.size == 0 ? 0 : block.bytes[0];
+                block.bytes = static_cast<uint8_t*>(heap.reallocate(block.bytes, size));
+                if (size != 0 && block.size != 0) {
+                    ASSERT_EQ(block.bytes[0], first) << round;
+                }
+                block = {block.bytes, size, mark};
+            } else {
+                heap.free(block.bytes);
+                block = live.back();
+                live.pop_back();
+                continue;
+            }
+            std::fill_n(block.bytes, size, mark);
+            bytes += size;
+            continue;
+        }
+        std::fill_n(live.back().bytes, size, mark);
+        bytes += size;
+        ASSERT_EQ(heap.counts().liveBytes, bytes) << round;
+        ASSERT_EQ(heap.counts().liveBlocks, live.size()) << round;
+    }
+    for (const Live& block : live) ASSERT_TRUE(isWhole(block));
 }
 
 TEST(CountingHeap, BlocksAreAlignedForAnyType) {
