@@ -1,7 +1,10 @@
+#include "container/converted_body.h"
 #include "container/render.h"
 #include "container/render_header.h"
 #include "container/row_writer.h"
+#include "container/text_stream.h"
 #include "container/transfer_decoders.h"
+#include "host/block_writer.h"
 #include "host/host_text.h"
 
 namespace eml {
@@ -25,9 +28,9 @@ TextForm formOf(const EmlContainerContext& context) {
     return target == EML_CHARSET_TEXT_16 ? TextForm::kWide : TextForm::kConverted;
 }
 
-ConvertedText convert(TextWriter& text, const uint8_t* bytes, uint32_t length, TextForm form) {
+ConvertedText convert(TextWriter& text, const uint8_t* bytes, uint32_t length) {
     EmlContainerContext& context = text.context;
-    if (form == TextForm::kConverted) {
+    if (text.form == TextForm::kConverted) {
         return convertBetween(*context.services, bytes, length, context.charset,
                               context.extract.outputCharset);
     }
@@ -52,7 +55,7 @@ bool writePiece(TextWriter& text, std::string_view lead, Cursor value) {
         text.writer.append(value.pos, length);
         return true;
     }
-    const ConvertedText converted = convert(text, value.pos, length, text.form);
+    const ConvertedText converted = convert(text, value.pos, length);
     const bool written = converted.length != 0;
     if (written) {
         writeAscii(text, lead);
@@ -88,19 +91,60 @@ void writeHeaderBlock(TextWriter& text) {
     text.writer.flush();
 }
 
+// Text as it is decoded, on its way to the output.
+class TextBlocks {
+  public:
+    explicit TextBlocks(EmlIOobj& output) : output_(output), writer_(output, block_) {}
+
+    [[nodiscard]] OutputSpan space() const { return writer_.space(); }
+    void commit(const uint8_t* end) { writer_.commit(end); }
+    [[nodiscard]] static bool take() { return true; }
+
+    [[nodiscard]] bool put(const uint8_t* begin, const uint8_t* end) {
+        writeFile(output_, begin, static_cast<uint32_t>(end - begin));
+        return true;
+    }
+
+    void flush() { writer_.flush(); }
+
+  private:
+    EmlIOobj& output_;
+    uint8_t block_[kOutputBlockSize];
+    BlockWriter writer_;
+};
+
+EmlResult writeUnchangedBody(EmlContainerContext& context, const EmlSection& body, EmlIOobj& output) {
+    TextBlocks blocks(output);
+    const EmlResult result = streamText(context, body, blocks);
+    blocks.flush();
+    return result;
+}
+
+// A charset with a state is converted in one piece.
+EmlResult writeWholeBody(EmlContainerContext& context, const EmlSection& body, EmlIOobj& output) {
+    DecodedBody decoded{};
+    const EmlResult result = readDecodedBody(context, body, decoded);
+    if (result == EML_OK) {
+        const ConvertedText converted = convertBetween(*context.services, decoded.bytes, decoded.length,
+                                                       context.charset, context.extract.outputCharset);
+        if (converted.length != 0) {
+            writeFile(output, converted.bytes, converted.length);
+            context.extract.converted = 1;
+        }
+        freeBlock(allocatorOf(context), converted.bytes);
+    }
+    releaseDecodedBody(context, decoded);
+    return result;
+}
+
 // KEPT: the body goes through the conversion between charsets whatever the target, 16-bit text included.
-void writeBody(TextWriter& text, const DecodedBody& body) {
-    if (text.form == TextForm::kUnchanged) {
-        text.writer.append(body.bytes, body.length);
-        return;
-    }
-    const ConvertedText converted = convert(text, body.bytes, body.length, TextForm::kConverted);
-    if (converted.length != 0) {
-        text.writer.append(converted.bytes, converted.length);
-        text.context.extract.converted = 1;
-    }
-    text.writer.flush();
-    freeBlock(allocatorOf(text.context), converted.bytes);
+EmlResult writeBody(EmlContainerContext& context, const EmlSection& body, TextForm form, EmlIOobj& output) {
+    if (form == TextForm::kUnchanged) return writeUnchangedBody(context, body, output);
+    if (!convertsInPieces(context.charset, context.extract.outputCharset))
+        return writeWholeBody(context, body, output);
+    const EmlResult result = writeConvertedBody(context, body, output);
+    context.decoded.release(allocatorOf(context));
+    return result;
 }
 
 }  // namespace
@@ -109,13 +153,8 @@ EmlResult renderText(EmlContainerContext& context, const EmlSection* body, EmlIO
     RowWriter writer(output);
     TextWriter text{context, writer, formOf(context)};
     if (context.extract.bodyOnly == 0) writeHeaderBlock(text);
-    if (body == nullptr) return EML_OK;
-    DecodedBody decoded{};
-    const EmlResult result = readDecodedBody(context, *body, decoded);
-    if (result == EML_OK) writeBody(text, decoded);
     writer.flush();
-    releaseDecodedBody(context, decoded);
-    return result;
+    return body == nullptr ? EML_OK : writeBody(context, *body, text.form, output);
 }
 
 }  // namespace eml

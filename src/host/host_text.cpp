@@ -20,20 +20,33 @@ class ScopedCharset {
     uint32_t saved_;
 };
 
-// Both conversions are made in two calls: the first only sizes the result. A size that is no positive number
-// of 31 bits is none, and a second call that claims more than the first has lied: its result is not used.
+// The first of the two calls of a conversion only sizes the result. A size that is no positive number of 31 bits
+// is none.
 template <class Call>
-ConvertedText convertInTwoCalls(EmlAllocator& allocator, const void* text, uint32_t length, Call call) {
+uint32_t sizeByCall(const void* text, uint32_t length, Call call) {
     EmlTextSpan source{const_cast<void*>(text), length};
     EmlTextSpan sized{nullptr, 0};
     call(source, sized);
-    if (sized.length == 0 || sized.length > INT32_MAX) return {};
-    auto* bytes = static_cast<uint8_t*>(allocateBlock(allocator, uint64_t{sized.length} + 2));
+    return sized.length > INT32_MAX ? 0 : sized.length;
+}
+
+// The second call. One that claims more than there is room for has lied: its result is not used.
+template <class Call>
+bool convertByCall(const void* text, uint32_t length, Call call, EmlTextSpan& destination) {
+    const uint32_t room = destination.length;
+    EmlTextSpan source{const_cast<void*>(text), length};
+    call(source, destination);
+    return destination.length <= room;
+}
+
+template <class Call>
+ConvertedText convertInTwoCalls(EmlAllocator& allocator, const void* text, uint32_t length, Call call) {
+    const uint32_t size = sizeByCall(text, length, call);
+    if (size == 0) return {};
+    auto* bytes = static_cast<uint8_t*>(allocateBlock(allocator, uint64_t{size} + 2));
     if (bytes == nullptr) return {};
-    source = {const_cast<void*>(text), length};
-    EmlTextSpan written{bytes, sized.length};
-    call(source, written);
-    if (written.length > sized.length) {
+    EmlTextSpan written{bytes, size};
+    if (!convertByCall(text, length, call, written)) {
         freeBlock(allocator, bytes);
         return {};
     }
@@ -42,16 +55,35 @@ ConvertedText convertInTwoCalls(EmlAllocator& allocator, const void* text, uint3
     return {bytes, written.length};
 }
 
+// The host's conversion from a charset into the current one.
+auto callFrom(EmlHostServices& services, uint32_t charset) {
+    return [&services, charset](EmlTextSpan& source, EmlTextSpan& destination) {
+        services.convertTextFrom(&services, charset, &source, &destination, EML_CONVERT_SUBSTITUTE);
+    };
+}
+
 }  // namespace
 
 ConvertedText convertBetween(EmlHostServices& services, const void* text, uint32_t length, uint32_t charset,
                              uint32_t target) {
     if (services.convertTextFrom == nullptr || length == 0) return {};
     const ScopedCharset scope(services, target);
-    return convertInTwoCalls(
-        services.allocator, text, length, [&](EmlTextSpan& source, EmlTextSpan& destination) {
-            services.convertTextFrom(&services, charset, &source, &destination, EML_CONVERT_SUBSTITUTE);
-        });
+    return convertInTwoCalls(services.allocator, text, length, callFrom(services, charset));
+}
+
+uint32_t convertedSize(EmlHostServices& services, const void* text, uint32_t length, uint32_t charset,
+                       uint32_t target) {
+    if (services.convertTextFrom == nullptr || length == 0) return 0;
+    const ScopedCharset scope(services, target);
+    return sizeByCall(text, length, callFrom(services, charset));
+}
+
+uint32_t convertInto(EmlHostServices& services, const void* text, uint32_t length, uint32_t charset,
+                     uint32_t target, uint8_t* bytes, uint32_t room) {
+    if (services.convertTextFrom == nullptr || length == 0) return 0;
+    const ScopedCharset scope(services, target);
+    EmlTextSpan written{bytes, room};
+    return convertByCall(text, length, callFrom(services, charset), written) ? written.length : 0;
 }
 
 }  // namespace eml

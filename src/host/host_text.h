@@ -23,6 +23,15 @@ struct ConvertedText {
 [[nodiscard]] ConvertedText convertBetween(EmlHostServices& services, const void* text, uint32_t length,
                                            uint32_t charset, uint32_t target);
 
+// How many bytes convertBetween would give; 0 for nothing.
+[[nodiscard]] uint32_t convertedSize(EmlHostServices& services, const void* text, uint32_t length,
+                                     uint32_t charset, uint32_t target);
+
+// The same conversion into `room` bytes. Returns their number; 0 when the conversion yielded nothing, or the host claims
+// to have written more.
+[[nodiscard]] uint32_t convertInto(EmlHostServices& services, const void* text, uint32_t length,
+                                   uint32_t charset, uint32_t target, uint8_t* bytes, uint32_t room);
+
 }  // namespace eml
 
 // From `charset` to the host's 16-bit text, with two zero bytes after it. Returns the text and its length in
