@@ -225,7 +225,7 @@ void compareSections(const Visit& visit, std::string_view message, uint32_t flag
     const EmlContainerContext& context = *visit.context();
     std::string got = std::to_string(visit.result()) + " " + headOf(context);
     for (const EmlSectionNode* node = context.sections; node != nullptr; node = node->next)
-        append(got, "\nsection", node->section);
+        append(got, "\nsection", &node->section);
     appendBodies(got, context);
     if (expected != got) fail("the sections are those of the model\n" + expected + "\nbut got\n" + got);
 }

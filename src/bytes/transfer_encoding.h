@@ -7,7 +7,7 @@
 namespace eml {
 
 // 3 is not used.
-enum class TransferEncoding : uint32_t {
+enum class TransferEncoding : uint8_t {
     kNone = 0,  // none given, or not recognised
     k7Bit = 1,
     k8Bit = 2,

@@ -75,9 +75,9 @@ void leaveRelated(EmlContainerContext& context, RelatedLevels& levels) {
 }  // namespace
 
 void chooseAlternatives(EmlContainerContext& context) {
-    for (const EmlSectionNode* node = context.sections; node != nullptr; node = node->next) {
-        if (node->section->isAttachment != 0) return;
-        takeBodies(context, *node->section);
+    for (EmlSectionNode* node = context.sections; node != nullptr; node = node->next) {
+        if (node->section.isAttachment) return;
+        takeBodies(context, node->section);
     }
 }
 
@@ -88,7 +88,7 @@ EmlResult chooseBody(EmlContainerContext& context, EmlSection& section) {
     while (result == EML_OK && candidate->contentClass == EML_CLASS_RELATED &&
            candidate->boundary != nullptr && levels.depth < kMaxRelatedLevels) {
         result = enterRelated(context, levels, *candidate);
-        if (result == EML_OK) candidate = context.sections->section;
+        if (result == EML_OK) candidate = &context.sections->section;
     }
     if (result == EML_OK) {
         if (candidate->contentClass == EML_CLASS_ALTERNATIVE && candidate->boundary != nullptr) {

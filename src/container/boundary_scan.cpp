@@ -92,6 +92,26 @@ void completeDelimiterLine(Scan& scan) {
     if (index < scan.context.lineLength && scan.context.lineBuffer[index] == kLf) ++section.start;
 }
 
+// Where the last chunk of a block begins that has several: after the last run of zeros with a byte after it.
+uint32_t lastChunk(const uint8_t* block, uint32_t count) {
+    uint32_t at = count;
+    while (at != 0 && block[at - 1] == 0) --at;
+    while (at != 0 && block[at - 1] != 0) --at;
+    return at;
+}
+
+// A delimiter has no zero byte, so a block without one has none in any chunk: then only the place of the last chunk
+// counts, and blocks full of zero bytes cost no more than others. False if that does not hold.
+bool passOverChunks(Scan& scan, int64_t rangeEnd) {
+    EmlContainerContext& context = scan.context;
+    const uint8_t* const block = context.lineBuffer;
+    const uint32_t count = context.lineLength;
+    if (context.lineStart + count > rangeEnd || cutAtZeros(block, count).next == count) return false;
+    if (scan.finder.find(block, block + count) != nullptr) return false;
+    context.position = context.lineStart + lastChunk(block, count);
+    return true;
+}
+
 // Goes through the chunks that begin in the block in the buffer and are known whole. Returns false when the
 // scan is over. KEPT: the end of the range is tested where a chunk begins; the chunk is then searched to its
 // end.
@@ -135,13 +155,13 @@ EmlResult scanSections(EmlContainerContext& context, BoundaryText boundary, int6
     context.position = rangeStart;
     while (readBlock(context) != 0) {
         completeDelimiterLine(scan);
-        if (!searchBlock(scan, rangeEnd)) break;
+        if (!passOverChunks(scan, rangeEnd) && !searchBlock(scan, rangeEnd)) break;
     }
     if (scan.result != EML_OK) return scan.result;
     if (!scan.closed && context.currentSection != nullptr) context.currentSection->end = rangeEnd;
     for (EmlSectionNode* node = context.sections; node != nullptr; node = node->next) {
-        trimEnd(context, *node->section);
-        readPartHeader(context, *node->section);
+        trimEnd(context, node->section);
+        readPartHeader(context, node->section);
     }
     if (context.debug != 0) debugSections(context);
     return EML_OK;

@@ -25,29 +25,36 @@ enum EmlContentClass : uint32_t {
 };
 
 // EmlSection.flags; the values are those of EmlSubFileInfo.flags.
-inline constexpr uint32_t EML_SECTION_CONVERTED = EML_SUB_FILE_NOT_IN_FILE;
-inline constexpr uint32_t EML_SECTION_MESSAGE = EML_SUB_FILE_MESSAGE;
+inline constexpr uint8_t EML_SECTION_CONVERTED = EML_SUB_FILE_NOT_IN_FILE;
+inline constexpr uint8_t EML_SECTION_MESSAGE = EML_SUB_FILE_MESSAGE;
 
-// One MIME part. Offsets are byte positions in the message.
+// One MIME part; small, since a message may have very many. Offsets are byte positions in the message.
 struct EmlSection {
-    int64_t start;  // the first header line, just after the boundary line
-    int64_t end;    // one past the last byte; the line end before the next boundary is not counted
-    eml::TransferEncoding encoding;
-    uint32_t charset;  // 0: none given
-    uint32_t contentClass;
-    char* boundary;  // "--" and the part's own boundary, or NULL
-    uint32_t boundaryLength;
-    uint32_t isAttachment;
-    uint32_t flags;
+    int64_t start;      // the first header line, just after the boundary line
+    int64_t end;        // one past the last byte; the line end before the next boundary is not counted
     int64_t bodyStart;  // both 0 when no empty line ends the header: an empty body
     int64_t bodyEnd;
+    char* boundary;  // "--" and the part's own boundary, or NULL
     char* fileName;
+    uint32_t boundaryLength;
+    uint32_t charset;  // 0: none given
+    uint32_t contentClass;
+    eml::TransferEncoding encoding;
+    bool isAttachment;
+    uint8_t flags;
 };
 
+// A section in its list.
 struct EmlSectionNode {
-    EmlSection* section;
+    EmlSection section;
     EmlSectionNode* next;
-    EmlSectionNode* previous;
+};
+
+// Nodes that were allocated together; they stand behind this record.
+struct alignas(int64_t) EmlSectionSlab {
+    EmlSectionSlab* next;
+    uint32_t used;
+    uint32_t capacity;
 };
 
 // What emlExtractSubFileToIOobj2 passes to the renderer; `converted` is what the renderer reports back.
@@ -59,6 +66,7 @@ struct EmlExtractOptions {
 };
 
 inline constexpr uint32_t kBlockSize = 4096;          // the largest read of the input
+inline constexpr uint32_t kShortRead = 512;           // what is read first for a line
 inline constexpr uint32_t kLineBufferSize = 4101;     // a block and room for a terminator
 inline constexpr uint32_t kMainNameSize = 8 + 5 + 1;  // stem, ".mail", terminator
 
@@ -83,6 +91,7 @@ struct EmlContainerContext {
     EmlSectionNode* alternatives;  // the parts of a nested multipart/alternative, for the bodies among them
     EmlSectionNode* retired;       // parts of lists that are no longer needed; a body may be among them
     EmlSectionNode* sectionsTail;  // of the list that is being built
+    EmlSectionSlab* slabs;         // of all nodes, the newest first
     EmlSection* currentSection;    // whose end the next boundary sets
     int32_t attachmentCount;
     EmlSection** attachments;  // the attachments of `sections`, in order; NULL when the open made no table

@@ -55,7 +55,7 @@ EmlResult appendNamedMessage(EmlContainerContext& context, char*& fileName) {
     attachment.start = attachment.bodyStart = context.bodyOffset;
     attachment.end = attachment.bodyEnd = context.fileSize;
     takeTopFields(context, attachment);
-    attachment.isAttachment = 1;
+    attachment.isAttachment = true;
     attachment.fileName = fileName;
     fileName = nullptr;
     return EML_OK;
@@ -99,13 +99,13 @@ EmlResult openSignedContent(EmlContainerContext& context, const EmlSection& cont
 }
 
 EmlResult chooseInSigned(EmlContainerContext& context) {
-    EmlSection& first = *context.sections->section;
+    EmlSection& first = context.sections->section;
     if (context.boundary == nullptr || first.contentClass != EML_CLASS_MULTIPART ||
         first.boundary == nullptr) {
         return chooseBody(context, first);
     }
     if (EmlResult result = openSignedContent(context, first); result != EML_OK) return result;
-    return chooseBody(context, *context.sections->section);
+    return chooseBody(context, context.sections->section);
 }
 
 // Chooses the body among the sections that the scan made. There is at least one.
@@ -118,7 +118,7 @@ EmlResult chooseAmongParts(EmlContainerContext& context) {
             return chooseInSigned(context);
         case EML_CLASS_RELATED:
         case EML_CLASS_MULTIPART:
-            return chooseBody(context, *context.sections->section);
+            return chooseBody(context, context.sections->section);
         default:
             return EML_OK;
     }
@@ -135,9 +135,9 @@ EmlResult appendConverted(EmlContainerContext& context, Cursor line) {
         freeBlock(allocatorOf(context), name);
         return result;
     }
-    context.currentSection->isAttachment = 1;
+    context.currentSection->isAttachment = true;
     context.currentSection->fileName = name;
-    context.currentSection->flags |= EML_SECTION_CONVERTED;
+    context.currentSection->flags = EML_SECTION_CONVERTED;
     return EML_OK;
 }
 
@@ -210,9 +210,7 @@ void closeContainer(EmlContainerContext* context) {
     if (context == nullptr || context->services == nullptr) return;
     EmlAllocator& allocator = allocatorOf(*context);
     freeBlock(allocator, context->lineBuffer);
-    releaseSections(allocator, context->sections);
-    releaseSections(allocator, context->alternatives);
-    releaseSections(allocator, context->retired);
+    releaseSections(*context);
     freeBlock(allocator, context->attachments);
     if (context->input->close != nullptr) (void)context->input->close(context->input);
     context->decoded.release(allocator);

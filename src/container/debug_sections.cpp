@@ -34,7 +34,7 @@ void describe(const EmlSection& section, Line& line) {
 void debugSections(const EmlContainerContext& context) {
     Line line;
     for (const EmlSectionNode* node = context.sections; node != nullptr; node = node->next) {
-        describe(*node->section, line);
+        describe(node->section, line);
     }
 }
 

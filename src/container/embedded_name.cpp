@@ -55,8 +55,8 @@ EmlResult tabulateAttachments(EmlContainerContext& context) {
     const auto count = static_cast<uint32_t>(context.attachmentCount);
     context.attachments = allocateRecords<EmlSection*>(allocatorOf(context), count);
     if (context.attachments == nullptr) return EML_NO_MEMORY;
-    for (const EmlSectionNode* node = context.sections; node != nullptr; node = node->next) {
-        if (node->section->isAttachment != 0) context.attachments[context.tabulatedCount++] = node->section;
+    for (EmlSectionNode* node = context.sections; node != nullptr; node = node->next) {
+        if (node->section.isAttachment) context.attachments[context.tabulatedCount++] = &node->section;
     }
     return EML_OK;
 }
@@ -74,8 +74,8 @@ void makeEmbeddedName(Cursor subject, int32_t number, char (&name)[kEmbeddedName
 
 EmlResult numberAttachments(EmlContainerContext& context) {
     for (EmlSectionNode* node = context.sections; node != nullptr; node = node->next) {
-        EmlSection& section = *node->section;
-        if (section.isAttachment != 0) ++context.attachmentCount;
+        EmlSection& section = node->section;
+        if (section.isAttachment) ++context.attachmentCount;
         if ((section.flags & EML_SECTION_MESSAGE) == 0 || section.fileName != nullptr) continue;
         if (EmlResult result = nameEmbeddedMessage(context, section); result != EML_OK) return result;
     }

@@ -42,9 +42,8 @@ void forEachHeaderRow(EmlContainerContext& context, Write write) {
 template <class Write>
 void forEachAttachmentName(const EmlContainerContext& context, Write write) {
     for (const EmlSectionNode* node = context.sections; node != nullptr; node = node->next) {
-        const EmlSection& section = *node->section;
-        if (section.isAttachment != 0 && section.fileName != nullptr)
-            write(std::string_view(section.fileName));
+        const EmlSection& section = node->section;
+        if (section.isAttachment && section.fileName != nullptr) write(std::string_view(section.fileName));
     }
 }
 

@@ -127,7 +127,7 @@ void partContentType(EmlContainerContext& context, EmlSection& section, Cursor v
     if (isMultipart(section.contentClass)) {
         takePartBoundary(context, section, value);
     } else if (section.contentClass == EML_CLASS_MESSAGE) {
-        section.flags |= EML_SECTION_MESSAGE;
+        section.flags = EML_SECTION_MESSAGE;
     } else if (value.startsWithNoCase("charset=")) {
         takePartCharset(section, value);
     } else {
@@ -165,7 +165,7 @@ void finishPartHeader(const EmlContainerContext& context, EmlSection& section) {
     section.bodyStart = context.position;
     section.bodyEnd = section.end;
     const bool named = section.fileName != nullptr || (section.flags & EML_SECTION_MESSAGE) != 0;
-    if (named && section.contentClass != EML_CLASS_PKCS7_SIGNATURE) section.isAttachment = 1;
+    if (named && section.contentClass != EML_CLASS_PKCS7_SIGNATURE) section.isAttachment = true;
 }
 
 }  // namespace

@@ -8,25 +8,42 @@ namespace {
 
 void appendNode(EmlSectionNode*& head, EmlSectionNode*& tail, EmlSectionNode* node) {
     node->next = nullptr;
-    node->previous = tail;
     (tail != nullptr ? tail->next : head) = node;
     tail = node;
+}
+
+// Most messages have few parts; a slab of many is a block of 80 KB.
+constexpr uint32_t kFirstSlab = 4;
+constexpr uint32_t kLargestSlab = 1024;
+
+EmlSectionNode* nodesOf(EmlSectionSlab& slab) {
+    static_assert(sizeof(EmlSectionSlab) % alignof(EmlSectionNode) == 0);
+    return reinterpret_cast<EmlSectionNode*>(&slab + 1);
+}
+
+// Puts a slab with room first, or leaves all as it is when memory runs out.
+EmlResult addSlab(EmlContainerContext& context) {
+    const EmlSectionSlab* const last = context.slabs;
+    const uint32_t wanted = last == nullptr ? kFirstSlab : 2 * last->capacity;
+    const uint32_t capacity = wanted < kLargestSlab ? wanted : kLargestSlab;
+    const uint64_t size = sizeof(EmlSectionSlab) + uint64_t{capacity} * sizeof(EmlSectionNode);
+    auto* slab = static_cast<EmlSectionSlab*>(allocateBlock(allocatorOf(context), size));
+    if (slab == nullptr) return EML_NO_MEMORY;
+    *slab = {context.slabs, 0, capacity};
+    context.slabs = slab;
+    return EML_OK;
 }
 
 }  // namespace
 
 EmlResult appendSection(EmlContainerContext& context) {
-    EmlAllocator& allocator = allocatorOf(context);
-    auto* section = allocateRecords<EmlSection>(allocator);
-    if (section == nullptr) return EML_NO_MEMORY;
-    auto* node = allocateRecords<EmlSectionNode>(allocator);
-    if (node == nullptr) {
-        freeBlock(allocator, section);
-        return EML_NO_MEMORY;
+    if (context.slabs == nullptr || context.slabs->used == context.slabs->capacity) {
+        if (EmlResult result = addSlab(context); result != EML_OK) return result;
     }
-    node->section = section;
+    EmlSectionNode* const node = nodesOf(*context.slabs) + context.slabs->used++;
+    node->section = {};
     appendNode(context.sections, context.sectionsTail, node);
-    context.currentSection = section;
+    context.currentSection = &node->section;
     return EML_OK;
 }
 
@@ -56,7 +73,7 @@ void moveAttachments(EmlContainerContext& context, DetachedSections& target) {
     EmlSectionNode* restTail = nullptr;
     while (node != nullptr) {
         EmlSectionNode* const next = node->next;
-        if (node->section->isAttachment != 0) {
+        if (node->section.isAttachment) {
             appendNode(target.head, target.tail, node);
         } else {
             appendNode(rest, restTail, node);
@@ -66,13 +83,16 @@ void moveAttachments(EmlContainerContext& context, DetachedSections& target) {
     attachSections(context, {rest, restTail});
 }
 
-void releaseSections(EmlAllocator& allocator, EmlSectionNode*& list) {
-    while (EmlSectionNode* node = list) {
-        list = node->next;
-        freeBlock(allocator, node->section->fileName);
-        freeBlock(allocator, node->section->boundary);
-        freeBlock(allocator, node->section);
-        freeBlock(allocator, node);
+void releaseSections(EmlContainerContext& context) {
+    EmlAllocator& allocator = allocatorOf(context);
+    while (EmlSectionSlab* slab = context.slabs) {
+        const EmlSectionNode* const nodes = nodesOf(*slab);
+        for (uint32_t i = 0; i < slab->used; ++i) {
+            freeBlock(allocator, nodes[i].section.fileName);
+            freeBlock(allocator, nodes[i].section.boundary);
+        }
+        context.slabs = slab->next;
+        freeBlock(allocator, slab);
     }
 }
 

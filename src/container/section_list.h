@@ -27,7 +27,7 @@ void retireSections(EmlContainerContext& context, EmlSectionNode*& list);
 // Moves the attachments of `sections`, in order, to the end of `target`.
 void moveAttachments(EmlContainerContext& context, DetachedSections& target);
 
-// Frees every section of the list, with its strings, and the nodes.
-void releaseSections(EmlAllocator& allocator, EmlSectionNode*& list);
+// Frees the sections of all lists, with their strings.
+void releaseSections(EmlContainerContext& context);
 
 }  // namespace eml

@@ -47,8 +47,8 @@ EmlResult describeAttachment(const EmlContainerContext& context, const EmlSectio
 
 // For a message whose open ended before the table was made.
 EmlSection* walkToAttachment(const EmlContainerContext& context, int64_t k) {
-    for (const EmlSectionNode* node = context.sections; node != nullptr; node = node->next) {
-        if (node->section->isAttachment != 0 && --k == 0) return node->section;
+    for (EmlSectionNode* node = context.sections; node != nullptr; node = node->next) {
+        if (node->section.isAttachment && --k == 0) return &node->section;
     }
     return nullptr;
 }

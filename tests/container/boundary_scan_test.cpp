@@ -115,9 +115,9 @@ TEST(Scan, PartsThatEndAtTheStartOfTheFile) {
         context.fileSize = 10;
         EXPECT_EQ(scanSections(context, {"--b", 3}, 0, row.rangeEnd), EML_OK);
         ASSERT_NE(context.sections, nullptr);
-        EXPECT_EQ(context.sections->section->end, row.end) << row.rangeEnd;
+        EXPECT_EQ(context.sections->section.end, row.end) << row.rangeEnd;
         EXPECT_EQ(host.journal().calls(Entry::kInputClose), 0U);
-        releaseSections(host.services().allocator, context.sections);
+        releaseSections(context);
         host.heap().give(context.lineBuffer);
     }
 }

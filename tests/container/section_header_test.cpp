@@ -196,9 +196,9 @@ TEST(PartHeader, NamesAndBoundariesAreAsLongAsTheirLine) {
 TEST(PartHeader, NameThatCannotBeCopiedIsAbsent) {
     const std::string message =
         multipart("mixed", "--b\n\ntext\n--b\nContent-Type: image/png; name=a.png\n\nBody\n--b--\n");
-    // The context, the line buffer, the boundary, two records for each of the two parts, and then the name.
+    // The context, the line buffer, the boundary, the records of the parts, and then the name.
     RecordingHost host(message);
-    host.journal().fail(Entry::kAllocate, {8, false});
+    host.journal().fail(Entry::kAllocate, {5, false});
     OpenedMessage opened(host);
     EXPECT_EQ(opened.result(), EML_OK);
     EXPECT_EQ(sectionsOf(opened).at(1)->fileName, nullptr);

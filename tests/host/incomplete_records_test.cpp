@@ -67,8 +67,8 @@ TEST(IncompleteRecords, SectionsAreDescribedBehindAScanOnDemand) {
     context.debug = 1;
     EXPECT_EQ(scanSections(context, {"--b", 3}, 0, context.fileSize), EML_OK);
     ASSERT_NE(context.sections, nullptr);
-    EXPECT_EQ(context.sections->section->bodyEnd, 10);
-    releaseSections(host.services().allocator, context.sections);
+    EXPECT_EQ(context.sections->section.bodyEnd, 10);
+    releaseSections(context);
     host.heap().give(context.lineBuffer);
 }
 

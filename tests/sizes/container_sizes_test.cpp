@@ -36,7 +36,7 @@ class Scanned {
         context_.kernels = &chooseKernels();
     }
     ~Scanned() {
-        releaseSections(host_.services().allocator, context_.sections);
+        releaseSections(context_);
         host_.heap().give(context_.lineBuffer);
     }
     Scanned(const Scanned&) = delete;
@@ -51,7 +51,7 @@ class Scanned {
     [[nodiscard]] std::vector<const EmlSection*> sections() const {
         std::vector<const EmlSection*> list;
         for (const EmlSectionNode* node = context_.sections; node != nullptr; node = node->next)
-            list.push_back(node->section);
+            list.push_back(&node->section);
         return list;
     }
 

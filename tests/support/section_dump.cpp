@@ -53,7 +53,7 @@ std::string dumpSections(const ReferenceMessage& message) {
 std::string dumpSections(const EmlContainerContext& context, uint32_t result) {
     std::string text = headText(context, result);
     for (const EmlSectionNode* node = context.sections; node != nullptr; node = node->next) {
-        text += sectionText(*node->section);
+        text += sectionText(node->section);
     }
     return text + bodiesText(context);
 }

@@ -12,7 +12,7 @@ namespace eml::test {
 [[nodiscard]] inline std::vector<const EmlSection*> sectionsOf(const OpenedMessage& opened) {
     std::vector<const EmlSection*> sections;
     for (const EmlSectionNode* node = opened.context()->sections; node != nullptr; node = node->next) {
-        sections.push_back(node->section);
+        sections.push_back(&node->section);
     }
     return sections;
 }
