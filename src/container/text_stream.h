@@ -7,7 +7,7 @@
 
 namespace eml {
 
-// Reads a body block by block; feed(begin, end) says whether to go on. The results are those of readWholeBody. KEPT: text
+// Reads a body block by block; feed(begin, end) says whether to go on. The results are those of readWholeBody: text
 // of more than 2^31 - 1 bytes is refused as if there were no memory for it.
 template <class Feed>
 [[nodiscard]] EmlResult readText(EmlContainerContext& context, const EmlSection& section, Feed feed) {
