@@ -185,9 +185,8 @@ void readTopHeader(EmlContainerContext& context, char*& fileName) {
 
 void readPartHeader(EmlContainerContext& context, EmlSection& section) {
     context.position = section.start;
-    while (getLine(context) != 0) {
-        // The range is tested first: an empty line that begins after it ends no header.
-        if (context.lineStart >= section.end) return;
+    // The range is tested first: an empty line that begins after it ends no header.
+    while (context.position < section.end && getLine(context) != 0) {
         if (isEmptyLine(context)) {
             finishPartHeader(context, section);
             return;
