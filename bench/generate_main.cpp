@@ -1,6 +1,6 @@
 // Writes one generated message into a file, or a mailbox into a folder:
 //     emlreader_generate KIND SIZE FILE [SEED]
-//     emlreader_generate mailbox COUNT FOLDER [SEED]
+//     emlreader_generate mailbox|notes COUNT FOLDER [SEED]
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
@@ -29,7 +29,7 @@ std::optional<uint64_t> numberFrom(std::string_view text) {
 int usage() {
     std::fputs(
         "usage: emlreader_generate KIND SIZE FILE [SEED]\n"
-        "       emlreader_generate mailbox COUNT FOLDER [SEED]\n"
+        "       emlreader_generate mailbox|notes COUNT FOLDER [SEED]\n"
         "  KIND  typical, base64, qp, qp-heavy, 8bit, mixture, text-base64, text-qp, text-8bit, mail:\n"
         "        SIZE in bytes, with K, M or G\n"
         "        parts: SIZE is the number of attachments; headers: of header lines\n",
@@ -50,13 +50,14 @@ bool writeMessage(emlbench::Kind kind, uint64_t size, const std::string& path, u
     return written;
 }
 
-// COUNT files, named by their number; the folder is made.
-bool writeMailbox(uint64_t count, const std::string& folder, uint64_t seed) {
+// COUNT files, named by their number; the folder is made. Mails of all sizes, or notes of 2 KB.
+bool writeMailbox(uint64_t count, const std::string& folder, uint64_t seed, bool notes) {
     std::filesystem::create_directories(folder);
     for (uint64_t i = 0; i < count; ++i) {
         const uint64_t number = seed + i;
         const std::string path = folder + "/" + std::to_string(1'000'000 + i).substr(1) + ".eml";
-        if (!writeMessage(emlbench::Kind::kMail, emlbench::mailSize(number), path, number)) return false;
+        const uint64_t size = notes ? 2000 : emlbench::mailSize(number);
+        if (!writeMessage(emlbench::Kind::kMail, size, path, number)) return false;
     }
     return true;
 }
@@ -68,8 +69,9 @@ int main(int count, char** arguments) {
     const std::optional<emlbench::Kind> kind = emlbench::kindNamed(arguments[1]);
     const std::optional<uint64_t> size = numberFrom(arguments[2]);
     const std::optional<uint64_t> seed = count == 5 ? numberFrom(arguments[4]) : 1;
-    const bool mailbox = std::string_view(arguments[1]) == "mailbox";
+    const std::string_view name = arguments[1];
+    const bool mailbox = name == "mailbox" || name == "notes";
     if ((!kind && !mailbox) || !size || !seed) return usage();
-    if (mailbox) return writeMailbox(*size, arguments[3], *seed) ? 0 : 1;
+    if (mailbox) return writeMailbox(*size, arguments[3], *seed, name == "notes") ? 0 : 1;
     return writeMessage(*kind, *size, arguments[3], *seed) ? 0 : 1;
 }

@@ -27,8 +27,8 @@ Sections countSections(const EmlContainerContext& context) {
     for (const EmlSectionNode* list : {context.sections, context.alternatives, context.retired}) {
         for (const EmlSectionNode* node = list; node != nullptr; node = node->next) {
             ++sections.count;
-            sections.bytes += sizeof *node + textSize(node->section.fileName) +
-                              textSize(node->section.boundary);
+            sections.bytes +=
+                sizeof *node + textSize(node->section.fileName) + textSize(node->section.boundary);
         }
     }
     sections.bytes += static_cast<uint64_t>(context.attachmentCount) * sizeof *context.attachments;

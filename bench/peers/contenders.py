@@ -34,6 +34,7 @@ LIBRARIES = {  # name, command of the driver
 }
 FILTER = ("emlreader", "emlreader (mapped)")  # these give texts as a stream of records
 FLOOR = "floor (no library)"
+RENDERED = "emlreader (rendered)"  # by the container reader
 # Whole processes that write files: {file} is the message, {folder} where they write to.
 PROGRAMS = {
     "eml extract": [BUILD / "tool" / "eml", "extract", "--output", "{folder}", "{file}"],
@@ -49,12 +50,14 @@ class Work:
 
     def __init__(self, key, title, task, kind, size, whole=False):
         self.key, self.title, self.task, self.kind, self.size = key, title, task, kind, size
-        self.large = kind not in ("mailbox", "parts")
+        self.large = kind not in ("mailbox", "notes", "parts")
         self.contenders = dict(LIBRARIES)
         if key in ("typical-all", "parts-all"):
             del self.contenders[PYTHON]  # the slowest, and as slow in the rows without decoding
         if key in ("base64", "8bit"):
             self.contenders[FLOOR] = [PEERS / "driver_floor"]
+        if task == "body":
+            self.contenders[RENDERED] = [PEERS / "driver_ours_rendered"]
         if whole:
             self.contenders.update(PROGRAMS)
         self.path = None
@@ -64,6 +67,7 @@ WORKS = [
     Work("typical-open", "Typical mails: open, list, From/To/Subject/Date", "open", "mailbox", 5000),
     Work("typical-all", "Typical mails: the same, and all attachments decoded", "attachments", "mailbox",
          5000),
+    Work("notes", "Mails of 2 KB: open, list, From/To/Subject/Date", "open", "notes", 5000),
     Work("base64", "One attachment of 100 MB in base64", "attachments", "base64", 100_000_000, True),
     Work("qp", "One attachment of 100 MB in quoted-printable", "attachments", "qp", 100_000_000, True),
     Work("8bit", "One attachment of 100 MB, 8-bit", "attachments", "8bit", 100_000_000, True),

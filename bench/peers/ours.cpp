@@ -1,5 +1,6 @@
 // emlreader through its stand-alone host: with the input that openInput chooses, or mapped when the program
-// is called by a name that ends in "mapped".
+// is called by a name that ends in "mapped". A text is a stream of the filter's records, or what the container reader
+// renders when the name ends in "rendered".
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -18,7 +19,7 @@ using emlbench::SinkOutput;
 
 class Ours final : public emlbench::Contender {
   public:
-    explicit Ours(bool mapped) : mapped_(mapped) {}
+    Ours(bool mapped, bool rendered) : mapped_(mapped), rendered_(rendered) {}
 
     bool open(const std::string& path, Found& found) override {
         if (!openInput(path)) return false;
@@ -52,6 +53,10 @@ class Ours final : public emlbench::Contender {
 
     bool openText(const std::string& path) override {
         if (!openInput(path)) return false;
+        if (rendered_) {
+            message_.emplace(*input_, services_);
+            return message_->status() == EML_OK;
+        }
         filter_.emplace(*input_, services_);
         return filter_->usable();
     }
@@ -59,6 +64,7 @@ class Ours final : public emlbench::Contender {
     // The stream of text records, as it is handed to the host. To compare the content with that of the others
     // only the body is asked for, and turned back into text.
     bool body(Sink& sink) override {
+        if (rendered_) return render(sink);
         buffer_.resize(size_t{64} << 10);
         if (sink.hashing()) filter_->restart(false);
         while (!filter_->finished()) {
@@ -89,6 +95,12 @@ class Ours final : public emlbench::Contender {
         return input_ != nullptr;
     }
 
+    bool render(Sink& sink) {
+        SinkOutput output(sink);
+        const emlhost::Extraction result = message_->extract(0, output, EML_EXTRACT_BODY_ONLY);
+        return result.status == EML_OK && !output.error();
+    }
+
     static void takeText(std::span<const uint8_t> records, Sink& sink) {
         emlhost::RecordWalker walker(records);
         for (emlhost::TextRecord record; walker.next(record);) {
@@ -103,6 +115,7 @@ class Ours final : public emlbench::Contender {
     static size_t textSize(const std::string& value) { return std::string_view(value.c_str()).size(); }
 
     bool mapped_;
+    bool rendered_;
     emlhost::Services services_;
     std::unique_ptr<emlhost::Input> input_;
     std::optional<emlhost::OpenMessage> message_;
@@ -114,6 +127,6 @@ class Ours final : public emlbench::Contender {
 
 int main(int count, char** arguments) {
     const std::string_view name = arguments[0];
-    Ours contender(name.ends_with("mapped"));
+    Ours contender(name.ends_with("mapped"), name.ends_with("rendered"));
     return emlbench::runDriver(contender, count, arguments);
 }
