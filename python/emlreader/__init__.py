@@ -15,7 +15,9 @@ form outside a sandbox.
 
 import builtins
 import ctypes
+import functools
 import io
+import threading
 from collections.abc import Sequence
 
 from . import _host
@@ -95,10 +97,33 @@ class _SubFiles(Sequence):
         return self._message._describe(index)
 
 
+def _alone(method):
+    """A method during which no other of the same message runs: a context belongs to one caller at a time."""
+
+    @functools.wraps(method)
+    def call(self, *arguments, **named):
+        # What a sink or a source calls back would wait for itself.
+        if self._caller == threading.get_ident():
+            raise RuntimeError("the message is in use: one of its methods is running")
+        with self._lock:
+            self._caller = threading.get_ident()
+            try:
+                return method(self, *arguments, **named)
+            finally:
+                self._caller = None
+
+    return call
+
+
 class Message:
-    """An open message. Close it, or use a `with` statement."""
+    """An open message. Close it, or use a `with` statement.
+
+    Its methods may be called from any thread; they run one after another. What a sink or a source calls of the message that
+    is calling it raises RuntimeError."""
 
     def __init__(self, source, flags=0):
+        self._lock = threading.Lock()
+        self._caller = None
         self._context = None
         self._file = None
         self._host = _host.Host()
@@ -132,6 +157,7 @@ class Message:
         self.size = self._input.size
         self.sub_files = _SubFiles(self, info.subFileCount)
 
+    @_alone
     def close(self):
         """Closes the message. Everything obtained from it stays usable; the message does not."""
         context, self._context = self._context, None
@@ -151,6 +177,7 @@ class Message:
         if getattr(self, "_host", None) is not None:
             self.close()
 
+    @_alone
     def headers(self, *names):
         """Returns the named header values, or From, Sent, To, Cc, Bcc, Subject, Priority. None for a missing field."""
         count = len(names)
@@ -179,12 +206,14 @@ class Message:
         return self._extract(self._message_number, sink, c.EXTRACT_PREFER_RICH if rich else 0, c.CHARSET_UTF_8)
 
     @property
+    @_alone
     def date(self):
         """When the message was sent: an aware datetime in the zone of the sender (UTC if the message names none). None
         without a date that can be read, or one that Python cannot hold."""
         with self._mime() as reader:
             return reader.date()
 
+    @_alone
     def text(self, with_header=True):
         """Returns the readable text, as the MIME reader gives it: a line for each of From, To, Cc, Date and Subject, an
         empty line, then the body. An HTML body keeps its markup; it is taken if there is no other. For an encrypted
@@ -196,6 +225,7 @@ class Message:
             fields = ((name, reader.field(name)) for name in ("From", "To", "Cc", "Date", "Subject"))
             return "".join(f"{name}: {value}\n" for name, value in fields if value is not None) + "\n" + body
 
+    @_alone
     def filter_text(self, with_header=True):
         """Returns the text exactly as the message filter gives it: header fields, then the body; an HTML body keeps its
         markup. For an encrypted message, only the header."""
@@ -225,6 +255,7 @@ class Message:
         if result != c.OK:
             raise Error(result)
 
+    @_alone
     def _describe(self, number):
         info = c.SubFileInfo()
         result = _lib.emlGetSubFileInfo2(self._opened(), number, info, self._host.record)
@@ -253,6 +284,7 @@ class Message:
         self._host.free(ctypes.cast(data.entries, ctypes.c_void_p).value)
         return values
 
+    @_alone
     def _extract(self, number, sink, options, charset):
         pieces = []
         write = pieces.append if sink is None else getattr(sink, "write", sink)

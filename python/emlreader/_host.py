@@ -160,7 +160,8 @@ class Input:
         return 1
 
     def _read(self, _, buffer, count):
-        data = self._file.read(count)
+        # A file object may give more than it was asked for.
+        data = self._file.read(count)[:count]
         ctypes.memmove(buffer, data, len(data))
         return len(data)
 

@@ -9,6 +9,7 @@ import pathlib
 import re
 import sys
 import tempfile
+import threading
 import traceback
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
@@ -206,6 +207,43 @@ def test_what_a_sink_raises_comes_out():
     with emlreader.open(LETTER) as message:
         raises(OverflowError, message.extract, 1, full)
         equal(message.extract(1), b"\0\1\2\3")
+
+
+def test_a_message_is_used_by_one_call_at_a_time():
+    with emlreader.open(LETTER) as message:
+        for use in (message.close, message.text, message.headers, lambda: message.extract(2),
+                    lambda: message.sub_files[0], lambda: message.date, message.filter_text):
+            raises(RuntimeError, message.extract, 1, lambda _: use())
+        equal(message.extract(1), b"\0\1\2\3")
+
+
+def test_closing_in_another_thread_waits():
+    message = emlreader.open(LETTER)
+    inside, closed = threading.Event(), []
+
+    def sink(data):
+        inside.set()
+        closer.join(0.2)
+        closed.append(closer.is_alive())
+
+    closer = threading.Thread(target=lambda: (inside.wait(), message.close()))
+    closer.start()
+    message.extract(1, sink)
+    closer.join()
+    equal(closed, [True])
+    raises(ValueError, message.extract, 1)
+
+
+def test_an_input_may_give_more_than_it_is_asked_for():
+    class Generous(io.BytesIO):
+        def read(self, *_):
+            return super().read()
+
+    long = LETTER + b"x" * 100000
+    with emlreader.open(Generous(long)) as message, emlreader.open(long) as other:
+        equal(message.headers(), other.headers())
+        equal([file.name for file in message.sub_files], [file.name for file in other.sub_files])
+        equal(message.extract(1), other.extract(1))
 
 
 def test_what_an_input_raises_comes_out():
