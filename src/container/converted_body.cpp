@@ -121,7 +121,7 @@ EmlResult writeConvertedBody(EmlContainerContext& context, const EmlSection& sec
     if (block.bytes() == nullptr) return EML_OK;
     return forEachPiece(context, section, [&](const uint8_t* text, uint32_t length) {
         const uint32_t size =
-            convertInto(services, text, length, context.charset, target, block.bytes(), largest);
+            convertInto(services, text, length, context.charset, target, {block.bytes(), largest});
         if (size == 0) return false;
         writeFile(output, block.bytes(), size);
         context.extract.converted = 1;

@@ -79,11 +79,10 @@ uint32_t convertedSize(EmlHostServices& services, const void* text, uint32_t len
 }
 
 uint32_t convertInto(EmlHostServices& services, const void* text, uint32_t length, uint32_t charset,
-                     uint32_t target, uint8_t* bytes, uint32_t room) {
+                     uint32_t target, EmlTextSpan room) {
     if (services.convertTextFrom == nullptr || length == 0) return 0;
     const ScopedCharset scope(services, target);
-    EmlTextSpan written{bytes, room};
-    return convertByCall(text, length, callFrom(services, charset), written) ? written.length : 0;
+    return convertByCall(text, length, callFrom(services, charset), room) ? room.length : 0;
 }
 
 }  // namespace eml

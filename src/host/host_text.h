@@ -27,10 +27,10 @@ struct ConvertedText {
 [[nodiscard]] uint32_t convertedSize(EmlHostServices& services, const void* text, uint32_t length,
                                      uint32_t charset, uint32_t target);
 
-// The same conversion into `room` bytes. Returns their number; 0 when the conversion yielded nothing, or the host claims
-// to have written more.
+// The same conversion into the bytes of `room`. Returns how many; 0 when the conversion yielded nothing, or the host claims
+// to have written more than there is room for.
 [[nodiscard]] uint32_t convertInto(EmlHostServices& services, const void* text, uint32_t length,
-                                   uint32_t charset, uint32_t target, uint8_t* bytes, uint32_t room);
+                                   uint32_t charset, uint32_t target, EmlTextSpan room);
 
 }  // namespace eml
 
