@@ -487,16 +487,20 @@ class Message {
     /* The attachments of the message whose root is `message`; 0 is this message, not those inside it. A picture that
      * stands between texts is a body, not an attachment (RFC 8621 section 4.1.4). */
     std::vector<Part> attachments(uint32_t message = 0) const {
-        return chosen(
-            [message](const Part& part) { return part.info().message == message && part.isAttachment(); });
+        return chosen(message, [](const Part& part) { return part.isAttachment(); });
     }
 
     /* All that can be saved: the attachments, and the pictures, sounds and films among the bodies. */
     std::vector<Part> files(uint32_t message = 0) const {
-        return chosen([message](const Part& part) {
+        return chosen(message, [](const Part& part) {
             const bool isBody = part.isTextBody() || part.isHtmlBody();
-            return part.info().message == message && (part.isAttachment() || (isBody && !isText(part)));
+            return part.isAttachment() || (isBody && !isText(part));
         });
+    }
+
+    /* All parts of the message whose root is `message`, in order, without those of the messages inside it. */
+    std::vector<Part> partsOf(uint32_t message = 0) const {
+        return chosen(message, [](const Part&) { return true; });
     }
 
     /* The value of the first field of the message with this name as text; none without one. */
@@ -572,26 +576,28 @@ class Message {
     const emlhost::CountingHeap& heap() const noexcept { return state_->heap; }
 
   private:
+    /* Parts are numbered in the order of the file: those of a message follow its root, and lie deeper. */
     template <typename Choice>
-    std::vector<Part> chosen(Choice choice) const {
+    std::vector<Part> chosen(uint32_t message, Choice choice) const {
         std::vector<Part> all;
-        for (Part part : parts()) {
-            if (choice(part)) all.push_back(std::move(part));
+        uint32_t rootDepth = 0;
+        for (uint32_t number = message; number < partCount(); ++number) {
+            Part part(*state_, number);
+            if (number == message) rootDepth = part.depth();
+            if (number != message && part.depth() <= rootDepth) break;
+            if (part.info().message == message && choice(part)) all.push_back(std::move(part));
         }
         return all;
     }
 
     std::vector<Part> textBodies(uint32_t message) const {
-        return chosen([message](const Part& part) {
-            return part.info().message == message && part.isTextBody() && !part.is("text", "html") &&
-                   isText(part);
+        return chosen(message, [](const Part& part) {
+            return part.isTextBody() && !part.is("text", "html") && isText(part);
         });
     }
 
     std::vector<Part> htmlBodies(uint32_t message) const {
-        return chosen([message](const Part& part) {
-            return part.info().message == message && part.isHtmlBody() && part.is("text", "html");
-        });
+        return chosen(message, [](const Part& part) { return part.isHtmlBody() && part.is("text", "html"); });
     }
 
     /* A multipart without parts is text, too. Pictures may be part of a body. */

@@ -195,6 +195,29 @@ TEST(MimeWrapper, APictureBetweenTextsIsAFileAndNoAttachment) {
     EXPECT_EQ(message.files()[0].number(), 2u);
 }
 
+TEST(MimeWrapper, PartsOfAMessageAreNotThoseOfMessagesInsideIt) {
+    const std::string text =
+        "Content-Type: multipart/mixed; boundary=a\r\n\r\n"          // 0
+        "--a\r\n\r\none\r\n"                                         // 1
+        "--a\r\nContent-Type: message/rfc822\r\n\r\n"                // 2
+        "Content-Type: multipart/mixed; boundary=b\r\n\r\n"          // 3
+        "--b\r\n\r\ntwo\r\n"                                         // 4
+        "--b\r\nContent-Type: message/rfc822\r\n\r\nSubject: s\r\n"  // 5
+        "\r\nbegin 644 f\r\n#0V%T\r\n`\r\nend\r\n"                   // 6, and 7 in it
+        "--b\r\n\r\nthree\r\n--b--\r\n"                              // 8
+        "--a\r\n\r\nfour\r\n--a--\r\n";                              // 9
+    const Message message = Message::fromBytes(text);
+    const struct {
+        uint32_t root;
+        std::vector<uint32_t> parts;
+    } rows[] = {{0, {0, 1, 2, 9}}, {3, {3, 4, 5, 8}}, {6, {6, 7}}, {1, {}}, {99, {}}};
+    for (const auto& row : rows) {
+        std::vector<uint32_t> parts;
+        for (const Part& part : message.partsOf(row.root)) parts.push_back(part.number());
+        EXPECT_EQ(parts, row.parts) << row.root;
+    }
+}
+
 TEST(MimeWrapper, ContentGoesToASinkInThreeForms) {
     const Message message = letter();
     EXPECT_EQ(message.part(6).bytes(), "\4\5\6");

@@ -56,10 +56,10 @@ std::vector<Warning> defectWarnings(const emlreader::mime::Message& message) {
 std::vector<Warning> hiddenPartWarnings(const emlreader::mime::Message& message, uint32_t root,
                                         const std::vector<uint32_t>& opened) {
     std::vector<Warning> warnings;
-    for (const emlreader::mime::Part& part : message.parts()) {
+    for (const emlreader::mime::Part& part : message.partsOf(root)) {
         const uint32_t protection = part.protection();
-        if (part.info().message != root || part.number() == root) continue;
-        if (std::find(opened.begin(), opened.end(), part.number()) != opened.end()) continue;
+        if (part.number() == root || std::binary_search(opened.begin(), opened.end(), part.number()))
+            continue;
         if (protection == EML_MIME_SMIME_OPAQUE) {
             warnings.push_back({"signed-part", whereOf(message, part.number()) +
                                                    "a part is inside an S/MIME signature and not opened; eml "

@@ -13,7 +13,7 @@ namespace emltool {
 std::vector<Warning> defectWarnings(const emlreader::mime::Message& message);
 
 // A warning for each part of the message whose root is `root`, other than the root, whose content cannot be read
-// because it is encrypted, or is not read because it is inside a signature.
+// because it is encrypted, or is not read because it is inside a signature. `opened`, in order, are left out.
 std::vector<Warning> hiddenPartWarnings(const emlreader::mime::Message& message, uint32_t root,
                                         const std::vector<uint32_t>& opened = {});
 

@@ -1,6 +1,5 @@
 #include "tool/message/header_in_utf8.h"
 
-#include <algorithm>
 #include <optional>
 
 #include "tool/message/mime_text.h"
@@ -20,13 +19,14 @@ using emlreader::mime::Part;
 constexpr uint64_t kMaxHeader = uint64_t{1} << 20;
 
 // With the charset of the part its fields are read by the MIME reader itself.
-bool lacksCharset(const Message& message, const Part& part) {
-    const auto defects = message.defects();
-    const auto isOfHeader = [&](const emlreader::mime::Defect& defect) {
-        return defect.code == EML_MIME_DEFECT_8BIT_IN_HEADER && defect.part == part.number();
-    };
-    return part.charset().empty() && part.info().header.length <= kMaxHeader &&
-           std::any_of(defects.begin(), defects.end(), isOfHeader);
+bool lacksCharset(const Part& part) {
+    // Bytes that are not UTF-8 are a defect.
+    if (part.info().defectCount == 0 || !part.charset().empty() || part.info().header.length > kMaxHeader)
+        return false;
+    for (const Field& field : part.fields()) {
+        if (!isUtf8(field.raw())) return true;
+    }
+    return false;
 }
 
 std::optional<std::string> labelOf(const Message& message, const Part& part) {
@@ -56,7 +56,7 @@ std::string inUtf8(const Message& message, const Part& part) {
 }  // namespace
 
 HeaderInUtf8::HeaderInUtf8(const Message& message, uint32_t root) : part_(message.part(root)) {
-    if (!lacksCharset(message, part_)) return;
+    if (!lacksCharset(part_)) return;
     bytes_ = inUtf8(message, part_);
     if (bytes_.empty()) return;
     input_ = std::make_unique<emlhost::MemoryInput>(

@@ -72,10 +72,10 @@ std::string trimmedLines(std::string_view text) {
 template <typename Choice>
 std::vector<Part> partsOf(const Message& message, uint32_t root, Choice choice) {
     std::vector<Part> parts;
-    for (const Part& part : message.parts()) {
+    for (const Part& part : message.partsOf(root)) {
         // A multipart whose boundary never occurs is text too. Pictures may stand between texts.
         const bool isText = part.type() == "text" || part.type() == "multipart" || isRtf(part);
-        if (part.info().message == root && isText && choice(part)) parts.push_back(part);
+        if (isText && choice(part)) parts.push_back(part);
     }
     return parts;
 }
