@@ -37,7 +37,8 @@ struct EmlAttachment {
     int32_t size;     // -1 until it is asked for
     eml::TransferEncoding encoding;
     char contentType[eml::kTypeSize];
-    char fileName[eml::kFileNameSize];
+    uint32_t name;        // its place in the texts of the names
+    uint32_t nameLength;  // without the zero byte that follows; there may be others in it
     uint32_t partIndex;  // the parts recorded when the attachment was found: the index of its own part
 };
 
@@ -78,6 +79,7 @@ struct StagingBuffer {
 struct PartTables {
     GrowingArray<EmlBodyPart> bodies;
     GrowingArray<EmlAttachment> attachments;
+    GrowingBuffer names;  // of the attachments, one after the other
     int32_t first;  // the index of the part that holds the text
 };
 
