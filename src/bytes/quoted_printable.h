@@ -11,6 +11,7 @@
 #include "bytes/ascii.h"
 #include "bytes/decode_kernels.h"
 #include "bytes/decode_tables.h"
+#include "bytes/decoder_marks.h"
 #include "bytes/quoted_stop.h"
 #include "bytes/sink.h"
 
@@ -69,6 +70,15 @@ class QuotedPrintableDecoder {
         ended_ = true;
     }
 
+    // As feed, but only adds up how many bytes it would give: to a sink that needs no room of its own.
+    template <class CountingSink>
+    void count(const uint8_t* pos, const uint8_t* end, CountingSink& sink) {
+        static_assert(!R.byteFFEndsInput, "not looked for");
+        while (pos < end && !ended_) {
+            pos = state_ == State::kText ? countText(pos, end, sink) : step(pos, end, sink);
+        }
+    }
+
     // The data has ended.
     template <class Sink>
     void finish(Sink& sink) {
@@ -80,15 +90,15 @@ class QuotedPrintableDecoder {
         ended_ = true;
     }
 
+    // Where the decoder stands, as long as it has not ended; and to go on from there.
+    [[nodiscard]] QuotedPrintableMark mark() const { return {state_, digit_}; }
+    void resume(const QuotedPrintableMark& mark) {
+        state_ = mark.state;
+        digit_ = mark.digit;
+    }
+
   private:
-    enum class State : uint8_t {
-        kText,
-        kEquals,   // after "="
-        kDigit,    // after "=" and one digit
-        kSoftCr,   // after "=" CR: an LF still belongs to the soft line break
-        kBlank,    // after "=20", where that joins lines
-        kBlankCr,  // after "=20" CR: the next byte is swallowed
-    };
+    using State = QuotedPrintableState;
 
     // Looks at one byte, or at a whole run of text. Returns the position after what was used.
     template <class Sink>
@@ -130,6 +140,26 @@ class QuotedPrintableDecoder {
         pos = kernels_.quotedText(pos, stop, stops(), out);
         sink.commit(out);
         if (pos == stop) return pos;
+        state_ = State::kEquals;
+        return pos + 1;
+    }
+
+    // As copyText.
+    template <class CountingSink>
+    const uint8_t* countText(const uint8_t* pos, const uint8_t* end, CountingSink& sink) {
+        uint8_t byte = 0;
+        size_t given = 0;
+        for (;;) {
+            const void* found = std::memchr(pos, '=', static_cast<size_t>(end - pos));
+            const auto* const equals = found != nullptr ? static_cast<const uint8_t*>(found) : end;
+            given += static_cast<size_t>(equals - pos);
+            pos = equals;
+            uint8_t* out = &byte;
+            if (pos == end || !passQuotedStop(pos, end, stops(), out)) break;
+            given += static_cast<size_t>(out - &byte);
+        }
+        sink.add(given);
+        if (pos == end) return pos;
         state_ = State::kEquals;
         return pos + 1;
     }

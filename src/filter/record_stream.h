@@ -41,6 +41,8 @@ void closeRecordOutput(EmlFilterContext& context);
 [[nodiscard]] inline bool isFull(const EmlFilterContext& context) { return textRoom(context) == 0; }
 
 [[nodiscard]] Written writeText(EmlFilterContext& context, const uint8_t* text, uint32_t length);
+// More text for the text record at `record`, the last one written. The caller has looked for its room.
+void extendText(EmlFilterContext& context, uint8_t* record, const uint8_t* text, uint32_t length);
 [[nodiscard]] Written writeText(EmlFilterContext& context, const char* text);
 [[nodiscard]] Written writeTab(EmlFilterContext& context);
 [[nodiscard]] Written writeLineBreak(EmlFilterContext& context);
