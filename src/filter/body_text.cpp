@@ -110,10 +110,11 @@ Step writeNextRun(EmlFilterContext& context) {
 }
 
 // Whether the output is full is looked at before each byte: the byte that ends a run is treated in the step that
-// writes the run, unless that was cut.
+// writes the run, unless that was cut. Short runs leave some room.
 Step writeRuns(EmlFilterContext& context) {
     while (eml::textLeft(context) != 0) {
         if (eml::isFull(context)) return Step::kFull;
+        eml::writeShortRuns(context);
         if (eml::isWindowUsedUp(context) && !eml::decodeNextWindow(context)) return Step::kFailed;
         if (context.input.readPos == context.input.end) continue;
         if (Step step = writeNextRun(context); step != Step::kOn) return step;
