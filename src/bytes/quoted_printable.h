@@ -6,6 +6,7 @@
 #pragma once
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "bytes/ascii.h"
@@ -44,6 +45,29 @@ inline constexpr QuotedPrintableRules kFilterExtract{.byteFFEndsInput = false,
                                                      .dropDecodedCr = false,
                                                      .joinAfterDecodedBlank = false,
                                                      .repeatDigitAtEnd = false};
+
+inline constexpr ptrdiff_t kMaskWidth = 64;
+
+// The places of "=" in the next 64 bytes, as bits from the lowest on.
+[[nodiscard]] inline uint64_t placesOfEquals(const uint8_t* pos, const uint8_t* end) {
+    constexpr uint64_t kOnes = 0x0101010101010101;
+    constexpr uint64_t kLowBits = kOnes * 0x7F;
+    constexpr uint64_t kGather = 0x0102040810204080;
+    uint64_t places = 0;
+    if (std::endian::native != std::endian::little || end - pos < kMaskWidth) {
+        const ptrdiff_t count = end - pos < kMaskWidth ? end - pos : kMaskWidth;
+        for (ptrdiff_t i = 0; i < count; ++i) places |= uint64_t{pos[i] == '='} << i;
+        return places;
+    }
+    for (int i = 0; i < kMaskWidth; i += 8) {
+        uint64_t bytes = 0;
+        std::memcpy(&bytes, pos + i, sizeof bytes);
+        bytes ^= kOnes * '=';
+        const uint64_t equal = ~(((bytes & kLowBits) + kLowBits) | bytes | kLowBits);
+        places |= ((equal >> 7) * kGather >> 56) << i;
+    }
+    return places;
+}
 
 template <QuotedPrintableRules R>
 class QuotedPrintableDecoder {
@@ -144,24 +168,29 @@ class QuotedPrintableDecoder {
         return pos + 1;
     }
 
-    // As copyText.
+    // As copyText. Where "=" stands is found for a block at a time: from one to the next would be a chain of waits.
     template <class CountingSink>
     const uint8_t* countText(const uint8_t* pos, const uint8_t* end, CountingSink& sink) {
-        uint8_t byte = 0;
-        size_t given = 0;
-        for (;;) {
-            const void* found = std::memchr(pos, '=', static_cast<size_t>(end - pos));
-            const auto* const equals = found != nullptr ? static_cast<const uint8_t*>(found) : end;
-            given += static_cast<size_t>(equals - pos);
-            pos = equals;
-            uint8_t* out = &byte;
-            if (pos == end || !passQuotedStop(pos, end, stops(), out)) break;
-            given += static_cast<size_t>(out - &byte);
+        const uint8_t* const begin = pos;
+        const uint8_t* next = pos;  // what stands before it is used
+        size_t skipped = 0;
+        for (; pos < end; pos += kMaskWidth) {
+            for (uint64_t places = placesOfEquals(pos, end); places != 0; places &= places - 1) {
+                const uint8_t* at = pos + std::countr_zero(places);
+                if (at < next) continue;
+                uint8_t byte = 0;
+                uint8_t* out = &byte;
+                next = at;
+                if (!passQuotedStop(next, end, stops(), out)) {
+                    sink.add(static_cast<size_t>(at - begin) - skipped);
+                    state_ = State::kEquals;
+                    return at + 1;
+                }
+                skipped += static_cast<size_t>((next - at) - (out - &byte));
+            }
         }
-        sink.add(given);
-        if (pos == end) return pos;
-        state_ = State::kEquals;
-        return pos + 1;
+        sink.add(static_cast<size_t>(end - begin) - skipped);
+        return end;
     }
 
     [[nodiscard]] QuotedStops stops() const {
