@@ -65,26 +65,15 @@ Step writeRun(EmlFilterContext& context, const uint8_t* end) {
     return cut ? Step::kFull : extendRun(context, record, room - length);
 }
 
-// Treats the byte that ends a run. KEPT: a zero byte is dropped, and so is a tab in field mode; CR LF is one
-// line break only when both are in the buffer.
-Step treatRunEnd(EmlFilterContext& context, bool fieldMode) {
-    const uint8_t byte = *context.input.readPos;
-    uint32_t length = 1;
-    Step step = Step::kOn;
-    if (eml::isLineEnd(byte)) {
-        constexpr uint8_t kBlank = ' ';
-        if (byte == eml::kCr && context.input.end - context.input.readPos > 1 &&
-            context.input.readPos[1] == eml::kLf)
-            length = 2;
-        step = fieldMode ? appendToField(context, &kBlank, 1) : stepOf(eml::writeLineBreak(context));
-    } else if (byte == '\t' && !fieldMode) {
-        step = stepOf(eml::writeTab(context));
-    }
-    if (step == Step::kOn) context.input.readPos += length;
-    return step;
+// KEPT: a zero byte is dropped, and so is a tab in field mode; CR LF is one line break only when both are in the
+// buffer.
+ptrdiff_t lengthOfRunEnd(const EmlFilterContext& context) {
+    const uint8_t* const pos = context.input.readPos;
+    return *pos == eml::kCr && context.input.end - pos > 1 && pos[1] == eml::kLf ? 2 : 1;
 }
 
 Step gatherRuns(EmlFilterContext& context) {
+    constexpr uint8_t kBlank = ' ';
     while (context.input.readPos < context.input.end) {
         const uint8_t* const pos = context.input.readPos;
         const uint8_t* const end = context.kernels->findTextRunEnd(pos, context.input.end);
@@ -92,32 +81,47 @@ Step gatherRuns(EmlFilterContext& context) {
         if (appendToField(context, pos, length) != Step::kOn) return Step::kFailed;
         context.input.readPos = end;
         if (end == context.input.end) return Step::kOn;
-        if (treatRunEnd(context, true) != Step::kOn) return Step::kFailed;
+        if (eml::isLineEnd(*end) && appendToField(context, &kBlank, 1) != Step::kOn) return Step::kFailed;
+        context.input.readPos += lengthOfRunEnd(context);
     }
     return Step::kOn;
 }
 
+Step writeRunEnd(EmlFilterContext& context) {
+    const uint8_t byte = *context.input.readPos;
+    Step step = Step::kOn;
+    if (eml::isLineEnd(byte)) {
+        step = stepOf(eml::writeLineBreak(context));
+    } else if (byte == '\t') {
+        step = stepOf(eml::writeTab(context));
+    }
+    if (step == Step::kOn) context.input.readPos += lengthOfRunEnd(context);
+    return step;
+}
+
 // One run and the byte that ends it.
-Step writeNextRun(EmlFilterContext& context) {
+Step writeNextRun(EmlFilterContext& context, bool& isShort) {
     const uint8_t* const end = findRunEnd(context, eml::textRoom(context));
+    isShort = end - context.input.readPos < eml::kShortRun;
     if (context.body.rest.left == 0 && isDropped(context, end)) {
         context.input.readPos = end;
         return Step::kOn;
     }
     if (Step step = writeRun(context, end); step != Step::kOn) return step;
     if (eml::isWindowUsedUp(context) && !eml::decodeNextWindow(context)) return Step::kFailed;
-    return context.input.readPos < context.input.end ? treatRunEnd(context, false) : Step::kOn;
+    return context.input.readPos < context.input.end ? writeRunEnd(context) : Step::kOn;
 }
 
 // Whether the output is full is looked at before each byte: the byte that ends a run is treated in the step that
-// writes the run, unless that was cut. Short runs leave some room.
+// writes the run, unless that was cut. Short runs come one after the other, and leave some room.
 Step writeRuns(EmlFilterContext& context) {
+    bool isShort = false;
     while (eml::textLeft(context) != 0) {
         if (eml::isFull(context)) return Step::kFull;
-        eml::writeShortRuns(context);
+        if (isShort) eml::writeShortRuns(context);
         if (eml::isWindowUsedUp(context) && !eml::decodeNextWindow(context)) return Step::kFailed;
         if (context.input.readPos == context.input.end) continue;
-        if (Step step = writeNextRun(context); step != Step::kOn) return step;
+        if (Step step = writeNextRun(context, isShort); step != Step::kOn) return step;
     }
     return Step::kOn;
 }

@@ -12,23 +12,22 @@ namespace eml {
 namespace {
 
 constexpr ptrdiff_t kWide = sizeof(uint64_t);
-constexpr ptrdiff_t kInputAhead = kWide + 1;  // a run, what ends it and an LF after that
-constexpr ptrdiff_t kLongestOutput = ptrdiff_t{kTextHeaderSize} + kWide + 8;  // a text and another record
+constexpr ptrdiff_t kInputAhead = kWide + 1;  // an LF after what is looked at together
+static_assert(kWide == kShortRun);
+constexpr ptrdiff_t kLongestOutput = 10 * kWide;  // a letter and a tab, 16 bytes, come of every two
 
-// The length of the run at `pos`, or kWide where it is not shorter than that. A byte below 14 that ends no run
-// counts as kWide too.
-ptrdiff_t shortRun(const uint8_t* pos) {
+// The high bits of the bytes that may end a run of text: all that do, and some other control characters.
+uint64_t runEnds(const uint8_t* pos) {
+    uint64_t ends = 0;
     if constexpr (std::endian::native == std::endian::little) {
         constexpr uint64_t kOnes = 0x0101010101010101;
         uint64_t bytes = 0;
         std::memcpy(&bytes, pos, sizeof bytes);
-        const uint64_t low = (bytes - kOnes * 14) & ~bytes & (kOnes << 7);
-        if (low == 0) return kWide;
-        const ptrdiff_t length = std::countr_zero(low) / 8;
-        return endsTextRun(pos[length]) ? length : kWide;
+        ends = (bytes - kOnes * 14) & ~bytes & (kOnes << 7);
     } else {
-        return std::find_if(pos, pos + kWide, endsTextRun) - pos;
+        for (int i = 0; i < kWide; ++i) ends |= (endsTextRun(pos[i]) ? uint64_t{0x80} : 0) << (8 * i);
     }
+    return ends;
 }
 
 // Each puts one record and returns the position after it.
@@ -37,6 +36,10 @@ uint8_t* putShortText(uint8_t* out, const uint8_t* text, ptrdiff_t length) {
     writeLittleEndian32(out + 1, static_cast<uint32_t>(length) + kTextHeaderSize);
     writeLittleEndian32(out + 5, static_cast<uint32_t>(length));
     out += kTextHeaderSize;
+    if (length == 1) {
+        *out = *text;
+        return out + 1;
+    }
     for (ptrdiff_t size = kWide / 2; size != 0; size /= 2) {
         if ((length & size) == 0) continue;
         std::memcpy(out, text, static_cast<size_t>(size));
@@ -59,6 +62,28 @@ uint8_t* putTab(uint8_t* out) {
     return out + 6;
 }
 
+// Writes the runs that end within the next kWide bytes. Moves `pos` to the first one that does not, or to what looks
+// like an end and is none.
+uint8_t* putRuns(const uint8_t*& pos, uint8_t* out) {
+    const uint8_t* const block = pos;
+    for (uint64_t ends = runEnds(block); ends != 0; ends &= ends - 1) {
+        const uint8_t* const at = block + std::countr_zero(ends) / 8;
+        if (at < pos) continue;  // the LF of CR LF
+        const uint8_t byte = *at;
+        if (!endsTextRun(byte)) break;
+        if (at != pos) out = putShortText(out, pos, at - pos);
+        pos = at + 1;
+        if (byte == 0) continue;
+        if (isLineEnd(byte)) {
+            out = putLineBreak(out);
+            if (byte == kCr && *pos == kLf) ++pos;
+        } else {
+            out = putTab(out);
+        }
+    }
+    return out;
+}
+
 }  // namespace
 
 void writeShortRuns(EmlFilterContext& context) {
@@ -68,17 +93,9 @@ void writeShortRuns(EmlFilterContext& context) {
     const auto inHostBuffer = static_cast<ptrdiff_t>(textRoom(context));
     const uint8_t* const outEnd = out + std::min(inHostBuffer, context.output.end - out);
     while (end - pos >= kInputAhead && outEnd - out >= kLongestOutput) {
-        const ptrdiff_t length = shortRun(pos);
-        if (length == kWide) break;
-        if (length != 0) out = putShortText(out, pos, length);
-        pos += length;
-        const uint8_t byte = *pos++;
-        if (isLineEnd(byte)) {
-            out = putLineBreak(out);
-            if (byte == kCr && *pos == kLf) ++pos;
-        } else if (byte == '\t') {
-            out = putTab(out);
-        }
+        const uint8_t* const before = pos;
+        out = putRuns(pos, out);
+        if (pos == before) break;
     }
     context.input.readPos = pos;
     context.output.next = out;
