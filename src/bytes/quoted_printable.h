@@ -6,7 +6,6 @@
 #pragma once
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
 
 #include "bytes/ascii.h"
@@ -46,27 +45,32 @@ inline constexpr QuotedPrintableRules kFilterExtract{.byteFFEndsInput = false,
                                                      .joinAfterDecodedBlank = false,
                                                      .repeatDigitAtEnd = false};
 
-inline constexpr ptrdiff_t kMaskWidth = 64;
+// What a block of text is shorter by when it is decoded.
+struct QuotedBlock {
+    uint8_t skipped;
+    uint8_t
+        mustBeRead;  // not 0: an escape of a byte that some rule touches, or two that overlap, may be in it
+};
 
-// The places of "=" in the next 64 bytes, as bits from the lowest on.
-[[nodiscard]] inline uint64_t placesOfEquals(const uint8_t* pos, const uint8_t* end) {
-    constexpr uint64_t kOnes = 0x0101010101010101;
-    constexpr uint64_t kLowBits = kOnes * 0x7F;
-    constexpr uint64_t kGather = 0x0102040810204080;
-    uint64_t places = 0;
-    if (std::endian::native != std::endian::little || end - pos < kMaskWidth) {
-        const ptrdiff_t count = end - pos < kMaskWidth ? end - pos : kMaskWidth;
-        for (ptrdiff_t i = 0; i < count; ++i) places |= uint64_t{pos[i] == '='} << i;
-        return places;
+inline constexpr ptrdiff_t kQuotedBlock = 64;
+
+// Of the kQuotedBlock bytes at `pos`; two more are looked at. Without branches, for compilers to make wide.
+[[nodiscard]] inline QuotedBlock countQuotedBlock(const uint8_t* pos) {
+    const auto is = [](uint8_t byte, uint8_t other) { return static_cast<uint8_t>(byte == other); };
+    uint8_t skipped = 0;
+    uint8_t mustBeRead = 0;
+    for (ptrdiff_t i = 0; i < kQuotedBlock; ++i) {
+        const uint8_t equals = is(pos[i], '=');
+        const uint8_t first = pos[i + 1];
+        const uint8_t second = pos[i + 2];
+        const auto pair = static_cast<uint8_t>(is(first, kCr) & is(second, kLf));
+        const auto blank = static_cast<uint8_t>(is(first, '2') & is(second, '0'));
+        const auto cr = static_cast<uint8_t>(is(first, '0') & (is(second, 'D') | is(second, 'd')));
+        const auto overlap = static_cast<uint8_t>(is(first, '=') | is(second, '='));
+        skipped = static_cast<uint8_t>(skipped + (equals & pair) + equals + equals);
+        mustBeRead = static_cast<uint8_t>(mustBeRead | (equals & (blank | cr | overlap)));
     }
-    for (int i = 0; i < kMaskWidth; i += 8) {
-        uint64_t bytes = 0;
-        std::memcpy(&bytes, pos + i, sizeof bytes);
-        bytes ^= kOnes * '=';
-        const uint64_t equal = ~(((bytes & kLowBits) + kLowBits) | bytes | kLowBits);
-        places |= ((equal >> 7) * kGather >> 56) << i;
-    }
-    return places;
+    return {skipped, mustBeRead};
 }
 
 template <QuotedPrintableRules R>
@@ -168,29 +172,42 @@ class QuotedPrintableDecoder {
         return pos + 1;
     }
 
-    // As copyText. Where "=" stands is found for a block at a time: from one to the next would be a chain of waits.
+    // As copyText.
     template <class CountingSink>
     const uint8_t* countText(const uint8_t* pos, const uint8_t* end, CountingSink& sink) {
         const uint8_t* const begin = pos;
-        const uint8_t* next = pos;  // what stands before it is used
         size_t skipped = 0;
-        for (; pos < end; pos += kMaskWidth) {
-            for (uint64_t places = placesOfEquals(pos, end); places != 0; places &= places - 1) {
-                const uint8_t* at = pos + std::countr_zero(places);
-                if (at < next) continue;
-                uint8_t byte = 0;
-                uint8_t* out = &byte;
-                next = at;
-                if (!passQuotedStop(next, end, stops(), out)) {
-                    sink.add(static_cast<size_t>(at - begin) - skipped);
-                    state_ = State::kEquals;
-                    return at + 1;
-                }
-                skipped += static_cast<size_t>((next - at) - (out - &byte));
+        bool passed = true;
+        while (passed && pos < end) {
+            const bool isBlock = end - pos >= kQuotedBlock + 2;
+            const QuotedBlock block = isBlock ? countQuotedBlock(pos) : QuotedBlock{0, 1};
+            if (block.mustBeRead == 0) {
+                pos += kQuotedBlock;
+                skipped += block.skipped;
+            } else {
+                passed = countEscapes(pos, isBlock ? pos + kQuotedBlock : end, end, skipped);
             }
         }
-        sink.add(static_cast<size_t>(end - begin) - skipped);
-        return end;
+        sink.add(static_cast<size_t>(pos - begin) - skipped);
+        if (passed) return pos;
+        state_ = State::kEquals;
+        return pos + 1;
+    }
+
+    // Passes the escapes that begin before `stop`. False at one that the state machine has to look at.
+    bool countEscapes(const uint8_t*& pos, const uint8_t* stop, const uint8_t* end, size_t& skipped) const {
+        while (pos < stop) {
+            const auto* found =
+                static_cast<const uint8_t*>(std::memchr(pos, '=', static_cast<size_t>(stop - pos)));
+            if (found == nullptr) break;
+            uint8_t byte = 0;
+            uint8_t* out = &byte;
+            pos = found;
+            if (!passQuotedStop(pos, end, stops(), out)) return false;
+            skipped += static_cast<size_t>((pos - found) - (out - &byte));
+        }
+        pos = std::max(pos, stop);
+        return true;
     }
 
     [[nodiscard]] QuotedStops stops() const {

@@ -142,7 +142,7 @@ Written writeText(EmlFilterContext& context, const uint8_t* text, uint32_t lengt
 }
 
 void extendText(EmlFilterContext& context, uint8_t* record, const uint8_t* text, uint32_t length) {
-    if (EML_NEVER(length > context.output.end - context.output.next)) return;
+    if (EML_NEVER(length > static_cast<size_t>(context.output.end - context.output.next))) return;
     std::memcpy(context.output.next, text, length);
     context.output.next += length;
     putTextHeader(record, static_cast<uint32_t>(context.output.next - record) - kTextHeaderSize);

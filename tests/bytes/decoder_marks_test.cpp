@@ -105,8 +105,8 @@ TEST(DecoderMarks, QuotedPrintableIsCountedAsItIsDecoded) {
         for (size_t place = 0; place <= text.size(); ++place)
             ASSERT_NO_FATAL_FAILURE(expectCount(text, place));
     });
-    for (const char* piece :
-         {"=41", "=\r\n", "=\n", "=20\r\n", "=0D", "==41", "=", "=4", "=\r", "_", "==", "="}) {
+    for (const char* piece : {"=41", "=\r\n", "=\n", "=20\r\n", "=0D", "==41", "=", "=4", "=\r", "_",
+                              "==", "=4=41", "=\r=41", "=\n=\r\n", "=0d", "=2"}) {
         for (size_t before = 0; before < 140; ++before) {
             const std::string text = std::string(before, 'x') + piece + piece + std::string(70, 'y') + piece;
             for (const size_t place : {size_t{0}, before, before + 1, before + 2, size_t{64}})
