@@ -16,7 +16,9 @@ namespace {
 using namespace std::string_literals;
 
 constexpr uint32_t kWhole = 0;  // no window that a short body would need
-constexpr uint32_t kWindows[] = {256, 257, 258, 271, 400, 1000, 4096};
+using Sizes = std::vector<uint32_t>;
+
+const Sizes kWindows = {256, 257, 271, 700};
 
 // ---- bodies
 
@@ -124,12 +126,12 @@ void expectEqual(const Conversion& windowed, const Conversion& whole) {
         ASSERT_EQ(escaped(windowed.calls[i]), escaped(whole.calls[i])) << "call " << i;
 }
 
-void expectNoDifference(StreamHost& host, const std::vector<uint32_t>& capacities) {
+void expectNoDifference(StreamHost& host, const Sizes& capacities, const Sizes& windows = kWindows) {
     for (const uint32_t capacity : capacities) {
         setWindow(host, kWhole);
         const Conversion whole = convertAll(host.context, capacity);
         ASSERT_EQ(host.context->body.rest.left, 0);
-        for (const uint32_t window : kWindows) {
+        for (const uint32_t window : windows) {
             SCOPED_TRACE("capacity " + std::to_string(capacity) + ", window " + std::to_string(window));
             setWindow(host, window);
             ASSERT_NO_FATAL_FAILURE(expectEqual(convertAll(host.context, capacity), whole));
@@ -142,12 +144,12 @@ TEST(DecodedWindows, EveryBodyAtSomeCapacities) {
         SCOPED_TRACE(row.what);
         StreamHost host(withHeader(row));
         ASSERT_NE(host.context, nullptr);
-        ASSERT_NO_FATAL_FAILURE(expectNoDifference(host, {85, 140, 256, 1000, 5000, 1 << 20}));
+        ASSERT_NO_FATAL_FAILURE(expectNoDifference(host, {85, 300, 5000, 1 << 20}));
     }
 }
 
 TEST(DecodedWindows, SomeBodiesAtEverySmallCapacity) {
-    std::vector<uint32_t> capacities;
+    Sizes capacities;
     for (uint32_t capacity = 0; capacity < 300; ++capacity) capacities.push_back(capacity);
     for (const std::string& text : {"a line of text\r\n"s, "1\n\t22\r\n\0x"s, "an endless run "s}) {
         for (const char* encoding : {"base64", "quoted-printable"}) {
@@ -156,7 +158,7 @@ TEST(DecodedWindows, SomeBodiesAtEverySmallCapacity) {
             StreamHost host(withHeader({"", encoding, coded ? base64(body) : damaged(body, 11, "=\r\n")}));
             ASSERT_NE(host.context, nullptr);
             SCOPED_TRACE(encoding + ": "s + escaped(text));
-            ASSERT_NO_FATAL_FAILURE(expectNoDifference(host, capacities));
+            ASSERT_NO_FATAL_FAILURE(expectNoDifference(host, capacities, {256, 400}));
         }
     }
 }
@@ -169,9 +171,9 @@ TEST(DecodedWindows, EveryPlaceAtTheEdge) {
             SCOPED_TRACE(escaped(edge) + " after " + std::to_string(before));
             StreamHost host(withHeader(
                 {"", "quoted-printable", std::string(before, 'x') + edge + std::string(300, 'y')}));
-            ASSERT_NO_FATAL_FAILURE(expectNoDifference(host, {300}));
+            ASSERT_NO_FATAL_FAILURE(expectNoDifference(host, {300}, {256, 257}));
             StreamHost last(withHeader({"", "quoted-printable", std::string(before, 'x') + edge}));
-            ASSERT_NO_FATAL_FAILURE(expectNoDifference(last, {300}));
+            ASSERT_NO_FATAL_FAILURE(expectNoDifference(last, {300}, {256, 257}));
         }
     }
 }
