@@ -30,7 +30,8 @@ const uint8_t* findRunEnd(const EmlFilterContext& context, uint32_t room) {
     return context.kernels->findTextRunEnd(pos, pos + std::min(length, size_t{room} + 1));
 }
 
-// KEPT: a single last byte before a zero byte, which stands after every buffer, is dropped.
+// KEPT: a single last byte before a zero byte, which stands after every buffer, is dropped. At the end of a window that
+// is not the last more than one byte is left.
 bool isDropped(const EmlFilterContext& context, const uint8_t* runEnd) {
     return runEnd == context.input.end && runEnd - context.input.readPos == 1 && *runEnd == 0;
 }
@@ -103,7 +104,7 @@ Step writeRunEnd(EmlFilterContext& context) {
 Step writeNextRun(EmlFilterContext& context, bool& isShort) {
     const uint8_t* const end = findRunEnd(context, eml::textRoom(context));
     isShort = end - context.input.readPos < eml::kShortRun;
-    if (context.body.rest.left == 0 && isDropped(context, end)) {
+    if (isDropped(context, end)) {
         context.input.readPos = end;
         return Step::kOn;
     }

@@ -324,7 +324,8 @@ struct WindowedFilter {
 
 const BodyRow kLong[] = {
     {"base64", "base64", base64(repeated("a line of the text\r\n", 15000))},
-    {"quoted-printable", "quoted-printable", repeated("a =3D line=\r\n of the=20\r\n text\r\n", 20000)}};
+    {"quoted-printable", "quoted-printable", repeated("a =3D line=\r\n of the=20\r\n text\r\n", 20000)},
+    {"escapes", "quoted-printable", repeated("=41", 20000)}};
 
 // A read that fails while the text is counted ends the text there, whatever comes of the reads after it.
 TEST(DecodedWindows, ReadsThatFailWhileTheTextIsCounted) {
