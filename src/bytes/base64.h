@@ -12,6 +12,7 @@
 #include "bytes/ascii.h"
 #include "bytes/decode_kernels.h"
 #include "bytes/decode_tables.h"
+#include "bytes/decoder_marks.h"
 #include "bytes/sink.h"
 
 namespace eml {
@@ -47,6 +48,14 @@ class Base64Decoder {
     template <class Sink>
     void finish(Sink& /*sink*/) {
         ended_ = true;
+    }
+
+    // Where the decoder stands, as long as it has not ended; and to go on from there.
+    [[nodiscard]] Base64Mark mark() const { return {group_, have_, padded_}; }
+    void resume(const Base64Mark& mark) {
+        group_ = mark.group;
+        have_ = mark.have;
+        padded_ = mark.padded;
     }
 
   private:

@@ -11,6 +11,7 @@
 #include "bytes/ascii.h"
 #include "bytes/decode_kernels.h"
 #include "bytes/decode_tables.h"
+#include "bytes/decoder_marks.h"
 #include "bytes/quoted_stop.h"
 #include "bytes/sink.h"
 
@@ -44,6 +45,34 @@ inline constexpr QuotedPrintableRules kFilterExtract{.byteFFEndsInput = false,
                                                      .joinAfterDecodedBlank = false,
                                                      .repeatDigitAtEnd = false};
 
+// What a block of text is shorter by when it is decoded.
+struct QuotedBlock {
+    uint8_t skipped;
+    uint8_t
+        mustBeRead;  // not 0: an escape of a byte that some rule touches, or two that overlap, may be in it
+};
+
+inline constexpr ptrdiff_t kQuotedBlock = 64;
+
+// Of the kQuotedBlock bytes at `pos`; two more are looked at. Without branches, for compilers to make wide.
+[[nodiscard]] inline QuotedBlock countQuotedBlock(const uint8_t* pos) {
+    const auto is = [](uint8_t byte, uint8_t other) { return static_cast<uint8_t>(byte == other); };
+    uint8_t skipped = 0;
+    uint8_t mustBeRead = 0;
+    for (ptrdiff_t i = 0; i < kQuotedBlock; ++i) {
+        const uint8_t equals = is(pos[i], '=');
+        const uint8_t first = pos[i + 1];
+        const uint8_t second = pos[i + 2];
+        const auto pair = static_cast<uint8_t>(is(first, kCr) & is(second, kLf));
+        const auto blank = static_cast<uint8_t>(is(first, '2') & is(second, '0'));
+        const auto cr = static_cast<uint8_t>(is(first, '0') & (is(second, 'D') | is(second, 'd')));
+        const auto overlap = static_cast<uint8_t>(is(first, '=') | is(second, '='));
+        skipped = static_cast<uint8_t>(skipped + (equals & pair) + equals + equals);
+        mustBeRead = static_cast<uint8_t>(mustBeRead | (equals & (blank | cr | overlap)));
+    }
+    return {skipped, mustBeRead};
+}
+
 template <QuotedPrintableRules R>
 class QuotedPrintableDecoder {
   public:
@@ -69,6 +98,15 @@ class QuotedPrintableDecoder {
         ended_ = true;
     }
 
+    // As feed, but only adds up how many bytes it would give: to a sink that needs no room of its own.
+    template <class CountingSink>
+    void count(const uint8_t* pos, const uint8_t* end, CountingSink& sink) {
+        static_assert(!R.byteFFEndsInput, "not looked for");
+        while (pos < end && !ended_) {
+            pos = state_ == State::kText ? countText(pos, end, sink) : step(pos, end, sink);
+        }
+    }
+
     // The data has ended.
     template <class Sink>
     void finish(Sink& sink) {
@@ -80,15 +118,15 @@ class QuotedPrintableDecoder {
         ended_ = true;
     }
 
+    // Where the decoder stands, as long as it has not ended; and to go on from there.
+    [[nodiscard]] QuotedPrintableMark mark() const { return {state_, digit_}; }
+    void resume(const QuotedPrintableMark& mark) {
+        state_ = mark.state;
+        digit_ = mark.digit;
+    }
+
   private:
-    enum class State : uint8_t {
-        kText,
-        kEquals,   // after "="
-        kDigit,    // after "=" and one digit
-        kSoftCr,   // after "=" CR: an LF still belongs to the soft line break
-        kBlank,    // after "=20", where that joins lines
-        kBlankCr,  // after "=20" CR: the next byte is swallowed
-    };
+    using State = QuotedPrintableState;
 
     // Looks at one byte, or at a whole run of text. Returns the position after what was used.
     template <class Sink>
@@ -132,6 +170,44 @@ class QuotedPrintableDecoder {
         if (pos == stop) return pos;
         state_ = State::kEquals;
         return pos + 1;
+    }
+
+    // As copyText.
+    template <class CountingSink>
+    const uint8_t* countText(const uint8_t* pos, const uint8_t* end, CountingSink& sink) {
+        const uint8_t* const begin = pos;
+        size_t skipped = 0;
+        bool passed = true;
+        while (passed && pos < end) {
+            const bool isBlock = end - pos >= kQuotedBlock + 2;
+            const QuotedBlock block = isBlock ? countQuotedBlock(pos) : QuotedBlock{0, 1};
+            if (block.mustBeRead == 0) {
+                pos += kQuotedBlock;
+                skipped += block.skipped;
+            } else {
+                passed = countEscapes(pos, isBlock ? pos + kQuotedBlock : end, end, skipped);
+            }
+        }
+        sink.add(static_cast<size_t>(pos - begin) - skipped);
+        if (passed) return pos;
+        state_ = State::kEquals;
+        return pos + 1;
+    }
+
+    // Passes the escapes that begin before `stop`. False at one that the state machine has to look at.
+    bool countEscapes(const uint8_t*& pos, const uint8_t* stop, const uint8_t* end, size_t& skipped) const {
+        while (pos < stop) {
+            const auto* found =
+                static_cast<const uint8_t*>(std::memchr(pos, '=', static_cast<size_t>(stop - pos)));
+            if (found == nullptr) break;
+            uint8_t byte = 0;
+            uint8_t* out = &byte;
+            pos = found;
+            if (!passQuotedStop(pos, end, stops(), out)) return false;
+            skipped += static_cast<size_t>((pos - found) - (out - &byte));
+        }
+        pos = std::max(pos, stop);
+        return true;
     }
 
     [[nodiscard]] QuotedStops stops() const {

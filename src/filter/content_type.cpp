@@ -41,6 +41,7 @@ struct HeaderBlock {
     bool isAttachment;
     bool suppressed;  // a signature: no attachment
     char fileName[kFileNameSize];
+    uint32_t nameLength;
 };
 
 // A keyword counts only when it ends before the last byte of the buffer.
@@ -67,7 +68,8 @@ void copyName(HeaderBlock& block, Cursor value, bool quoted) {
     for (; !value.atEnd() && !ends(*value.pos) && length + 1 < kFileNameSize; value.skip(1)) {
         block.fileName[length++] = static_cast<char>(*value.pos);
     }
-    std::memset(block.fileName + length, 0, kFileNameSize - length);
+    block.fileName[length] = '\0';
+    block.nameLength = static_cast<uint32_t>(length);
 }
 
 // "name=", when no name is held yet.
@@ -152,8 +154,10 @@ void takeEmbeddedMessage(HeaderBlock& block, Cursor parameters) {
     std::memset(context.contentType, 0, sizeof context.contentType);
     std::memcpy(context.contentType, kType.data(), kType.size());
     takeTypeName(block, parameters);
-    if (block.fileName[0] == '\0')
+    if (block.fileName[0] == '\0') {
         makeSubjectName(parameters, context.parts.attachments.count, block.fileName);
+        block.nameLength = static_cast<uint32_t>(std::strlen(block.fileName));
+    }
     block.isAttachment = true;
 }
 
@@ -170,6 +174,7 @@ EmlResult takeContentType(HeaderBlock& block, Cursor value) {
     if (acceptKeyword(value, "message/delivery-status")) {
         // KEPT: the content type stays what it was.
         makeReportName(block.context.parts.attachments.count, block.fileName);
+        block.nameLength = static_cast<uint32_t>(std::strlen(block.fileName));
         block.isAttachment = true;
     } else if (acceptKeyword(value, "message/rfc822")) {
         takeEmbeddedMessage(block, value);
@@ -229,13 +234,15 @@ EmlResult recordAttachment(const HeaderBlock& block) {
     if (!block.scanMode || !block.isAttachment || block.suppressed) return EML_OK;
     if (EmlResult result = checkAttachments(context); result != EML_OK) return result;
     GrowingArray<EmlAttachment>& attachments = context.parts.attachments;
-    EmlAttachment& attachment = attachments.records[attachments.count++];
+    EmlAttachment& attachment = attachments.records[attachments.count];
     attachment.offset = offsetOf(block);
     attachment.size = -1;
     attachment.encoding = context.transferEncoding;
     std::memcpy(attachment.contentType, context.contentType, sizeof attachment.contentType);
-    std::memcpy(attachment.fileName, block.fileName, sizeof attachment.fileName);
     attachment.partIndex = static_cast<uint32_t>(context.parts.bodies.count);
+    if (EmlResult result = keepName(context, attachment, block.fileName, block.nameLength); result != EML_OK)
+        return result;
+    ++attachments.count;
     return EML_OK;
 }
 
@@ -245,7 +252,7 @@ EmlResult recordAttachment(const HeaderBlock& block) {
 
 EmlResult decodeContentType(EmlFilterContext& context, const uint8_t*& position, bool scanMode) {
     eml::HeaderBlock block{
-        context, {position, context.input.end}, scanMode, false, false, false, false, false, {}};
+        context, {position, context.input.end}, scanMode, false, false, false, false, false, {}, 0};
     context.transferEncoding = eml::TransferEncoding::kNone;
     EmlResult result = eml::readLines(block);
     position = block.text.pos;

@@ -89,6 +89,7 @@ EmlResult startBody(EmlFilterContext& context, const FillTarget& target, Next& n
     setSize(context, target);
     resetReader(context);
     forgetInput(context);
+    context.body.start = span.start;
     context.body.length = span.end - span.start;
     if (context.body.length <= 0) {
         *target.progress = kFinished;
@@ -107,35 +108,34 @@ void reportProgress(const EmlFilterContext& context, const FillTarget& target) {
         context.body.length > 0 ? static_cast<uint32_t>(converted / context.body.length) : kFinished;
 }
 
-void plainStep(EmlFilterContext& context, const FillTarget& target) {
-    (void)processEMLplainbody(context, false);
+EmlResult plainStep(EmlFilterContext& context, const FillTarget& target) {
+    const bool converted = processEMLplainbody(context, false);
     reportProgress(context, target);
+    return converted ? EML_OK : EML_OBJECT_FAILED;
 }
 
 // Text that is not encoded, one read of the message at a time.
-void readPlain(EmlFilterContext& context, const FillTarget& target) {
+EmlResult readPlain(EmlFilterContext& context, const FillTarget& target) {
     if (readBuf(context, context.body.length - context.input.readCount) < 1) {
         *target.progress = kFinished;
-        return;
+        return EML_OK;
     }
     context.input.readPos = context.input.buffer;
-    plainStep(context, target);
+    return plainStep(context, target);
 }
 
-// One step of the conversion. A fill that goes on where the last one was full only converts what is left in
-// the buffer.
+// One step of the conversion. A fill that goes on where the last one was full only converts what is left of
+// the text.
 EmlResult convertStep(EmlFilterContext& context, const FillTarget& target) {
     if (context.body.textWaits) {
         context.body.textWaits = false;
-        plainStep(context, target);
-        return EML_OK;
+        return plainStep(context, target);
     }
     if (const std::optional<EmlResult> result = convertEncodedBody(context)) {
         reportProgress(context, target);
         return *result;
     }
-    readPlain(context, target);
-    return EML_OK;
+    return readPlain(context, target);
 }
 
 EmlResult convertBody(EmlFilterContext& context, const FillTarget& target) {

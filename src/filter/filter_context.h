@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "bytes/decode_kernels.h"
+#include "bytes/decoder_marks.h"
 #include "bytes/find.h"
 #include "bytes/transfer_encoding.h"
 #include "host/growing_array.h"
@@ -37,8 +38,9 @@ struct EmlAttachment {
     int32_t size;     // -1 until it is asked for
     eml::TransferEncoding encoding;
     char contentType[eml::kTypeSize];
-    char fileName[eml::kFileNameSize];
-    uint32_t partIndex;  // the parts recorded when the attachment was found: the index of its own part
+    uint32_t name;        // its place in the texts of the names
+    uint32_t nameLength;  // without the zero byte that follows; there may be others in it
+    uint32_t partIndex;   // the parts recorded when the attachment was found: the index of its own part
 };
 
 namespace eml {
@@ -78,16 +80,31 @@ struct StagingBuffer {
 struct PartTables {
     GrowingArray<EmlBodyPart> bodies;
     GrowingArray<EmlAttachment> attachments;
-    int32_t first;  // the index of the part that holds the text
+    GrowingBuffer names;  // of the attachments, one after the other
+    int32_t first;        // the index of the part that holds the text
+};
+
+// Decoded text that does not fit in the buffer: what comes after it is only counted at first, and decoded again, a
+// window at a time, as the text before it is used up.
+struct DecodedRest {
+    uint32_t windowSize;  // the most that is held, 256 or more; 0: kDecodedHeld, then kDecodedWindow
+    int32_t left;         // decoded bytes after those in the buffer
+    int32_t position;     // bytes of the encoded body that have become text so far
+    int32_t end;          // bytes of it that were there when the text was counted
+    TransferEncoding encoding;
+    Base64Mark base64;  // the decoder's, at `position`
+    QuotedPrintableMark quotedPrintable;
 };
 
 // The body that is converted, or the encoded word.
 struct BodyConversion {
+    int32_t start;      // of the body, in the message
     int32_t length;     // bytes to convert
     int32_t converted;  // bytes that have become text, of `length`
     bool running;       // a body pass or an extraction: no line-end detection, no cuts
     bool textWaits;     // text from readPos on waits for the next fill
     GrowingBuffer decoded;
+    DecodedRest rest;
 };
 
 // The current multipart boundary: "--" and the value.
@@ -148,6 +165,7 @@ inline void resetReader(EmlFilterContext& context) {
     context.input.readCount = 0;
     context.input.offset = 0;
     context.body.converted = 0;
+    context.body.rest.left = 0;
 }
 
 // The read position stands in an empty buffer: nothing is left to convert.

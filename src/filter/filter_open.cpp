@@ -69,6 +69,7 @@ void closeFilter(EmlFilterContext* context) {
     if (context == nullptr || context->services == nullptr) return;
     EmlAllocator& allocator = allocatorOf(*context);
     context->parts.attachments.release(allocator);
+    context->parts.names.release(allocator);
     context->parts.bodies.release(allocator);
     context->body.decoded.release(allocator);
     context->request.value.release(allocator);

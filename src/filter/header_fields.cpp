@@ -7,6 +7,7 @@
 #include "filter/content_type_value.h"
 #include "filter/field_value.h"
 #include "filter/input_reader.h"
+#include "filter/part_tables.h"
 #include "filter/record_stream.h"
 #include "host/host_file.h"
 #include "host/metadata_records.h"
@@ -178,7 +179,7 @@ EmlResult parseFirstBuffer(EmlFilterContext& context, bool metadataMode) {
 EmlResult showAttachmentList(EmlFilterContext& context) {
     if (EmlResult result = outputEMLfieldname(context, "Attachment:"); result != EML_OK) return result;
     for (int32_t i = 0; i < context.parts.attachments.count; ++i) {
-        const char* const name = context.parts.attachments.records[i].fileName;
+        const char* const name = attachmentName(context, context.parts.attachments.records[i]);
         if (name[0] != '\0' && writeText(context, name) == Written::kNoMemory) return EML_NO_MEMORY;
         if (i + 1 < context.parts.attachments.count && writeText(context, "; ") == Written::kNoMemory)
             return EML_NO_MEMORY;

@@ -1,5 +1,7 @@
 #include "filter/part_tables.h"
 
+#include <cstring>
+
 #include "bytes/unreachable.h"
 
 namespace eml {
@@ -12,6 +14,18 @@ EmlAttachment* attachmentAt(EmlFilterContext& context, uint32_t index) {
     const GrowingArray<EmlAttachment>& attachments = context.parts.attachments;
     if (attachments.records == nullptr || index >= static_cast<uint32_t>(attachments.count)) return nullptr;
     return &attachments.records[index];
+}
+
+EmlResult keepName(EmlFilterContext& context, EmlAttachment& attachment, const char* name, uint32_t length) {
+    GrowingBuffer& names = context.parts.names;
+    EmlAllocator& allocator = allocatorOf(context);
+    attachment.name = names.length;
+    attachment.nameLength = length;
+    if (EmlResult result = names.reserve(allocator, uint64_t{length} + 1); result != EML_OK) return result;
+    if (length != 0) std::memcpy(names.data + names.length, name, length);
+    names.data[names.length + length] = 0;
+    names.length += length + 1;
+    return EML_OK;
 }
 
 int32_t measureAttachment(const EmlFilterContext& context, EmlAttachment& attachment) {

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "bytes/little_endian.h"
+#include "bytes/unreachable.h"
 
 namespace eml {
 
@@ -138,6 +139,13 @@ Written writeText(EmlFilterContext& context, const uint8_t* text, uint32_t lengt
     if (length != 0) std::memcpy(context.output.next + kTextHeaderSize, text, length);
     context.output.next += length + kTextHeaderSize;
     return Written::kYes;
+}
+
+void extendText(EmlFilterContext& context, uint8_t* record, const uint8_t* text, uint32_t length) {
+    if (EML_NEVER(length > static_cast<size_t>(context.output.end - context.output.next))) return;
+    std::memcpy(context.output.next, text, length);
+    context.output.next += length;
+    putTextHeader(record, static_cast<uint32_t>(context.output.next - record) - kTextHeaderSize);
 }
 
 Written writeText(EmlFilterContext& context, const char* text) {

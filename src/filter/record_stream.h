@@ -41,6 +41,8 @@ void closeRecordOutput(EmlFilterContext& context);
 [[nodiscard]] inline bool isFull(const EmlFilterContext& context) { return textRoom(context) == 0; }
 
 [[nodiscard]] Written writeText(EmlFilterContext& context, const uint8_t* text, uint32_t length);
+// More text for the text record at `record`, the last one written. The caller has looked for its room.
+void extendText(EmlFilterContext& context, uint8_t* record, const uint8_t* text, uint32_t length);
 [[nodiscard]] Written writeText(EmlFilterContext& context, const char* text);
 [[nodiscard]] Written writeTab(EmlFilterContext& context);
 [[nodiscard]] Written writeLineBreak(EmlFilterContext& context);
@@ -49,6 +51,13 @@ void closeRecordOutput(EmlFilterContext& context);
 
 // The records that open every conversion.
 [[nodiscard]] Written writePrologue(EmlFilterContext& context);
+
+inline constexpr ptrdiff_t kShortRun = 8;
+
+// Writes runs of text of less than kShortRun bytes and what ends them, and moves readPos on, as long as runs are so short,
+// the output is far from full and the input from its end. It gives what writing run by run gives, and is for text of
+// many tabs, line ends or zero bytes.
+void writeShortRuns(EmlFilterContext& context);
 
 // A failed write of the header pass as a result code. A record that does not fit is left out, which is no
 // failure.

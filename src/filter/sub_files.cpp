@@ -29,7 +29,7 @@ EmlResult describeAttachment(EmlFilterContext& context, uint32_t index, EmlSubFi
     info.kind = EML_KIND_ATTACHMENT;
     info.parent = static_cast<int32_t>(shift);
     info.size = measureAttachment(context, *attachment);
-    return setName(info, allocator, prefix, attachment->fileName);
+    return setName(info, allocator, prefix, attachmentName(context, *attachment));
 }
 
 EmlResult describeMessage(EmlFilterContext& context, EmlSubFileInfo& info, EmlAllocator& allocator) {
@@ -70,8 +70,9 @@ EmlResult attachmentInfo(EmlFilterContext* context, uint32_t index, EmlAttachmen
         return EML_OBJECT_FAILED;
     EmlAttachment* const attachment = attachmentAt(*context, index);
     if (attachment == nullptr) return EML_OBJECT_FAILED;
-    static_assert(sizeof info->name == sizeof attachment->fileName);
-    std::memcpy(info->name, attachment->fileName, sizeof info->name);
+    static_assert(sizeof info->name == kFileNameSize);
+    std::memset(info->name, 0, sizeof info->name);
+    std::memcpy(info->name, attachmentName(*context, *attachment), attachment->nameLength);
     info->zero1 = 0;
     info->size = measureAttachment(*context, *attachment);
     std::memset(info->zero2, 0, sizeof info->zero2);

@@ -4,6 +4,7 @@
 #include "bytes/quoted_printable.h"
 #include "bytes/unreachable.h"
 #include "filter/body_text.h"
+#include "filter/decoded_text.h"
 #include "filter/input_reader.h"
 #include "host/block_writer.h"
 #include "host/host_file.h"
@@ -14,7 +15,6 @@ using eml::BlockWriter;
 using eml::InputRun;
 
 using FilterBase64 = eml::Base64Decoder<eml::kFilterBase64>;
-using TextQuotedPrintable = eml::QuotedPrintableDecoder<eml::kFilterText>;
 using ExtractQuotedPrintable = eml::QuotedPrintableDecoder<eml::kFilterExtract>;
 
 bool seekToAttachment(EmlFilterContext& context, const EmlAttachment& attachment) {
@@ -53,58 +53,12 @@ EmlResult extract(EmlFilterContext& context, EmlIOobj& output, const EmlAttachme
     return EML_OK;
 }
 
-// Appends to the decode buffer. Room for the zero byte after the text is kept.
-class DecodeSink {
-  public:
-    explicit DecodeSink(EmlFilterContext& context) : context_(context) {}
-
-    [[nodiscard]] eml::OutputSpan space() {
-        eml::GrowingBuffer& buffer = context_.body.decoded;
-        if (buffer.data == nullptr || buffer.reserve(eml::allocatorOf(context_), 2) != EML_OK) return {};
-        return {buffer.data + buffer.length, buffer.data + buffer.capacity - 1};
-    }
-
-    void commit(const uint8_t* end) {
-        eml::GrowingBuffer& buffer = context_.body.decoded;
-        if (buffer.data != nullptr) buffer.length = static_cast<uint32_t>(end - buffer.data);
-    }
-
-  private:
-    EmlFilterContext& context_;
-};
-
-// Decodes what is left of the input; the decoded bytes become the input.
-template <class Decoder>
-EmlResult decodeInput(EmlFilterContext& context, Decoder decoder, EmlResult growthFailure) {
-    eml::GrowingBuffer& buffer = context.body.decoded;
-    buffer.length = 0;
-    if (buffer.reserve(eml::allocatorOf(context), eml::kGrowthUnit) != EML_OK) return EML_OBJECT_FAILED;
-    DecodeSink sink(context);
-    while (!decoder.ended()) {
-        const InputRun run = eml::takeRun(context, context.body.length);
-        if (run.begin == run.end) break;
-        decoder.feed(run.begin, run.end, sink);
-    }
-    decoder.finish(sink);
-    if (buffer.data == nullptr) {
-        eml::forgetInput(context);
-        return growthFailure;
-    }
-    buffer.data[buffer.length] = 0;
-    context.input.readPos = buffer.data;
-    context.input.end = buffer.data + buffer.length;
-    context.body.converted = 0;
-    context.body.length = static_cast<int32_t>(buffer.length);
-    return EML_OK;
-}
-
 // After a step that filled the output only what is left of its decoded bytes is converted.
-template <class Decoder>
-EmlResult decodeBody(EmlFilterContext& context, bool fieldMode, Decoder decoder, EmlResult growthFailure) {
+EmlResult decodeBody(EmlFilterContext& context, bool fieldMode, eml::TransferEncoding encoding) {
     // A decoder alone fills the output before another, and its bytes are still there.
     const bool resumes = context.output.full && !EML_NEVER(context.body.decoded.data == nullptr);
     if (!resumes) {
-        if (EmlResult result = decodeInput(context, decoder, growthFailure); result != EML_OK) return result;
+        if (EmlResult result = eml::decodeText(context, encoding); result != EML_OK) return result;
     }
     return processEMLplainbody(context, fieldMode) ? EML_OK : EML_OBJECT_FAILED;
 }
@@ -134,12 +88,11 @@ EmlResult emlbase64(EmlFilterContext& context, EmlIOobj& output, const EmlAttach
 }
 
 EmlResult processEMLqpbody(EmlFilterContext& context, bool fieldMode) {
-    // KEPT: "_" is a blank in whole bodies too, not only in encoded words.
-    return decodeBody(context, fieldMode, TextQuotedPrintable(true, *context.kernels), EML_OBJECT_FAILED);
+    return decodeBody(context, fieldMode, eml::TransferEncoding::kQuotedPrintable);
 }
 
 EmlResult processEMLbase64body(EmlFilterContext& context, bool fieldMode) {
-    return decodeBody(context, fieldMode, FilterBase64(true, *context.kernels), EML_NO_MEMORY);
+    return decodeBody(context, fieldMode, eml::TransferEncoding::kBase64);
 }
 
 namespace eml {

@@ -16,8 +16,8 @@
 [[nodiscard]] EmlResult emlbase64(EmlFilterContext& context, EmlIOobj& output,
                                   const EmlAttachment& attachment, bool textMode);
 
-// Decodes the rest of the body, or what stands in the buffer when bodyLength is below 1, into the decode
-// buffer, which becomes the input of processEMLplainbody. A resumed fill only goes on with what is left.
+// Decodes the rest of the body, or what stands in the buffer when bodyLength is below 1, and hands it to
+// processEMLplainbody. A resumed fill only goes on with what is left.
 // KEPT: a failed growth is EML_OBJECT_FAILED in quoted-printable and EML_NO_MEMORY in base64; a failed first
 // allocation is EML_OBJECT_FAILED.
 [[nodiscard]] EmlResult processEMLqpbody(EmlFilterContext& context, bool fieldMode);

@@ -169,6 +169,20 @@ TEST(PlainText, EveryShortTextInBothModes) {
     });
 }
 
+// Short runs have a loop of their own, which is entered after one and has bytes of text before it: here every
+// neighbourhood of ends, of bytes that look like one, and of bytes that are none.
+TEST(PlainText, EveryNeighbourhoodOfShortRuns) {
+    forEachText("a\r\n\t\0\x0E\x01\x80"s, 4, [](const std::string& middle) {
+        for (const char* before : {"\n", "\nab", "\nabcde"}) {
+            const std::string bytes = before + middle + "\nfour\teight on\n and more text";
+            std::string rest = bytes;
+            reference::Buffer buffer{100000, 90000, {}, false};
+            (void)reference::convert(rest, buffer);
+            ASSERT_EQ(streamed(bytes), buffer.bytes) << escaped(bytes);
+        }
+    });
+}
+
 // Converts with one buffer after the other, and the reference beside it.
 void expectPiecesLikeTheReference(const std::string& bytes, size_t capacity, size_t limit) {
     Body body(bytes);
@@ -195,7 +209,9 @@ TEST(PlainText, StopsWhereTheBufferIsFull) {
     const std::string letters = "aaaaaaabbbbbb\r\n\n\t\0"s;
     for (int round = 0; round < 400; ++round) {
         std::string bytes;
-        for (size_t i = random() % 150; i > 0; --i) bytes += letters[random() % letters.size()];
+        const size_t from = random() % 2 * 7;  // every other one has only short runs
+        for (size_t i = random() % 150; i > 0; --i)
+            bytes += letters[from + random() % (letters.size() - from)];
         for (size_t capacity = 0; capacity <= 160; capacity += 1 + random() % 7) {
             SCOPED_TRACE(escaped(bytes) + " at " + std::to_string(capacity));
             ASSERT_NO_FATAL_FAILURE(expectPiecesLikeTheReference(bytes, capacity, capacity * 9 / 10));

@@ -19,7 +19,7 @@ std::string repeated(std::string_view text, size_t count) {
 std::string namesOf(const EmlFilterContext& context) {
     std::string names;
     for (int32_t i = 0; i < context.parts.attachments.count; ++i)
-        names.append("[").append(context.parts.attachments.records[i].fileName).append("]");
+        names.append("[").append(attachmentName(context, context.parts.attachments.records[i])).append("]");
     return names;
 }
 

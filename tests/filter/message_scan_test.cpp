@@ -91,8 +91,7 @@ void expectParts(const std::vector<Row>& rows) {
         ASSERT_NE(filter.context(), nullptr) << row.name;
         EXPECT_EQ(partsOf(filter.opened()), row.parts) << row.name;
         std::string names;
-        for (int32_t i = 0; i < filter.opened().parts.attachments.count; ++i)
-            names += std::string(filter.opened().parts.attachments.records[i].fileName) + ";";
+        for (int32_t i = 0; i < filter.opened().parts.attachments.count; ++i) names += filter.nameAt(i) + ";";
         EXPECT_EQ(names, row.names) << row.name;
         EXPECT_EQ(filter.opened().messageSize, static_cast<int32_t>(row.message.size())) << row.name;
     }
@@ -237,7 +236,7 @@ TEST(FilterScan, TablesGrowAsLongAsThereIsMemory) {
     ASSERT_EQ(filter.opened().parts.bodies.count, 40);
     ASSERT_EQ(filter.opened().parts.attachments.count, 40);
     for (uint32_t i = 0; i < 40; ++i) {
-        EXPECT_EQ(filter.opened().parts.attachments.records[i].fileName, std::to_string(i));
+        EXPECT_EQ(filter.nameAt(i), std::to_string(i));
         EXPECT_EQ(filter.opened().parts.attachments.records[i].partIndex, i);
     }
 }

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "filter/filter_context.h"
+#include "filter/part_tables.h"
 #include "support/memory_output.h"
 #include "support/recording_host.h"
 #include "support/sub_file.h"
@@ -98,6 +99,9 @@ class OpenFilter {
 
     [[nodiscard]] EmlFilterContext* context() const { return context_; }
     [[nodiscard]] EmlFilterContext& opened() const { return *context_; }
+    [[nodiscard]] std::string nameAt(int64_t index) const {
+        return attachmentName(*context_, context_->parts.attachments.records[index]);
+    }
     [[nodiscard]] EmlResult result() const { return result_; }
     [[nodiscard]] RecordingHost& host() { return host_; }
     [[nodiscard]] MemoryInput& input() { return input_; }

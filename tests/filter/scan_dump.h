@@ -44,8 +44,8 @@ inline std::string attachmentsOf(const EmlFilterContext& context) {
     std::string text;
     for (int32_t i = 0; i < context.parts.attachments.count; ++i) {
         const EmlAttachment& one = context.parts.attachments.records[i];
-        text +=
-            attachmentText(one.fileName, one.offset, codeOf(one.encoding), one.contentType, one.partIndex);
+        text += attachmentText(attachmentName(context, one), one.offset, codeOf(one.encoding),
+                               one.contentType, one.partIndex);
     }
     return text;
 }

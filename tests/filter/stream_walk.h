@@ -121,6 +121,9 @@ class StreamHost {
     StreamHost(const StreamHost&) = delete;
     StreamHost& operator=(const StreamHost&) = delete;
 
+    // From now on another message is read.
+    void change(std::string message) { message_ = std::move(message); }
+
     EmlResult result = EML_OK;
     EmlFilterContext* context = nullptr;
 

@@ -122,7 +122,7 @@ TEST(SizesOfTheFilter, WhatLiesBehind31BitsIsAbsent) {
             const EmlFilterContext& context = filter.context();
             EXPECT_EQ(context.messageSize, INT32_MAX);
             ASSERT_EQ(context.parts.attachments.count, 1);
-            EXPECT_STREQ(context.parts.attachments.records[0].fileName, "first");
+            EXPECT_STREQ(attachmentName(context, context.parts.attachments.records[0]), "first");
             const auto offset = static_cast<int64_t>(context.parts.attachments.records[0].offset);
             EXPECT_EQ(message.bytes(offset, 9), "the first");
             ASSERT_EQ(context.parts.bodies.count, 2);
