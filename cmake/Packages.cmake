@@ -40,6 +40,23 @@ CMake and pkg-config.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME eml-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION mail)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libemlreader1 (= ${PROJECT_VERSION})")
+# dpkg-shlibdeps sees what a program is linked with, not what it loads later. So it looks at a library that does nothing
+# but need what eml loads.
+get_property(EMLREADER_LOADED GLOBAL PROPERTY EMLTOOL_LOADED)
+find_program(EMLREADER_SHLIBDEPS dpkg-shlibdeps)
+if(EMLREADER_LOADED AND EMLREADER_SHLIBDEPS)
+    set(PROBE "${PROJECT_BINARY_DIR}/loaded-libraries")
+    file(WRITE "${PROBE}/debian/control" "Source: probe\n\nPackage: probe\nArchitecture: any\n")
+    execute_process(COMMAND "${CMAKE_C_COMPILER}" -shared -nostdlib -Wl,--no-as-needed -o probe.so ${EMLREADER_LOADED}
+                    WORKING_DIRECTORY "${PROBE}" COMMAND_ERROR_IS_FATAL ANY)
+    execute_process(COMMAND "${EMLREADER_SHLIBDEPS}" -O -eprobe.so WORKING_DIRECTORY "${PROBE}"
+                    OUTPUT_VARIABLE DEPENDS ERROR_QUIET)
+    if(NOT DEPENDS MATCHES "shlibs:Depends=([^\n]+)")
+        message(WARNING "the Debian package of eml will not depend on ${EMLREADER_LOADED}")
+    else()
+        string(APPEND CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS ", ${CMAKE_MATCH_1}")
+    endif()
+endif()
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS python3)
 set(CPACK_DEBIAN_TOOLS_DESCRIPTION "Command eml: shows, lists, extracts and renders messages (.eml), builds a
 safe HTML page of one, and turns whole archives into JSON lines. With its

@@ -726,6 +726,34 @@ def a_message_that_eats_memory_is_a_row():
 
 
 @test
+def only_the_guilty_of_many_messages_suffer():
+    """A worker has many messages ahead when one of them ends it."""
+    guilty = {150: "crash-me-a", 151: "crash-me-b", 290: "hang-me", 300: "eat-me", 399: "crash-me-c"}
+    codes = {"crash-me": "crashed", "hang-me": "timeout", "eat-me": "out-of-memory"}
+    names = [guilty.get(i, f"{i:03}") + ".eml" for i in range(400)]
+    expected = [next((codes[word] for word in codes if name.startswith(word)), "ok") for name in names]
+    for i, name in enumerate(names):
+        write(name, cli.PLAIN.replace(b"Subject:", b"Subject: %d" % i))
+    for jobs in ("1", "2"):
+        rows, _ = batch("-j", jobs, "--timeout=1.5", "--max-memory=64M", "--ordered", *names,
+                        env=misbehaving(), code=1)
+        equal(paths_of(rows), names, f"-j {jobs}")
+        equal([code_of(row) for row in rows], expected, f"-j {jobs}")
+
+
+@test
+def what_waits_behind_a_slow_message_is_read_once():
+    names = [f"{i:03}.eml" for i in range(300)]
+    for i, name in enumerate(names):
+        write(name, cli.PLAIN.replace(b"Subject:", b"Subject: %d" % i))
+    for i in (100, 101, 180):
+        write(names[i], cli.simple(b"some words in a long line\n" * 100_000))
+    alone = batch("--text", *names, code=0)[1].out
+    equal(batch("--text", "-j2", "--ordered", *names, code=0)[1].out, alone)
+    equal(sorted(batch("--text", "-j2", *names, code=0)[1].out.splitlines()), sorted(alone.splitlines()))
+
+
+@test
 def a_large_text_does_not_fit_in_little_memory():
     if is_sanitized():
         return "an allocation that fails ends a program under AddressSanitizer"

@@ -8,6 +8,7 @@ import base64
 import json
 import os
 import pty
+import random
 import re
 import shutil
 import signal
@@ -1535,6 +1536,28 @@ def signals_remove_the_temporary_file():
                 break
         equal(code, -number, "ended by the signal")
         equal(os.listdir("out"), [])
+
+
+@test
+def signals_between_many_files_leave_only_whole_ones():
+    content = b"0123456789abcdef" * 20
+    parts = [part(f"{i}.bin", content, encoding="7bit") for i in range(4000)]
+    write("many.eml", mixed(*parts))
+    randomness = random.Random(3)
+    for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP) * 4:
+        shutil.rmtree("out", ignore_errors=True)
+        process = subprocess.Popen([EML, "extract", "-o", "out", "many.eml"], stdout=subprocess.PIPE,
+                                   stderr=subprocess.PIPE,
+                                   preexec_fn=lambda ending=number: signal.signal(ending, signal.SIG_DFL))
+        while process.poll() is None and not os.path.isdir("out"):
+            time.sleep(0)
+        time.sleep(randomness.random() * 0.05)
+        process.send_signal(number)
+        process.communicate(timeout=60)
+        equal(process.returncode in (0, -number), True, "ended by the signal, or before it")
+        for name in os.listdir("out") if os.path.isdir("out") else []:
+            equal(name.startswith("."), False, name)
+            equal(read(os.path.join("out", name)), content + b"\n", name)
 
 
 # ---------------------------------------------------------------------------------------------------------

@@ -23,8 +23,9 @@ struct TaskHeader {
 // Goes before the row.
 struct ReplyHeader {
     uint64_t lineLength;
-    uint64_t kind;     // RowKind
-    uint64_t retires;  // the worker ends after this row
+    uint64_t kind;         // RowKind
+    uint64_t retires;      // the worker ends after this row
+    uint64_t nanoseconds;  // that the item took
 };
 
 template <typename Header>
@@ -40,11 +41,10 @@ Header headerAt(std::string_view bytes) {
     return header;
 }
 
-inline std::string taskFrame(const BatchItem& item) {
-    std::string bytes;
+inline void appendTask(std::string& bytes, const BatchItem& item) {
     appendHeader(bytes, TaskHeader{item.path.size(), item.index.has_value() ? 1u : 0u, item.index.value_or(0),
                                    item.offset, item.length});
-    return bytes += item.path;
+    bytes += item.path;
 }
 
 }  // namespace emltool

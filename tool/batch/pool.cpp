@@ -1,15 +1,29 @@
 #include "tool/batch/pool.h"
 
 #include <algorithm>
+#include <iterator>
+#include <thread>
 
 namespace emltool {
+
+namespace {
+
+constexpr size_t kMinTasks = 2;
+constexpr size_t kMaxTasks = 64;
+constexpr std::chrono::milliseconds kQueued{4};  // work that a worker should have ahead
+
+// While all workers have so many tasks ahead, more replies are awaited before they are read, all in one go.
+constexpr size_t kPlenty = 16;
+constexpr std::chrono::microseconds kPause{250};
+
+}  // namespace
 
 WorkerPool::WorkerPool(unsigned count, std::chrono::milliseconds timeout, WorkerProcess::Body body)
     : workers_(count), timeout_(timeout), body_(std::move(body)) {}
 
 bool WorkerPool::hasRoom() const {
     return std::any_of(workers_.begin(), workers_.end(),
-                       [](const Worker& worker) { return worker.tasks.size() < kTasksEach; });
+                       [](const Worker& worker) { return worker.tasks.size() < worker.room(); });
 }
 
 bool WorkerPool::isIdle() const {
@@ -17,9 +31,16 @@ bool WorkerPool::isIdle() const {
                        [](const Worker& worker) { return worker.tasks.empty(); });
 }
 
+size_t WorkerPool::Worker::room() const {
+    if (average.count() == 0) return kMinTasks;
+    return std::clamp(static_cast<size_t>(std::chrono::nanoseconds(kQueued) / average), kMinTasks, kMaxTasks);
+}
+
 // A waiting worker comes before one that must be started.
 WorkerPool::Worker& WorkerPool::leastBusy() {
-    return *std::min_element(workers_.begin(), workers_.end(), [](const Worker& a, const Worker& b) {
+    auto isFull = [](const Worker& worker) { return worker.tasks.size() >= worker.room(); };
+    return *std::min_element(workers_.begin(), workers_.end(), [&](const Worker& a, const Worker& b) {
+        if (isFull(a) != isFull(b)) return isFull(b);
         return a.tasks.size() != b.tasks.size() ? a.tasks.size() < b.tasks.size()
                                                 : a.process != nullptr && b.process == nullptr;
     });
@@ -42,7 +63,20 @@ void WorkerPool::give(PoolTask& task) {
     if (worker.process == nullptr) start(worker);
     if (worker.tasks.empty()) worker.deadline = Clock::now() + timeout_;
     worker.tasks.push_back(&task);
-    worker.process->send(taskFrame(task.item));
+    worker.process->add(task.item);
+    // One that has others to do can wait until more are sent together.
+    if (worker.tasks.size() == 1) worker.process->sendMore();
+}
+
+void WorkerPool::sendTasks() {
+    for (Worker& worker : workers_) {
+        if (worker.process != nullptr && worker.process->hasMoreToSend()) worker.process->sendMore();
+    }
+}
+
+bool WorkerPool::areBusy() const {
+    return std::all_of(workers_.begin(), workers_.end(),
+                       [](const Worker& worker) { return worker.tasks.size() >= kPlenty; });
 }
 
 void WorkerPool::extendDeadlines(Clock::duration time) {
@@ -61,6 +95,8 @@ int WorkerPool::untilDeadline(int milliseconds) const {
 }
 
 std::vector<PoolEvent> WorkerPool::wait(std::span<pollfd> others, int milliseconds) {
+    sendTasks();
+    if (areBusy()) std::this_thread::sleep_for(kPause);
     std::vector<pollfd> polled(others.begin(), others.end());
     std::vector<Worker*> whose;
     for (Worker& worker : workers_) {
@@ -91,12 +127,20 @@ void WorkerPool::listen(Worker& worker, Events& events) {
     bool retires = false;
     ReplyHeader header{};
     std::string line;
+    Events unread;
     while (!retires && !worker.tasks.empty() && worker.process->nextReply(header, line)) {
-        events.push_back({worker.tasks.front(), PoolEvent::Kind::kReply, static_cast<RowKind>(header.kind),
-                          std::move(line), 0});
+        const auto row = static_cast<RowKind>(header.kind);
+        if (row == RowKind::kUnread) {
+            unread.push_back({worker.tasks.front(), PoolEvent::Kind::kGivenBack, row, "", 0});
+        } else {
+            events.push_back({worker.tasks.front(), PoolEvent::Kind::kReply, row, std::move(line), 0});
+            noteTime(worker, header.nanoseconds);
+        }
         worker.tasks.pop_front();
         retires = header.retires != 0;
     }
+    events.insert(events.end(), std::make_move_iterator(unread.rbegin()),
+                  std::make_move_iterator(unread.rend()));
     if (retires) {
         end(worker, PoolEvent::Kind::kGivenBack, worker.process->kill(), events);
     } else if (worker.process->broken()) {
@@ -106,12 +150,20 @@ void WorkerPool::listen(Worker& worker, Events& events) {
     }
 }
 
+// The newest eighth of the average is this time.
+void WorkerPool::noteTime(Worker& worker, uint64_t nanoseconds) {
+    constexpr uint64_t kLongest = 1'000'000'000;
+    const std::chrono::nanoseconds time(std::clamp<uint64_t>(nanoseconds, 1, kLongest));
+    worker.average =
+        worker.average.count() == 0 ? time : (worker.average * 7 + time + std::chrono::nanoseconds(7)) / 8;
+}
+
 // The task that the worker was doing ended as `kind` says; its other tasks are given back.
 void WorkerPool::end(Worker& worker, PoolEvent::Kind kind, int status, Events& events) {
     worker.process.reset();
-    for (PoolTask* task : worker.tasks) {
-        events.push_back({task, kind, RowKind::kError, "", status});
-        kind = PoolEvent::Kind::kGivenBack;
+    for (size_t i = worker.tasks.size(); i-- > 0;) {
+        events.push_back(
+            {worker.tasks[i], i == 0 ? kind : PoolEvent::Kind::kGivenBack, RowKind::kError, "", status});
     }
     worker.tasks.clear();
 }

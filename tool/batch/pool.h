@@ -26,7 +26,7 @@ struct PoolEvent {
         kReply,
         kTimedOut,
         kDied,      // the worker died while reading it
-        kGivenBack  // not read: its worker ended before
+        kGivenBack  // not read: its worker ended before, or others may come to it sooner
     };
 
     PoolTask* task = nullptr;
@@ -37,7 +37,8 @@ struct PoolEvent {
 };
 
 // Keeps a number of workers busy. They start when there is something to do; one that dies, hangs or runs out
-// of memory is replaced. Each has at most two tasks, so that it need not wait for the next.
+// of memory is replaced, and only the task that it was doing suffers. Each has several tasks, so that it need not wait
+// for the next: at least two, and as many as it does in a few milliseconds.
 class WorkerPool {
   public:
     // `timeout` is for each task; 0 is none.
@@ -49,7 +50,8 @@ class WorkerPool {
     // Gives the task to a worker. Throws Problem if none can be started.
     void give(PoolTask& task);
 
-    // Waits until a worker replies, one of `others` is ready, or `milliseconds` have passed (-1 is no limit).
+    // Sends what was given, and waits until a worker replies, one of `others` is ready, or `milliseconds` have passed (-1 is no limit).
+    // Of the tasks that are given back, the last one comes first.
     std::vector<PoolEvent> wait(std::span<pollfd> others, int milliseconds);
 
     // Extends the deadlines by a time in which replies could not be read.
@@ -69,13 +71,17 @@ class WorkerPool {
         std::unique_ptr<WorkerProcess> process;  // NULL until there is something to do
         std::deque<PoolTask*> tasks;             // the first is being read
         Clock::time_point deadline;
-    };
+        std::chrono::nanoseconds average{};  // time of a task; 0 until one is done
 
-    static constexpr size_t kTasksEach = 2;
+        size_t room() const;  // the number of tasks that it should have
+    };
 
     Worker& leastBusy();
     void start(Worker& worker);
+    void sendTasks();
+    bool areBusy() const;
     void listen(Worker& worker, Events& events);
+    static void noteTime(Worker& worker, uint64_t nanoseconds);
     static void end(Worker& worker, PoolEvent::Kind kind, int status, Events& events);
     void killTimedOut(Events& events);
     int untilDeadline(int milliseconds) const;

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 
 namespace emltool {
@@ -39,13 +38,9 @@ pid_t WorkerProcess::launch(Pipe& tasks, Pipe& replies, const Body& body) {
 WorkerProcess::WorkerProcess(Pipe tasks, Pipe replies, const Body& body)
     : process_(launch(tasks, replies, body)),
       tasks_(std::move(tasks.writing)),
-      replies_(std::move(replies.reading)) {
+      replies_(std::move(replies.reading)),
+      piece_(std::make_unique_for_overwrite<char[]>(kPiece)) {
     for (int end : {tasks_.get(), replies_.get()}) ::fcntl(end, F_SETFL, O_NONBLOCK);
-}
-
-void WorkerProcess::send(const std::string& bytes) {
-    outgoing_ += bytes;
-    sendMore();
 }
 
 // The other pipe tells that a worker has ended.
@@ -60,18 +55,14 @@ void WorkerProcess::sendMore() {
 }
 
 bool WorkerProcess::receive() {
-    constexpr size_t kPiece = size_t{64} << 10;
     incoming_.erase(0, taken_);
     taken_ = 0;
-    size_t before = incoming_.size();
-    incoming_.resize(before + kPiece);
     ssize_t got = -1;
     do {
-        got = ::read(replies_.get(), incoming_.data() + before, kPiece);
+        got = ::read(replies_.get(), piece_.get(), kPiece);
     } while (got < 0 && errno == EINTR);
-    bool open = got > 0 || (got < 0 && errno == EAGAIN);
-    incoming_.resize(before + static_cast<size_t>(std::max<ssize_t>(got, 0)));
-    return open;
+    if (got > 0) incoming_.append(piece_.get(), static_cast<size_t>(got));
+    return got > 0 || (got < 0 && errno == EAGAIN);
 }
 
 bool WorkerProcess::nextReply(ReplyHeader& header, std::string& line) {
@@ -79,7 +70,7 @@ bool WorkerProcess::nextReply(ReplyHeader& header, std::string& line) {
     if (broken_ || rest.size() < sizeof header) return false;
     header = headerAt<ReplyHeader>(rest);
     constexpr uint64_t kMaxLineLength = uint64_t{1} << 40;
-    auto last = static_cast<uint64_t>(RowKind::kMbox);
+    auto last = static_cast<uint64_t>(RowKind::kUnread);
     broken_ =
         header.kind < 1 || header.kind > last || header.retires > 1 || header.lineLength > kMaxLineLength;
     if (broken_ || rest.size() - sizeof header < header.lineLength) return false;

@@ -27,8 +27,10 @@ class WorkerProcess {
     int taskPipe() const { return tasks_.get(); }
     int replyPipe() const { return replies_.get(); }
 
-    // Sends what the pipe takes now; the rest is sent when it takes more.
-    void send(const std::string& bytes);
+    // Adds a task to what is to be sent.
+    void add(const BatchItem& item) { appendTask(outgoing_, item); }
+
+    // Sends what the pipe takes now.
     void sendMore();
     bool hasMoreToSend() const { return !outgoing_.empty(); }
 
@@ -58,10 +60,13 @@ class WorkerProcess {
     static pid_t launch(Pipe& tasks, Pipe& replies, const Body& body);
     WorkerProcess(Pipe tasks, Pipe replies, const Body& body);
 
+    static constexpr size_t kPiece = size_t{64} << 10;
+
     ChildProcess process_;
     emlhost::UniqueDescriptor tasks_;
     emlhost::UniqueDescriptor replies_;
     std::string outgoing_;
+    std::unique_ptr<char[]> piece_;  // what one read brings
     std::string incoming_;
     size_t taken_ = 0;  // of incoming_
     bool broken_ = false;

@@ -31,7 +31,8 @@ enum class RowKind : uint8_t {
     kGood = 1,
     kError = 2,   // the row says what is wrong
     kFolder = 3,  // no row: this is a folder, whose files are to be read
-    kMbox = 4     // no row: this is an mbox, whose messages are to be read
+    kMbox = 4,    // no row: this is an mbox, whose messages are to be read
+    kUnread = 5   // no row: the worker gives the item back
 };
 
 struct BatchRow {

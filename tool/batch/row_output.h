@@ -25,6 +25,9 @@ class RowOutput {
 
     int descriptor() const;
 
+    // Whether a file can be what is written.
+    bool isFile() const { return isFile_; }
+
     // Whether `file` is what is written, by whatever name it was found.
     bool isSameFile(const struct stat& file) const {
         return isFile_ && file.st_dev == device_ && file.st_ino == inode_;

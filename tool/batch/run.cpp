@@ -162,7 +162,8 @@ void BatchRun::add(Slot& before, FoundItem found) {
 // The rows themselves may lie in a folder that is read.
 bool BatchRun::isOutput(const BatchItem& item) const {
     struct stat found {};
-    return !item.index && ::stat(item.path.c_str(), &found) == 0 && output_.isSameFile(found);
+    return output_.isFile() && !item.index && ::stat(item.path.c_str(), &found) == 0 &&
+           output_.isSameFile(found);
 }
 
 void BatchRun::handle(PoolEvent& event) {

@@ -3,48 +3,90 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
+#include <memory>
 #include <new>
 
 #include "standalone/write_all.h"
 #include "tool/batch/frames.h"
+#include "tool/message/smime.h"
+#include "tool/message/tnef.h"
 #include "tool/system/process_limits.h"
+#include "tool/text/charset_guess.h"
 
 namespace emltool {
 
 namespace {
 
-bool readAll(int descriptor, char* bytes, size_t count) {
-    while (count > 0) {
-        ssize_t got = ::read(descriptor, bytes, count);
-        if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) return false;
-        bytes += got;
-        count -= static_cast<size_t>(got);
+using Clock = std::chrono::steady_clock;
+
+// What the parent has sent: as many tasks as one read brings.
+class TaskPipe {
+  public:
+    explicit TaskPipe(int descriptor)
+        : descriptor_(descriptor), piece_(std::make_unique_for_overwrite<char[]>(kPiece)) {}
+
+    // The next task. False if the pipe has ended, or if all that has been read is done and `waits` is false.
+    bool next(BatchItem& item, bool waits) {
+        while (!take(item)) {
+            if (!waits || !read()) return false;
+        }
+        return true;
     }
-    return true;
-}
 
-bool readTask(int descriptor, BatchItem& item) {
-    std::string bytes(sizeof(TaskHeader), '\0');
-    if (!readAll(descriptor, bytes.data(), bytes.size())) return false;
-    auto header = headerAt<TaskHeader>(bytes);
-    item = BatchItem{std::string(static_cast<size_t>(header.pathLength), '\0'), std::nullopt, header.offset,
-                     header.length};
-    if (header.hasIndex != 0) item.index = header.index;
-    return readAll(descriptor, item.path.data(), item.path.size());
-}
+  private:
+    static constexpr size_t kPiece = size_t{64} << 10;
 
-bool writeReply(int descriptor, const BatchRow& row) {
+    bool take(BatchItem& item) {
+        const std::string_view rest = std::string_view(bytes_).substr(taken_);
+        if (rest.size() < sizeof(TaskHeader)) return false;
+        const auto header = headerAt<TaskHeader>(rest);
+        if (rest.size() - sizeof header < header.pathLength) return false;
+        item.path.assign(rest, sizeof header, static_cast<size_t>(header.pathLength));
+        item.index = header.hasIndex != 0 ? std::optional<uint64_t>(header.index) : std::nullopt;
+        item.offset = header.offset;
+        item.length = header.length;
+        taken_ += sizeof header + item.path.size();
+        return true;
+    }
+
+    bool read() {
+        bytes_.erase(0, taken_);
+        taken_ = 0;
+        ssize_t got = -1;
+        do {
+            got = ::read(descriptor_, piece_.get(), kPiece);
+        } while (got < 0 && errno == EINTR);
+        if (got > 0) bytes_.append(piece_.get(), static_cast<size_t>(got));
+        return got > 0;
+    }
+
+    int descriptor_;
+    std::unique_ptr<char[]> piece_;
+    std::string bytes_;
+    size_t taken_ = 0;  // of bytes_
+};
+
+// At once: what a later message does to this process must not cost the row of an earlier one.
+bool writeReply(int descriptor, const BatchRow& row, Clock::duration time) {
+    const auto nanoseconds = std::chrono::duration_cast<std::chrono::nanoseconds>(time).count();
     std::string bytes;
-    appendHeader(bytes,
-                 ReplyHeader{row.line.size(), static_cast<uint64_t>(row.kind), row.outOfMemory ? 1u : 0u});
+    bytes.reserve(sizeof(ReplyHeader) + row.line.size());
+    appendHeader(bytes, ReplyHeader{row.line.size(), static_cast<uint64_t>(row.kind),
+                                    row.outOfMemory ? 1u : 0u, static_cast<uint64_t>(nanoseconds)});
     bytes += row.line;
     return emlhost::writeAll(descriptor, {reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()}) == 0;
 }
 
+void loadLibraries() {
+    for (auto* const isThere : {readsTnef, readsSmime, guessesCharsets}) isThere();
+}
+
 // Memory in addition to what the program itself takes. The hard limit stays, so that liftMemoryLimit can.
 void limitMemory(uint64_t maxBytes) {
-    if (maxBytes != 0) setSoftLimit(RLIMIT_AS, static_cast<rlim_t>(addressSpace() + maxBytes));
+    if (maxBytes == 0) return;
+    loadLibraries();  // which are part of the program
+    setSoftLimit(RLIMIT_AS, static_cast<rlim_t>(addressSpace() + maxBytes));
 }
 
 // The row that reports the lack of memory needs some itself.
@@ -59,17 +101,33 @@ BatchRow readWithinLimits(const BatchItem& item, const RowOptions& options) {
     }
 }
 
+// An item that takes longer may have others like it after it, and another worker may be idle.
+constexpr std::chrono::milliseconds kLongTime{20};
+
+// Gives back the items that wait here.
+bool giveBack(TaskPipe& pipe, int replies) {
+    BatchItem item;
+    while (pipe.next(item, false)) {
+        if (!writeReply(replies, {RowKind::kUnread, "", false}, {})) return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 int workThrough(int tasks, int replies, const WorkerOptions& options) noexcept {
     setSoftLimit(RLIMIT_CORE, 0);  // thousands of bad messages must not leave thousands of core files
     limitMemory(options.maxMemory);
     try {
+        TaskPipe pipe(tasks);
         BatchItem item;
-        while (readTask(tasks, item)) {
+        while (pipe.next(item, true)) {
+            const Clock::time_point begin = Clock::now();
             BatchRow row = readWithinLimits(item, options.row);
+            const Clock::duration time = Clock::now() - begin;
             if (row.outOfMemory) liftMemoryLimit();
-            if (!writeReply(replies, row) || row.outOfMemory) break;
+            if (!writeReply(replies, row, time) || row.outOfMemory) break;
+            if (time >= kLongTime && !giveBack(pipe, replies)) break;
         }
         return 0;
     } catch (const std::exception&) {

@@ -160,7 +160,8 @@ Problem parserProblem(const CLI::ParseError& error, const CLI::App& app,
         formatted("{} needs a value, {}: {}", name, option->get_type_name(), option->get_description()));
 }
 
-// Each command declares its options in an application of its own; the global ones may stand anywhere.
+// Each command declares its options in an application of its own; the global ones may stand anywhere. Commands that no
+// argument names are not used, and need no options: declaring all takes half the time that a small message takes.
 void parse(CLI::App& app, const std::vector<std::string>& arguments, Parsed& parsed) {
     declareGlobalOptions(app, parsed.global);
     app.allow_extras();
@@ -171,11 +172,16 @@ void parse(CLI::App& app, const std::vector<std::string>& arguments, Parsed& par
         commandApp->set_help_flag();
         commandApp->allow_extras();
         commandApp->fallthrough();
-        runs.emplace_back(commandApp, command->declare(*commandApp));
+        const bool isNamed = std::find(arguments.begin(), arguments.end(), command->name) != arguments.end();
+        runs.emplace_back(commandApp, isNamed ? command->declare(*commandApp) : nullptr);
     }
     try {
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::ParseError& error) {
+        // An option may be one of another command.
+        for (size_t i = 0; i < runs.size(); ++i) {
+            if (runs[i].second == nullptr) runs[i].second = commands()[i]->declare(*runs[i].first);
+        }
         throw parserProblem(error, app, arguments);
     }
     for (size_t i = 0; i < runs.size(); ++i) {

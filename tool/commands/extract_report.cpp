@@ -55,19 +55,25 @@ std::vector<const SubFileEntry*> resultsOf(const MessageTree& tree) {
 }
 
 void ExtractReport::printRows(const std::vector<const SubFileEntry*>& results) const {
+    constexpr size_t kSizeWidth = 8;
     const Style& style = console_.style();
     size_t pathWidth = 0;
+    std::vector<std::string> paths;
     for (const SubFileEntry* entry : results) {
-        if (isListed(entry)) pathWidth = std::max(pathWidth, displayWidth(visible(entry->filePath)));
+        paths.push_back(isListed(entry) ? visible(entry->filePath) : "");
+        pathWidth = std::max(pathWidth, displayWidth(paths.back()));
     }
-    for (const SubFileEntry* entry : results) {
+    for (size_t i = 0; i < results.size(); ++i) {
+        const SubFileEntry* const entry = results[i];
         if (!isListed(entry)) continue;
-        std::string path = visible(entry->filePath);
         uint64_t size = entry->size.value_or(0);
         std::string sizeText = console_.verbose() ? formatted("{} B ", size) : humanSize(size);
         std::string note = noteOf(*entry, isUnion_);
         if (entry->outcome == Outcome::kSkipped) sizeText = "-   ";
-        std::string row = formatted("{}{:{}}  {:>8}", path, "", pathWidth - displayWidth(path), sizeText);
+        std::string row = paths[i];
+        row.append(pathWidth - displayWidth(row) + 2, ' ');
+        row.append(kSizeWidth - std::min(kSizeWidth, sizeText.size()), ' ');
+        row += sizeText;
         if (!note.empty()) row += "  " + style.note("(" + note + ")");
         while (row.ends_with(' ')) row.pop_back();
         console_.print(row + "\n");

@@ -20,15 +20,17 @@ struct Feature {
     std::string_view subject;
     std::string_view done;
     std::string_view notDone;
-    bool (*isThere)();
+    std::string (*lack)();
+
+    bool isThere() const { return lack().empty(); }
 };
 
 constexpr std::array<Feature, 3> kFeatures = {{
-    {"tnef", "TNEF (winmail.dat)", "unpacked", "not unpacked, built without libytnef", readsTnef},
-    {"smime", "S/MIME", "signed messages unwrapped, nothing verified or decrypted",
-     "not unwrapped, built without libcrypto", readsSmime},
+    {"tnef", "TNEF (winmail.dat)", "unpacked", "not unpacked", tnefLack},
+    {"smime", "S/MIME", "signed messages unwrapped, nothing verified or decrypted", "not unwrapped",
+     smimeLack},
     {"charset-guess", "text without a charset", "guessed where it is not UTF-8",
-     "Western where it is not UTF-8, built without libuchardet", guessesCharsets},
+     "Western where it is not UTF-8", charsetGuessLack},
 }};
 
 class VersionRun final : public CommandRun {
@@ -45,8 +47,9 @@ class VersionRun final : public CommandRun {
         }
         console.print(formatted("eml {}\n", kVersion));
         for (const Feature& feature : kFeatures) {
-            console.print(
-                formatted("{}: {}\n", feature.subject, feature.isThere() ? feature.done : feature.notDone));
+            const std::string lack = feature.lack();
+            console.print(lack.empty() ? formatted("{}: {}\n", feature.subject, feature.done)
+                                       : formatted("{}: {}, {}\n", feature.subject, feature.notDone, lack));
         }
         return ExitCode::kDone;
     }

@@ -108,7 +108,7 @@ void ContainerTreeReader::openPart(PartContent& content, SubFileEntry& entry, Wa
         openExtracted(content, stored, entry, warnings);
         return;
     }
-    entry.isTnef = readsTnef() && entry.isInFile && beginsTnef(content.beginning());
+    entry.isTnef = entry.isInFile && beginsTnef(content.beginning()) && readsTnef();
     if (entry.isTnef) openTnefPart(content, stored, entry, warnings);
 }
 

@@ -1,7 +1,5 @@
 #include "tool/message/extraction.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cerrno>
 
@@ -15,12 +13,6 @@ namespace {
 
 bool beginsWith(const SubFilePath& path, const SubFilePath& beginning) {
     return path.size() >= beginning.size() && std::equal(beginning.begin(), beginning.end(), path.begin());
-}
-
-// Whether anything has this name, even a dangling link.
-bool exists(const std::string& path) {
-    struct stat found {};
-    return ::lstat(path.c_str(), &found) == 0;
 }
 
 Problem cannotWrite(const std::string& path, const std::error_code& error, bool removed) {
@@ -129,12 +121,12 @@ void Extractor::extract(SubFileContent& content, SubFileEntry& entry) {
     folder_.prepare();
     // The commit checks again; checking here saves the work.
     bool keeps = options_.onConflict == OnConflict::kFail || options_.onConflict == OnConflict::kSkip;
-    if (keeps && exists(entry.filePath)) {
+    if (keeps && folder_.has(entry.safeName)) {
         if (options_.onConflict == OnConflict::kFail) throw conflict(entry.filePath);
         entry.outcome = Outcome::kSkipped;
         return;
     }
-    PendingFile pending(folder_.path());
+    PendingFile pending(folder_.files());
     if (pending.output() == nullptr) {
         throw cannotWrite(folder_.path().empty() ? entry.filePath : folder_.path(), pending.error(), false);
     }
@@ -143,7 +135,7 @@ void Extractor::extract(SubFileContent& content, SubFileEntry& entry) {
     if (entry.outcome == Outcome::kWritten && options_.onWritten) options_.onWritten(entry);
 }
 
-void Extractor::write(SubFileContent& content, emlhost::FileOutput& output, SubFileEntry& entry) {
+void Extractor::write(SubFileContent& content, emlhost::Output& output, SubFileEntry& entry) {
     DigestedOutput digested(output);
     emlhost::Extraction extraction = options_.digest ? content.extract(digested) : content.extract(output);
     file_.checkReads();
@@ -170,6 +162,11 @@ void Extractor::commit(PendingFile& pending, SubFileEntry& entry) {
         }
         if (error != std::errc::file_exists || overwrite) {
             throw cannotWrite(entry.filePath, error, error != std::errc::is_a_directory);
+        }
+        if (options_.onConflict != OnConflict::kRename) {
+            // As if it had not been written at all, which is what the check before it comes to.
+            entry.size.reset();
+            entry.sha256.clear();
         }
         if (options_.onConflict == OnConflict::kFail) throw conflict(entry.filePath);
         if (options_.onConflict == OnConflict::kSkip) {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "standalone/file_output.h"
+#include "standalone/output.h"
 #include "tool/message/output_folder.h"
 #include "tool/message/tree.h"
 
@@ -63,7 +63,7 @@ class Extractor final : public AttachmentVisitor {
 
   private:
     void extract(SubFileContent& content, SubFileEntry& entry);
-    void write(SubFileContent& content, emlhost::FileOutput& output, SubFileEntry& entry);
+    void write(SubFileContent& content, emlhost::Output& output, SubFileEntry& entry);
     void commit(PendingFile& pending, SubFileEntry& entry);
 
     MessageFile& file_;

@@ -30,7 +30,7 @@ bool lacksCharset(const Part& part) {
 }
 
 std::optional<std::string> labelOf(const Message& message, const Part& part) {
-    const std::string named = charsetOf(message, part.number());
+    const std::string named = charsetOf(textParts(message, part.number()));
     if (!named.empty() && !named.starts_with("utf-") && named != "us-ascii") return named;
     std::string unknown;
     for (const Field& field : part.fields()) {

@@ -19,6 +19,7 @@ class HeaderInUtf8 {
     // For its fields, which have the order and the names of those of the message; its other answers are not the
     // message's. The part itself if nothing was converted.
     const emlreader::mime::Part& part() const { return part_; }
+    bool isConverted() const { return converted_ != nullptr; }
 
   private:
     std::string bytes_;

@@ -18,8 +18,12 @@ namespace emltool {
 using JsonWriter = rapidjson::Writer<rapidjson::StringBuffer>;
 
 inline void putText(JsonWriter& json, std::string_view text) {
-    const std::string valid = withoutInvalidBytes(text);
-    json.String(valid.data(), static_cast<rapidjson::SizeType>(valid.size()));
+    std::string valid;
+    if (text.empty() || !isUtf8(text)) {
+        valid = withoutInvalidBytes(text);
+        text = valid;
+    }
+    json.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
 }
 
 inline void putField(JsonWriter& json, const char* key, std::string_view text) {

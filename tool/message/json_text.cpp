@@ -249,16 +249,17 @@ const char* readerWord(Reading reading) {
 std::string withVisibleControls(std::string_view json) {
     std::string result;
     result.reserve(json.size() + 1);
-    for (size_t position = 0; position < json.size();) {
-        size_t start = position;
+    size_t kept = 0;  // up to here `json` is in `result`
+    for (size_t position = printableAsciiEnd(json, 0); position < json.size();
+         position = printableAsciiEnd(json, position)) {
+        const size_t start = position;
         char32_t character = nextCharacter(json, position);
-        if (isControl(character) || isDirectionOverride(character)) {
-            result += formatted("\\u{:04x}", static_cast<uint32_t>(character));
-        } else {
-            result.append(json, start, position - start);
-        }
+        if (!isControl(character) && !isDirectionOverride(character)) continue;
+        result.append(json, kept, start - kept);
+        result += formatted("\\u{:04x}", static_cast<uint32_t>(character));
+        kept = position;
     }
-    return result;
+    return result.append(json, kept);
 }
 
 AnswerSource answerSource(const MessageSource& source) {

@@ -74,13 +74,15 @@ ManifestFile::ManifestFile(std::string path, bool replace) : path_(std::move(pat
         throw Problem(ExitCode::kOutput, "is-a-directory", path_, "is a directory; name a file in it");
     }
     if (isThere && !replace_) throw existsAlready(path_);
-    const PendingFile trial(folderOf(path_));
+    PendingFolder folder(folderOf(path_));
+    const PendingFile trial(folder);
     if (trial.error()) throw cannotWrite(path_, trial.error());
 }
 
 void ManifestFile::finish() {
     const std::unique_ptr<emlhost::Input> rows = rows_.takeInput(path_);
-    PendingFile pending(folderOf(path_));
+    PendingFolder folder(folderOf(path_));
+    PendingFile pending(folder);
     if (pending.output() == nullptr) throw cannotWrite(path_, pending.error());
     copyInto(*pending.output(), *rows);
     if (rows->error()) throw inputProblem(path_, rows->error());

@@ -5,42 +5,81 @@
 
 #include "tool/message/field_list.h"
 #include "tool/message/header_in_utf8.h"
+#include "tool/text/ascii.h"
 
 namespace emltool {
 
 namespace {
 
+using emlreader::mime::Field;
 using emlreader::mime::Part;
 
 struct FieldRow {
-    const char* name;                   // as the tool calls it
-    std::array<const char*, 3> fields;  // the first that is there counts
-    bool isList;                        // all fields of the name count
+    const char* name;                        // as the tool calls it
+    bool isList;                             // all fields of a name count
+    std::array<std::string_view, 3> fields;  // the first that is there counts
 };
 
-constexpr FieldRow kFields[] = {
-    {"From", {"From", nullptr, nullptr}, true},
-    {"Sent", {"Date", nullptr, nullptr}, false},
-    {"To", {"To", nullptr, nullptr}, true},
-    {"Cc", {"Cc", nullptr, nullptr}, true},
-    {"Bcc", {"Bcc", nullptr, nullptr}, true},
-    {"Subject", {"Subject", nullptr, nullptr}, false},
-    {"Priority", {"X-Priority", "Priority", "Importance"}, false},
-};
+constexpr std::array<FieldRow, 7> kFields = {{
+    {"From", true, {"From"}},
+    {"Sent", false, {"Date"}},
+    {"To", true, {"To"}},
+    {"Cc", true, {"Cc"}},
+    {"Bcc", true, {"Bcc"}},
+    {"Subject", false, {"Subject"}},
+    {"Priority", false, {"X-Priority", "Priority", "Importance"}},
+}};
+constexpr size_t kSent = 1;
+constexpr size_t kSubject = 5;
 
-std::optional<std::string> valueOf(const Part& root, const FieldRow& row) {
-    std::optional<std::string> value;
-    for (const char* name : row.fields) {
-        if (name == nullptr || value) break;
-        for (auto field = root.field(name); field; field = root.field(name, field->index() + 1)) {
-            std::string text = field->text();
-            if (value && !value->empty() && !text.empty()) *value += ", ";
-            value = value.value_or("") + text;
-            if (!row.isList) break;
+using Value = std::optional<std::string>;
+
+void add(const Field& field, bool isList, Value& value) {
+    if (value && !isList) return;
+    const std::string text = field.text();
+    if (!value) {
+        value = text;
+        return;
+    }
+    if (!value->empty() && !text.empty()) *value += ", ";
+    *value += text;
+}
+
+std::string textOfDate(const Field& field) {
+    const auto date = field.date();
+    return date ? dateText(*date) : std::string();
+}
+
+// The values of a header, which is walked once: it may be long, and each search for a name would be such a walk.
+class HeaderValues {
+  public:
+    explicit HeaderValues(const Part& root) {
+        for (const Field& field : root.fields()) {
+            if (field.name().empty()) continue;  // what is no field
+            for (size_t row = 0; row < kFields.size(); ++row) {
+                for (size_t name = 0; name < kFields[row].fields.size(); ++name) {
+                    if (!equalNoCase(field.name(), kFields[row].fields[name])) continue;
+                    if (row == kSent && !values_[row][name]) date_ = textOfDate(field);
+                    add(field, kFields[row].isList, values_[row][name]);
+                }
+            }
         }
     }
-    return value;
-}
+
+    Value of(size_t row) const {
+        for (const Value& value : values_[row]) {
+            if (value) return value;
+        }
+        return std::nullopt;
+    }
+
+    // Of the first field "Date".
+    const std::string& date() const { return date_; }
+
+  private:
+    std::array<std::array<Value, 3>, kFields.size()> values_;
+    std::string date_;
+};
 
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 
@@ -51,24 +90,31 @@ std::string withoutBlanks(std::string_view raw) {
 
 }  // namespace
 
-std::vector<MetadataField> readMetadata(const emlreader::mime::Message& message, uint32_t root) {
+MessageHead readHead(const emlreader::mime::Message& message, uint32_t root) {
     const HeaderInUtf8 header(message, root);
     const Part original = message.part(root);
-    std::vector<MetadataField> fields;
-    for (const FieldRow& row : kFields) {
-        MetadataField field{row.name, valueOf(header.part(), row), std::nullopt};
+    const HeaderValues values(header.part());
+    MessageHead head;
+    for (size_t row = 0; row < kFields.size(); ++row) {
+        MetadataField field{kFields[row].name, values.of(row), std::nullopt};
         if (field.text && field.text->find(kReplacement) != std::string::npos) {
-            if (auto written = original.field(row.fields[0])) field.raw = withoutBlanks(written->raw());
+            if (auto written = original.field(std::string(kFields[row].fields[0])))
+                field.raw = withoutBlanks(written->raw());
         }
-        fields.push_back(std::move(field));
+        head.fields.push_back(std::move(field));
     }
-    return fields;
+    head.subject = head.fields[kSubject].text.value_or("");
+    head.date = header.isConverted() ? dateOf(original) : values.date();
+    return head;
+}
+
+std::vector<MetadataField> readMetadata(const emlreader::mime::Message& message, uint32_t root) {
+    return readHead(message, root).fields;
 }
 
 std::string dateOf(const Part& root) {
     const auto field = root.field("Date");
-    const auto date = field ? field->date() : std::nullopt;
-    return date ? dateText(*date) : std::string();
+    return field ? textOfDate(*field) : std::string();
 }
 
 bool isEncryption(uint32_t protection) {

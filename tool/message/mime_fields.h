@@ -13,6 +13,14 @@ namespace emltool {
 // fields of one name are one list.
 std::vector<MetadataField> readMetadata(const emlreader::mime::Message& message, uint32_t root);
 
+// The same, and dateOf.
+struct MessageHead {
+    std::vector<MetadataField> fields;
+    std::string subject;  // that of the fields; empty without one
+    std::string date;
+};
+MessageHead readHead(const emlreader::mime::Message& message, uint32_t root);
+
 // The time of sending, "2025-03-04T09:15:22+01:00" (RFC 3339), by the clock of the sender; -00:00 is a zone that the
 // message does not name. Empty without a date that can be read, or in a year that has no four digits.
 std::string dateOf(const emlreader::mime::Part& root);

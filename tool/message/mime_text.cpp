@@ -123,16 +123,15 @@ std::vector<Part> textParts(const Message& message, uint32_t root) {
     return parts.empty() ? partsOf(message, root, isOtherText) : parts;
 }
 
-std::optional<uint64_t> textSize(const Message& message, uint32_t root) {
+std::optional<uint64_t> textSize(const std::vector<Part>& parts) {
     std::optional<uint64_t> size;
-    for (const Part& part : textParts(message, root)) {
+    for (const Part& part : parts) {
         size = size.value_or(0) + part.measure(Form::Decoded).size;
     }
     return size;
 }
 
-std::string charsetOf(const Message& message, uint32_t root) {
-    const std::vector<Part> parts = textParts(message, root);
+std::string charsetOf(const std::vector<Part>& parts) {
     return parts.empty() ? "" : lowerCase(parts.front().charset());
 }
 

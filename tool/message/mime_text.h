@@ -18,11 +18,11 @@ std::string textOfPart(const emlreader::mime::Part& part);
 // The parts that are the text of the message whose root is `root`, in order; some may be HTML.
 std::vector<emlreader::mime::Part> textParts(const emlreader::mime::Message& message, uint32_t root);
 
-// Bytes of that text, decoded; nothing if the message has none.
-std::optional<uint64_t> textSize(const emlreader::mime::Message& message, uint32_t root);
+// Bytes of those parts, decoded; nothing if there are none.
+std::optional<uint64_t> textSize(const std::vector<emlreader::mime::Part>& parts);
 
-// The charset that the first part of the text names, in lower case; empty if it names none.
-std::string charsetOf(const emlreader::mime::Message& message, uint32_t root);
+// The charset that the first of those parts names, in lower case; empty if it names none.
+std::string charsetOf(const std::vector<emlreader::mime::Part>& parts);
 
 struct BodyText {
     std::string text;         // UTF-8, each line with its LF; without empty lines at both ends

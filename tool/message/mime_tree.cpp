@@ -1,9 +1,7 @@
 // A message as the MIME reader has it.
-#include <algorithm>
 #include <emlreader/mime.hpp>
 
 #include "tool/message/defect_warnings.h"
-#include "tool/message/header_in_utf8.h"
 #include "tool/message/mime_content.h"
 #include "tool/message/mime_fields.h"
 #include "tool/message/mime_text.h"
@@ -61,20 +59,22 @@ MessageTree MimeTreeReader::readMessage(const Message& message, uint32_t root, c
     const Part part = message.part(root);
     MessageTree tree;
     tree.bytes = root == 0 ? message.size() : message.part(part.info().parent).info().body.length;
-    tree.metadata = readMetadata(message, root);
-    tree.name = HeaderInUtf8(message, root).part().header("Subject").value_or("");
-    tree.date = dateOf(part);
+    MessageHead head = readHead(message, root);
+    tree.metadata = std::move(head.fields);
+    tree.name = std::move(head.subject);
+    tree.date = std::move(head.date);
     const SignedMessage content(message, root, kMaxSignatures - signatures_);
     tree.encrypted = content.isEncrypted();
     tree.protection = content.notice();
-    tree.charsetLabel = charsetOf(message, root);
+    const std::vector<Part> texts = textParts(message, root);
+    tree.charsetLabel = charsetOf(texts);
     SubFileEntry self;
     self.path = path;
     self.path.push_back(0);
     self.isMessage = true;
     self.isEncrypted = tree.encrypted;
     self.name = self.writtenName = tree.name;
-    self.size = textSize(message, root);
+    self.size = textSize(texts);
     tree.subFiles.push_back(std::move(self));
     // The signature around this one has said it already if there are too many.
     if (!content.problem().empty() && signatures_ < kMaxSignatures)
@@ -108,7 +108,9 @@ std::vector<uint32_t> MimeTreeReader::readFiles(const Message& message, uint32_t
                                                 const SubFilePath& path, MessageTree& tree) {
     std::vector<uint32_t> opened;
     int32_t number = 0;
-    for (const Part& file : message.files(root)) {
+    const std::vector<Part> files = message.files(root);
+    tree.subFiles.reserve(tree.subFiles.size() + files.size());
+    for (const Part& file : files) {
         SubFilePath filePath = path;
         filePath.push_back(++number);
         SubFileEntry entry = entryOf(file, filePath);
@@ -168,7 +170,7 @@ bool MimeTreeReader::openPart(const Message& message, const Part& part, MimeCont
     }
     if (part.protection() == EML_MIME_SMIME_OPAQUE || part.protection() == EML_MIME_SMIME_OTHER)
         return openSigned(message, part, entry, warnings);
-    entry.isTnef = readsTnef() && beginsTnef(content.beginning());
+    entry.isTnef = beginsTnef(content.beginning()) && readsTnef();
     if (entry.isTnef) openTnefPart(content, part.info().body.length, entry, warnings);
     return entry.isTnef;
 }

@@ -52,6 +52,13 @@ std::string OutputFolder::pathOf(const std::string& name) const {
     return path_ + (path_ == "/" ? "" : "/") + name;
 }
 
+PendingFolder& OutputFolder::files() {
+    if (files_ == nullptr) files_ = std::make_unique<PendingFolder>(path_);
+    return *files_;
+}
+
+bool OutputFolder::has(const std::string& name) { return !isNew_ && files().has(name); }
+
 void OutputFolder::prepare() {
     if (isReady_ || path_.empty()) return;
     fs::path whole;
@@ -68,11 +75,13 @@ void OutputFolder::prepare() {
                           "the folder cannot be created: " + describe(error));
         }
         if (isNew) created_.push_back(whole.string());
+        isNew_ = isNew;
     }
     isReady_ = true;
 }
 
 void OutputFolder::removeIfEmpty() {
+    if (!created_.empty()) files_.reset();
     while (!created_.empty() && ::rmdir(created_.back().c_str()) == 0) {
         created_.pop_back();
         isReady_ = false;

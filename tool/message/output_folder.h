@@ -1,10 +1,12 @@
 // A folder that attachments are written into.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "tool/archive/message_source.h"
+#include "tool/system/pending_file.h"
 #include "tool/text/safe_name.h"
 
 namespace emltool {
@@ -25,6 +27,12 @@ class OutputFolder {
 
     std::string pathOf(const std::string& name) const;
 
+    // For writing into it, after prepare().
+    PendingFolder& files();
+
+    // Whether something that was there before this run may have this name: not if this run has made the folder.
+    bool has(const std::string& name);
+
     // Creates it if it is missing. Throws Problem.
     void prepare();
 
@@ -35,7 +43,9 @@ class OutputFolder {
     std::string path_;
     NameSet names_;
     std::vector<std::string> created_;  // from the outside to the inside
+    std::unique_ptr<PendingFolder> files_;
     bool isReady_ = false;
+    bool isNew_ = false;  // was not there before
 };
 
 }  // namespace emltool

@@ -202,7 +202,7 @@ SmimeContent openSmime(Bytes bytes, SmimeReader reader) {
     if (reader == readSmimeWithLibrary && !readsSmime()) {
         // Nobody can read in these without a key.
         if (kind == SmimeKind::kEnveloped) return unread(kind, "");
-        return unread(kind, "not unwrapped, this program was built without libcrypto");
+        return unread(kind, "not unwrapped, this program was " + smimeLack());
     }
     // The library copies the content once, piece by piece if it comes so, and keeps a record of each certificate.
     const IsolationLimits limits{8 * der.size() + (uint64_t{64} << 20), 10, std::chrono::minutes(2),

@@ -36,8 +36,10 @@ struct SmimeContent {
     std::vector<uint8_t> storage;
 };
 
-// Whether this program has been built with the library.
-bool readsSmime();
+// Why the library is not there: the program has been built without it, or it cannot be loaded. Empty if it is there.
+std::string smimeLack();
+
+inline bool readsSmime() { return smimeLack().empty(); }
 
 // The kind that the first bytes (DER or BER) name. It does not tell kCertificates from kSigned.
 SmimeKind smimeKind(std::span<const uint8_t> bytes);

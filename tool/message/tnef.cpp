@@ -216,6 +216,7 @@ TnefContent parseTnefReply(std::vector<uint8_t> reply, uint64_t maxBytes) {
 }
 
 TnefContent unpackTnef(std::span<const uint8_t> bytes, TnefReader reader) {
+    if (reader == readTnefWithLibrary) readsTnef();  // loads it: the other process can open no file
     // The library holds each file up to three times. For a file of one byte, a TNEF has more bytes than a
     // frame.
     IsolationLimits limits{4 * bytes.size() + (uint64_t{64} << 20), 10, std::chrono::minutes(2),

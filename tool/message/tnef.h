@@ -36,8 +36,10 @@ struct TnefContent {
     std::vector<uint8_t> storage;
 };
 
-// Whether this program has been built with the library.
-bool readsTnef();
+// Why the library is not there: the program has been built without it, or it cannot be loaded. Empty if it is there.
+std::string tnefLack();
+
+inline bool readsTnef() { return tnefLack().empty(); }
 
 // Whether bytes with this beginning are TNEF.
 bool beginsTnef(std::span<const uint8_t> bytes);

@@ -12,6 +12,8 @@ extern "C" {
 #include <algorithm>
 #include <climits>
 
+#include "tool/loading/shared_library.h"
+
 namespace emltool {
 
 namespace {
@@ -49,13 +51,34 @@ constexpr uint32_t kBinary = 0x0102;
 
 using Bytes = std::span<const uint8_t>;
 
+struct Library {
+    decltype(::TNEFInitialize)* initialize = nullptr;
+    decltype(::TNEFParseMemory)* parse = nullptr;
+    decltype(::MAPIFindProperty)* find = nullptr;
+    bool isLoaded = false;
+
+    Library() {
+        isLoaded = SharedLibrary(EML_TNEF_LIBRARY)
+                       .get(initialize, "TNEFInitialize")
+                       .get(parse, "TNEFParseMemory")
+                       .get(find, "MAPIFindProperty")
+                       .isComplete();
+    }
+};
+
+// Loaded by tnefLack(), before there is a process that can open no file.
+const Library& library() {
+    static const Library loaded;
+    return loaded;
+}
+
 Bytes bytesOf(const variableLength& value) {
     if (value.data == nullptr || value.size <= 0) return {};
     return {value.data, static_cast<size_t>(value.size)};
 }
 
 Bytes property(MAPIProps& properties, uint32_t id, uint32_t type) {
-    const variableLength* value = ::MAPIFindProperty(&properties, id << 16 | type);
+    const variableLength* value = library().find(&properties, id << 16 | type);
     return value == MAPI_UNDEFINED || value == nullptr ? Bytes{} : bytesOf(*value);
 }
 
@@ -182,15 +205,17 @@ void putProperties(TNEFStruct& tnef, TnefSink& sink) {
 
 }  // namespace
 
-bool readsTnef() { return true; }
+std::string tnefLack() {
+    return library().isLoaded ? "" : "run without " EML_TNEF_LIBRARY ", which cannot be loaded";
+}
 
 bool readTnefWithLibrary(std::span<const uint8_t> bytes, TnefSink& sink) {
-    if (bytes.size() > static_cast<size_t>(LONG_MAX)) return false;
+    if (!library().isLoaded || bytes.size() > static_cast<size_t>(LONG_MAX)) return false;
     bool breaksOff = false;
     std::vector<uint8_t> kept = withoutEmptyAttributes(bytes, breaksOff);
     TNEFStruct tnef{};  // the library does not set all of it
-    ::TNEFInitialize(&tnef);
-    bool read = ::TNEFParseMemory(kept.data(), static_cast<long>(kept.size()), &tnef) >= 0;
+    library().initialize(&tnef);
+    bool read = library().parse(kept.data(), static_cast<long>(kept.size()), &tnef) >= 0;
     bool complete = read && !breaksOff;
     putProperties(tnef, sink);
     size_t left = kMaxTnefFiles;
@@ -212,7 +237,7 @@ bool readTnefWithLibrary(std::span<const uint8_t> bytes, TnefSink& sink) {
 
 namespace emltool {
 
-bool readsTnef() { return false; }
+std::string tnefLack() { return "built without libytnef"; }
 
 bool readTnefWithLibrary(std::span<const uint8_t>, TnefSink& sink) { return sink.end(0, true); }
 

@@ -23,9 +23,9 @@ bool maybeTnef(const emlreader::mime::Part& part) {
 }
 
 std::string tnefText(const emlreader::mime::Message& message, uint32_t root, std::vector<Warning>& warnings) {
-    if (!readsTnef()) return "";
     for (const emlreader::mime::Part& part : message.files(root)) {
         if (!maybeTnef(part) || part.info().body.length > 2 * kMaxTnefSize) continue;
+        if (!readsTnef()) return "";
         const std::string bytes = part.bytes();
         const TnefContent content =
             unpackTnef({reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()});

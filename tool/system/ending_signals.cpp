@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -15,11 +16,12 @@ namespace {
 
 constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
-// Read by the signal handler.
+// Read by the signal handler: the file, while `isToRemove` is not 0.
 char fileToRemove[4096 + 256];
+volatile sig_atomic_t isToRemove = 0;
 
 extern "C" void removeFileAndEnd(int signalNumber) {
-    if (fileToRemove[0] != '\0') ::unlink(fileToRemove);
+    if (isToRemove != 0) ::unlink(fileToRemove);
     // The action has been reset, so the signal now ends the program, and the shell sees which signal it was.
     ::raise(signalNumber);
 }
@@ -66,18 +68,18 @@ void installSignalHandlers() {
 }
 
 void removeOnSignal(const std::string& path) {
-    fileToRemove[0] = '\0';
-    if (path.size() < sizeof fileToRemove) std::memcpy(fileToRemove, path.c_str(), path.size() + 1);
+    if (isToRemove != 0 && path == fileToRemove) return;
+    isToRemove = 0;
+    if (path.size() >= sizeof fileToRemove) return;
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    std::memcpy(fileToRemove, path.c_str(), path.size() + 1);
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    isToRemove = 1;
 }
 
-SignalsHeldBack::SignalsHeldBack() {
-    sigset_t signals;
-    ::sigemptyset(&signals);
-    for (int number : kSignals) ::sigaddset(&signals, number);
-    ::sigprocmask(SIG_BLOCK, &signals, &before_);
+void stopRemoving(const std::string& path) {
+    if (path == fileToRemove) isToRemove = 0;
 }
-
-SignalsHeldBack::~SignalsHeldBack() { ::sigprocmask(SIG_SETMASK, &before_, nullptr); }
 
 EndingSignals::EndingSignals() {
     int ends[2];

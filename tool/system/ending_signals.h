@@ -12,20 +12,12 @@ namespace emltool {
 // always do.
 void installSignalHandlers();
 
-// The one file to remove; "" for none. Must be called while signals are held back.
+// The one file to remove. It need not be there: call this before the file is created, and leave it until the file is
+// gone or has another name.
 void removeOnSignal(const std::string& path);
 
-// Holds back the signals of installSignalHandlers, so that a file and the record of it come and go together.
-class SignalsHeldBack {
-  public:
-    SignalsHeldBack();
-    ~SignalsHeldBack();
-    SignalsHeldBack(const SignalsHeldBack&) = delete;
-    SignalsHeldBack& operator=(const SignalsHeldBack&) = delete;
-
-  private:
-    sigset_t before_;
-};
+// No longer this file.
+void stopRemoving(const std::string& path);
 
 // While it lives, SIGINT, SIGTERM and SIGHUP are only noted; a second one ends the process at once. SIGPIPE
 // becomes an error of the write. There may be only one object at a time.

@@ -15,6 +15,12 @@ inline std::string lowerCase(std::string_view text) {
     return result;
 }
 
+// Whether the two differ in the case of their letters at most.
+inline bool equalNoCase(std::string_view left, std::string_view right) {
+    return left.size() == right.size() && std::equal(left.begin(), left.end(), right.begin(),
+                                                     [](char a, char b) { return lower(a) == lower(b); });
+}
+
 // Whether `text` begins with `word`, which is in lower case, in any case.
 inline bool startsWithNoCase(std::string_view text, std::string_view word) {
     return text.size() >= word.size() &&

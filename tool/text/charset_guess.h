@@ -8,8 +8,11 @@
 
 namespace emltool {
 
-// Whether this program has been built with the library that guesses.
-bool guessesCharsets();
+// Why the library that guesses is not there: the program has been built without it, or it cannot be loaded. Empty if it
+// is there.
+std::string charsetGuessLack();
+
+inline bool guessesCharsets() { return charsetGuessLack().empty(); }
 
 // Only so many bytes at the start of a text are looked at.
 inline constexpr size_t kCharsetGuessBytes = size_t{256} << 10;

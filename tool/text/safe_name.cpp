@@ -50,13 +50,19 @@ std::string safeName(std::string_view name, std::string_view number) {
     if (separator != std::string_view::npos) name.remove_prefix(separator + 1);
 
     std::string cleaned;
-    for (size_t position = 0; position < name.size();) {
+    cleaned.reserve(name.size());
+    for (size_t position = 0;;) {
+        const size_t end = printableAsciiEnd(name, position);
+        cleaned.append(name, position, end - position);
+        position = end;
+        if (position == name.size()) break;
         char32_t character = nextCharacter(name, position);
         if (character == kNoCharacter || isControl(character) || isDirectionOverride(character)) continue;
         appendUtf8(cleaned, character);
     }
     std::string_view trimmed = withoutDotsAndBlanks(cleaned);
     if (trimmed.empty()) return "part-" + std::string(number);
+    if (trimmed.size() == cleaned.size() && trimmed.size() <= kMaxNameLength) return cleaned;
     if (trimmed.size() <= kMaxNameLength) return std::string(trimmed);
     size_t extension = extensionStart(trimmed);
     return fitted(trimmed.substr(0, extension), "", trimmed.substr(extension));
@@ -68,13 +74,26 @@ std::string numberedName(const std::string& name, unsigned number) {
     return fitted(whole.substr(0, extension), " (" + std::to_string(number) + ")", whole.substr(extension));
 }
 
+// Different names may have the same numbered ones: the stem is trimmed, and cut to make room for the number. So where
+// to continue is kept for what they have in common as long as the number has the same count of digits.
 std::string NameSet::take(const std::string& name) {
-    if (taken_.insert(name).second) return name;
-    unsigned& number = last_.try_emplace(name, 1).first->second;
-    for (;;) {
-        std::string candidate = numberedName(name, ++number);
-        if (taken_.insert(candidate).second) return candidate;
+    if (insert(name)) return name;
+    unsigned first = 2;
+    for (unsigned end = 10;; end *= 10) {
+        unsigned& number = next_.try_emplace(numberedName(name, first), first).first->second;
+        for (; number < end; ++number) {
+            std::string candidate = numberedName(name, number);
+            if (!insert(candidate)) continue;
+            ++number;
+            return candidate;
+        }
+        first = end;
     }
+}
+
+bool NameSet::insert(const std::string& name) {
+    ++tries_;
+    return taken_.insert(name).second;
 }
 
 }  // namespace emltool

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -26,9 +27,16 @@ class NameSet {
     // Takes `name`, or the first numberedName of it that is free.
     std::string take(const std::string& name);
 
+    // How many names it has looked for so far. A handful for each that was taken, whatever the names are.
+    uint64_t tries() const { return tries_; }
+
   private:
+    bool insert(const std::string& name);
+
     std::unordered_set<std::string> taken_;
-    std::unordered_map<std::string, unsigned> last_;  // where to continue for a name that is often repeated
+    // The next number that may be free, by the name with the first number of as many digits.
+    std::unordered_map<std::string, unsigned> next_;
+    uint64_t tries_ = 0;
 };
 
 }  // namespace emltool

@@ -2,10 +2,35 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 namespace emltool {
 
 namespace {
+
+constexpr uint64_t kOnes = 0x0101010101010101;
+constexpr uint64_t kHighBits = 0x80 * kOnes;
+
+// Whether a byte of the eight is zero.
+constexpr bool hasZero(uint64_t bytes) { return ((bytes - kOnes) & ~bytes & kHighBits) != 0; }
+
+// Whether one of eight ASCII bytes is below ' '.
+constexpr bool hasControl(uint64_t bytes) {
+    return (((bytes | kHighBits) - 0x20 * kOnes) & kHighBits) != kHighBits;
+}
+
+// The first byte from `position` on that is not `isWanted`; `areWanted` tells of eight of them.
+template <typename IsWanted, typename AreWanted>
+size_t endOf(std::string_view text, size_t position, IsWanted isWanted, AreWanted areWanted) {
+    constexpr size_t kAtOnce = sizeof(uint64_t);
+    for (; text.size() - position >= kAtOnce; position += kAtOnce) {
+        uint64_t bytes = 0;
+        std::memcpy(&bytes, text.data() + position, kAtOnce);
+        if (!areWanted(bytes)) break;
+    }
+    while (position < text.size() && isWanted(static_cast<uint8_t>(text[position]))) ++position;
+    return position;
+}
 
 // How many bytes at the end of `text` begin a character and lack its end.
 size_t cutCharacter(std::string_view text) {
@@ -39,8 +64,23 @@ char32_t nextCharacter(std::string_view text, size_t& position) noexcept {
     return character;
 }
 
+size_t asciiEnd(std::string_view text, size_t position) noexcept {
+    return endOf(
+        text, position, [](uint8_t byte) { return byte < 0x80; },
+        [](uint64_t bytes) { return (bytes & kHighBits) == 0; });
+}
+
+size_t printableAsciiEnd(std::string_view text, size_t position) noexcept {
+    constexpr uint8_t kDelete = 0x7F;
+    return endOf(
+        text, position, [](uint8_t byte) { return byte >= ' ' && byte < kDelete; },
+        [](uint64_t bytes) {
+            return (bytes & kHighBits) == 0 && !hasControl(bytes) && !hasZero(bytes ^ (kDelete * kOnes));
+        });
+}
+
 bool isUtf8(std::string_view text) noexcept {
-    for (size_t position = 0; position < text.size();) {
+    for (size_t position = asciiEnd(text, 0); position < text.size(); position = asciiEnd(text, position)) {
         if (nextCharacter(text, position) == kNoCharacter) return false;
     }
     return true;
@@ -72,11 +112,15 @@ void appendUtf8(std::string& text, char32_t character) {
 std::string withoutInvalidBytes(std::string_view text) {
     std::string result;
     result.reserve(text.size());
-    for (size_t position = 0; position < text.size();) {
-        char32_t character = nextCharacter(text, position);
-        appendUtf8(result, character == kNoCharacter ? U'\uFFFD' : character);
+    size_t kept = 0;  // up to here `text` is in `result`
+    for (size_t position = asciiEnd(text, 0); position < text.size(); position = asciiEnd(text, position)) {
+        const size_t start = position;
+        if (nextCharacter(text, position) != kNoCharacter) continue;
+        result.append(text, kept, start - kept);
+        appendUtf8(result, U'\uFFFD');
+        kept = position;
     }
-    return result;
+    return result.append(text, kept);
 }
 
 }  // namespace emltool

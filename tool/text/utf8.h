@@ -14,6 +14,12 @@ inline constexpr char32_t kNoCharacter = 0xFFFFFFFF;
 // begins no well-formed character is skipped alone.
 char32_t nextCharacter(std::string_view text, size_t& position) noexcept;
 
+// Where the bytes end that are ASCII, from `position` on.
+size_t asciiEnd(std::string_view text, size_t position) noexcept;
+
+// The same of those that are printable ASCII, the blank among them.
+size_t printableAsciiEnd(std::string_view text, size_t position) noexcept;
+
 bool isUtf8(std::string_view text) noexcept;
 
 // The same of a text that comes in pieces; a character may be cut between two of them.

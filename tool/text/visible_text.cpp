@@ -22,22 +22,24 @@ bool isDirectionOverride(char32_t character) noexcept {
 std::string visible(std::string_view text) {
     std::string result;
     result.reserve(text.size());
-    for (size_t position = 0; position < text.size();) {
-        size_t start = position;
+    size_t kept = 0;  // up to here `text` is in `result`
+    for (size_t position = printableAsciiEnd(text, 0); position < text.size();
+         position = printableAsciiEnd(text, position)) {
+        const size_t start = position;
         char32_t character = nextCharacter(text, position);
-        if (character == kNoCharacter) {
-            result += formatted("\\x{:02x}", static_cast<uint8_t>(text[start]));
-        } else if (isControl(character) || isDirectionOverride(character)) {
-            auto code = static_cast<uint32_t>(character);
-            result += code < 0x100 ? formatted("\\x{:02x}", code) : formatted("\\u{:04x}", code);
-        } else {
-            result.append(text, start, position - start);
-        }
+        const bool isInvalid = character == kNoCharacter;
+        if (!isInvalid && !isControl(character) && !isDirectionOverride(character)) continue;
+        result.append(text, kept, start - kept);
+        kept = position;
+        auto code = isInvalid ? static_cast<uint8_t>(text[start]) : static_cast<uint32_t>(character);
+        result += code < 0x100 ? formatted("\\x{:02x}", code) : formatted("\\u{:04x}", code);
     }
-    return result;
+    return result.append(text, kept);
 }
 
 size_t displayWidth(std::string_view text) {
+    const size_t ascii = printableAsciiEnd(text, 0);
+    if (ascii == text.size()) return ascii;
     // The width of a character depends on the locale, and output is UTF-8 in every locale.
     static const locale_t utf8Locale = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t{});
     locale_t before = utf8Locale != locale_t{} ? ::uselocale(utf8Locale) : locale_t{};
@@ -72,7 +74,7 @@ std::string shellWord(std::string_view name) {
 }
 
 std::string humanSize(unsigned long long bytes) {
-    if (bytes < 1000) return formatted("{} B ", bytes);
+    if (bytes < 1000) return std::to_string(bytes) + " B ";
     constexpr const char* kUnits[] = {"kB", "MB", "GB", "TB", "PB", "EB"};
     double value = static_cast<double>(bytes) / 1000;
     size_t unit = 0;

@@ -172,7 +172,7 @@ std::string tnefFields(const TnefContent& tnef) {
 
 // What is in a winmail.dat.
 std::string MimePage::tnefItems(const Part& part, std::string_view bytes) {
-    if (!readsTnef() || bytes.size() > kMaxTnefSize) return "";
+    if (bytes.size() > kMaxTnefSize || !readsTnef()) return "";
     const TnefContent tnef = unpackTnef({reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()});
     if (!tnef.problem.empty()) warn("tnef", formatted("{}: {}", part.name(), tnef.problem));
     std::string items = tnefFields(tnef);

@@ -84,5 +84,36 @@ TEST(MimeFields, OnlyWhatNeedsAKeyIsEncrypted) {
     }
 }
 
+TEST(MimeFields, TheFirstOfANameCountsWhateverItsCase) {
+    const struct {
+        const char* header;
+        const char* name;
+        std::optional<std::string> text;
+    } rows[] = {
+        {"Subject: one\r\nSubject: two\r\n", "Subject", "one"},
+        {"sUBJECT: one\r\n", "Subject", "one"},
+        {"Subject:\r\nSubject: two\r\n", "Subject", ""},
+        {"Importance: high\r\nPriority: urgent\r\nX-Priority: 1\r\n", "Priority", "1"},
+        {"Importance: high\r\nPriority: urgent\r\n", "Priority", "urgent"},
+        {"Importance: high\r\nX-Priority:\r\n", "Priority", ""},
+        {"no field\r\nTo: a@example.org\r\n", "To", "a@example.org"},
+        {"To:\r\nCc: c@example.org\r\nTO: a@example.org\r\nTo:\r\nto: b@example.org\r\n", "To",
+         "a@example.org, b@example.org"},
+        {"Tomorrow: a@example.org\r\nT: b@example.org\r\n", "To", std::nullopt},
+        {"Date: 4 Mar 2025 09:15 +0100\r\nDate: tomorrow\r\n", "Sent", "4 Mar 2025 09:15 +0100"},
+    };
+    for (const auto& row : rows) {
+        const std::string text = std::string(row.header) + "\r\n";
+        const Message message = Message::fromBytes(text);
+        const MessageHead head = readHead(message, 0);
+        for (const MetadataField& field : head.fields) {
+            if (field.name != row.name) continue;
+            EXPECT_EQ(field.text, row.text) << row.header;
+        }
+        EXPECT_EQ(head.subject, message.subject()) << row.header;
+        EXPECT_EQ(head.date, dateOf(message.root())) << row.header;
+    }
+}
+
 }  // namespace
 }  // namespace emltool

@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+#include <string>
+#include <vector>
+
 #include "tool/text/utf8.h"
 
 namespace emltool {
@@ -100,6 +104,48 @@ TEST(NameSet, GivesLongNamesOnce) {
     std::string second = names.take(safeName(std::string(300, 'a'), "2"));
     EXPECT_NE(first, second);
     EXPECT_LE(second.size(), kMaxNameLength);
+}
+
+// What the set should give: the name, or the first free number. It looks at all of them, each time.
+std::string takeSlowly(std::set<std::string>& taken, const std::string& name) {
+    std::string candidate = name;
+    for (unsigned number = 2; !taken.insert(candidate).second; ++number)
+        candidate = numberedName(name, number);
+    return candidate;
+}
+
+// Different names whose numbered forms are the same.
+std::vector<std::string> namesOfOneStem(size_t count) {
+    std::vector<std::string> names;
+    for (size_t i = 0; i < count; ++i) {
+        names.push_back("a" + std::string(i % 40, '.') + std::string(i / 40, ' ') + ".txt");
+        names.push_back(std::string(kMaxNameLength - 4 - i % 3, 'b') + ".txt");
+        names.push_back(std::string(kMaxNameLength - 3, 'c') + std::to_string(100 + i % 900));
+        names.push_back("d (" + std::to_string(i % 9) + ").x (" + std::to_string(i % 7) + ")");
+    }
+    return names;
+}
+
+TEST(NameSet, GivesTheFirstFreeNumber) {
+    NameSet names;
+    std::set<std::string> taken;
+    for (int round = 0; round < 3; ++round) {
+        for (const std::string& name : namesOfOneStem(120)) {
+            ASSERT_EQ(names.take(name), takeSlowly(taken, name)) << name;
+        }
+    }
+}
+
+TEST(NameSet, TriesAHandfulOfNamesForEach) {
+    NameSet names;
+    size_t count = 0;
+    for (int round = 0; round < 4; ++round) {
+        for (const std::string& name : namesOfOneStem(2000)) {
+            names.take(name);
+            ++count;
+        }
+    }
+    EXPECT_LE(names.tries(), 4 * count);
 }
 
 }  // namespace
