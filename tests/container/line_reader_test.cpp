@@ -84,12 +84,13 @@ std::string linesOf(const std::string& message, uint32_t mostDelivered) {
 // A line is read in two steps, and is that of one read of a block, whatever part of it a host delivers at a time.
 TEST(LineReader, LinesAreThoseOfOneReadOfABlock) {
     std::string message;
+    constexpr size_t kLengths[] = {0,   1,    300,  509,  510,  511,  512, 513,
+                                   514, 1023, 4094, 4095, 4096, 4097, 9000};
     for (const char* lineEnd : {"\r\n", "\n", "\r", "\r\r", "\r\n\n"}) {
-        for (const size_t length :
-             {0, 1, 300, 509, 510, 511, 512, 513, 514, 1023, 4094, 4095, 4096, 4097, 9000})
-            message += std::string(length, 'x') + lineEnd;
+        for (const size_t length : kLengths) message += std::string(length, 'x') + lineEnd;
     }
-    for (const size_t zero : {0, 509, 510, 511, 512, 600}) {
+    constexpr size_t kZeros[] = {0, 509, 510, 511, 512, 600};
+    for (const size_t zero : kZeros) {
         std::string line(700, 'y');
         line[zero] = '\0';
         message += line + "\r\n";
