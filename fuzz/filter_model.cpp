@@ -3,6 +3,7 @@
 #include "check.h"
 #include "filter/body_span.h"
 #include "filter/filter_context.h"
+#include "filter/part_tables.h"
 #include "reference/filter_scan.h"
 
 namespace fuzz {
@@ -45,7 +46,7 @@ std::string dumpOf(EmlFilterContext& context) {
     }
     for (int32_t i = 0; i < context.parts.attachments.count; ++i) {
         const EmlAttachment& one = context.parts.attachments.records[i];
-        dump.add("attachment", one.fileName);
+        dump.add("attachment", eml::attachmentName(context, one));
         dump.addPart(one.offset, one.partIndex, codeOf(one.encoding), one.contentType);
     }
     if (context.parts.bodies.count == 0) return dump.text;
