@@ -1,5 +1,6 @@
 #include "tool/message/header_in_utf8.h"
 
+#include <algorithm>
 #include <optional>
 
 #include "tool/message/mime_text.h"
@@ -23,10 +24,7 @@ bool lacksCharset(const Part& part) {
     // Bytes that are not UTF-8 are a defect.
     if (part.info().defectCount == 0 || !part.charset().empty() || part.info().header.length > kMaxHeader)
         return false;
-    for (const Field& field : part.fields()) {
-        if (!isUtf8(field.raw())) return true;
-    }
-    return false;
+    return std::ranges::any_of(part.fields(), [](const Field& field) { return !isUtf8(field.raw()); });
 }
 
 std::optional<std::string> labelOf(const Message& message, const Part& part) {
