@@ -842,7 +842,7 @@ def progress_is_for_terminals():
 def progress_with_rows_in_a_file():
     """Standard output may then be the terminal. The percentage comes once all files are found, and only grows."""
     whole = archive()
-    folders = [whole["folder"]] * max(30_000 // COUNT, 1)  # long enough for some lines
+    folders = [whole["folder"]] * max(20_000 // COUNT, 1)  # long enough for some lines
     leader, follower = pty.openpty()
     process = start("-o", "rows.jsonl", *folders, stdout=follower, stderr=follower, env=environment(TERM="xterm"))
     os.close(follower)
