@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 
 #include "tool/system/isolated_work.h"
 #include "tool/text/charset_decoder.h"
@@ -144,6 +145,34 @@ void takeProperties(const Found& found, TnefContent& content) {
     if (!rtf.complete) content.problem = "its text in RTF is damaged";
 }
 
+constexpr size_t kStart = 6;  // signature and key
+
+struct Attribute {
+    uint32_t id;                     // name and type
+    std::span<const uint8_t> whole;  // level, id, length, content, checksum
+    std::span<const uint8_t> content;
+};
+
+// The number with the lowest byte first.
+uint32_t numberAt(std::span<const uint8_t> bytes, size_t at) {
+    uint32_t number = 0;
+    for (size_t i = sizeof number; i-- > 0;) number = number << 8 | bytes[at + i];
+    return number;
+}
+
+// The next attribute, which is taken off `rest`; nothing if there is no whole one.
+std::optional<Attribute> takeAttribute(std::span<const uint8_t>& rest) {
+    constexpr size_t kHeader = 9;
+    constexpr size_t kChecksum = 2;
+    if (rest.size() < kHeader + kChecksum) return std::nullopt;
+    const uint32_t length = numberAt(rest, 5);
+    if (length > rest.size() - kHeader - kChecksum) return std::nullopt;
+    const Attribute attribute{numberAt(rest, 1), rest.first(kHeader + length + kChecksum),
+                              rest.subspan(kHeader, length)};
+    rest = rest.subspan(attribute.whole.size());
+    return attribute;
+}
+
 }  // namespace
 
 bool beginsTnef(std::span<const uint8_t> bytes) {
@@ -152,23 +181,24 @@ bool beginsTnef(std::span<const uint8_t> bytes) {
 }
 
 std::vector<uint8_t> withoutEmptyAttributes(std::span<const uint8_t> bytes, bool& breaksOff) {
-    constexpr size_t kStart = 6;   // signature and key
-    constexpr size_t kHeader = 9;  // level, name and type, length
-    constexpr size_t kChecksum = 2;
     std::vector<uint8_t> kept(bytes.begin(),
                               bytes.begin() + static_cast<ptrdiff_t>(std::min(kStart, bytes.size())));
     std::span<const uint8_t> rest = bytes.subspan(kept.size());
-    while (rest.size() >= kHeader + kChecksum) {
-        uint64_t length = 0;
-        for (size_t i = kHeader; i-- > kHeader - 4;) length = length << 8 | rest[i];
-        uint64_t whole = kHeader + length + kChecksum;
-        if (whole > rest.size()) break;
-        std::span<const uint8_t> attribute = rest.first(static_cast<size_t>(whole));
-        if (length > 0) kept.insert(kept.end(), attribute.begin(), attribute.end());
-        rest = rest.subspan(attribute.size());
+    while (const std::optional<Attribute> attribute = takeAttribute(rest)) {
+        if (!attribute->content.empty())
+            kept.insert(kept.end(), attribute->whole.begin(), attribute->whole.end());
     }
     breaksOff = !rest.empty() || kept.size() < kStart;
     return kept;
+}
+
+std::span<const uint8_t> tnefAttribute(std::span<const uint8_t> bytes, uint32_t id) {
+    constexpr uint8_t kMessageLevel = 1;
+    std::span<const uint8_t> rest = bytes.subspan(std::min(kStart, bytes.size()));
+    while (const std::optional<Attribute> attribute = takeAttribute(rest)) {
+        if (attribute->whole.front() == kMessageLevel && attribute->id == id) return attribute->content;
+    }
+    return {};
 }
 
 void TnefSink::file(std::string_view name, bool isUtf8, std::string_view type,

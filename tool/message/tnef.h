@@ -48,6 +48,10 @@ bool beginsTnef(std::span<const uint8_t> bytes);
 // `breaksOff` says whether the last one claims more bytes than there are; it is dropped.
 std::vector<uint8_t> withoutEmptyAttributes(std::span<const uint8_t> bytes, bool& breaksOff);
 
+// The content of the first attribute of the message itself whose name and type are `id` (MS-OXTNEF section 2.1.3.3); empty
+// without one. What the library gives for some of them, it has made up from properties, with bytes that it never set.
+std::span<const uint8_t> tnefAttribute(std::span<const uint8_t> bytes, uint32_t id);
+
 // Larger ones are not unpacked.
 inline constexpr uint64_t kMaxTnefSize = uint64_t{256} << 20;
 

@@ -34,6 +34,11 @@ constexpr uint32_t kInternetCodePage = 0x3FDE;
 constexpr uint32_t kSenderSmtpAddress = 0x5D01;
 constexpr uint32_t kRepresentedSmtpAddress = 0x5D02;
 
+// Attributes of the message, for what older writers have outside of the properties
+constexpr uint32_t kFromAttribute = 0x00008000;
+constexpr uint32_t kSubjectAttribute = 0x00018004;
+constexpr uint32_t kBodyAttribute = 0x0002800C;
+
 // Of an attachment
 constexpr uint32_t kDisplayName = 0x3001;
 constexpr uint32_t kData = 0x3701;
@@ -173,11 +178,11 @@ Sender senderOf(Bytes triple) {
 }
 
 // Whom the message is from, before who sent it for them.
-void putSender(TNEFStruct& tnef, TnefSink& sink) {
+void putSender(TNEFStruct& tnef, Bytes bytes, TnefSink& sink) {
     MAPIProps& message = tnef.MapiProperties;
     Sender sender = senderOf(message, kRepresentedName, kRepresentedSmtpAddress, kRepresentedAddress);
     if (!sender.isThere()) sender = senderOf(message, kSenderName, kSenderSmtpAddress, kSenderAddress);
-    if (!sender.isThere()) sender = senderOf(bytesOf(tnef.from));
+    if (!sender.isThere()) sender = senderOf(tnefAttribute(bytes, kFromAttribute));
     putText(TnefProperty::kSenderName, sender.name, sink);
     putText(TnefProperty::kSenderAddress, sender.address, sink);
 }
@@ -189,13 +194,13 @@ void putHtml(MAPIProps& properties, TnefSink& sink) {
     sink.property(TnefProperty::kHtml, numberOf(property(properties, kInternetCodePage, kLong)), html);
 }
 
-void putProperties(TNEFStruct& tnef, TnefSink& sink) {
+void putProperties(TNEFStruct& tnef, Bytes bytes, TnefSink& sink) {
     MAPIProps& message = tnef.MapiProperties;
-    putText(TnefProperty::kSubject, message, kSubject, bytesOf(tnef.subject), sink);
-    putSender(tnef, sink);
+    putText(TnefProperty::kSubject, message, kSubject, tnefAttribute(bytes, kSubjectAttribute), sink);
+    putSender(tnef, bytes, sink);
     putText(TnefProperty::kTo, message, kDisplayTo, {}, sink);
     putText(TnefProperty::kCc, message, kDisplayCc, {}, sink);
-    putText(TnefProperty::kText, message, kBody, bytesOf(tnef.body), sink);
+    putText(TnefProperty::kText, message, kBody, tnefAttribute(bytes, kBodyAttribute), sink);
     putHtml(message, sink);
     const Bytes packed = property(message, kPackedRtf, kBinary);
     if (!packed.empty()) sink.property(TnefProperty::kPackedRtf, 0, packed);
@@ -217,7 +222,7 @@ bool readTnefWithLibrary(std::span<const uint8_t> bytes, TnefSink& sink) {
     library().initialize(&tnef);
     bool read = library().parse(kept.data(), static_cast<long>(kept.size()), &tnef) >= 0;
     bool complete = read && !breaksOff;
-    putProperties(tnef, sink);
+    putProperties(tnef, kept, sink);
     size_t left = kMaxTnefFiles;
     // The first entry of the list stands for the message.
     for (Attachment* attachment = tnef.starting_attach.next; attachment != nullptr;

@@ -80,6 +80,29 @@ TEST(Tnef, LeavesAttributesWithoutContentOut) {
     }
 }
 
+TEST(Tnef, AttributesOfTheMessageAreFoundByNameAndType) {
+    constexpr uint32_t kId = 0x0006800F;  // as attribute() has it, there for a file
+    const auto ofMessage = [](std::string text) {
+        text[0] = '\x01';
+        return text;
+    };
+    const struct {
+        std::string bytes;
+        std::string found;
+    } rows[] = {
+        {kStart + ofMessage(attribute("a")) + ofMessage(attribute("b")), "a"},
+        {kStart + attribute("of a file") + ofMessage(attribute("b")), "b"},
+        {kStart + ofMessage(attribute("a", 2)), ""},
+        {kStart + ofMessage(attribute("a")).substr(0, 10), ""},
+        {kStart, ""},
+        {"x", ""},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(textOf(tnefAttribute(bytesOf(row.bytes), kId)), row.found) << &row - rows;
+        EXPECT_TRUE(tnefAttribute(bytesOf(row.bytes), kId + 1).empty()) << &row - rows;
+    }
+}
+
 TEST(TnefReply, HoldsFiles) {
     TnefContent content = parseTnefReply(bytesOf(fileFrame("\xE4.txt", false, "text/plain", "one") +
                                                  fileFrame("\xC3\xA4", true, "", "") + endFrame(1252, true)),
@@ -324,6 +347,17 @@ TEST(TnefUnpacking, GivesTheTextOfAnOlderMessage) {
     EXPECT_EQ(content.subject, "Да");
     EXPECT_EQ(content.from, "Анна <ann@example.net>");
     EXPECT_EQ(content.text, "Hello.\n");
+}
+
+// The library makes a subject of some other properties, and copies bytes into it that nobody has set.
+TEST(TnefUnpacking, TakesNoOtherPropertyForTheSubject) {
+    if (!readsTnef()) GTEST_SKIP() << "built without libytnef";
+    const std::string original = mapi(0x0049001F, utf16(u"Original"));
+    EXPECT_EQ(unpackTnef(bytesOf(kMessageStart + mapiProperties({original}))).subject, "");
+    EXPECT_EQ(unpackTnef(bytesOf(kMessageStart + messageAttribute(0x18004, std::string("S\0", 2)) +
+                                 mapiProperties({original})))
+                  .subject,
+              "S");
 }
 
 TEST(TnefUnpacking, OutlivesDamage) {
