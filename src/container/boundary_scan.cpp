@@ -92,23 +92,15 @@ void completeDelimiterLine(Scan& scan) {
     if (index < scan.context.lineLength && scan.context.lineBuffer[index] == kLf) ++section.start;
 }
 
-// Where the last chunk of a block begins that has several: after the last run of zeros with a byte after it.
-uint32_t lastChunk(const uint8_t* block, uint32_t count) {
-    uint32_t at = count;
-    while (at != 0 && block[at - 1] == 0) --at;
-    while (at != 0 && block[at - 1] != 0) --at;
-    return at;
-}
-
-// A delimiter has no zero byte, so a block without one has none in any chunk: then only the place of the last chunk
-// counts, and blocks full of zero bytes cost no more than others. False if that does not hold.
+// A delimiter has no zero byte, so a block without one has none in any chunk. Then only the place counts where the last
+// chunk begins, and blocks full of zero bytes cost no more than others. False if that does not hold.
 bool passOverChunks(Scan& scan, int64_t rangeEnd) {
     EmlContainerContext& context = scan.context;
     const uint8_t* const block = context.lineBuffer;
     const uint32_t count = context.lineLength;
     if (context.lineStart + count > rangeEnd || cutAtZeros(block, count).next == count) return false;
     if (scan.finder.find(block, block + count) != nullptr) return false;
-    context.position = context.lineStart + lastChunk(block, count);
+    context.position = context.lineStart + static_cast<int64_t>(indexAfterLast(block, count, 0));
     return true;
 }
 

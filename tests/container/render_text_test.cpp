@@ -436,6 +436,19 @@ TEST(RenderText, ContradictingConversionsLeaveOutTheirPiece) {
     }
 }
 
+// As one conversion would: what it gives must have a size of 31 bits, and no block is asked for before.
+TEST(RenderText, PiecesThatAreHugeTogetherAreRefused) {
+    ScriptedMessage message(
+        textMessage("Content-Type: text/plain; charset=koi8-r\n", withoutFF(manyWords(60000))));
+    message.services.convert = [](const HostConversion& call) { return call.source; };
+    message.services.claim = [](const HostConversion& call, uint32_t& length) {
+        if (call.sizing) length = 0x30000000;
+    };
+    EXPECT_EQ(message.render(2, 53).bytes, "");
+    EXPECT_EQ(message.resultFlags, 0u);
+    EXPECT_LE(message.services.heap().largestBlock(), 1u << 20);
+}
+
 TEST(RenderText, HugeSizesAreRefused) {
     for (const uint32_t size : {0x80000000u, 0xFFFFFFFDu, 0xFFFFFFFEu, 0xFFFFFFFFu}) {
         ScriptedMessage message(kMessage, 0, {.heapMode = HeapMode::kGuarded});
