@@ -14,17 +14,6 @@ namespace emlhost {
 
 namespace {
 
-// A name that nobody else uses. Chance is not trusted with that: the file is created exclusively.
-std::string randomName() {
-    uint64_t number = 0;
-    if (::getrandom(&number, sizeof number, GRND_NONBLOCK) != sizeof number) {
-        number = static_cast<uint64_t>(::getpid());
-    }
-    char name[32];
-    std::snprintf(name, sizeof name, ".eml-%016llx.part", static_cast<unsigned long long>(number));
-    return name;
-}
-
 bool isPlainName(const std::string& name) {
     if (name.empty() || name == "." || name == "..") return false;
     return name.find_first_of(std::string_view("/\0", 2)) == std::string::npos;
@@ -42,37 +31,56 @@ int renameToFreeName(int directory, const char* from, const char* to) {
 
 }  // namespace
 
-std::unique_ptr<FileOutput> FileOutput::create(const std::string& directory, std::error_code& error,
-                                               mode_t mode) {
-    error.clear();
-    std::string folder = directory.empty() ? "." : directory;
-    UniqueDescriptor folderDescriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    int failure = folderDescriptor.valid() ? EEXIST : errno;
-    constexpr int kAttempts = 100;
-    for (int i = 0; failure == EEXIST && i < kAttempts; ++i) {
-        std::string name = randomName();
-        UniqueDescriptor file(::openat(folderDescriptor.get(), name.c_str(),
-                                       O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
-        failure = file.valid() ? 0 : errno;
-        if (failure != 0) continue;
-        std::string path = folder + "/" + name;
-        return std::unique_ptr<FileOutput>(
-            new FileOutput(std::move(folderDescriptor), std::move(file), std::move(name), std::move(path)));
+// Chance is not trusted with it: the file is created exclusively.
+std::string FileOutput::randomName() {
+    uint64_t number = 0;
+    if (::getrandom(&number, sizeof number, GRND_NONBLOCK) != sizeof number) {
+        number = static_cast<uint64_t>(::getpid());
     }
-    error.assign(failure, std::system_category());
+    char name[32];
+    std::snprintf(name, sizeof name, ".eml-%016llx.part", static_cast<unsigned long long>(number));
+    return name;
+}
+
+std::unique_ptr<FileOutput> FileOutput::createIn(int directory, const std::string& temporaryName,
+                                                 std::error_code& error, mode_t mode) {
+    error.clear();
+    UniqueDescriptor file(::openat(directory, temporaryName.c_str(),
+                                   O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
+    if (file.valid())
+        return std::unique_ptr<FileOutput>(new FileOutput(directory, std::move(file), temporaryName));
+    error.assign(errno, std::system_category());
     return nullptr;
 }
 
-FileOutput::FileOutput(UniqueDescriptor directory, UniqueDescriptor file, std::string temporaryName,
-                       std::string temporaryPath)
+std::unique_ptr<FileOutput> FileOutput::create(const std::string& directory, std::error_code& error,
+                                               mode_t mode) {
+    const std::string folder = directory.empty() ? "." : directory;
+    UniqueDescriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!descriptor.valid()) {
+        error.assign(errno, std::system_category());
+        return nullptr;
+    }
+    constexpr int kAttempts = 100;
+    std::unique_ptr<FileOutput> output;
+    for (int i = 0; i < kAttempts; ++i) {
+        output = createIn(descriptor.get(), randomName(), error, mode);
+        if (error != std::errc::file_exists) break;
+    }
+    if (output == nullptr) return nullptr;
+    output->ownDirectory_ = std::move(descriptor);
+    output->temporaryPath_ = folder + "/" + output->temporaryName_;
+    return output;
+}
+
+FileOutput::FileOutput(int directory, UniqueDescriptor file, const std::string& temporaryName)
     : BufferedOutput(Seeking::kAnywhere),
-      directory_(std::move(directory)),
+      directory_(directory),
       file_(std::move(file)),
-      temporaryName_(std::move(temporaryName)),
-      temporaryPath_(std::move(temporaryPath)) {}
+      temporaryName_(temporaryName) {}
 
 FileOutput::~FileOutput() {
-    if (!temporaryName_.empty()) ::unlinkat(directory_.get(), temporaryName_.c_str(), 0);
+    if (!temporaryName_.empty()) ::unlinkat(directory_, temporaryName_.c_str(), 0);
 }
 
 std::error_code FileOutput::commit(const std::string& finalName, CommitPolicy policy) {
@@ -86,8 +94,8 @@ std::error_code FileOutput::commit(const std::string& finalName, CommitPolicy po
     const char* from = temporaryName_.c_str();
     int failure = 0;
     if (policy == CommitPolicy::kKeepExisting) {
-        failure = renameToFreeName(directory_.get(), from, finalName.c_str());
-    } else if (::renameat(directory_.get(), from, directory_.get(), finalName.c_str()) != 0) {
+        failure = renameToFreeName(directory_, from, finalName.c_str());
+    } else if (::renameat(directory_, from, directory_, finalName.c_str()) != 0) {
         failure = errno;
     }
     if (failure != 0) return {failure, std::system_category()};
@@ -97,11 +105,13 @@ std::error_code FileOutput::commit(const std::string& finalName, CommitPolicy po
 }
 
 int FileOutput::drain(uint64_t position, std::span<const uint8_t> bytes) noexcept {
+    isEmpty_ = false;
     return writeAllAt(file_.get(), position, bytes);
 }
 
 int FileOutput::restart() noexcept {
     BufferedOutput::restart();
+    if (isEmpty_) return 0;
     return ::ftruncate(file_.get(), 0) == 0 ? 0 : errno;
 }
 

@@ -1,5 +1,6 @@
 #include "standalone/file_output.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -126,6 +127,22 @@ TEST(FileOutput, OpeningAgainEmptiesTheFile) {
     EXPECT_FALSE(output->commit("result", CommitPolicy::kKeepExisting)) << "commit finishes, closed or not";
     EXPECT_EQ(folder.read("result"), "short");
     EXPECT_EQ(object->open(object), 0) << "a committed file is not touched any more";
+}
+
+TEST(FileOutput, StandsInAFolderThatIsOpen) {
+    TemporaryFolder folder;
+    std::error_code error;
+    const emlhost::UniqueDescriptor directory(::open(folder.path().c_str(), O_RDONLY | O_DIRECTORY));
+    for (const char* name : {"one", "two"}) {
+        const auto output = FileOutput::createIn(directory.get(), "temporary", error);
+        ASSERT_NE(output, nullptr) << error.message();
+        EXPECT_EQ(FileOutput::createIn(directory.get(), "temporary", error), nullptr) << "it is taken";
+        EXPECT_EQ(error, std::errc::file_exists);
+        EXPECT_FALSE(output->commit(name, CommitPolicy::kKeepExisting));
+    }
+    EXPECT_NE(FileOutput::createIn(directory.get(), "temporary", error), nullptr);
+    EXPECT_FALSE(std::filesystem::exists(folder.pathOf("temporary")));
+    EXPECT_TRUE(std::filesystem::exists(folder.pathOf("two")));
 }
 
 TEST(FileOutput, TellsWhyItCannotBeCreated) {

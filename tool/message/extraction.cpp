@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "tool/system/pending_file.h"
+#include "tool/system/pending_folder.h"
 #include "tool/text/format.h"
 #include "tool/text/sha256.h"
 
@@ -126,12 +126,13 @@ void Extractor::extract(SubFileContent& content, SubFileEntry& entry) {
         entry.outcome = Outcome::kSkipped;
         return;
     }
-    PendingFile pending(folder_.files());
-    if (pending.output() == nullptr) {
-        throw cannotWrite(folder_.path().empty() ? entry.filePath : folder_.path(), pending.error(), false);
+    std::error_code error;
+    const std::unique_ptr<emlhost::FileOutput> output = folder_.files().create(error);
+    if (output == nullptr) {
+        throw cannotWrite(folder_.path().empty() ? entry.filePath : folder_.path(), error, false);
     }
-    write(content, *pending.output(), entry);
-    commit(pending, entry);
+    write(content, *output, entry);
+    commit(*output, entry);
     if (entry.outcome == Outcome::kWritten && options_.onWritten) options_.onWritten(entry);
 }
 
@@ -150,12 +151,12 @@ void Extractor::write(SubFileContent& content, emlhost::Output& output, SubFileE
     if (options_.digest) entry.sha256 = digested.digest();
 }
 
-void Extractor::commit(PendingFile& pending, SubFileEntry& entry) {
+void Extractor::commit(emlhost::FileOutput& output, SubFileEntry& entry) {
     bool overwrite = options_.onConflict == OnConflict::kOverwrite;
     auto policy = overwrite ? emlhost::CommitPolicy::kReplace : emlhost::CommitPolicy::kKeepExisting;
     std::string wanted = entry.safeName;
     for (;;) {
-        std::error_code error = pending.commit(entry.safeName, policy);
+        std::error_code error = output.commit(entry.safeName, policy);
         if (!error) {
             entry.outcome = Outcome::kWritten;
             return;

@@ -11,8 +11,6 @@
 
 namespace emltool {
 
-class PendingFile;
-
 // What happens if a file with the new name exists already.
 enum class OnConflict { kRename, kSkip, kOverwrite, kFail };
 
@@ -64,7 +62,7 @@ class Extractor final : public AttachmentVisitor {
   private:
     void extract(SubFileContent& content, SubFileEntry& entry);
     void write(SubFileContent& content, emlhost::Output& output, SubFileEntry& entry);
-    void commit(PendingFile& pending, SubFileEntry& entry);
+    void commit(emlhost::FileOutput& output, SubFileEntry& entry);
 
     MessageFile& file_;
     Selection& selection_;

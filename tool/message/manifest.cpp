@@ -5,7 +5,7 @@
 #include <filesystem>
 
 #include "tool/message/json_fields.h"
-#include "tool/system/pending_file.h"
+#include "tool/system/pending_folder.h"
 #include "tool/system/write_pieces.h"
 
 namespace emltool {
@@ -75,21 +75,22 @@ ManifestFile::ManifestFile(std::string path, bool replace) : path_(std::move(pat
     }
     if (isThere && !replace_) throw existsAlready(path_);
     PendingFolder folder(folderOf(path_));
-    const PendingFile trial(folder);
-    if (trial.error()) throw cannotWrite(path_, trial.error());
+    std::error_code error;
+    if (folder.create(error) == nullptr) throw cannotWrite(path_, error);
 }
 
 void ManifestFile::finish() {
     const std::unique_ptr<emlhost::Input> rows = rows_.takeInput(path_);
     PendingFolder folder(folderOf(path_));
-    PendingFile pending(folder);
-    if (pending.output() == nullptr) throw cannotWrite(path_, pending.error());
-    copyInto(*pending.output(), *rows);
+    std::error_code error;
+    const std::unique_ptr<emlhost::FileOutput> output = folder.create(error);
+    if (output == nullptr) throw cannotWrite(path_, error);
+    copyInto(*output, *rows);
     if (rows->error()) throw inputProblem(path_, rows->error());
-    if (pending.output()->error()) throw cannotWrite(path_, pending.output()->error());
+    if (output->error()) throw cannotWrite(path_, output->error());
     using emlhost::CommitPolicy;
-    const std::error_code error = pending.commit(
-        fs::path(path_).filename().string(), replace_ ? CommitPolicy::kReplace : CommitPolicy::kKeepExisting);
+    error = output->commit(fs::path(path_).filename().string(),
+                           replace_ ? CommitPolicy::kReplace : CommitPolicy::kKeepExisting);
     if (error == std::errc::file_exists) throw existsAlready(path_);
     if (error) throw cannotWrite(path_, error);
 }

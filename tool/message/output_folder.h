@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "tool/archive/message_source.h"
-#include "tool/system/pending_file.h"
+#include "tool/system/pending_folder.h"
 #include "tool/text/safe_name.h"
 
 namespace emltool {

@@ -1,4 +1,4 @@
-#include "tool/system/pending_file.h"
+#include "tool/system/pending_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -46,6 +46,7 @@ class PendingFiles : public ::testing::Test {
     }
 
     std::string path_;
+    std::error_code error_;
 };
 
 using Names = std::vector<std::string>;
@@ -53,13 +54,13 @@ using Names = std::vector<std::string>;
 TEST_F(PendingFiles, HaveTheirNamesWhenTheyAreWhole) {
     PendingFolder folder(path_);
     for (const std::string name : {"a", "b", "c"}) {
-        PendingFile file(folder);
-        ASSERT_NE(file.output(), nullptr);
-        write(*file.output(), "first, which is longer");
-        write(*file.output(), "content of " + name);
+        const auto file = folder.create(error_);
+        ASSERT_NE(file, nullptr);
+        write(*file, "first, which is longer");
+        write(*file, "content of " + name);
         EXPECT_FALSE(fs::exists(fs::path(path_) / name));
-        EXPECT_FALSE(file.commit(name, CommitPolicy::kKeepExisting));
-        EXPECT_EQ(file.commit(name, CommitPolicy::kReplace), std::errc::invalid_argument);
+        EXPECT_FALSE(file->commit(name, CommitPolicy::kKeepExisting));
+        EXPECT_EQ(file->commit(name, CommitPolicy::kReplace), std::errc::invalid_argument);
     }
     EXPECT_EQ(names(), (Names{"a", "b", "c"}));
     EXPECT_EQ(contentOf("b"), "content of b");
@@ -68,8 +69,8 @@ TEST_F(PendingFiles, HaveTheirNamesWhenTheyAreWhole) {
 TEST_F(PendingFiles, LeaveNothingUnlessCommitted) {
     PendingFolder folder(path_);
     {
-        PendingFile file(folder);
-        write(*file.output(), "text");
+        const auto file = folder.create(error_);
+        write(*file, "text");
         EXPECT_EQ(names().size(), 1U);
     }
     EXPECT_EQ(names(), Names{});
@@ -83,15 +84,15 @@ TEST_F(PendingFiles, KeepWhatIsThereOrReplaceIt) {
     EXPECT_TRUE(folder.has("link"));
     EXPECT_FALSE(folder.has("new"));
     {
-        PendingFile file(folder);
-        write(*file.output(), "new");
-        EXPECT_EQ(file.commit("old", CommitPolicy::kKeepExisting), std::errc::file_exists);
-        EXPECT_EQ(file.commit("link", CommitPolicy::kKeepExisting), std::errc::file_exists);
+        const auto file = folder.create(error_);
+        write(*file, "new");
+        EXPECT_EQ(file->commit("old", CommitPolicy::kKeepExisting), std::errc::file_exists);
+        EXPECT_EQ(file->commit("link", CommitPolicy::kKeepExisting), std::errc::file_exists);
         for (const std::string name : {"", ".", "..", "a/b"}) {
-            EXPECT_EQ(file.commit(name, CommitPolicy::kReplace), std::errc::invalid_argument) << name;
+            EXPECT_EQ(file->commit(name, CommitPolicy::kReplace), std::errc::invalid_argument) << name;
         }
         EXPECT_EQ(contentOf("old"), "old");
-        EXPECT_FALSE(file.commit("link", CommitPolicy::kReplace));
+        EXPECT_FALSE(file->commit("link", CommitPolicy::kReplace));
     }
     EXPECT_EQ(names(), (Names{"link", "old"}));
     EXPECT_EQ(contentOf("link"), "new");
@@ -103,17 +104,17 @@ TEST_F(PendingFiles, NeverWriteThroughATemporaryNameThatIsTaken) {
     PendingFolder folder(path_);
     std::string temporary;
     {
-        PendingFile file(folder);
-        write(*file.output(), "one");
+        const auto file = folder.create(error_);
+        write(*file, "one");
         temporary = names()[0];
-        EXPECT_FALSE(file.commit("one", CommitPolicy::kKeepExisting));
+        EXPECT_FALSE(file->commit("one", CommitPolicy::kKeepExisting));
     }
     fs::create_symlink("one", fs::path(path_) / temporary);
     {
-        PendingFile file(folder);
-        ASSERT_NE(file.output(), nullptr);
-        write(*file.output(), "two");
-        EXPECT_FALSE(file.commit("two", CommitPolicy::kKeepExisting));
+        const auto file = folder.create(error_);
+        ASSERT_NE(file, nullptr);
+        write(*file, "two");
+        EXPECT_FALSE(file->commit("two", CommitPolicy::kKeepExisting));
     }
     EXPECT_EQ(names(), (Names{temporary, "one", "two"}));
     EXPECT_EQ(contentOf("one"), "one");
@@ -122,8 +123,8 @@ TEST_F(PendingFiles, NeverWriteThroughATemporaryNameThatIsTaken) {
 
 TEST_F(PendingFiles, TellWhyTheyCannotBeCreated) {
     PendingFolder missing(path_ + "/missing");
-    const PendingFile file(missing);
-    EXPECT_EQ(file.error(), std::errc::no_such_file_or_directory);
+    EXPECT_EQ(missing.create(error_), nullptr);
+    EXPECT_EQ(error_, std::errc::no_such_file_or_directory);
 }
 
 }  // namespace
