@@ -73,11 +73,11 @@ std::unique_ptr<FileOutput> FileOutput::create(const std::string& directory, std
     return output;
 }
 
-FileOutput::FileOutput(int directory, UniqueDescriptor file, const std::string& temporaryName)
+FileOutput::FileOutput(int directory, UniqueDescriptor file, std::string temporaryName)
     : BufferedOutput(Seeking::kAnywhere),
       directory_(directory),
       file_(std::move(file)),
-      temporaryName_(temporaryName) {}
+      temporaryName_(std::move(temporaryName)) {}
 
 FileOutput::~FileOutput() {
     if (!temporaryName_.empty()) ::unlinkat(directory_, temporaryName_.c_str(), 0);

@@ -35,9 +35,9 @@ class FileOutput final : public BufferedOutput {
     static std::unique_ptr<FileOutput> create(const std::string& directory, std::error_code& error,
                                               mode_t mode = 0644);
 
-    // The same in a folder that is open as `directory`, which stays the caller's and must stay open as long as the object,
-    // under the name `temporaryName`: EEXIST if something has it. For a program that writes many files into one folder, or
-    // that must know the name before there is a file.
+    // The same in a folder that is open as `directory`, which stays the caller's and must stay open as long
+    // as the object, under the name `temporaryName`: EEXIST if something has it. For a program that writes
+    // many files into one folder, or that must know the name before there is a file.
     static std::unique_ptr<FileOutput> createIn(int directory, const std::string& temporaryName,
                                                 std::error_code& error, mode_t mode = 0644);
 
@@ -52,12 +52,12 @@ class FileOutput final : public BufferedOutput {
     // success, further commits fail with EINVAL.
     [[nodiscard]] std::error_code commit(const std::string& finalName, CommitPolicy policy);
 
-    // Path of the temporary file, for a program that removes it when a signal ends it; empty once committed, and for a file
-    // of createIn.
+    // Path of the temporary file, for a program that removes it when a signal ends it; empty once committed,
+    // and for a file of createIn.
     const std::string& temporaryPath() const noexcept { return temporaryPath_; }
 
   private:
-    FileOutput(int directory, UniqueDescriptor file, const std::string& temporaryName);
+    FileOutput(int directory, UniqueDescriptor file, std::string temporaryName);
 
     int drain(uint64_t position, std::span<const uint8_t> bytes) noexcept override;
     int restart() noexcept override;

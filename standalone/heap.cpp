@@ -9,14 +9,11 @@ namespace emlhost {
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool kKeepsBlocks = false;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(memory_sanitizer)
-constexpr bool kKeepsBlocks = false;
-#else
-constexpr bool kKeepsBlocks = true;
+#ifndef __has_feature  // clang has it
+#define __has_feature(feature) 0
 #endif
+#if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer) || __has_feature(memory_sanitizer)
+constexpr bool kKeepsBlocks = false;
 #else
 constexpr bool kKeepsBlocks = true;
 #endif

@@ -18,8 +18,9 @@ struct HeapCounts {
     uint64_t allocations = 0;  // calls that returned a block, including reallocations
 };
 
-// An EmlAllocator over malloc that counts. It keeps some of the blocks that were freed, for the next message needs blocks
-// of the same sizes; a build with AddressSanitizer keeps none, so that it sees a use after free.
+// An EmlAllocator over malloc that counts. It keeps some of the blocks that were freed, for the next message
+// needs blocks of the same sizes; a build with AddressSanitizer or MemorySanitizer keeps none, so that it
+// sees a use after free and a use of what was never set.
 //
 // Every block is a member of a list, for two reasons: the library drops a block whose reallocation failed,
 // and a host should not depend on others to avoid leaks. The destructor frees whatever is still live.

@@ -10,9 +10,10 @@ namespace eml {
 // character.
 [[nodiscard]] bool convertsInPieces(uint32_t charset, uint32_t target);
 
-// Converts the body of `section` into context.extract.outputCharset with the host's conversion and writes it. Sets
-// context.extract.converted if there is anything to write. The body is read twice, so that nothing is written unless all of
-// it can be converted. Results of readWholeBody; EML_NO_MEMORY also when there is no room for a piece.
+// Converts the body of `section` into context.extract.outputCharset with the host's conversion and writes it.
+// Sets context.extract.converted if there is anything to write. The body is read twice, so that nothing is
+// written unless all of it can be converted. The results are those of readWholeBody, and EML_NO_MEMORY
+// when a piece cannot be decoded; without memory for its conversion nothing is written.
 [[nodiscard]] EmlResult writeConvertedBody(EmlContainerContext& context, const EmlSection& section,
                                            EmlIOobj& output);
 

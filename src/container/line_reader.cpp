@@ -39,8 +39,8 @@ FoundLine findLine(const EmlContainerContext& context) {
 
 uint32_t readBlock(EmlContainerContext& context) { return readAtPosition(context, kBlockSize); }
 
-// Most lines are short, so a block is read only where a shorter read does not tell the end of the line. The line is that
-// of the block, as long as the host delivers the same bytes to both.
+// Most lines are short, so a block is read only where a shorter read does not tell the end of the line. The
+// line is that of the block, as long as the host delivers the same bytes to both.
 //
 // KEPT: a line is looked for within one block. A CR that is the block's last byte ends the line by itself;
 // the LF after it is then an empty line of its own.

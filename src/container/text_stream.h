@@ -25,8 +25,8 @@ template <class Feed>
     return anything ? EML_OK : EML_INPUT_UNUSABLE;
 }
 
-// Feeds the body to `decoder`, and its bytes to `sink`. The sink's take() is called after each block, and says whether to
-// go on.
+// Feeds the body to `decoder`, and its bytes to `sink`. The sink's take() is called after each block, and
+// says whether to go on.
 template <class Decoder, class Sink>
 [[nodiscard]] EmlResult decodeText(EmlContainerContext& context, const EmlSection& section, Decoder decoder,
                                    Sink& sink) {

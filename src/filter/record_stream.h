@@ -54,9 +54,9 @@ void extendText(EmlFilterContext& context, uint8_t* record, const uint8_t* text,
 
 inline constexpr ptrdiff_t kShortRun = 8;
 
-// Writes runs of text of less than kShortRun bytes and what ends them, and moves readPos on, as long as runs are so short,
-// the output is far from full and the input from its end. It gives what writing run by run gives, and is for text of
-// many tabs, line ends or zero bytes.
+// Writes runs of text of less than kShortRun bytes and what ends them, and moves readPos on, as long as runs
+// are so short, the output is far from full and the input from its end. It gives what writing run by run
+// gives, and is for text of many tabs, line ends or zero bytes.
 void writeShortRuns(EmlFilterContext& context);
 
 // A failed write of the header pass as a result code. A record that does not fit is left out, which is no

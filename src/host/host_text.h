@@ -27,8 +27,8 @@ struct ConvertedText {
 [[nodiscard]] uint32_t convertedSize(EmlHostServices& services, const void* text, uint32_t length,
                                      uint32_t charset, uint32_t target);
 
-// The same conversion into the bytes of `room`. Returns how many; 0 when the conversion yielded nothing, or the host claims
-// to have written more than there is room for.
+// The same conversion into the bytes of `room`. Returns how many; 0 when the conversion yielded nothing, or
+// the host claims to have written more than there is room for.
 [[nodiscard]] uint32_t convertInto(EmlHostServices& services, const void* text, uint32_t length,
                                    uint32_t charset, uint32_t target, EmlTextSpan room);
 

@@ -50,8 +50,8 @@ class WorkerPool {
     // Gives the task to a worker. Throws Problem if none can be started.
     void give(PoolTask& task);
 
-    // Sends what was given, and waits until a worker replies, one of `others` is ready, or `milliseconds` have passed (-1 is no limit).
-    // Of the tasks that are given back, the last one comes first.
+    // Sends what was given, and waits until a worker replies, one of `others` is ready, or `milliseconds`
+    // have passed (-1 is no limit). Of the tasks that are given back, the last one comes first.
     std::vector<PoolEvent> wait(std::span<pollfd> others, int milliseconds);
 
     // Extends the deadlines by a time in which replies could not be read.

@@ -165,7 +165,7 @@ void Extractor::commit(emlhost::FileOutput& output, SubFileEntry& entry) {
             throw cannotWrite(entry.filePath, error, error != std::errc::is_a_directory);
         }
         if (options_.onConflict != OnConflict::kRename) {
-            // As if it had not been written at all, which is what the check before it comes to.
+            // As if the check before the writing had found what has the name.
             entry.size.reset();
             entry.sha256.clear();
         }

@@ -12,8 +12,8 @@ namespace emltool {
 
 class HeaderInUtf8 {
   public:
-    // Converts the fields of part `root`, where they need it, by the charset that the text of the message names, or else
-    // by their letters. Throws what the MIME reader throws.
+    // Converts the fields of part `root`, where they need it, by the charset that the text of the message
+    // names, or else by their letters. Throws what the MIME reader throws.
     HeaderInUtf8(const emlreader::mime::Message& message, uint32_t root);
 
     // For its fields, which have the order and the names of those of the message; its other answers are not the

@@ -11,8 +11,8 @@
 
 namespace emltool {
 
-// A part of type text as UTF-8, by the charset that it names, or else by the one that HTML names in a <meta>, or else by
-// its letters. Lines end with LF.
+// A part of type text as UTF-8, by the charset that it names, or else by the one that HTML names in a <meta>,
+// or else by its letters. Lines end with LF.
 std::string textOfPart(const emlreader::mime::Part& part);
 
 // The parts that are the text of the message whose root is `root`, in order; some may be HTML.

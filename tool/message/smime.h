@@ -1,5 +1,6 @@
-// What the body of a part with the type application/pkcs7-mime holds (RFC 8551, RFC 5652). Other people's code reads it,
-// so it runs in isolation (system/isolated_work.h). Nothing is decrypted, and no signature is verified.
+// What the body of a part with the type application/pkcs7-mime holds (RFC 8551, RFC 5652). Other people's
+// code reads it, so it runs in isolation (system/isolated_work.h). Nothing is decrypted, and no signature is
+// verified.
 #pragma once
 
 #include <cstdint>

@@ -20,8 +20,8 @@ struct TnefFile {
     std::span<const uint8_t> bytes;
 };
 
-// Texts are UTF-8; empty where the TNEF does not have them. A message has `text`, `html`, `rtf` or several of them, which
-// say the same. They are the sender's: nothing in them is safe for a terminal or a page.
+// Texts are UTF-8; empty where the TNEF does not have them. A message has `text`, `html`, `rtf` or several of
+// them, which say the same. They are the sender's: nothing in them is safe for a terminal or a page.
 struct TnefContent {
     std::string subject;
     std::string from;  // "name <address>", or one of them
@@ -48,8 +48,9 @@ bool beginsTnef(std::span<const uint8_t> bytes);
 // `breaksOff` says whether the last one claims more bytes than there are; it is dropped.
 std::vector<uint8_t> withoutEmptyAttributes(std::span<const uint8_t> bytes, bool& breaksOff);
 
-// The content of the first attribute of the message itself whose name and type are `id` (MS-OXTNEF section 2.1.3.3); empty
-// without one. What the library gives for some of them, it has made up from properties, with bytes that it never set.
+// The content of the first attribute of the message itself whose name and type are `id` (MS-OXTNEF section
+// 2.1.3.3); empty without one. What the library gives for some of them, it has made up from properties, with
+// bytes that it never set.
 std::span<const uint8_t> tnefAttribute(std::span<const uint8_t> bytes, uint32_t id);
 
 // Larger ones are not unpacked.

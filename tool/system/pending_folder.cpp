@@ -30,8 +30,8 @@ void PendingFolder::chooseName() {
     temporaryPath_ = path_ + "/" + temporaryName_;
 }
 
-// The name is free again once a file has got its own, so that the next file can have it. The signal handler knows the name
-// before there is a file and until there is none, so no signal needs to be held back.
+// The name is free again once a file has got its own, so that the next file can have it. The signal handler
+// knows the name before there is a file and until there is none, so no signal needs to be held back.
 std::unique_ptr<emlhost::FileOutput> PendingFolder::create(std::error_code& error, mode_t mode) {
     error.assign(open(), std::system_category());
     if (error) return nullptr;

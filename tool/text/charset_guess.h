@@ -21,8 +21,9 @@ inline constexpr size_t kCharsetGuessBytes = size_t{256} << 10;
 inline constexpr ptrdiff_t kCharsetGuessLetters = 8;
 
 // The label of the charset, which CharsetDecoder knows; nothing if there is no good guess, if there is too
-// little to go by, and if guessesCharsets() is false. It is a guess by the frequency of letters, more often right the longer the text is: meant
-// for text with bytes above 127 that names no charset and is not UTF-8, and the reader should be told.
+// little to go by, and if guessesCharsets() is false. It is a guess by the frequency of letters, more often
+// right the longer the text is: meant for text with bytes above 127 that names no charset and is not UTF-8,
+// and the reader should be told.
 std::optional<std::string> guessCharset(std::string_view bytes);
 
 }  // namespace emltool
