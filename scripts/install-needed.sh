@@ -23,6 +23,7 @@ rapidjson-dev        has_header rapidjson/writer.h
 libytnef0-dev        has_header ytnef.h
 libssl-dev           has_header openssl/cms.h
 libuchardet-dev      has_header uchardet/uchardet.h
+libgumbo-dev         has_header gumbo.h
 '
 test_needs='
 g++-multilib         links_32_bit

@@ -6,6 +6,7 @@
 
 #include "tool/archive/mbox.h"
 #include "tool/message/json_text.h"
+#include "tool/message/message_markdown.h"
 #include "tool/message/text.h"
 #include "tool/message/tree.h"
 #include "tool/text/format.h"
@@ -96,6 +97,23 @@ bool isMbox(const std::string& path, emlhost::Input& input) {
     return begins && ::stat(path.c_str(), &found) == 0 && S_ISREG(found.st_mode);
 }
 
+void addText(MessageFile& file, const RowOptions& options, MessageTree& tree) {
+    std::optional<BodyText> body = bodyText(file, options.form.reading);
+    if (!body) return;
+    tree.text = std::move(body->text);
+    tree.hiddenText = std::move(body->hidden);
+    std::move(body->warnings.begin(), body->warnings.end(), std::back_inserter(tree.warnings));
+}
+
+void addMarkdown(MessageFile& file, MessageTree& tree) {
+    std::optional<MarkdownText> made = messageMarkdown(file, {});
+    if (!made) return;
+    tree.markdown = std::move(made->text);
+    tree.hiddenText = std::move(made->hidden);
+    if (tree.text) return;  // which has the same warnings
+    std::move(made->warnings.begin(), made->warnings.end(), std::back_inserter(tree.warnings));
+}
+
 BatchRow readMessage(std::unique_ptr<emlhost::Input> input, const BatchItem& item,
                      const RowOptions& options) {
     std::optional<MessageTree> tree;
@@ -105,7 +123,8 @@ BatchRow readMessage(std::unique_ptr<emlhost::Input> input, const BatchItem& ite
         RowVisitor visitor(options);
         tree = readTree(file, visitor, options.form.reading);
         if (options.digest) tree->sha256 = digestOf(file.input());
-        if (options.text) tree->text = bodyText(file, options.form.reading, tree->warnings);
+        if (options.text) addText(file, options, *tree);
+        if (options.markdown) addMarkdown(file, *tree);
         file.checkReads();
     } catch (const Problem& caught) {
         problem = caught;

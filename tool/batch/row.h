@@ -22,6 +22,7 @@ struct RowOptions {
     bool force = false;
     bool recursive = false;  // opens embedded messages
     bool text = false;
+    bool markdown = false;
     bool digest = false;
     AnswerForm form;
 };

@@ -9,6 +9,7 @@
 
 #include "standalone/write_all.h"
 #include "tool/batch/frames.h"
+#include "tool/html/html_parser.h"
 #include "tool/message/smime.h"
 #include "tool/message/tnef.h"
 #include "tool/system/process_limits.h"
@@ -79,7 +80,7 @@ bool writeReply(int descriptor, const BatchRow& row, Clock::duration time) {
 }
 
 void loadLibraries() {
-    for (auto* const isThere : {readsTnef, readsSmime, guessesCharsets}) isThere();
+    for (auto* const isThere : {readsTnef, readsSmime, guessesCharsets, readsHtml}) isThere();
 }
 
 // Memory in addition to what the program itself takes. The hard limit stays, so that liftMemoryLimit can.

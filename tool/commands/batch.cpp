@@ -53,6 +53,8 @@ class BatchCommandRun final : public CommandRun {
         app.add_flag("-r,--recursive", options_.worker.row.recursive,
                      "open embedded messages, signed parts and winmail.dat");
         app.add_flag("--text", options_.worker.row.text, "include the text of the message");
+        app.add_flag("--markdown", options_.worker.row.markdown,
+                     "include the message as Markdown, as \"eml render --to=markdown\" makes it");
         app.add_flag("--digest", options_.worker.row.digest, "include SHA-256 of message and attachments");
         app.add_flag("--force", options_.worker.row.force, "also read what does not look like a message");
         app.add_flag("--errors-ok", errorsOk_, "exit with 0 once everything is read, even with error rows");
@@ -61,6 +63,10 @@ class BatchCommandRun final : public CommandRun {
     ExitCode run(Console& console, const GlobalOptions& global) override {
         complete();
         options_.worker.row.form = answerForm(global);
+        const AnswerForm& form = options_.worker.row.form;
+        if (options_.worker.row.markdown && (form.reading != Reading::kMime || form.schema == 1)) {
+            throw usageProblem("--markdown is what the MIME reader gives, in version 2 of the answers");
+        }
         BatchCounts counts;
         {
             BatchRun batch(options_, console);

@@ -1,20 +1,22 @@
 // eml show: header and text, as a person reads them.
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <array>
 #include <vector>
 
 #include "standalone/filter.h"
 #include "tool/cli/command.h"
 #include "tool/commands/each_file.h"
 #include "tool/commands/message_arguments.h"
+#include "tool/html/html_text.h"
 #include "tool/message/filter_file.h"
 #include "tool/message/json_text.h"
 #include "tool/message/left_out.h"
 #include "tool/message/message_file.h"
+#include "tool/message/message_markdown.h"
 #include "tool/message/read_message.h"
 #include "tool/message/shown_message.h"
 #include "tool/text/format.h"
-#include "tool/text/html_text.h"
 #include "tool/text/name_decoding.h"
 #include "tool/text/visible_text.h"
 
@@ -23,6 +25,9 @@ namespace emltool {
 namespace {
 
 constexpr size_t kLabelWidth = 14;
+
+constexpr std::array<std::string_view, 3> kLinkWords = {"none", "inline", "footnotes"};  // LinkStyle
+constexpr Choices kLinkChoices{"links", "style", kLinkWords};
 
 // A line with its tabs unchanged and everything else made visible.
 std::string visibleLine(std::string_view line) {
@@ -39,8 +44,8 @@ std::string visibleLine(std::string_view line) {
 // Prints while it reads. HTML is collected first, since its line ends mean nothing.
 class Printer final : public MessageReader {
   public:
-    Printer(Console& console, bool withFields, bool withBody, bool source)
-        : console_(console), withFields_(withFields), withBody_(withBody), source_(source) {}
+    Printer(Console& console, bool withFields, bool withBody, const TextForm& form)
+        : console_(console), withFields_(withFields), withBody_(withBody), form_(form) {}
 
     void field(std::string_view name, std::string_view value) override {
         std::string label = visible(name) + ":";
@@ -71,8 +76,14 @@ class Printer final : public MessageReader {
         }
     }
 
-    void finish() {
-        for (const std::string& text : htmlToLines(htmlText_)) console_.print(visibleLine(text) + "\n");
+    // What was left out or guessed in the text of HTML.
+    std::vector<Warning> finish() {
+        if (!html_) return {};
+        HtmlText read = textOfHtml(htmlText_, form_.links);
+        html_ = false;
+        wasHtml_ = true;
+        text(read.text);
+        return std::move(read.warnings);
     }
 
     // All of the body at once.
@@ -84,21 +95,22 @@ class Printer final : public MessageReader {
         }
     }
 
-    bool isHtml() const { return html_; }
+    bool isHtml() const { return wasHtml_; }
 
   private:
     void begin(std::string_view firstLine) {
         if (withFields_) console_.print("\n");
-        html_ = !source_ && looksLikeHtml(firstLine);
+        html_ = !form_.source && looksLikeHtml(firstLine);
         anyLine_ = true;
     }
 
     Console& console_;
     bool withFields_;
     bool withBody_;
-    bool source_;
+    TextForm form_;
     bool anyLine_ = false;
     bool html_ = false;
+    bool wasHtml_ = false;
     size_t emptyLines_ = 0;  // held back, so that none is at the end
     std::string htmlText_;
 };
@@ -108,11 +120,20 @@ class ShowRun final : public CommandRun {
     explicit ShowRun(CLI::App& app) : messages_(app, MessageArguments::Count::kMany) {
         app.add_flag("--body-only", bodyOnly_, "leave out header fields");
         app.add_flag("--source", source_, "show HTML source, not its text");
+        app.add_option("--links", linksWord_,
+                       "where links of HTML lead: footnotes (the default), inline or none")
+            ->type_name("STYLE");
+        app.add_flag("--markdown", markdown_, "as Markdown, as \"render --to=markdown\" does");
         messages_.declareForce(app);
     }
 
     ExitCode run(Console& console, const GlobalOptions& options) override {
         messages_.check();
+        if (markdown_ && options.reading != Reading::kMime) {
+            throw usageProblem("--markdown is what the MIME reader gives");
+        }
+        if (markdown_ && source_) throw usageProblem("--markdown and --source exclude each other");
+        links_ = static_cast<LinkStyle>(kLinkChoices.parse(linksWord_));
         if (options.json) throw usageProblem("show has no JSON form; see \"eml --json info\" or \"records\"");
         FileHeadings headings(console, messages_.files().size());
         return forEachFile(console, messages_, [&](const MessageSource& source) {
@@ -128,9 +149,10 @@ class ShowRun final : public CommandRun {
         }
         MessageFile file(source, messages_.force());
         if (headings.print(source)) console.print("\n");
+        if (markdown_) return showMarkdown(console, file);
         ShownMessage shown =
-            reading == Reading::kMime ? shownByMime(file, source_) : shownByContainer(file, source_);
-        Printer printer(console, !bodyOnly_, !shown.encrypted, true);
+            reading == Reading::kMime ? shownByMime(file, form()) : shownByContainer(file, form());
+        Printer printer(console, !bodyOnly_, !shown.encrypted, {true, links_});
         if (!bodyOnly_) {
             for (const auto& [name, value] : shown.fields) printer.field(name, value);
         }
@@ -138,6 +160,13 @@ class ShowRun final : public CommandRun {
         if (shown.encrypted) throw encrypted(file.name(), shown.protection);
         printer.text(shown.text);
         if (shown.isFromHtml && console.verbose()) noteHtml(console, file.name());
+    }
+
+    void showMarkdown(Console& console, MessageFile& file) const {
+        const std::optional<MarkdownText> made = messageMarkdown(file, {bodyOnly_, false});
+        if (!made) throw encrypted(file.name(), "encrypted");
+        for (const Warning& warning : made->warnings) console.warn(file.name(), warning.text);
+        Printer(console, false, true, {true, links_}).text(made->text);
     }
 
     static Problem encrypted(const std::string& name, std::string_view how) {
@@ -155,7 +184,7 @@ class ShowRun final : public CommandRun {
         const auto warning = file.isEncrypted() ? std::nullopt : leftOutWarning(opened, Reading::kFilter);
         if (warning) console.warn(opened.name(), warning->text);
         if (headings.print(source)) console.print("\n");
-        Printer printer(console, !bodyOnly_, !file.isEncrypted(), source_);
+        Printer printer(console, !bodyOnly_, !file.isEncrypted(), form());
         RecordReader reader(printer);
         file.read([&](const emlhost::TextRecord& record) {
             reader.take(record);
@@ -165,25 +194,33 @@ class ShowRun final : public CommandRun {
         if (file.isEncrypted()) {
             throw encrypted(file.name(), "encrypted (S/MIME)");
         }
-        printer.finish();
+        for (const Warning& each : printer.finish()) console.warn(file.name(), each.text);
         if (printer.isHtml() && console.verbose()) noteHtml(console, file.name());
     }
+
+    TextForm form() const { return {source_, links_}; }
 
     MessageArguments messages_;
     bool bodyOnly_ = false;
     bool source_ = false;
+    bool markdown_ = false;
+    std::string linksWord_ = "footnotes";
+    LinkStyle links_ = LinkStyle::kFootnotes;
 };
 
 std::unique_ptr<CommandRun> declareShow(CLI::App& app) { return std::make_unique<ShowRun>(app); }
 
 }  // namespace
 
-const Command kShowCommand = {"show", "show header and text, as a person reads them", "FILE...",
+const Command kShowCommand = {"show",
+                              "show header and text, as a person reads them",
+                              "FILE...",
                               "\"eml FILE\" does the same. For an HTML message, its text is shown.\n\n"
                               "Examples:\n"
                               "  eml message.eml\n"
                               "  eml show --body-only message.eml | less\n"
                               "  eml show box.mbox#17\n",
-                              declareShow};
+                              declareShow,
+                              {&kLinkChoices, 1}};
 
 }  // namespace emltool

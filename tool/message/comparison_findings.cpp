@@ -5,6 +5,7 @@
 
 #include "standalone/filter.h"
 #include "standalone/text_records.h"
+#include "tool/html/html_text.h"
 #include "tool/message/digest_output.h"
 #include "tool/message/part_tree.h"
 #include "tool/message/rendering.h"
@@ -12,7 +13,6 @@
 #include "tool/terminal/problem.h"
 #include "tool/text/charset_labels.h"
 #include "tool/text/format.h"
-#include "tool/text/html_text.h"
 #include "tool/text/name_decoding.h"
 #include "tool/text/significant_text.h"
 #include "tool/text/utf8.h"
@@ -33,6 +33,8 @@ void appendUpTo(std::string& text, std::string_view piece) {
     text.append(piece.substr(0, kMaxText - std::min(text.size(), kMaxText)));
 }
 
+std::string comparedText(std::string_view html) { return textOfHtml(html, LinkStyle::kNone).text; }
+
 std::string_view viewOf(const emlhost::MemoryOutput& output) {
     return {reinterpret_cast<const char*>(output.bytes().data()), std::min(output.bytes().size(), kMaxText)};
 }
@@ -45,7 +47,7 @@ bool isText(const Part& part) { return part.type() == "text" || part.type() == "
 std::string textOf(const Part& part) {
     std::string text;
     part.extract([&](std::string_view piece) { appendUpTo(text, piece); }, emlreader::mime::Form::Text);
-    return significantText(part.is("text", "html") ? linesOfHtml(text) : text);
+    return significantText(part.is("text", "html") ? comparedText(text) : text);
 }
 
 FoundPart found(const Part& part, const std::string& section) {
@@ -157,7 +159,7 @@ std::string renderedText(MessageFile& file, uint32_t options, EngineFindings& fi
     const bool isConverted = (extraction.flags & EML_EXTRACT_CONVERTED) != 0;
     std::string text = isConverted ? withoutInvalidBytes(viewOf(output))
                                    : fromUnlabelledCharset(viewOf(output), message.charset());
-    return form == Form::kHtml ? linesOfHtml(text) : text;
+    return form == Form::kHtml ? comparedText(text) : text;
 }
 
 // ----------------------------------------------------------------------------------------------------------
@@ -180,7 +182,7 @@ class FilterTexts final : public MessageReader {
         appendUpTo(findings_.text, "\n");
     }
     void finish() {
-        if (isHtml_) findings_.text = linesOfHtml(findings_.text);
+        if (isHtml_) findings_.text = comparedText(findings_.text);
     }
 
   private:
@@ -251,7 +253,7 @@ MimeFindings findByMime(MessageFile& file) {
         findings.subject = message.subject();
         message.text([&](std::string_view piece) { appendUpTo(findings.text, piece); });
         message.html([&](std::string_view piece) { appendUpTo(findings.html, piece); });
-        findings.html = linesOfHtml(findings.html);
+        findings.html = comparedText(findings.html);
         findParts(message, findings);
         findBetweenParts(message, findings);
     });

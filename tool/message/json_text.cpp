@@ -221,6 +221,8 @@ void Answer::message(const MessageTree& tree) {
     if (tree.headers && !isFirstSchema()) headers(*tree.headers);
     subFiles(tree);
     if (tree.text) putField(json_, "text", *tree.text);
+    if (tree.markdown) putField(json_, "markdown", *tree.markdown);
+    if (!tree.hiddenText.empty() && !isFirstSchema()) putField(json_, "hidden_text", tree.hiddenText);
     json_.EndObject();
 }
 

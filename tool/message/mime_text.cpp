@@ -2,14 +2,14 @@
 
 #include <algorithm>
 
+#include "tool/html/html_charset.h"
+#include "tool/html/html_text.h"
+#include "tool/html/markdown.h"
 #include "tool/message/tnef_text.h"
 #include "tool/text/ascii.h"
 #include "tool/text/charset_decoder.h"
 #include "tool/text/charset_guess.h"
 #include "tool/text/charset_labels.h"
-#include "tool/text/html_charset.h"
-#include "tool/text/html_text.h"
-#include "tool/text/rtf_text.h"
 #include "tool/text/utf8.h"
 
 namespace emltool {
@@ -37,10 +37,11 @@ std::string withLfAlone(std::string_view text) {
 bool isRtf(const Part& part) { return part.is("text", "rtf") || part.is("application", "rtf"); }
 
 // What stands in RTF; its source if it is none.
-std::string textOfRtf(const Part& part) {
+HtmlText textOfRtfPart(const Part& part, LinkStyle links) {
     const std::string bytes = part.bytes();
-    std::string text = rtfToText({reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()});
-    return text.empty() ? withoutInvalidBytes(bytes) : text;
+    HtmlText read = textOfRtf({reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()}, links);
+    if (read.text.empty()) read.text = withoutInvalidBytes(bytes);
+    return read;
 }
 
 // By the charset that HTML names itself. UTF-8 it is not, and what can be read so far is not UTF-16.
@@ -89,15 +90,22 @@ bool isOtherText(const Part& part) {
            part.info().dispositionKind == EML_MIME_DISPOSITION_NONE;
 }
 
-BodyText readParts(const std::vector<Part>& parts, bool source) {
+HtmlText readPart(const Part& part, const TextForm& form) {
+    if (form.source) return {textOfPart(part), "", {}};
+    if (isRtf(part)) return textOfRtfPart(part, form.links);
+    if (part.is("text", "html")) return textOfHtml(textOfPart(part), form.links);
+    return {textOfPart(part), "", {}};
+}
+
+BodyText readParts(const std::vector<Part>& parts, const TextForm& form) {
     BodyText body;
     bool isAllHtml = true;
     for (const Part& part : parts) {
-        const bool isHtml = part.is("text", "html");
-        std::string text = isRtf(part) && !source ? textOfRtf(part) : textOfPart(part);
-        if (isHtml && !source) text = linesOfHtml(text);
-        if (!isBlank(text)) isAllHtml = isAllHtml && isHtml;
-        body.text += trimmedLines(text);
+        HtmlText read = readPart(part, form);
+        if (!isBlank(read.text)) isAllHtml = isAllHtml && part.is("text", "html");
+        body.text += trimmedLines(read.text);
+        body.hidden += read.hidden;
+        std::move(read.warnings.begin(), read.warnings.end(), std::back_inserter(body.warnings));
     }
     body.isFromHtml = isAllHtml && !body.text.empty();
     return body;
@@ -135,14 +143,42 @@ std::string charsetOf(const std::vector<Part>& parts) {
     return parts.empty() ? "" : lowerCase(parts.front().charset());
 }
 
-BodyText readBody(const Message& message, uint32_t root, bool source) {
-    for (const auto choice : {isInText, isInHtml, isOtherText}) {
-        BodyText body = readParts(partsOf(message, root, choice), source);
-        if (!body.text.empty()) return body;
-    }
+BodyText readBody(const Message& message, uint32_t root, const TextForm& form) {
     BodyText body;
-    body.text = trimmedLines(tnefText(message, root, body.warnings));
+    for (const auto choice : {isInText, isInHtml, isOtherText}) {
+        BodyText read = readParts(partsOf(message, root, choice), form);
+        body.hidden += read.hidden;
+        std::move(read.warnings.begin(), read.warnings.end(), std::back_inserter(body.warnings));
+        if (read.text.empty()) continue;
+        body.text = std::move(read.text);
+        body.isFromHtml = read.isFromHtml;
+        return body;
+    }
+    body.text = trimmedLines(tnefText(message, root, body.warnings, form.links));
     return body;
+}
+
+BodyDocument readPartDocument(const Part& part) {
+    if (!part.is("text", "html")) return {plainDocument(readPart(part, {}).text), "", {}};
+    ReadHtml read = htmlDocument(textOfPart(part));
+    return {std::move(read.content), std::move(read.hidden), std::move(read.warnings)};
+}
+
+BodyDocument readBodyDocument(const Message& message, uint32_t root) {
+    BodyDocument document;
+    for (const auto choice : {isInText, isInHtml, isOtherText}) {
+        for (const Part& part : partsOf(message, root, choice)) {
+            BodyDocument read = readPartDocument(part);
+            Block& content = read.content;
+            if (!content.blocks.empty()) content.hasSpaceBefore = true;
+            document.hidden += read.hidden;
+            std::move(read.warnings.begin(), read.warnings.end(), std::back_inserter(document.warnings));
+            if (!content.blocks.empty()) document.content.blocks.push_back(std::move(content));
+        }
+        if (!document.content.blocks.empty()) return document;
+    }
+    document.content = plainDocument(tnefText(message, root, document.warnings, LinkStyle::kFootnotes));
+    return document;
 }
 
 }  // namespace emltool

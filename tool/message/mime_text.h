@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "tool/html/document.h"
+#include "tool/html/document_text.h"
 #include "tool/terminal/problem.h"
 
 namespace emltool {
@@ -24,14 +26,31 @@ std::optional<uint64_t> textSize(const std::vector<emlreader::mime::Part>& parts
 // The charset that the first of those parts names, in lower case; empty if it names none.
 std::string charsetOf(const std::vector<emlreader::mime::Part>& parts);
 
+struct TextForm {
+    bool source = false;  // HTML as it stands
+    LinkStyle links = LinkStyle::kFootnotes;
+};
+
 struct BodyText {
     std::string text;         // UTF-8, each line with its LF; without empty lines at both ends
     bool isFromHtml = false;  // all of it
+    std::string hidden;       // what is in its HTML, but not to be seen; each line with its LF
     std::vector<Warning> warnings;
 };
 
 // The text as a person reads it. If the plain text of a message says nothing, its HTML; without that, text of other
-// types, and at last what is in its TNEF. With `source`, HTML as it stands.
-BodyText readBody(const emlreader::mime::Message& message, uint32_t root, bool source = false);
+// types, and at last what is in its TNEF.
+BodyText readBody(const emlreader::mime::Message& message, uint32_t root, const TextForm& form = {});
+
+// The same as a document; `links` means nothing to it.
+struct BodyDocument {
+    Block content;
+    std::string hidden;
+    std::vector<Warning> warnings;
+};
+BodyDocument readBodyDocument(const emlreader::mime::Message& message, uint32_t root);
+
+// The same of one part.
+BodyDocument readPartDocument(const emlreader::mime::Part& part);
 
 }  // namespace emltool

@@ -2,6 +2,7 @@
 
 #include <emlreader/mime.hpp>
 
+#include "tool/html/html_text.h"
 #include "tool/message/defect_warnings.h"
 #include "tool/message/mime_fields.h"
 #include "tool/message/mime_text.h"
@@ -10,7 +11,6 @@
 #include "tool/message/tree.h"
 #include "tool/text/charset_labels.h"
 #include "tool/text/format.h"
-#include "tool/text/html_text.h"
 #include "tool/text/utf8.h"
 
 namespace emltool {
@@ -42,7 +42,7 @@ void addNames(const std::vector<std::string>& names, ShownMessage& shown) {
 
 }  // namespace
 
-ShownMessage shownByMime(MessageFile& file, bool source) {
+ShownMessage shownByMime(MessageFile& file, const TextForm& form) {
     ShownMessage shown;
     withMime(file, [&](const emlreader::mime::Message& message) {
         addFields(readMetadata(message, 0), shown);
@@ -57,9 +57,9 @@ ShownMessage shownByMime(MessageFile& file, bool source) {
         for (const emlreader::mime::Part& part : body.files()) names.push_back(part.name());
         addNames(names, shown);
         if (!shown.encrypted) {
-            BodyText text = readBody(body, 0, source);
+            BodyText text = readBody(body, 0, form);
             shown.text = std::move(text.text);
-            shown.isFromHtml = text.isFromHtml && !source;
+            shown.isFromHtml = text.isFromHtml && !form.source;
             addWarnings(std::move(text.warnings), shown);
         }
         if (!content.problem().empty()) shown.warnings.push_back(signatureWarning(content));
@@ -71,7 +71,7 @@ ShownMessage shownByMime(MessageFile& file, bool source) {
     return shown;
 }
 
-ShownMessage shownByContainer(MessageFile& file, bool source) {
+ShownMessage shownByContainer(MessageFile& file, const TextForm& form) {
     ShownMessage shown;
     NamesVisitor visitor;
     MessageTree tree = readTree(file, visitor, Reading::kContainer);
@@ -91,9 +91,11 @@ ShownMessage shownByContainer(MessageFile& file, bool source) {
     if (output.error()) throw outOfMemory(file.name());
     const std::string_view bytes(reinterpret_cast<const char*>(output.bytes().data()), output.bytes().size());
     shown.text = withoutInvalidBytes(fromUnlabelledCharset(bytes, tree.charset));
-    if (formOf(file.message(), EML_EXTRACT_BODY_ONLY) != Form::kHtml || source) return shown;
+    if (formOf(file.message(), EML_EXTRACT_BODY_ONLY) != Form::kHtml || form.source) return shown;
     shown.isFromHtml = true;
-    shown.text = linesOfHtml(shown.text);
+    HtmlText read = textOfHtml(shown.text, form.links);
+    shown.text = std::move(read.text);
+    addWarnings(std::move(read.warnings), shown);
     return shown;
 }
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tool/message/message_file.h"
+#include "tool/message/mime_text.h"
 #include "tool/terminal/problem.h"
 
 namespace emltool {
@@ -19,10 +20,10 @@ struct ShownMessage {
     std::vector<Warning> warnings;
 };
 
-// As the MIME reader has it. With `source`, HTML as it stands. Throws Problem.
-ShownMessage shownByMime(MessageFile& file, bool source);
+// As the MIME reader has it. Throws Problem.
+ShownMessage shownByMime(MessageFile& file, const TextForm& form);
 
 // As the container reader has it: its metadata, the names of its sub-files, and what it renders.
-ShownMessage shownByContainer(MessageFile& file, bool source);
+ShownMessage shownByContainer(MessageFile& file, const TextForm& form);
 
 }  // namespace emltool

@@ -82,8 +82,10 @@ Form formOf(emlhost::OpenMessage& message, uint32_t options) {
 }
 
 std::string madeText(MessageFile& file, bool bodyOnly, std::vector<Warning>& warnings) {
-    const std::string body = bodyText(file, Reading::kMime, warnings).value_or("");
-    return (bodyOnly ? "" : headerRows(file)) + withCrLf(body);
+    std::optional<BodyText> body = bodyText(file, Reading::kMime);
+    if (!body) body.emplace();
+    std::move(body->warnings.begin(), body->warnings.end(), std::back_inserter(warnings));
+    return (bodyOnly ? "" : headerRows(file)) + withCrLf(body->text);
 }
 
 bool isUtf8Form(emlhost::OpenMessage& message, uint32_t options, uint32_t charset) {

@@ -11,7 +11,7 @@
 
 namespace emltool {
 
-enum class Form { kHtml, kRtf, kText };
+enum class Form { kHtml, kRtf, kText, kMarkdown };
 
 // The form that the library returns with these EML_EXTRACT_... option bits, as its header block tells.
 Form formOf(emlhost::OpenMessage& message, uint32_t options);

@@ -1,10 +1,9 @@
 #include "tool/message/text.h"
 
+#include "tool/html/html_text.h"
 #include "tool/message/filter_file.h"
-#include "tool/message/mime_text.h"
 #include "tool/message/shown_message.h"
 #include "tool/message/signed_message.h"
-#include "tool/text/html_text.h"
 
 namespace emltool {
 
@@ -28,7 +27,11 @@ class Collector final : public MessageReader {
         emptyLines_ = 0;
     }
 
-    std::string finish() { return html_ ? linesOfHtml(text_) : std::move(text_); }
+    BodyText finish(LinkStyle links) {
+        if (!html_) return {std::move(text_), false, "", {}};
+        HtmlText read = textOfHtml(text_, links);
+        return {std::move(read.text), true, std::move(read.hidden), std::move(read.warnings)};
+    }
 
   private:
     bool anyLine_ = false;
@@ -37,7 +40,7 @@ class Collector final : public MessageReader {
     std::string text_;
 };
 
-std::optional<std::string> filterText(MessageFile& file) {
+std::optional<BodyText> filterText(MessageFile& file, LinkStyle links) {
     FilterFile filter(file, false);
     if (filter.isEncrypted()) return std::nullopt;
     Collector collector;
@@ -47,17 +50,15 @@ std::optional<std::string> filterText(MessageFile& file) {
         return true;
     });
     reader.finish();
-    return collector.finish();
+    return collector.finish(links);
 }
 
-std::optional<std::string> mimeText(MessageFile& file, std::vector<Warning>& warnings) {
-    std::optional<std::string> text;
+std::optional<BodyText> mimeText(MessageFile& file, LinkStyle links) {
+    std::optional<BodyText> text;
     withMime(file, [&](const emlreader::mime::Message& message) {
         const SignedMessage content(message, 0);
         if (content.isEncrypted()) return;
-        BodyText body = readBody(content.inside() != nullptr ? *content.inside() : message, 0);
-        text = std::move(body.text);
-        for (Warning& warning : body.warnings) warnings.push_back(std::move(warning));
+        text = readBody(content.inside() != nullptr ? *content.inside() : message, 0, {false, links});
     });
     file.checkReads();
     return text;
@@ -65,8 +66,8 @@ std::optional<std::string> mimeText(MessageFile& file, std::vector<Warning>& war
 
 }  // namespace
 
-std::optional<std::string> bodyText(MessageFile& file, Reading reading, std::vector<Warning>& warnings) {
-    return reading == Reading::kMime ? mimeText(file, warnings) : filterText(file);
+std::optional<BodyText> bodyText(MessageFile& file, Reading reading, LinkStyle links) {
+    return reading == Reading::kMime ? mimeText(file, links) : filterText(file, links);
 }
 
 }  // namespace emltool

@@ -2,17 +2,17 @@
 #pragma once
 
 #include <optional>
-#include <string>
 #include <vector>
 
 #include "tool/message/message_file.h"
+#include "tool/message/mime_text.h"
 #include "tool/terminal/problem.h"
 #include "tool/text/reading.h"
 
 namespace emltool {
 
-// The lines that `eml show --body-only` prints, each with its line end, before it makes them visible; UTF-8.
-// Nothing if the message is encrypted. The container reading has the text of the filter. Throws Problem.
-std::optional<std::string> bodyText(MessageFile& file, Reading reading, std::vector<Warning>& warnings);
+// The lines that `eml show --body-only` prints, before it makes them visible. Nothing if the message is encrypted. The
+// container reading has the text of the filter. Throws Problem.
+std::optional<BodyText> bodyText(MessageFile& file, Reading reading, LinkStyle links = LinkStyle::kFootnotes);
 
 }  // namespace emltool

@@ -75,8 +75,10 @@ struct MessageTree {
     std::vector<MetadataField> metadata;
     std::optional<std::vector<ListedField>> headers;  // all fields, in order; nothing unless asked for
     std::vector<SubFileEntry> subFiles;
-    std::string sha256;               // of the message as it is stored; empty unless asked for
-    std::optional<std::string> text;  // what a person reads, UTF-8; nothing unless asked for
+    std::string sha256;                   // of the message as it is stored; empty unless asked for
+    std::optional<std::string> text;      // what a person reads, UTF-8; nothing unless asked for
+    std::optional<std::string> markdown;  // html/markdown.h; nothing unless asked for
+    std::string hiddenText;               // what is in its HTML, but not to be seen; with one of these
     std::vector<Warning> warnings;
 };
 

@@ -13,6 +13,12 @@
 
 namespace emltool {
 
+namespace {
+
+bool calledBecomeWorker = false;
+
+}  // namespace
+
 int ChildProcess::kill() {
     if (id_ < 0) return 0;
     ::kill(id_, SIGKILL);
@@ -28,7 +34,10 @@ int ChildProcess::wait() {
     return status;
 }
 
+bool isWorker() noexcept { return calledBecomeWorker; }
+
 void becomeWorker(pid_t parent) {
+    calledBecomeWorker = true;
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (::getppid() != parent) ::_exit(0);
     for (int number : {SIGINT, SIGTERM, SIGHUP}) std::signal(number, SIG_IGN);

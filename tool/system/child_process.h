@@ -29,6 +29,9 @@ class ChildProcess {
 // meant for the parent, such as Ctrl-C. When memory is short, the system kills it before its parent.
 void becomeWorker(pid_t parent);
 
+// Whether this process has called becomeWorker.
+bool isWorker() noexcept;
+
 // "crashed (SIGSEGV)" or "ended with exit code 3".
 std::string describeStatus(int status);
 

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "tool/text/charset_decoder.h"
-#include "tool/text/html_text.h"
 #include "tool/text/rtf_words.h"
 #include "tool/text/utf8.h"
 
@@ -406,19 +405,12 @@ void RtfReader::putCharacter(char32_t character) {
     text_.add(character);
 }
 
-std::string joined(const std::vector<std::string>& lines) {
-    std::string text;
-    for (const std::string& line : lines) text.append(line).append("\n");
-    return text;
-}
-
 }  // namespace
 
 std::string rtfToText(Bytes rtf) {
     RtfReader reader(rtf);
     reader.read();
-    std::string text = reader.take();
-    return reader.fromHtml() ? joined(htmlToLines(text)) : text;
+    return reader.fromHtml() ? "" : reader.take();
 }
 
 std::optional<std::string> htmlInRtf(Bytes rtf) {

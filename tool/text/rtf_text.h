@@ -12,8 +12,8 @@ namespace emltool {
 // Groups inside groups deeper than this share their properties with those around them.
 inline constexpr size_t kMaxRtfDepth = 1000;
 
-// The text in UTF-8; paragraphs end with LF, cells of a table with a tab. RTF that was made from HTML gives the text of
-// that. Empty if `rtf` is not RTF.
+// The text in UTF-8; paragraphs end with LF, cells of a table with a tab. Empty if `rtf` is not RTF, or was
+// made from HTML.
 std::string rtfToText(std::span<const uint8_t> rtf);
 
 // The HTML that RTF was made from (MS-OXRTFEX), in UTF-8 whatever it says itself; nothing if it was not. It is as

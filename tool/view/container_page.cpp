@@ -106,14 +106,15 @@ std::string htmlOf(MessageFile& file, const MessageTree& tree) {
 std::string PageBuilder::body(MessageFile& file, const MessageTree& tree) {
     if (tree.encrypted) return note("The message is encrypted (S/MIME): only its header can be shown.");
     Form form = formOf(file.message(), EML_EXTRACT_PREFER_RICH);
-    std::optional<std::string> text;
+    std::optional<BodyText> text;
     try {
-        text = bodyText(file, Reading::kContainer, warnings_);
+        text = bodyText(file, Reading::kContainer);
+        if (text) std::move(text->warnings.begin(), text->warnings.end(), std::back_inserter(warnings_));
     } catch (const Problem& problem) {
         if (problem.exit == ExitCode::kInternal) throw;
         warnings_.push_back({problem.code, problem.text});
     }
-    std::string plain = text ? textBody(*text) : "";
+    std::string plain = text ? textBody(text->text) : "";
     if (form == Form::kHtml) {
         std::string section = htmlBody(htmlOf(file, tree), {});
         if (!plain.empty()) section += "<details><summary>As plain text</summary>\n" + plain + "</details>\n";

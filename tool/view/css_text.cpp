@@ -4,276 +4,271 @@
 #include <array>
 #include <vector>
 
+#include "tool/html/css_sheet.h"
+#include "tool/html/css_tokens.h"
 #include "tool/text/ascii.h"
 
 namespace emltool {
 
 namespace {
 
-constexpr std::string_view kBlanks = " \t\n\r\f";
+using Kind = CssToken::Kind;
 
-bool isNameCharacter(char c) {
-    return (lower(c) >= 'a' && lower(c) <= 'z') || (c >= '0' && c <= '9') || c == '-' || c == '_' ||
-           static_cast<unsigned char>(c) >= 0x80;
-}
+// Properties by their names, or by the beginning of their names before "-".
+constexpr std::array<std::string_view, 52> kProperties = {"align-items",
+                                                          "align-self",
+                                                          "border-collapse",
+                                                          "border-spacing",
+                                                          "bottom",
+                                                          "box-shadow",
+                                                          "box-sizing",
+                                                          "caption-side",
+                                                          "clear",
+                                                          "clip",
+                                                          "clip-path",
+                                                          "color",
+                                                          "color-scheme",
+                                                          "column-gap",
+                                                          "direction",
+                                                          "display",
+                                                          "empty-cells",
+                                                          "flex",
+                                                          "float",
+                                                          "gap",
+                                                          "height",
+                                                          "hyphens",
+                                                          "justify-content",
+                                                          "justify-items",
+                                                          "left",
+                                                          "letter-spacing",
+                                                          "line-height",
+                                                          "max-height",
+                                                          "max-width",
+                                                          "min-height",
+                                                          "min-width",
+                                                          "object-fit",
+                                                          "opacity",
+                                                          "order",
+                                                          "orphans",
+                                                          "position",
+                                                          "quotes",
+                                                          "right",
+                                                          "row-gap",
+                                                          "tab-size",
+                                                          "table-layout",
+                                                          "top",
+                                                          "transform",
+                                                          "unicode-bidi",
+                                                          "vertical-align",
+                                                          "visibility",
+                                                          "white-space",
+                                                          "widows",
+                                                          "width",
+                                                          "word-break",
+                                                          "word-spacing",
+                                                          "word-wrap"};
+static_assert(std::is_sorted(kProperties.begin(), kProperties.end()));
 
-int hexValue(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    const char letter = lower(c);
-    return letter >= 'a' && letter <= 'f' ? letter - 'a' + 10 : -1;
-}
+constexpr std::array<std::string_view, 12> kFamilies = {"background", "border",     "flex",    "font",
+                                                        "list-style", "margin",     "outline", "overflow",
+                                                        "padding",    "page-break", "text",    "z-index"};
 
-std::string_view trimmed(std::string_view text) {
-    const size_t start = text.find_first_not_of(kBlanks);
-    if (start == std::string_view::npos) return {};
-    return text.substr(start, text.find_last_not_of(kBlanks) - start + 1);
-}
-
-// Functions whose strings are URLs; an unknown function makes its declaration invalid.
-constexpr std::array<std::string_view, 6> kLoadingFunctions = {
-    "image-set", "-webkit-image-set", "image", "src", "element", "cross-fade"};
-
-// Rules that load something or change what names mean.
-constexpr std::array<std::string_view, 4> kLoadingRules = {"import", "font-face", "namespace", "charset"};
-
-// Rules whose blocks hold rules.
-constexpr std::array<std::string_view, 5> kGroupingRules = {"media", "supports", "layer", "container",
-                                                            "scope"};
-
-constexpr std::array<std::string_view, 3> kColourProperties = {"color", "background", "background-color"};
+// Functions that compute a value from what is written in them.
+constexpr std::array<std::string_view, 26> kFunctions = {"calc",
+                                                         "circle",
+                                                         "clamp",
+                                                         "ellipse",
+                                                         "hsl",
+                                                         "hsla",
+                                                         "inset",
+                                                         "linear-gradient",
+                                                         "max",
+                                                         "min",
+                                                         "polygon",
+                                                         "radial-gradient",
+                                                         "rect",
+                                                         "repeating-linear-gradient",
+                                                         "repeating-radial-gradient",
+                                                         "rgb",
+                                                         "rgba",
+                                                         "rotate",
+                                                         "scale",
+                                                         "scalex",
+                                                         "scaley",
+                                                         "skewx",
+                                                         "skewy",
+                                                         "translate",
+                                                         "translatex",
+                                                         "translatey"};
+static_assert(std::is_sorted(kFunctions.begin(), kFunctions.end()));
 
 template <size_t N>
-bool isOneOf(std::string_view word, const std::array<std::string_view, N>& words) {
-    return std::find(words.begin(), words.end(), word) != words.end();
+bool isOneOf(std::string_view word, const std::array<std::string_view, N>& sorted) {
+    return std::binary_search(sorted.begin(), sorted.end(), word);
 }
 
-class CssFilter {
-  public:
-    CssFilter(std::string_view css, bool isSheet, const ReferenceFinder& find, CssFindings& findings)
-        : css_(css), inSelector_(isSheet), isSheet_(isSheet), find_(find), findings_(findings) {}
+bool isKeptProperty(std::string_view name) {
+    if (isOneOf(name, kProperties)) return true;
+    return std::any_of(kFamilies.begin(), kFamilies.end(), [&](std::string_view family) {
+        return name.starts_with(family) && (name.size() == family.size() || name[family.size()] == '-');
+    });
+}
 
-    std::string filter() {
-        result_.reserve(css_.size());
-        while (position_ < css_.size()) step();
-        return std::move(result_);
-    }
+class CssWriter {
+  public:
+    CssWriter(const ReferenceFinder& find, CssFindings& findings) : find_(find), findings_(findings) {}
+
+    std::string declarations(const std::vector<CssDeclaration>& declarations);
+    std::string sheet(const CssSheet& sheet);
 
   private:
-    void step();
-    void takeString();
-    void takeName();
-    void takeFunction(char before, const std::string& text, const std::string& word);
-    bool takeElementName(char before, const std::string& word);
-    void takeAtRule();
-    void takeUrl();
-    void takePunctuation(char c);
-    std::string name();
-    char at(size_t position) const { return position < css_.size() ? css_[position] : '\0'; }
-    bool beginsName() const {
-        const char c = css_[position_];
-        return isNameCharacter(c) || (c == '\\' && position_ + 1 < css_.size() && at(position_ + 1) != '\n');
-    }
+    std::optional<std::string> value(const CssDeclaration& declaration);
+    std::string url(std::string_view url);
+    static std::string selectorText(const CssSelector& selector);
+    static std::string compoundText(const CssCompound& compound);
+    bool mediaText(const std::vector<CssToken>& query, std::string& text);
 
-    std::string_view css_;
-    size_t position_ = 0;
-    bool inSelector_;  // before the "{" of a rule
-    bool isSheet_;
-    bool inGroupRule_ = false;  // before the "{" of @media
-    bool inOtherRule_ = false;  // before the "{" or ";" of another at-rule
-    size_t brackets_ = 0;       // open "["
-    std::vector<bool> blocks_;  // open "{": whether rules are inside
     const ReferenceFinder& find_;
     CssFindings& findings_;
-    std::string result_;
 };
 
-void CssFilter::step() {
-    const char c = css_[position_];
-    const std::string_view rest = css_.substr(position_);
-    if (rest.starts_with("/*")) {
-        const size_t end = rest.find("*/", 2);
-        position_ += end == std::string_view::npos ? rest.size() : end + 2;
-        result_ += ' ';
-    } else if (rest.starts_with("<!--") || rest.starts_with("-->")) {
-        position_ += c == '<' ? 4 : 3;
-    } else if (c == '"' || c == '\'') {
-        takeString();
-    } else if (c == '@') {
-        takeAtRule();
-    } else if (beginsName()) {
-        takeName();
-    } else {
-        takePunctuation(c);
+std::string CssWriter::url(std::string_view url) {
+    if (isRemoteUrl(url)) ++findings_.remote;
+    std::optional<std::string> found;
+    if (isImageData(url)) {
+        found = url;
+    } else if (find_) {
+        found = find_(url);
     }
+    if (!found && startsWithNoCase(url, "cid:")) ++findings_.unresolved;
+    return "url(" + cssString(found.value_or("data:,")) + ")";
 }
 
-// A string cannot hold the beginning of a tag as it is.
-void CssFilter::takeString() {
-    const char quote = css_[position_++];
-    result_ += quote;
-    while (position_ < css_.size()) {
-        const char c = css_[position_++];
-        if (c == '\n' || c == '\r' || c == '\f') {
-            --position_;  // the string is broken off
-            return;
-        }
-        if (c == '\\') {
-            result_ += c;
-            if (position_ < css_.size() && css_[position_] != '<') result_ += css_[position_++];
-            continue;
-        }
-        if (c == '<') {
-            result_ += "\\3c ";
-            continue;
-        }
-        result_ += c;
-        if (c == quote) return;
-    }
-    result_ += quote;
-}
-
-// A name, with escapes that stand for letters resolved, so that none can be hidden.
-std::string CssFilter::name() {
+// Nothing if some of it is not known.
+std::optional<std::string> CssWriter::value(const CssDeclaration& declaration) {
     std::string text;
-    while (position_ < css_.size() && beginsName()) {
-        if (css_[position_] != '\\') {
-            text += css_[position_++];
-            continue;
+    for (const CssToken& token : declaration.value) {
+        const bool isSign = token.kind == Kind::kSign &&
+                            std::string_view("(),/+-*").find(token.text) != std::string_view::npos;
+        switch (token.kind) {
+            case Kind::kUrl:
+                text += url(token.text);
+                break;
+            case Kind::kFunction:
+                if (!isOneOf(token.text, kFunctions)) return std::nullopt;
+                text += cssText(token);
+                break;
+            case Kind::kWord:
+            case Kind::kHash:
+            case Kind::kString:
+            case Kind::kNumber:
+            case Kind::kBlank:
+                text += cssText(token);
+                break;
+            default:
+                if (!isSign) return std::nullopt;
+                text += token.text;
         }
-        unsigned number = 0;
-        size_t end = position_ + 1;
-        while (end < css_.size() && end < position_ + 7 && hexValue(css_[end]) >= 0) {
-            number = number * 16 + static_cast<unsigned>(hexValue(css_[end++]));
+    }
+    const bool isFixed =
+        declaration.property == "position" && lowerCase(text).find("fixed") != std::string::npos;
+    return isFixed ? std::nullopt : std::optional<std::string>(std::move(text));
+}
+
+std::string CssWriter::declarations(const std::vector<CssDeclaration>& declarations) {
+    std::string text;
+    for (const CssDeclaration& each : declarations) {
+        // What is left out is counted all the same.
+        const std::optional<std::string> value = this->value(each);
+        if (!value || !isKeptProperty(each.property)) continue;
+        if (each.property == "color" || each.property == "background" ||
+            each.property == "background-color") {
+            findings_.colours = true;
         }
-        const bool isHex = end != position_ + 1;
-        if (!isHex) number = static_cast<unsigned char>(css_[end++]);
-        if (isHex && end < css_.size() && kBlanks.find(css_[end]) != std::string_view::npos) ++end;
-        const bool isLetter = number < 0x80 && lower(static_cast<char>(number)) >= 'a' &&
-                              lower(static_cast<char>(number)) <= 'z';
-        if (isLetter) {
-            text += static_cast<char>(number);
-        } else if (number == '<') {
-            text += "\\3c ";
-        } else {
-            text.append(css_, position_, end - position_);
-        }
-        position_ = end;
+        text += (text.empty() ? "" : ";") + each.property + ':' + *value;
+        if (each.isImportant) text += " !important";
     }
     return text;
 }
 
-void CssFilter::takeName() {
-    const char before = result_.empty() ? '\0' : result_.back();
-    const std::string text = name();
-    const std::string word = lowerCase(text);
-    if (at(position_) == '(') return takeFunction(before, text, word);
-    if (inGroupRule_) findings_.dark = findings_.dark || word == "prefers-color-scheme";
-    if (inSelector_ && brackets_ == 0) {
-        if (takeElementName(before, word)) return;
-    } else if (!inSelector_ && !inGroupRule_ && isOneOf(word, kColourProperties)) {
-        const size_t next = css_.find_first_not_of(kBlanks, position_);
-        if (next != std::string_view::npos && css_[next] == ':') findings_.colours = true;
+std::string CssWriter::compoundText(const CssCompound& compound) {
+    std::string text;
+    if (compound.element == "html" || compound.element == "body") {
+        text = '.' + std::string(compound.element == "body" ? kBodyClass : kHtmlClass);
+    } else if (!compound.element.empty()) {
+        text = cssText({Kind::kWord, compound.element, 0, {}});
     }
-    result_ += text;
+    for (const std::string& id : compound.ids) text += '#' + cssText({Kind::kWord, id, 0, {}});
+    for (const std::string& name : compound.classes) text += '.' + cssText({Kind::kWord, name, 0, {}});
+    for (const CssCompound::Attribute& attribute : compound.attributes) {
+        text += '[' + cssText({Kind::kWord, attribute.name, 0, {}});
+        if (attribute.relation != '\0') {
+            if (attribute.relation != '=') text += attribute.relation;
+            text += '=' + cssString(attribute.value) + (attribute.anyCase ? " i" : "");
+        }
+        text += ']';
+    }
+    for (const CssCompound::Test& test : compound.tests) {
+        text += test.pseudo == CssCompound::Pseudo::kRoot ? '.' + std::string(kHtmlClass) : ':' + test.text;
+    }
+    return text.empty() ? "*" : text;
 }
 
-// A name with "(" after it.
-void CssFilter::takeFunction(char before, const std::string& text, const std::string& word) {
-    if (word == "url" || word == "url-prefix") return takeUrl();
-    if (isOneOf(word, kLoadingFunctions)) result_ += "x-";
-    if (before == ':' && (word == "host" || word == "host-context")) result_ += "x-";
-    result_ += text;
+std::string CssWriter::selectorText(const CssSelector& selector) {
+    std::string text;
+    for (const CssCompound& compound : selector.compounds) {
+        if (!text.empty()) {
+            text +=
+                compound.combinator == ' ' ? std::string(" ") : std::string(" ") + compound.combinator + ' ';
+        }
+        text += compoundText(compound);
+    }
+    return text;
 }
 
-// In a selector: the elements that the frame has no longer are classes. False if the name is another one.
-bool CssFilter::takeElementName(char before, const std::string& word) {
-    const bool isType = std::string_view(".#:").find(before) == std::string_view::npos || before == '\0';
-    if (isType && (word == "body" || word == "html")) {
-        result_.append(1, '.').append(word == "body" ? kBodyClass : kHtmlClass);
-        return true;
+bool CssWriter::mediaText(const std::vector<CssToken>& query, std::string& text) {
+    for (const CssToken& token : query) {
+        const bool isSign =
+            token.kind == Kind::kSign && std::string_view("(),:/").find(token.text) != std::string_view::npos;
+        const bool isKnown =
+            isSign || token.kind == Kind::kWord || token.kind == Kind::kNumber || token.kind == Kind::kBlank;
+        if (!isKnown) return false;
+        if (token.kind == Kind::kWord && equalNoCase(token.text, "prefers-color-scheme"))
+            findings_.dark = true;
+        text += cssText(token);
     }
-    if (before == ':' && word == "root") {
-        result_.back() = '.';
-        result_ += kHtmlClass;
-        return true;
-    }
-    if (before == ':' && word == "host") result_ += "x-";
-    return false;
+    return true;
 }
 
-void CssFilter::takeAtRule() {
-    ++position_;
-    const std::string word = lowerCase(name());
-    const bool loads = isOneOf(word, kLoadingRules);
-    // With "url(" it is counted there.
-    const size_t next = css_.find_first_not_of(kBlanks, position_);
-    const bool isString = next != std::string_view::npos && (css_[next] == '"' || css_[next] == '\'');
-    if (word == "import" && isString) ++findings_.remote;
-    result_.append(loads ? "@x-" : "@").append(word);
-    inGroupRule_ = isOneOf(word, kGroupingRules);
-    inOtherRule_ = !inGroupRule_;
-    inSelector_ = false;
-}
-
-// "url(" with what follows up to its ")".
-void CssFilter::takeUrl() {
-    ++position_;
-    position_ = std::min(css_.find_first_not_of(kBlanks, position_), css_.size());
-    const char quote = at(position_);
-    std::string_view url;
-    if (quote == '"' || quote == '\'') {
-        const size_t end = std::min(css_.find(quote, position_ + 1), css_.size());
-        url = css_.substr(position_ + 1, end - position_ - 1);
-        position_ = std::min(end + 1, css_.size());
-        position_ = std::min(css_.find_first_not_of(kBlanks, position_), css_.size());
-        if (at(position_) == ')') ++position_;
-    } else {
-        const size_t end = std::min(css_.find(')', position_), css_.size());
-        url = css_.substr(position_, end - position_);
-        position_ = std::min(end + 1, css_.size());
+std::string CssWriter::sheet(const CssSheet& sheet) {
+    findings_.remote += sheet.imports;
+    std::string text;
+    for (const CssRule& rule : sheet.rules) {
+        std::string rules;
+        for (const CssSelector& selector : rule.selectors)
+            rules += (rules.empty() ? "" : ",") + selectorText(selector);
+        const std::string inside = declarations(rule.declarations);
+        if (inside.empty()) continue;
+        rules += '{' + inside + '}';
+        bool isKnown = true;
+        for (auto query = rule.media.rbegin(); query != rule.media.rend(); ++query) {
+            std::string media = "@media ";
+            isKnown = isKnown && mediaText(*query, media);
+            rules = media + '{' + rules + '}';
+        }
+        if (isKnown) text += rules + '\n';
     }
-    url = trimmed(url);
-    if (isRemoteUrl(url)) ++findings_.remote;
-    std::optional<std::string> found = isImageData(url) ? std::string(url)
-                                       : find_          ? find_(url)
-                                                        : std::nullopt;
-    if (!found && startsWithNoCase(url, "cid:")) ++findings_.unresolved;
-    result_.append("url(\"").append(found.value_or("data:,")).append("\")");
-}
-
-void CssFilter::takePunctuation(char c) {
-    ++position_;
-    if (c == '<') {
-        result_ += at(position_) == '/' || at(position_) == '!' ? "\\3c " : "<";
-        return;
-    }
-    result_ += c;
-    if (c == '[') ++brackets_;
-    if (c == ']' && brackets_ != 0) --brackets_;
-    if (!isSheet_) return;
-    if (c == '{') {
-        blocks_.push_back(inGroupRule_);
-        inSelector_ = inGroupRule_;
-        inGroupRule_ = inOtherRule_ = false;
-        brackets_ = 0;
-    } else if (c == '}') {
-        if (!blocks_.empty()) blocks_.pop_back();
-        inSelector_ = blocks_.empty() || blocks_.back();
-        brackets_ = 0;
-    } else if (c == ';' && (inOtherRule_ || inGroupRule_)) {
-        inOtherRule_ = inGroupRule_ = false;
-        inSelector_ = blocks_.empty() || blocks_.back();
-    }
+    return text;
 }
 
 }  // namespace
 
 std::string inertStyleSheet(std::string_view css, const ReferenceFinder& find, CssFindings& findings) {
-    return CssFilter(css, true, find, findings).filter();
+    return CssWriter(find, findings).sheet(readSheet(css));
 }
 
 std::string inertDeclarations(std::string_view css, const ReferenceFinder& find, CssFindings& findings) {
-    return CssFilter(css, false, find, findings).filter();
+    return CssWriter(find, findings).declarations(readDeclarations(css));
 }
 
 bool isRemoteUrl(std::string_view url) {
@@ -282,15 +277,15 @@ bool isRemoteUrl(std::string_view url) {
 }
 
 bool isImageData(std::string_view url) {
-    constexpr std::array<std::string_view, 7> kTypes = {"png", "gif", "jpeg", "jpg", "webp", "bmp", "avif"};
+    constexpr std::array<std::string_view, 7> kTypes = {"avif", "bmp", "gif", "jpeg", "jpg", "png", "webp"};
     constexpr std::string_view kStart = "data:image/";
     if (!startsWithNoCase(url, kStart)) return false;
     const std::string_view rest = url.substr(kStart.size());
     const size_t end = rest.find_first_of(";,");
     if (end == std::string_view::npos || !isOneOf(lowerCase(rest.substr(0, end)), kTypes)) return false;
     return std::all_of(url.begin(), url.end(), [](char c) {
-        return isNameCharacter(c) ? static_cast<unsigned char>(c) < 0x80
-                                  : std::string_view(":;,+/=%.").find(c) != std::string_view::npos;
+        return (lower(c) >= 'a' && lower(c) <= 'z') || (c >= '0' && c <= '9') ||
+               std::string_view("-_:;,+/=%.").find(c) != std::string_view::npos;
     });
 }
 

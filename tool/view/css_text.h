@@ -1,4 +1,5 @@
-// A sender's style sheets, rewritten so that nothing in them reaches outside.
+// A sender's style sheets, written anew from the properties and values that lay out text and pictures. All others are
+// left out.
 #pragma once
 
 #include <cstddef>
@@ -25,8 +26,8 @@ struct CssFindings {
 inline constexpr std::string_view kHtmlClass = "eml-html";
 inline constexpr std::string_view kBodyClass = "eml-body";
 
-// A style sheet, for <style>: without @import, @font-face and URLs that the message does not resolve; selectors of html
-// and body name the classes above. It cannot end the element that it stands in.
+// A style sheet, for <style>: rules whose selectors are understood (html/css_sheet.h), those of html and body for the
+// classes above. It cannot end the element that it stands in.
 std::string inertStyleSheet(std::string_view css, const ReferenceFinder& find, CssFindings& findings);
 
 // The same for the value of an attribute `style`; it must be escaped.

@@ -1,39 +1,29 @@
-// The elements of HTML that an inert copy may have.
+// The elements and attributes that an inert copy of HTML may have: an allow-list. All others are left out.
 #pragma once
 
 #include <string_view>
 
 namespace emltool {
 
-enum class ElementKind {
-    kInline,
-    kBlock,
-    kTable,     // <table>
-    kCell,      // what a table is made of
-    kVoid,      // has no content and no end tag
-    kReplaced,  // the same, and is something to see
+enum class ElementUse {
+    kKept,     // under a name of our own
+    kInside,   // only what is inside it
+    kDropped,  // with all that is inside it
 };
-
-// Groups of elements that end each other without an end tag.
-using ElementGroups = unsigned;
-inline constexpr ElementGroups kParagraphs = 1;
-inline constexpr ElementGroups kItems = 2;
-inline constexpr ElementGroups kTerms = 4;
-inline constexpr ElementGroups kCells = 8;
-inline constexpr ElementGroups kRows = 16;
-inline constexpr ElementGroups kRowGroups = 32;
 
 struct HtmlElement {
-    std::string_view name;
-    std::string_view emitted;  // what it becomes
-    ElementKind kind;
-    ElementGroups closing;   // its beginning ends an open element of these
-    ElementGroups closedBy;  // it is of these
-    ElementGroups bars;      // such elements around it stay open
+    std::string_view name;     // in the sender's HTML
+    std::string_view emitted;  // in the copy
+    bool isVoid = false;       // has no content and no end tag
 };
 
-// The row for an element, whose name is in lower case. Unknown elements become <span>, so that their styles hold; those
-// with a content that is no text of the message, or none at all, have no row: only their tags are left out.
-const HtmlElement* findElement(std::string_view name);
+// What becomes of an element of HTML; for kKept, `element` is set.
+ElementUse useOf(std::string_view name, const HtmlElement*& element);
+
+// Attributes that are passed on as they are. None of them loads, runs or sends anything.
+bool isKeptAttribute(std::string_view name);
+
+// Attributes with a URL that a browser loads by itself.
+bool isLoadingAttribute(std::string_view name);
 
 }  // namespace emltool

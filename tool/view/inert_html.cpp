@@ -4,97 +4,60 @@
 #include <array>
 #include <vector>
 
+#include "tool/html/link_target.h"
 #include "tool/text/ascii.h"
-#include "tool/text/html_tokens.h"
 #include "tool/view/html_elements.h"
 
 namespace emltool {
 
 namespace {
 
-// Elements inside more than these are left out; their text stays.
-constexpr size_t kMaxDepth = 200;
-
-// Attributes that are passed on as they are. None of them loads or runs anything.
-constexpr std::array<std::string_view, 35> kAttributes = {
-    "abbr",        "align", "alt",     "bgcolor", "border",   "bordercolor", "cellpadding",
-    "cellspacing", "class", "clear",   "color",   "cols",     "colspan",     "compact",
-    "datetime",    "dir",   "face",    "frame",   "headers",  "height",      "hspace",
-    "id",          "lang",  "noshade", "nowrap",  "reversed", "rowspan",     "rules",
-    "scope",       "size",  "span",    "start",   "summary",  "title",       "type"};
-constexpr std::array<std::string_view, 4> kMoreAttributes = {"valign", "value", "vspace", "width"};
-
-// Attributes with a URL that a browser loads by itself.
-constexpr std::array<std::string_view, 6> kLoading = {"src",    "srcset", "background",
-                                                      "poster", "data",   "dynsrc"};
-
 constexpr std::array<std::string_view, 3> kColourAttributes = {"bgcolor", "color", "text"};
 
-template <size_t N>
-bool isOneOf(std::string_view word, const std::array<std::string_view, N>& words) {
-    return std::find(words.begin(), words.end(), word) != words.end();
-}
-
-// Character references stay.
-void appendText(std::string& html, std::string_view text) {
-    for (char c : text) {
-        if (c == '<') {
-            html += "&lt;";
-        } else if (c == '>') {
-            html += "&gt;";
-        } else if (c == '"') {
-            html += "&quot;";
-        } else {
-            html += c;
-        }
-    }
-}
-
 void appendAttribute(std::string& html, std::string_view name, std::string_view value) {
-    html.append(1, ' ').append(name).append("=\"");
-    appendText(html, value);
-    html += '"';
+    html.append(1, ' ').append(name).append("=\"").append(escapeHtml(value)).append(1, '"');
 }
 
 // A colour in an attribute, as a value in a style sheet.
 std::string colourOf(std::string_view value) {
     std::string colour;
     for (char c : value) {
-        const bool isHex = (c >= '0' && c <= '9') || (lower(c) >= 'a' && lower(c) <= 'z') || c == '#';
-        if (isHex) colour += c;
+        const bool isWord = (c >= '0' && c <= '9') || (lower(c) >= 'a' && lower(c) <= 'z') || c == '#';
+        if (isWord) colour += c;
     }
     const bool isNumber = colour.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
     return isNumber && (colour.size() == 3 || colour.size() == 6) ? "#" + colour : colour;
 }
 
+// A URL as browsers read it.
+std::string urlOf(std::string_view written) {
+    std::string url(written);
+    std::erase_if(url, [](char c) { return c == '\n' || c == '\r' || c == '\t'; });
+    url.erase(0, std::min(url.find_first_not_of(' '), url.size()));
+    return url;
+}
+
 class InertBuilder {
   public:
-    explicit InertBuilder(const ReferenceFinder& find) : find_(find) {}
+    InertBuilder(const HtmlTree& tree, const ReferenceFinder& find) : tree_(tree), find_(find) {}
 
-    InertHtml build(std::string_view html);
+    InertHtml build();
 
   private:
-    struct Open {
-        std::string name;  // in the source
-        const HtmlElement* element;
-        bool isEnded;  // its end tag has come, inside elements that stay open
-    };
+    void countAll();
+    void count(uint32_t node);
+    void addInside(uint32_t node);
+    void addNode(uint32_t node);
+    void addElement(uint32_t node, const HtmlElement& element);
+    void addShell(uint32_t node);
+    void addStyleSheet(uint32_t node);
+    void addAttributes(uint32_t node);
+    void addImage(uint32_t node);
+    void addLink(uint32_t node);
+    std::string styleOf(uint32_t node);
+    std::optional<std::string> resolved(std::string_view url);
 
-    void take(const HtmlToken& token);
-    void takeRawText(const HtmlToken& token);
-    void start(const HtmlToken& token);
-    void startShell(const HtmlToken& token);
-    void end(const HtmlToken& token);
-    void closeImplied(const HtmlElement& element);
-    void count(const HtmlToken& token);
-    void appendAttributes(const HtmlToken& token, const HtmlElement& element);
-    void appendImage(const HtmlToken& token);
-    std::string styleOf(const HtmlToken& token);
-    void pop();
-    void popTo(size_t depth) {
-        while (open_.size() > depth) pop();
-    }
-
+    const HtmlTree& tree_;
     const ReferenceFinder& find_;
     InertHtml inert_;
     CssFindings css_;
@@ -102,197 +65,169 @@ class InertBuilder {
     std::string shellAttributes_;  // of the element that stands for <html>: language and direction
     std::string bodyClass_;
     std::string bodyStyle_;
-    std::vector<Open> open_;
-    size_t tooDeep_ = 0;  // elements that were left out and are open
 };
 
-void InertBuilder::pop() {
-    do {
-        body_.append("</").append(open_.back().element->emitted).append(1, '>');
-        open_.pop_back();
-    } while (!open_.empty() && open_.back().isEnded);
-}
-
-void InertBuilder::count(const HtmlToken& token) {
+void InertBuilder::count(uint32_t node) {
     BlockedContent& blocked = inert_.blocked;
-    if (token.name == "script") ++blocked.scripts;
-    if (token.name == "form") ++blocked.forms;
-    if (token.name == "link" && token.find("href") != nullptr) ++blocked.remote;
-    for (const HtmlAttribute& attribute : token.attributes) {
+    const std::string_view name = tree_.name(node);
+    if (name == "script") ++blocked.scripts;
+    if (name == "form") ++blocked.forms;
+    if (name == "link" && tree_.find(node, "href")) ++blocked.remote;
+    const bool isForeign = tree_[node].space != HtmlNamespace::kHtml;
+    for (size_t i = 0; i < tree_.attributeCount(node); ++i) {
+        const HtmlAttribute attribute = tree_.attribute(node, i);
         if (attribute.name.starts_with("on") && attribute.name.size() > 4) ++blocked.scripts;
-        if (isOneOf(attribute.name, kColourAttributes)) inert_.hasColours = true;
-        if (!isOneOf(attribute.name, kLoading)) continue;
-        std::string url = withoutReferences(attribute.value);
-        url.erase(0, std::min(url.find_first_not_of(" \t\r\n"), url.size()));
-        if (isRemoteUrl(url)) ++blocked.remote;
+        const auto* const colour =
+            std::find(kColourAttributes.begin(), kColourAttributes.end(), attribute.name);
+        if (colour != kColourAttributes.end()) inert_.hasColours = true;
+        const bool loads =
+            isLoadingAttribute(attribute.name) || (isForeign && attribute.name.ends_with("href"));
+        if (loads && isRemoteUrl(urlOf(attribute.value))) ++blocked.remote;
     }
 }
 
-// The value of "style", with what other attributes say that only a style sheet can say here.
-std::string InertBuilder::styleOf(const HtmlToken& token) {
-    std::string style;
-    if (const std::string_view* background = token.find("background")) {
-        const std::string url = withoutReferences(*background);
-        std::optional<std::string> found = find_ && !isRemoteUrl(url) ? find_(url) : std::nullopt;
-        if (found) style += "background-image:url(\"" + *found + "\");";
-        if (!found && startsWithNoCase(url, "cid:")) ++inert_.blocked.missingImages;
+// Of what is left out, too.
+void InertBuilder::countAll() {
+    for (uint32_t node = 0; node < tree_.size(); ++node) {
+        if (tree_[node].isElement) count(node);
     }
-    if (const std::string_view* written = token.find("style")) {
-        style += inertDeclarations(withoutReferences(*written), find_, css_);
-    }
-    return style;
 }
 
-void InertBuilder::appendImage(const HtmlToken& token) {
-    const std::string_view* source = token.find("src");
-    if (source == nullptr) return;
-    std::string url = withoutReferences(*source);
-    std::erase_if(url, [](char c) { return c == '\n' || c == '\r' || c == '\t'; });
-    url.erase(0, std::min(url.find_first_not_of(' '), url.size()));
+// What a reference inside the message means.
+std::optional<std::string> InertBuilder::resolved(std::string_view url) {
     std::optional<std::string> found;
     if (isImageData(url)) {
         found = url;
-    } else if (find_) {
+    } else if (find_ && !isRemoteUrl(url)) {
         found = find_(url);
     }
-    if (found) {
-        appendAttribute(body_, "src", *found);
-        inert_.anyText = true;
-    } else if (startsWithNoCase(url, "cid:")) {
-        ++inert_.blocked.missingImages;
-    }
+    if (!found && startsWithNoCase(url, "cid:")) ++inert_.blocked.missingImages;
+    return found;
 }
 
-void InertBuilder::appendAttributes(const HtmlToken& token, const HtmlElement& element) {
-    for (const HtmlAttribute& attribute : token.attributes) {
-        if (isOneOf(attribute.name, kAttributes) || isOneOf(attribute.name, kMoreAttributes)) {
-            // A link has its target there.
-            if (attribute.name == "title" && token.name == "a" && token.find("href") != nullptr) continue;
-            appendAttribute(body_, attribute.name, attribute.value);
+// The value of "style", with what other attributes say that only a style sheet can say here.
+std::string InertBuilder::styleOf(uint32_t node) {
+    std::string style;
+    if (const auto background = tree_.find(node, "background")) {
+        if (const auto found = resolved(urlOf(*background))) {
+            style += "background-image:url(\"" + *found + "\");";
         }
     }
-    const std::string style = styleOf(token);
-    if (!style.empty()) body_.append(" style=\"").append(escapeHtml(style)).append(1, '"');
-    if (token.name == "img") appendImage(token);
-    if (token.name == "a") {
-        // Where the link leads, for the eye alone.
-        if (const std::string_view* target = token.find("href")) appendAttribute(body_, "title", *target);
-    }
-    if (element.kind == ElementKind::kReplaced) inert_.anyText = true;
+    if (const auto written = tree_.find(node, "style")) style += inertDeclarations(*written, find_, css_);
+    return style;
 }
 
-// <html> and <body> are there once, whatever the sender wrote; of more of them the attributes are joined.
-void InertBuilder::startShell(const HtmlToken& token) {
+void InertBuilder::addImage(uint32_t node) {
+    const auto source = tree_.find(node, "src");
+    if (!source) return;
+    if (const auto found = resolved(urlOf(*source))) {
+        appendAttribute(body_, "src", *found);
+        inert_.anyText = true;
+    }
+}
+
+// It leads where it says, in a window of its own that knows nothing of this one.
+void InertBuilder::addLink(uint32_t node) {
+    const auto href = tree_.find(node, "href");
+    if (!href) return;
+    const std::string target = linkTarget(*href);
+    if (target.empty()) return appendAttribute(body_, "title", *href);
+    appendAttribute(body_, "href", target);
+    appendAttribute(body_, "title", target);
+    body_ += " target=\"_blank\" rel=\"noopener noreferrer nofollow\"";
+}
+
+void InertBuilder::addAttributes(uint32_t node) {
+    const std::string_view name = tree_.name(node);
+    const bool isLink = name == "a" && tree_.find(node, "href");
+    for (size_t i = 0; i < tree_.attributeCount(node); ++i) {
+        const HtmlAttribute attribute = tree_.attribute(node, i);
+        // A link has its target there.
+        const bool isTaken = isLink && attribute.name == "title";
+        if (isKeptAttribute(attribute.name) && !isTaken)
+            appendAttribute(body_, attribute.name, attribute.value);
+    }
+    const std::string style = styleOf(node);
+    if (!style.empty()) appendAttribute(body_, "style", style);
+    if (name == "img") addImage(node);
+    if (isLink) addLink(node);
+}
+
+// <html> and <body> are there once, as elements that are none.
+void InertBuilder::addShell(uint32_t node) {
     for (const std::string_view name : {"lang", "dir"}) {
-        const std::string_view* value = token.find(name);
-        if (value != nullptr && shellAttributes_.find(name) == std::string::npos) {
+        const auto value = tree_.find(node, name);
+        if (value && shellAttributes_.find(name) == std::string::npos) {
             appendAttribute(shellAttributes_, name, *value);
         }
     }
-    if (token.name != "body") return;
-    if (const std::string_view* names = token.find("class")) (bodyClass_ += ' ').append(*names);
-    if (const std::string_view* colour = token.find("bgcolor")) {
-        bodyStyle_ += "background-color:" + colourOf(withoutReferences(*colour)) + ";";
+    if (tree_.name(node) != "body") return;
+    if (const auto names = tree_.find(node, "class")) (bodyClass_ += ' ').append(*names);
+    if (const auto colour = tree_.find(node, "bgcolor")) {
+        bodyStyle_ += "background-color:" + colourOf(*colour) + ";";
     }
-    if (const std::string_view* colour = token.find("text")) {
-        bodyStyle_ += "color:" + colourOf(withoutReferences(*colour)) + ";";
-    }
-    bodyStyle_ += styleOf(token);
+    if (const auto colour = tree_.find(node, "text")) bodyStyle_ += "color:" + colourOf(*colour) + ";";
+    bodyStyle_ += styleOf(node);
 }
 
-// Closes what the beginning of an element ends: a paragraph, an item, a cell, a row.
-void InertBuilder::closeImplied(const HtmlElement& element) {
-    if (element.closing == 0) return;
-    for (size_t i = open_.size(); i-- != 0;) {
-        if (i >= open_.size()) continue;  // ended together with the one after it
-        const HtmlElement& each = *open_[i].element;
-        const bool isClosed = each.closedBy != 0 && (element.closing & each.closedBy) != 0;
-        const bool isBarred = (each.bars & element.closing) != 0;
-        if (isClosed) popTo(i);
-        if (isBarred) return;
-    }
+void InertBuilder::addStyleSheet(uint32_t node) {
+    std::string css;
+    for (uint32_t child = node + 1; child < tree_[node].end; ++child) css += tree_.text(child);
+    const auto media = tree_.find(node, "media");
+    if (media && !media->empty()) css = "@media " + std::string(*media) + '{' + css + '}';
+    inert_.styles += inertStyleSheet(css, find_, css_);
 }
 
-void InertBuilder::start(const HtmlToken& token) {
-    if (token.name == "html" || token.name == "body") return startShell(token);
-    const HtmlElement* element = findElement(token.name);
-    if (element == nullptr) return;
-    closeImplied(*element);
-    const bool isVoid = element->kind == ElementKind::kVoid || element->kind == ElementKind::kReplaced;
-    if (!isVoid && open_.size() == kMaxDepth) {
-        ++tooDeep_;
-        return;
-    }
-    body_.append(1, '<').append(element->emitted);
-    appendAttributes(token, *element);
+void InertBuilder::addElement(uint32_t node, const HtmlElement& element) {
+    body_.append(1, '<').append(element.emitted);
+    addAttributes(node);
     body_ += '>';
-    if (!isVoid) open_.push_back({token.name, element, false});
+    if (element.name == "hr") inert_.anyText = true;
+    if (element.isVoid) return;
+    const uint32_t first = node + 1;
+    const bool beginsLine = element.emitted == "pre" && first < tree_[node].end && !tree_[first].isElement &&
+                            tree_.text(first).starts_with('\n');
+    if (beginsLine) body_ += '\n';  // the first one is not read
+    addInside(node);
+    body_.append("</").append(element.emitted).append(1, '>');
 }
 
-void InertBuilder::end(const HtmlToken& token) {
-    const HtmlElement* element = findElement(token.name);
-    if (element == nullptr) return;
-    if (tooDeep_ != 0) {
-        --tooDeep_;
+void InertBuilder::addNode(uint32_t node) {
+    if (!tree_[node].isElement) {
+        const std::string_view text = tree_.text(node);
+        body_ += escapeHtml(text);
+        if (text.find_first_not_of(" \t\r\n") != std::string_view::npos) inert_.anyText = true;
         return;
     }
-    bool isInsideBlock = false;
-    for (size_t i = open_.size(); i-- != 0;) {
-        Open& open = open_[i];
-        if (open.name == token.name && !open.isEnded) {
-            if (isInsideBlock && element->kind == ElementKind::kInline) {
-                open.isEnded = true;
-            } else {
-                popTo(i);
-            }
-            return;
-        }
-        // An end tag inside a cell does not end what is around the table.
-        if (open.element->kind == ElementKind::kCell && element->kind != ElementKind::kCell &&
-            element->kind != ElementKind::kTable) {
-            return;
-        }
-        isInsideBlock = isInsideBlock || open.element->kind != ElementKind::kInline;
-    }
-}
-
-void InertBuilder::takeRawText(const HtmlToken& token) {
-    if (token.name == "style") {
-        (inert_.styles += inertStyleSheet(token.text, find_, css_)) += '\n';
-        return;
-    }
-    const bool isText = token.name == "textarea" || token.name == "xmp" || token.name == "plaintext";
-    if (!isText) return;
-    body_ += escapeHtml(token.text);
-    inert_.anyText = true;
-}
-
-void InertBuilder::take(const HtmlToken& token) {
-    switch (token.kind) {
-        case HtmlToken::Kind::kText:
-            appendText(body_, token.text);
-            if (token.text.find_first_not_of(" \t\r\n") != std::string_view::npos) inert_.anyText = true;
+    if (tree_[node].space != HtmlNamespace::kHtml) return;
+    const std::string_view name = tree_.name(node);
+    if (name == "style") return addStyleSheet(node);
+    if (name == "head") return addInside(node);
+    const HtmlElement* element = nullptr;
+    switch (useOf(name, element)) {
+        case ElementUse::kKept:
+            addElement(node, *element);
             break;
-        case HtmlToken::Kind::kRawText:
-            takeRawText(token);
+        case ElementUse::kInside:
+            if (name == "html" || name == "body") addShell(node);
+            addInside(node);
             break;
-        case HtmlToken::Kind::kStart:
-            count(token);
-            start(token);
-            break;
-        case HtmlToken::Kind::kEnd:
-            end(token);
+        case ElementUse::kDropped:
             break;
     }
 }
 
-InertHtml InertBuilder::build(std::string_view html) {
-    HtmlTokenizer tokenizer(html);
-    for (HtmlToken token; tokenizer.next(token);) take(token);
-    popTo(0);
+// As deep as the tree, at most.
+void InertBuilder::addInside(uint32_t node) {
+    for (uint32_t child = node + 1; child < tree_[node].end; child = tree_[child].end) addNode(child);
+}
+
+InertHtml InertBuilder::build() {
+    countAll();
+    if (!tree_.empty()) addNode(0);
     inert_.html = "<div class=\"" + std::string(kHtmlClass) + "\"" + shellAttributes_ + "><div";
     appendAttribute(inert_.html, "class", std::string(kBodyClass) + bodyClass_);
-    if (!bodyStyle_.empty()) inert_.html += " style=\"" + escapeHtml(bodyStyle_) + "\"";
+    if (!bodyStyle_.empty()) appendAttribute(inert_.html, "style", bodyStyle_);
     inert_.html.append(1, '>').append(body_).append("</div></div>");
     inert_.blocked.remote += css_.remote;
     inert_.blocked.missingImages += css_.unresolved;
@@ -303,11 +238,8 @@ InertHtml InertBuilder::build(std::string_view html) {
 
 }  // namespace
 
-InertHtml makeInert(std::string_view html, const ReferenceFinder& find) {
-    // Browsers treat zero bytes differently. All are removed first, so that none can hide a name.
-    std::string whole(html);
-    std::erase(whole, '\0');
-    return InertBuilder(find).build(whole);
+InertHtml makeInert(const HtmlTree& tree, const ReferenceFinder& find) {
+    return InertBuilder(tree, find).build();
 }
 
 std::string escapeHtml(std::string_view text) {

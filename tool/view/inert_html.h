@@ -1,11 +1,12 @@
-// A sender's HTML, made anew from the elements and attributes that lay out text and pictures. All others are left out:
-// what runs, loads, sends or leads elsewhere. The page that shows it forbids all of that once more.
+// A sender's HTML, made anew from the elements, attributes and properties that lay out text and pictures. All others are
+// left out: what runs, loads or sends. Links stay links. The page that shows it forbids all of that once more.
 #pragma once
 
 #include <cstddef>
 #include <string>
 #include <string_view>
 
+#include "tool/html/html_tree.h"
 #include "tool/view/css_text.h"
 
 namespace emltool {
@@ -31,8 +32,8 @@ struct InertHtml {
     bool anyText = false;      // there is something to see
 };
 
-// `html` is UTF-8. `find` may be empty.
-InertHtml makeInert(std::string_view html, const ReferenceFinder& find = {});
+// `find` may be empty.
+InertHtml makeInert(const HtmlTree& tree, const ReferenceFinder& find = {});
 
 // `text` for an element or a quoted attribute of HTML.
 std::string escapeHtml(std::string_view text);

@@ -2,6 +2,8 @@
 
 #include <vector>
 
+#include "tool/html/html_document.h"
+#include "tool/html/html_parser.h"
 #include "tool/text/format.h"
 #include "tool/view/page_parts.h"
 #include "tool/view/style.h"
@@ -49,6 +51,14 @@ std::string quoteRuns(std::string_view text) {
     return result;
 }
 
+// What nobody sees is worth a word where it is more than what can be seen.
+std::string hiddenNote(const HtmlTree& tree) {
+    const HtmlDocument document = readHtml(tree);
+    if (document.hiddenLength <= document.visibleLength) return "";
+    return note(
+        formatted("The message hides more text ({} characters) than it shows.", document.hiddenLength));
+}
+
 }  // namespace
 
 std::string blockedText(const BlockedContent& blocked) {
@@ -63,9 +73,15 @@ std::string blockedText(const BlockedContent& blocked) {
 }
 
 std::string htmlBody(std::string_view html, const ReferenceFinder& find) {
-    const InertHtml inert = makeInert(html, find);
+    const ParsedHtml parsed = parseHtml(html);
+    if (!parsed.problem.empty()) {
+        return note(shown("The HTML is not shown: " + parsed.problem + ". This is its source.")) +
+               textBody(html);
+    }
+    const InertHtml inert = makeInert(parsed.tree, find);
     const std::string_view theme = themeOf(inert);
-    std::string section;
+    std::string section = hiddenNote(parsed.tree);
+    if (parsed.isNestedTooDeep) section += note("Some elements are nested too deep; their text is shown.");
     const std::string refused = blockedText(inert.blocked);
     if (!refused.empty()) section += note("Blocked: " + refused + ".");
     if (inert.blocked.missingImages != 0) {
@@ -80,7 +96,8 @@ std::string htmlBody(std::string_view html, const ReferenceFinder& find) {
         "<div class=\"copy\" inert aria-hidden=\"true\"><div class=\"host\"><template "
         "shadowrootmode=\"closed\">"
         "<style>{1}{5}</style><style>{2}</style>{3}</template></div></div>\n"
-        "<iframe sandbox=\"\" title=\"The message as its sender made it\" referrerpolicy=\"no-referrer\" "
+        "<iframe sandbox=\"allow-popups allow-popups-to-escape-sandbox\" title=\"The message as its sender "
+        "made it\" referrerpolicy=\"no-referrer\" "
         "srcdoc=\"{4}\"></iframe>\n</div>\n",
         theme, kMailStyle, inert.styles, inert.html, escapeHtml(frameDocument(inert, theme)),
         theme == "plain" ? kPlainMailStyle : std::string_view());

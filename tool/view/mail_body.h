@@ -9,7 +9,8 @@
 
 namespace emltool {
 
-// A body in HTML, UTF-8: in a frame that is sandboxed and carries the policy of the page.
+// A body in HTML, UTF-8: in a frame that is sandboxed and carries the policy of the page. A link opens in a window of its
+// own, which the sandbox is not around, for the page that it leads to would not work there.
 //
 // A frame has no height of its own unless a script measures it, and a printer cuts it off. So the inert HTML is there
 // twice: under the frame lies a copy of the same width that nobody sees, inside an element that clips it. It gives the

@@ -18,24 +18,55 @@ struct Row {
 
 TEST(CssText, NothingReachesOutside) {
     const Row rows[] = {
-        {"p{margin:0}", "p{margin:0}"},
-        {"p{background:url(http://a/b)}", "p{background:url(\"data:,\")}"},
-        {"p{background:URL( 'http://a/b' ) no-repeat}", "p{background:url(\"data:,\") no-repeat}"},
-        {"p{background:u\\72l(http://a)}", "p{background:url(\"data:,\")}"},
-        {"p{background:u\\000072 l(http://a)}", "p{background:url(\"data:,\")}"},
-        {"p{background:ur\\6c\n(http://a)}", "p{background:url(\"data:,\")}"},
-        {"p{background:url(http://a", "p{background:url(\"data:,\")"},
-        {"p{background:url(\"http://a", "p{background:url(\"data:,\")"},
-        {"p{background:url()}", "p{background:url(\"data:,\")}"},
-        {"p{background:image-set(\"http://a\" 1x)}", "p{background:x-image-set(\"http://a\" 1x)}"},
+        {"p{margin:0}", "p{margin:0}\n"},
+        {"p{background:url(http://a/b)}", "p{background:url(\"data:,\")}\n"},
+        {"p{background:URL( 'http://a/b' ) no-repeat}", "p{background:url(\"data:,\") no-repeat}\n"},
+        {"p{background:u\\72l(http://a)}", "p{background:url(\"data:,\")}\n"},
+        {"p{background:u\\000072 l(http://a)}", "p{background:url(\"data:,\")}\n"},
+        {"p{background:ur\\6c\n(http://a)}", "p{background:url(\"data:,\")}\n"},
+        {"p{background:url(http://a", "p{background:url(\"data:,\")}\n"},
+        {"p{background:url(\"http://a", "p{background:url(\"data:,\")}\n"},
+        {"p{background:url()}", "p{background:url(\"data:,\")}\n"},
+        {"p{background:image-set(\"http://a\" 1x)}", ""},
+        {"p{background:-webkit-image-set(\"http://a\" 1x)}", ""},
+        {"p{background:src(\"http://a\")}", ""},
+        {"p{color:var(--x)}p{--x:url(http://a)}", ""},
+        {"p{width:expression(alert(1));behavior:url(x);-moz-binding:url(x)}", ""},
+        {"p{content:'x';cursor:url(http://a);filter:url(x);mask:url(x);src:url(x)}", ""},
+        {"p{position:fixed;animation:x;transition:all}", ""},
         {"p{background:url(data:image/png;base64,AA==)}",
-         "p{background:url(\"data:image/png;base64,AA==\")}"},
-        {"@import 'http://a';p{}", "@x-import 'http://a';p{}"},
-        {"@\\69mport url(http://a);", "@x-import url(\"data:,\");"},
-        {"@font-face{src:url(http://a)}", "@x-font-face{src:url(\"data:,\")}"},
-        {"a/*b*/c", "a c"},
-        {"a/*b", "a "},
-        {"<!--p{}-->", "p{}"},
+         "p{background:url(\"data:image/png;base64,AA==\")}\n"},
+        {"@import 'http://a';p{margin:0}", "p{margin:0}\n"},
+        {"@\\69mport url(http://a);p{margin:0}", "p{margin:0}\n"},
+        {"@font-face{src:url(http://a)}p{margin:0}", "p{margin:0}\n"},
+        {"@namespace x 'y';@charset 'z';@page{margin:0}@keyframes k{from{top:0}}p{margin:0}",
+         "p{margin:0}\n"},
+        {"p{margin/*b*/:0/*c", "p{margin:0}\n"},
+        {"<!--p{margin:0}-->", "p{margin:0}\n"},
+    };
+    for (const Row& row : rows) {
+        CssFindings findings;
+        EXPECT_EQ(inertStyleSheet(row.css, {}, findings), row.inert) << row.css;
+    }
+}
+
+TEST(CssText, WhatIsUnderstoodIsWrittenAnew) {
+    const Row rows[] = {
+        {"P.a > #b,[x='y' I]~i:first-child{COLOR:Red!important;margin:-1px +.5em 0}",
+         "p.a > #b,[x=\"y\" i] ~ i:first-child{color:Red !important;margin:-1px +.5em 0}\n"},
+        {"a:hover,b::before,c:has(d){top:0}", "a:hover{top:0}\n"},
+        {"li:nth-child( 2n + 1 ){top:0}li:nth-child(odd){top:0}",
+         "li:nth-child(2n+1){top:0}\nli:nth-child(2n+1){top:0}\n"},
+        {".\\31 x{top:0}", ".\\31 x{top:0}\n"},
+        {"@media screen and (max-width:600px){p{width:100%!important}}",
+         "@media screen and (max-width:600px){p{width:100% !important}}\n"},
+        {"@media a{@media b{p{top:0}}}", "@media a{@media b{p{top:0}}}\n"},
+        {"p{font:12px/1.5 \"A B\",serif;width:calc(100% - 2px)}",
+         "p{font:12px/1.5 \"A B\",serif;width:calc(100% - 2px)}\n"},
+        {"p{color:red;;:x;y;z:;top:0}", "p{color:red;top:0}\n"},
+        {"p{top:0", "p{top:0}\n"},
+        {"}p{top:0}", ""},
+        {"p{font-family:'a\\22 b\\\\c'}", "p{font-family:\"a\\22 b\\5c c\"}\n"},
     };
     for (const Row& row : rows) {
         CssFindings findings;
@@ -58,17 +89,16 @@ TEST(CssText, TheElementAroundItCannotBeEnded) {
 // In the page itself there is no <body> of the sender, and the element around the copy is not his.
 TEST(CssText, SelectorsOfTheWholePageNameTheCopy) {
     const Row rows[] = {
-        {"body{margin:0}", ".eml-body{margin:0}"},
-        {"html,BODY p{}", ".eml-html,.eml-body p{}"},
-        {":root{}", ".eml-html{}"},
-        {".body,#html{}", ".body,#html{}"},
-        {"p{font-family:body}", "p{font-family:body}"},
-        {"[x=body]{}", "[x=body]{}"},
-        {"@media (max-width:1px){body{}}body{}", "@media (max-width:1px){.eml-body{}}.eml-body{}"},
-        {"@page{margin:0}body{}", "@page{margin:0}.eml-body{}"},
-        {"@import x;body{}", "@x-import x;.eml-body{}"},
-        {"p{}}body{}", "p{}}.eml-body{}"},
-        {":host{}:host(p){}", ":x-host{}:x-host(p){}"},
+        {"body{top:0}", ".eml-body{top:0}\n"},
+        {"html,BODY p{top:0}", ".eml-html,.eml-body p{top:0}\n"},
+        {":root{top:0}", ".eml-html{top:0}\n"},
+        {".body,#html{top:0}", ".body,#html{top:0}\n"},
+        {"p{font-family:body}", "p{font-family:body}\n"},
+        {"[x=body]{top:0}", "[x=\"body\"]{top:0}\n"},
+        {"@media (max-width:1px){body{top:0}}body{top:0}",
+         "@media (max-width:1px){.eml-body{top:0}}\n.eml-body{top:0}\n"},
+        {"@import x;body{top:0}", ".eml-body{top:0}\n"},
+        {":host{top:0}:host(p){top:0}", ""},
     };
     for (const Row& row : rows) {
         CssFindings findings;

@@ -4,13 +4,29 @@
 
 #include <string>
 
+#include "tool/html/html_parser.h"
+
 namespace {
 
 using emltool::BlockedContent;
 using emltool::escapeHtml;
 using emltool::InertHtml;
-using emltool::makeInert;
+using emltool::ReferenceFinder;
 using namespace std::string_literals;
+
+InertHtml makeInert(const std::string& html, const ReferenceFinder& find = {}) {
+    const emltool::ParsedHtml parsed = emltool::parseHtml(html);
+    EXPECT_EQ(parsed.problem, "");
+    return emltool::makeInert(parsed.tree, find);
+}
+
+// Without the library, which there is rarely for 32 bits.
+class InertHtmlTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        if (!emltool::readsHtml()) GTEST_SKIP() << emltool::htmlLack();
+    }
+};
 
 // What is inside the two elements that stand for <html> and <body>.
 std::string inertOf(const std::string& html) {
@@ -26,14 +42,16 @@ struct Row {
     std::string inert;
 };
 
-TEST(InertHtml, KeepsWhatLaysOutText) {
+TEST_F(InertHtmlTest, KeepsWhatLaysOutText) {
     const Row rows[] = {
         {"<b>bold</b>", "<b>bold</b>"},
         {"<P ALIGN=center>x</P>", "<p align=\"center\">x</p>"},
-        {"a &amp; b &lt;c&gt; &eacute;", "a &amp; b &lt;c&gt; &eacute;"},
+        {"a &amp; b &lt;c&gt; &eacute;", "a &amp; b &lt;c&gt; é"},
         {"5 > 4 \"q\"", "5 &gt; 4 &quot;q&quot;"},
         {"<br/>x<hr>", "<br>x<hr>"},
-        {"<td width=5% nowrap>", "<td width=\"5%\" nowrap=\"\"></td>"},
+        {"<table><td width=5% nowrap>",
+         "<table><tbody><tr><td width=\"5%\" nowrap=\"\"></td></tr></tbody></table>"},
+        {"<td>no table</td>", "no table"},
         {"<font color='red' face=Arial>x</font>", "<font color=\"red\" face=\"Arial\">x</font>"},
         {"<o:p>x</o:p>", "<span>x</span>"},
         {"<blink>x</blink>", "<span>x</span>"},
@@ -45,7 +63,7 @@ TEST(InertHtml, KeepsWhatLaysOutText) {
     for (const Row& row : rows) EXPECT_EQ(inertOf(row.html), row.inert) << row.html;
 }
 
-TEST(InertHtml, LeavesOutWhatRunsLoadsSendsOrLeadsElsewhere) {
+TEST_F(InertHtmlTest, LeavesOutWhatRunsLoadsSendsOrLeadsElsewhere) {
     const Row rows[] = {
         {"<link rel=preconnect href=http://x>", ""},
         {"<LINK>", ""},
@@ -62,11 +80,11 @@ TEST(InertHtml, LeavesOutWhatRunsLoadsSendsOrLeadsElsewhere) {
         {"<title>t</title>x", "x"},
         {"<iframe src=http://x>inside</iframe>x", "x"},
         {"<noscript>x</noscript>", "x"},
-        {"<object data=http://x>other</object>", "other"},
+        {"<object data=http://x>other</object>x", "x"},
         {"<embed src=http://x>", ""},
-        {"<video src=x poster=y>other</video>", "other"},
-        {"<svg onload=a()><image href=http://x /><text>t</text></svg>", "<span><span>t</span></span>"},
-        {"<template shadowrootmode=open>x</template>", "x"},
+        {"<video src=x poster=y>other</video>x", "x"},
+        {"<svg onload=a()><image href=http://x /><text>t</text></svg>", ""},
+        {"<template shadowrootmode=open>x</template>y", "y"},
         {"</template></div></main>x", "x"},
         {"<form action=http://x><input name=a><button formaction=y>Send</button></form>",
          "<div><span>Send</span></div>"},
@@ -89,49 +107,51 @@ TEST(InertHtml, LeavesOutWhatRunsLoadsSendsOrLeadsElsewhere) {
     for (const Row& row : rows) EXPECT_EQ(inertOf(row.html), row.inert) << row.html;
 }
 
-// A link leads nowhere; the eye can see where it would.
-TEST(InertHtml, LinksBecomeTheirTitle) {
+TEST_F(InertHtmlTest, LinksStayLinksAndTellTheirTarget) {
     const Row rows[] = {
-        {"<A HREF=http://x/y ping=z>y</A>", "<x-a title=\"http://x/y\">y</x-a>"},
-        {"<a href=\"http://x\" title=\"http://bank\">y</a>", "<x-a title=\"http://x\">y</x-a>"},
-        {"<a href='java&#115;cript:a(\"b\")'>y</a>",
-         "<x-a title=\"java&#115;cript:a(&quot;b&quot;)\">y</x-a>"},
-        {"<a name=top>y</a>", "<x-a>y</x-a>"},
+        {"<A HREF=http://x/y ping=z>y</A>",
+         "<a href=\"http://x/y\" title=\"http://x/y\" target=\"_blank\" rel=\"noopener noreferrer "
+         "nofollow\">y</a>"},
+        {"<a href=\"http://x\" title=\"http://bank\">y</a>",
+         "<a href=\"http://x\" title=\"http://x\" target=\"_blank\" rel=\"noopener noreferrer "
+         "nofollow\">y</a>"},
+        {"<a href='java&#115;cript:a(\"b\")'>y</a>", "<a title=\"javascript:a(&quot;b&quot;)\">y</a>"},
+        {"<a name=top>y</a>", "<a>y</a>"},
     };
     for (const Row& row : rows) EXPECT_EQ(inertOf(row.html), row.inert) << row.html;
 }
 
 // Nothing that the sender opens stays open, and nothing that he closes is ours.
-TEST(InertHtml, EveryElementIsClosedInOrder) {
+TEST_F(InertHtmlTest, EveryElementIsClosedInOrder) {
     const Row rows[] = {
         {"<b>x", "<b>x</b>"},
         {"x</b></div></body></html>", "x"},
-        {"<b><i>x</b>y</i>z", "<b><i>x</i></b>yz"},
+        {"<b><i>x</b>y</i>z", "<b><i>x</i></b><i>y</i>z"},
         {"<p>a<p>b", "<p>a</p><p>b</p>"},
         {"<ul><li>a<li>b<ul><li>c</ul><li>d</ul>",
          "<ul><li>a</li><li>b<ul><li>c</li></ul></li><li>d</li></ul>"},
         {"<li><p>a<li>b", "<li><p>a</p></li><li>b</li>"},
         {"<table><tr><td>a<td>b<tr><td>c</table>d",
-         "<table><tr><td>a</td><td>b</td></tr><tr><td>c</td></tr></table>d"},
-        {"<table><tr><td></div></span>a</table>", "<table><tr><td>a</td></tr></table>"},
-        {"<div><table><tr><td></div>a</td></tr></table>b</div>",
-         "<div><table><tr><td>a</td></tr></table>b</div>"},
-        {"<b><div>x</b>y</div>z", "<b><div>xy</div></b>z"},
+         "<table><tbody><tr><td>a</td><td>b</td></tr><tr><td>c</td></tr></tbody></table>d"},
+        {"<table><tr><td></div></span>a</table>", "<table><tbody><tr><td>a</td></tr></tbody></table>"},
+        {"<div><table><tr><td></div>a</td></tr></tbody></table>b</div>",
+         "<div><table><tbody><tr><td>a</td></tr></tbody></table>b</div>"},
+        {"<b><div>x</b>y</div>z", "<b></b><div><b>x</b>y</div>z"},
         {"<dl><dt>a<dd>b<dt>c</dl>", "<dl><dt>a</dt><dd>b</dd><dt>c</dt></dl>"},
-        {"<p><table><tr><td><p>x</table>", "<p></p><table><tr><td><p>x</p></td></tr></table>"},
+        {"<p><table><tr><td><p>x</table>", "<p></p><table><tbody><tr><td><p>x</p></td></tr></tbody></table>"},
     };
     for (const Row& row : rows) EXPECT_EQ(inertOf(row.html), row.inert) << row.html;
 }
 
-TEST(InertHtml, OfDeepNestingTheTextStays) {
+TEST_F(InertHtmlTest, OfDeepNestingTheTextStays) {
     std::string deep;
     for (int i = 0; i < 5000; ++i) deep += "<div>";
     const std::string inert = inertOf(deep + "x");
     EXPECT_NE(inert.find('x'), std::string::npos);
-    EXPECT_LT(inert.size(), size_t{5000});
+    EXPECT_LT(inert.size(), size_t{6000});
 }
 
-TEST(InertHtml, TheBodyKeepsItsColoursLanguageAndClass) {
+TEST_F(InertHtmlTest, TheBodyKeepsItsColoursLanguageAndClass) {
     const InertHtml inert = makeInert(
         "<html lang=de><body bgcolor=112233 text='#eee' class='a&quot;b' style='margin:0' "
         "background=http://x>x");
@@ -141,8 +161,8 @@ TEST(InertHtml, TheBodyKeepsItsColoursLanguageAndClass) {
     EXPECT_TRUE(inert.hasColours);
 }
 
-TEST(InertHtml, ReferencesInsideTheMessageBecomeData) {
-    const emltool::ReferenceFinder find = [](std::string_view reference) -> std::optional<std::string> {
+TEST_F(InertHtmlTest, ReferencesInsideTheMessageBecomeData) {
+    const ReferenceFinder find = [](std::string_view reference) -> std::optional<std::string> {
         if (reference == "cid:1@x" || reference == "logo.png") return "data:image/png;base64,AA";
         return std::nullopt;
     };
@@ -157,7 +177,7 @@ TEST(InertHtml, ReferencesInsideTheMessageBecomeData) {
         {"<img src=' cid:1@\nx '>", "<img>", 1},  // a blank at its end belongs to it
         {"<img src=logo.png>", "<img src=\"data:image/png;base64,AA\">", 0},
         {"<img src=cid:2@x>", "<img>", 1},
-        {"<td background=cid:1@x>",
+        {"<table><td background=cid:1@x>",
          "<td style=\"background-image:url(&quot;data:image/png;base64,AA&quot;);\"></td>", 0},
         {"<p style='background:url(cid:1@x)'>",
          "<p style=\"background:url(&quot;data:image/png;base64,AA&quot;)\"></p>", 0},
@@ -169,14 +189,14 @@ TEST(InertHtml, ReferencesInsideTheMessageBecomeData) {
     }
 }
 
-TEST(InertHtml, StyleSheetsAreCollected) {
-    const InertHtml inert = makeInert("<style>p{color:red}</style>x<style media=print>b{}</STYLE>y");
-    EXPECT_EQ(inert.styles, "p{color:red}\nb{}\n");
+TEST_F(InertHtmlTest, StyleSheetsAreCollected) {
+    const InertHtml inert = makeInert("<style>p{color:red}</style>x<style media=print>b{top:0}</STYLE>y");
+    EXPECT_EQ(inert.styles, "p{color:red}\n@media print{b{top:0}}\n");
     EXPECT_NE(inert.html.find(">xy<"), std::string::npos);
     EXPECT_TRUE(inert.hasColours);
 }
 
-TEST(InertHtml, TellsWhetherTheMailHasColoursOfItsOwn) {
+TEST_F(InertHtmlTest, TellsWhetherTheMailHasColoursOfItsOwn) {
     struct Found {
         const char* html;
         bool colours;
@@ -189,7 +209,7 @@ TEST(InertHtml, TellsWhetherTheMailHasColoursOfItsOwn) {
         {"<p style='background:#fff'>x</p>", true, false},
         {"<p style='border-color:red'>x</p>", false, false},
         {"<font color=red>x</font>", true, false},
-        {"<td bgcolor=white>", true, false},
+        {"<table><td bgcolor=white>", true, false},
         {"<style>.color{margin:0}</style>", false, false},
         {"<style>@media (prefers-color-scheme: dark){p{margin:0}}</style>", false, true},
     };
@@ -200,7 +220,7 @@ TEST(InertHtml, TellsWhetherTheMailHasColoursOfItsOwn) {
     }
 }
 
-TEST(InertHtml, CountsWhatTheMessageAsksFor) {
+TEST_F(InertHtmlTest, CountsWhatTheMessageAsksFor) {
     struct Found {
         const char* html;
         size_t scripts, remote, missing, forms;
@@ -247,7 +267,7 @@ TEST(InertHtml, CountsWhatTheMessageAsksFor) {
     EXPECT_FALSE(makeInert("<p>nothing</p>").blocked.any());
 }
 
-TEST(InertHtml, EscapedTextStaysText) {
+TEST_F(InertHtmlTest, EscapedTextStaysText) {
     EXPECT_EQ(escapeHtml("<a b=\"c\" d='e'>&amp;"), "&lt;a b=&quot;c&quot; d=&#39;e&#39;&gt;&amp;amp;");
     EXPECT_EQ(escapeHtml("\0x"s), "x");
 }

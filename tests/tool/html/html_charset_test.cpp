@@ -1,4 +1,4 @@
-#include "tool/text/html_charset.h"
+#include "tool/html/html_charset.h"
 
 #include <gtest/gtest.h>
 

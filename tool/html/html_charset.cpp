@@ -1,7 +1,7 @@
-#include "tool/text/html_charset.h"
+#include "tool/html/html_charset.h"
 
+#include "tool/html/html_parser.h"
 #include "tool/text/ascii.h"
-#include "tool/text/html_tokens.h"
 
 namespace emltool {
 
@@ -23,12 +23,12 @@ std::string charsetIn(std::string_view content) {
 
 std::string metaCharset(std::string_view html) {
     constexpr size_t kExamined = 4096;
-    HtmlTokenizer tokenizer(html.substr(0, kExamined));
-    for (HtmlToken token; tokenizer.next(token);) {
-        if (token.kind != HtmlToken::Kind::kStart || token.name != "meta") continue;
-        if (const std::string_view* charset = token.find("charset")) return lowerCase(*charset);
-        const std::string_view* content = token.find("content");
-        std::string found = content == nullptr ? "" : charsetIn(withoutReferences(*content));
+    const HtmlTree tree = parseHtml(html.substr(0, kExamined)).tree;
+    for (size_t node = 0; node < tree.size(); ++node) {
+        if (tree.name(node) != "meta") continue;
+        if (const auto charset = tree.find(node, "charset")) return lowerCase(*charset);
+        const auto content = tree.find(node, "content");
+        std::string found = content ? charsetIn(*content) : "";
         if (!found.empty()) return found;
     }
     return "";
