@@ -9,6 +9,7 @@
 #include "tool/cli/command.h"
 #include "tool/commands/message_arguments.h"
 #include "tool/message/message_file.h"
+#include "tool/message/message_markdown.h"
 #include "tool/message/rendering.h"
 #include "tool/system/document_file.h"
 #include "tool/system/write_pieces.h"
@@ -21,7 +22,7 @@ namespace emltool {
 
 namespace {
 
-constexpr std::array<std::string_view, 3> kFormWords = {"html", "rtf", "text"};  // Form
+constexpr std::array<std::string_view, 4> kFormWords = {"html", "rtf", "text", "markdown"};  // Form
 constexpr Choices kFormChoices{"to", "form", kFormWords};
 
 std::string_view nameOf(Form form) { return kFormWords[static_cast<size_t>(form)]; }
@@ -36,11 +37,13 @@ struct Rendering {
 class RenderRun final : public CommandRun {
   public:
     explicit RenderRun(CLI::App& app) : messages_(app, MessageArguments::Count::kOne) {
-        app.add_option("--to", to_, "html, rtf or text (the default)")->type_name("FORM");
+        app.add_option("--to", to_, "html, rtf, text (the default) or markdown")->type_name("FORM");
         app.add_option("--charset", charset_,
                        "charset id of the text; 0 leaves it unchanged (default: 53, UTF-8)")
             ->type_name("ID");
         app.add_flag("--body-only", bodyOnly_, "leave out the header block");
+        app.add_flag("--attachments", withAttachments_,
+                     "markdown: add the text of attachments that are text");
         app.add_option("-o,--output", outputPath_, "file to write; - is standard output (the default)")
             ->type_name("OUT");
         app.add_flag("--overwrite", overwrite_, "replace the file if it exists");
@@ -59,12 +62,23 @@ class RenderRun final : public CommandRun {
                           "the text as it is",
                           charset_));
         }
+        if (withAttachments_ && form != Form::kMarkdown) {
+            throw usageProblem("--attachments belongs to --to=markdown");
+        }
+        if (form == Form::kMarkdown && options.reading != Reading::kMime) {
+            throw usageProblem("--to=markdown is what the MIME reader gives");
+        }
         MessageFile file(messages_.message(), messages_.force());
+        if (form == Form::kMarkdown) return write(console, file, markdown(console, file, *charset), form);
         if ((file.message().describe(0).flags & EML_SUB_FILE_ENCRYPTED) != 0) {
             throw Problem(ExitCode::kEncrypted, "encrypted", file.name(),
                           "encrypted (S/MIME); only the header can be shown");
         }
-        const Rendering rendering = choose(console, file, form, *charset);
+        return write(console, file, choose(console, file, form, *charset), form);
+    }
+
+  private:
+    ExitCode write(Console& console, MessageFile& file, const Rendering& rendering, Form form) const {
         bool toTerminal = outputPath_.empty() && ::isatty(STDOUT_FILENO) != 0;
         if (form == Form::kHtml && (toTerminal || !outputPath_.empty())) {
             console.warn(
@@ -82,7 +96,16 @@ class RenderRun final : public CommandRun {
         return ExitCode::kDone;
     }
 
-  private:
+    Rendering markdown(Console& console, MessageFile& file, uint32_t charset) const {
+        std::optional<MarkdownText> made = messageMarkdown(file, {bodyOnly_, withAttachments_});
+        if (!made) {
+            throw Problem(ExitCode::kEncrypted, "encrypted", file.name(),
+                          "encrypted; only the header can be shown");
+        }
+        for (const Warning& warning : made->warnings) console.warn(file.name(), warning.text);
+        return {0, 0, inCharset(std::move(made->text), file, charset)};
+    }
+
     // The library chooses among the bodies that the message has: rich asks for HTML, then RTF, first.
     Rendering choose(Console& console, MessageFile& file, Form form, uint32_t charset) const {
         uint32_t options = form == Form::kText ? 0 : EML_EXTRACT_PREFER_RICH;
@@ -169,6 +192,7 @@ class RenderRun final : public CommandRun {
     std::string outputPath_;
     std::string charset_ = "53";
     bool bodyOnly_ = false;
+    bool withAttachments_ = false;
     bool overwrite_ = false;
 };
 
@@ -178,13 +202,15 @@ std::unique_ptr<CommandRun> declareRender(CLI::App& app) { return std::make_uniq
 
 const Command kRenderCommand = {
     "render",
-    "the message as one document: HTML, RTF or text",
+    "the message as one document: HTML, RTF, text or Markdown",
     "FILE",
-    "A header block and the body, in a form that the message has. The HTML is the sender's, scripts and\n"
-    "all, with header values unescaped: never open it outside a sandbox.\n\n"
+    "A header block and the body, in a form that the message has; or Markdown, made from any of them.\n"
+    "The HTML is the sender's, scripts and all, with header values unescaped: never open it outside a\n"
+    "sandbox.\n\n"
     "Examples:\n"
     "  eml render message.eml\n"
-    "  eml render --to=html -o message.html message.eml\n",
+    "  eml render --to=html -o message.html message.eml\n"
+    "  eml render --to=markdown message.eml\n",
     declareRender,
     {&kFormChoices, 1}};
 
