@@ -19,7 +19,8 @@ void removeOnSignal(const std::string& path);
 // No longer this file.
 void stopRemoving(const std::string& path);
 
-// While it lives, SIGINT, SIGTERM and SIGHUP are only noted; a second one ends the process at once. SIGPIPE
+// While it lives, SIGINT, SIGTERM and SIGHUP are only noted; a second one ends the process at once, without the
+// file to remove. SIGPIPE
 // becomes an error of the write. There may be only one object at a time.
 class EndingSignals {
   public:
