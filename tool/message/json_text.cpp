@@ -301,7 +301,8 @@ std::string jsonLine(const AnswerForm& form, const AnswerSource& source, const M
     std::vector<Warning> warnings;
     if (tree != nullptr) gather(*tree, warnings, problem);
 
-    rapidjson::StringBuffer buffer;
+    constexpr size_t kUsualLength = 4096;
+    rapidjson::StringBuffer buffer(nullptr, kUsualLength);
     JsonWriter json(buffer);
     json.StartObject();
     putField(json, "schema", form.schema == 1 ? "eml/1" : "eml/2");
@@ -323,7 +324,7 @@ std::string jsonLine(const AnswerForm& form, const AnswerSource& source, const M
         Answer(json, form).message(*tree);
     }
     json.EndObject();
-    return withVisibleControls({buffer.GetString(), buffer.GetSize()}) + "\n";
+    return lineOf(buffer);
 }
 
 }  // namespace emltool
