@@ -225,6 +225,7 @@ class Field {
         uint32_t count = 0;
         state_->check(emlMimeFieldIds(context(), part_, index_, &list, &count));
         std::vector<std::string> ids;
+        ids.reserve(count);
         for (const EmlMimeText& each : std::span(list, count)) ids.push_back(detail::copyOf(each));
         return ids;
     }

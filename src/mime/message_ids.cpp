@@ -1,5 +1,7 @@
 #include "mime/message_ids.h"
 
+#include <algorithm>
+
 #include "bytes/subtext.h"
 #include "mime/lexical.h"
 #include "mime/text_conversion.h"
@@ -11,6 +13,9 @@ namespace {
 constexpr size_t kNone = std::string_view::npos;
 
 bool isBlankCharacter(char character) { return character == ' ' || character == '\t'; }
+
+// What makes an id more than the text that it is.
+bool needsCare(char character) { return isSpacing(character) || character == '"' || character == '('; }
 
 bool endsWord(char character) {
     return isSpacing(character) || character == ',' || character == ';' || character == '<' ||
@@ -145,6 +150,10 @@ bool firstMessageId(std::string_view value, std::string_view& id) {
 }
 
 void appendMessageId(std::string_view id, const HeaderText& how, TextBuilder& out) {
+    if (std::none_of(id.begin(), id.end(), needsCare)) {
+        appendGuessed(id, how.fallbackCharset, how.convert, out);
+        return;
+    }
     bool noComments = false;
     bool noQuotes = false;
     size_t start = 0;

@@ -264,6 +264,10 @@ def wrong_usage():
         ("--max-memory=2GB", "m.eml"): "--max-memory=2GB: not a size of 16M or more, as in 512M or 2G",
         ("--max-memory=99999999999G", "m.eml"):
             "--max-memory=99999999999G: not a size of 16M or more, as in 512M or 2G",
+        ("--threads", "--schema=1", "m.eml"):
+            "--threads is not in version 1 of the answers; leave out --schema=1",
+        ("--threads", "--reader=container", "m.eml"):
+            "--threads goes by ids that the MIME reader reads; --reader does not apply",
     }.items():
         expect(cli.eml("batch", *arguments), 2, f"eml: {text}\n", "")
 
@@ -685,6 +689,233 @@ def a_signal_while_nothing_happens():
         process.send_signal(signal.SIGINT)
         equal(process.wait(WATCHED), -signal.SIGINT)
         process.communicate()
+
+
+# ---------------------------------------------------------------------------------------------------------
+# Conversations
+
+
+def mail(number, *references, subject="", answered=(), named=True):
+    """A message, and the ids that it names."""
+    fields = [("Message-ID", [number] if named else ()), ("References", references), ("In-Reply-To", answered)]
+    lines = [f"{name}: " + "\n ".join(f"<{each}@example.org>" for each in ids) for name, ids in fields if ids]
+    return "\n".join([f"From: a@example.org\nSubject: {subject or f'No. {number}'}", *lines, "", "text\n"]).encode()
+
+
+def thread_of(number):
+    return hashlib.sha256(f"{number}@example.org".encode()).hexdigest()[:16]
+
+
+def threads_in(rows):
+    return {row["source"]["path"]: row.get("thread") for row in rows}
+
+
+def conversations(folder, count):
+    """A folder of messages that answer each other, some of them by their subjects; and bad ones."""
+    rng = random.Random(SEED)
+    for number in range(count):
+        before = [rng.randrange(count) for _ in range(rng.randrange(4))]
+        message = mail(number, *before, subject=f"Re: S{rng.randrange(count)}", named=rng.randrange(8) > 0)
+        place = os.path.join(folder, str(number % 7))
+        os.makedirs(place, exist_ok=True)
+        write(os.path.join(place, f"{number}.eml"), b"" if number % 50 == 0 else message)
+
+
+def threaded():
+    """The lines of an undisturbed run over such a folder."""
+    if "threaded" not in SHARED:
+        folder = os.path.join(SHARED_FOLDER, "threaded")
+        conversations(folder, 600)
+        result = cli.eml("batch", "--threads", folder)
+        equal(result.code, 1, result.err)
+        SHARED["threaded"] = (folder, result.out)
+    return SHARED["threaded"]
+
+
+@test
+def threads_are_members_of_the_rows():
+    write("a.eml", mail(1))
+    write("b.eml", mail(2, 1))
+    write("c.eml", mail(3, answered=(2, 9)))
+    write("d.eml", mail(4, 7, 8))
+    write("e.eml", mail(5, 8))
+    write("f.eml", mail(6, subject="[list] Re: No. 1 (fwd)"))
+    write("g.eml", b"")
+    names = [name + ".eml" for name in "abcdefg"]
+    rows, result = batch("--threads", *names, code=1)
+    one, other = thread_of(1), thread_of(7)
+    equal(threads_in(rows), dict(zip(names, (one, one, one, other, other, one, None))))
+    equal(["thread" in row for row in rows], [True] * 6 + [False], "a row without a message has none")
+    without = cli.eml("batch", *names).out
+    equal(result.out.replace(f',"thread":"{one}"', "").replace(f',"thread":"{other}"', ""), without)
+
+
+@test
+def threads_of_messages_without_ids():
+    """They are known by their places."""
+    write("a.eml", mail(0, named=False))
+    write("b.mbox", mbox_of([mail(0, subject="x", named=False), mail(1)]))
+    threads = [row["thread"] for row in batch("--threads", "a.eml", "b.mbox", code=0)[0]]
+    wanted = [hashlib.sha256(place).hexdigest()[:16] for place in (b"\0a.eml", b"\0b.mbox\x000")]
+    equal(threads, [*wanted, thread_of(1)])
+
+
+@test
+def threads_are_the_same_in_whatever_order_messages_are_read():
+    folder, whole = threaded()
+    lines = sorted(whole.splitlines())
+    equal(len({row.get("thread") for row in rows_of(whole)}) in range(2, 500), True, "some conversations")
+    for arguments in (("-j3",), ("-j4", "--ordered")):
+        out = cli.eml("batch", "--threads", *arguments, folder).out
+        equal(sorted(out.splitlines()) == lines, True, arguments)
+        if "--ordered" in arguments:
+            equal(out == whole, True, "the same order")
+    folders = [os.path.join(folder, name) for name in sorted(os.listdir(folder), reverse=True)]
+    equal(sorted(cli.eml("batch", "--threads", *folders).out.splitlines()) == lines, True, "folders from the last on")
+    expect(batch("--threads", "-o", "out", "-j2", "--ordered", folder)[1], 1,
+           f"eml: {len(lines)} messages read, 12 of them with errors\n", "")
+    equal(read("out").decode() == whole, True, "in a file")
+    equal(os.listdir("."), ["out"])
+
+
+@test
+def threads_of_a_resumed_run_are_those_of_all_rows():
+    folder, whole = threaded()
+    lines = whole.splitlines(keepends=True)
+    for kept in (0, 1, 300, len(lines)):
+        # All of them have their conversations already, and half a row follows.
+        for earlier in (lines[:kept], lines[kept // 2:kept]):
+            write("out", "".join(earlier).encode() + lines[-1].encode()[:99])
+            equal(cli.eml("batch", "--threads", "--resume", "-o", "out", folder).code in (0, 1), True)
+            equal(sorted(read("out").decode().splitlines(keepends=True)) == sorted(lines), True, kept)
+    plain = cli.eml("batch", folder).out
+    write("out", plain.encode())
+    equal(cli.eml("batch", "--threads", "--resume", "-o", "out", folder).code, 0)
+    equal(read("out").decode() == whole, True, "rows that had none")
+    # What comes later joins two conversations.
+    write("a.eml", mail("a"))
+    write("b.eml", mail("b", "c"))
+    batch("--threads", "-o", "some", "a.eml", "b.eml", code=0)
+    equal([row["thread"] for row in rows_of(read("some"))], [thread_of("a"), thread_of("c")])
+    write("c.eml", mail("c", "a"))
+    batch("--threads", "--resume", "-o", "some", "a.eml", "b.eml", "c.eml", code=0)
+    equal([row["thread"] for row in rows_of(read("some"))], [thread_of("a")] * 3)
+
+
+@test
+def rows_without_ids_get_no_thread():
+    """Those of an earlier run by another reader, or in the first version."""
+    for name in "abc":
+        write(name + ".eml", mail(1, subject="x"))
+    cli.eml("--schema=1", "batch", "-o", "out", "a.eml")
+    cli.eml("--reader=container", "batch", "--resume", "-o", "out", "a.eml", "b.eml")
+    before = read("out")
+    batch("--threads", "--resume", "-o", "out", "a.eml", "b.eml", "c.eml", code=0)
+    equal(read("out").startswith(before), True, "the same rows")
+    rows = [json.loads(line) for line in read("out").splitlines()]
+    for row in rows:
+        cli.validate_answer(row)
+    equal([row.get("thread") for row in rows], [None, None, thread_of(1)])
+
+
+@test
+def rows_with_threads_come_at_the_end():
+    write("a.eml", mail(1))
+    process = start("--threads", "-", stdin=subprocess.PIPE)
+    process.stdin.write(b"a.eml\n")
+    process.stdin.flush()
+    equal(select.select([process.stdout], [], [], 0.5)[0], [], "nothing yet")
+    out, _ = process.communicate()
+    equal(threads_in(rows_of(out)), {"a.eml": thread_of(1)})
+    # Meanwhile a file has the rows as they are without.
+    process = start("--threads", "-o", "out", "-", stdin=subprocess.PIPE)
+    process.stdin.write(b"a.eml\n")
+    process.stdin.flush()
+    wait_until(lambda: lines_in("out") == 1, "the row is there")
+    equal(read("out").decode(), cli.eml("batch", "a.eml").out)
+    process.communicate()
+    equal(read("out"), out)
+
+
+def many_rows(count):
+    """Rows of messages that need not be there, so that it takes a while to complete them."""
+    write("a.eml", mail(1))
+    row = cli.eml("batch", "a.eml").out
+    write("rows", "".join(row.replace("a.eml", f"{i:06}.eml") for i in range(count)).encode())
+
+
+def temporary_files():
+    return [name for name in os.listdir(".") if name.endswith(".part")]
+
+
+@test
+def a_run_that_is_ended_while_it_finds_threads_leaves_the_rows():
+    many_rows(20_000)
+    before = read("rows")
+    said = b"eml: stopped; rows is whole so far, and the same command with --resume continues it\n"
+    for number in (signal.SIGTERM, signal.SIGKILL):
+        process = start("--threads", "--resume", "-o", "rows", "000000.eml")
+        wait_until(lambda: temporary_files() or process.poll() is not None, "the new file is written")
+        process.send_signal(number)
+        _, err = process.communicate()
+        equal((process.returncode, err), (-number, said if number == signal.SIGTERM else b""))
+        equal(read("rows") == before, True, "the file is as it was")
+        equal(len(temporary_files()), 0 if number == signal.SIGTERM else 1)
+    os.remove(temporary_files()[0])
+    batch("--threads", "--resume", "-o", "rows", "000000.eml", code=0)
+    lines = read("rows").splitlines()
+    equal((len(lines), all(line.endswith(b'"}') for line in lines)), (20_000, True))
+    equal(temporary_files(), [])
+
+
+@test
+def a_file_that_cannot_be_completed_stays_as_it_was():
+    many_rows(1000)
+    before = read("rows")
+    shell = f'ulimit -f {len(before) // 1024 + 5}; exec "{EML}" batch --threads --resume -o rows 000000.eml'
+    run = subprocess.run(["bash", "-c", shell], capture_output=True, check=False)
+    equal(run.stderr.decode(),
+          "eml: rows: file too large; the rows so far are whole, --resume goes on from there\n")
+    equal((run.returncode, read("rows") == before, temporary_files()), (6, True, []))
+
+
+@test
+def a_file_that_is_completed_keeps_its_name_and_rights():
+    write("a.eml", mail(1))
+    os.mkdir("there")
+    write("there/rows", b"")
+    os.chmod("there/rows", 0o600)
+    os.symlink("there/rows", "link")
+    batch("--threads", "--resume", "-o", "link", "a.eml", code=0)
+    equal((os.path.islink("link"), os.listdir("there")), (True, ["rows"]))
+    equal(stat.S_IMODE(os.stat("link").st_mode), 0o600)
+    equal(threads_in(rows_of(read("link"))), {"a.eml": thread_of(1)})
+
+
+@test
+def threads_of_a_shard_are_those_of_its_messages():
+    folder, _ = threaded()
+    together = 0
+    for number in (1, 2):
+        rows = rows_of(cli.eml("batch", "--threads", f"--shard={number}/2", folder).out)
+        listed = "\n".join(paths_of(rows)).encode()
+        equal(threads_in(rows), threads_in(rows_of(cli.eml("batch", "--threads", "-", stdin=listed).out)))
+        together += len(rows)
+    equal(together, 600)
+
+
+@test
+def hostile_conversations_cost_little():
+    """Long chains, circles and lists of ids, through the whole program."""
+    count = 800
+    mails = [mail(i, i + 1) for i in range(count)]
+    mails += [mail(f"c{i}", f"c{(i + 1) % count}") for i in range(count)]
+    mails += [mail("same") for i in range(count)] + [mail("all", *range(5000))]
+    write("all.mbox", mbox_of(mails))
+    rows = batch("--threads", "all.mbox", code=0)[0]
+    threads = [row["thread"] for row in rows]
+    equal([len(set(threads[i * count:(i + 1) * count])) for i in range(3)], [1, 1, 1])
+    equal(len(rows[-1]["message"]["references"]), 5000)
 
 
 # ---------------------------------------------------------------------------------------------------------

@@ -709,6 +709,25 @@ def json_of_info():
 
 
 @test
+def json_has_the_ids_of_a_message():
+    keys = ("message_id", "in_reply_to", "references", "subject_base")
+    inner = simple(b"x", b"Message-ID: <i@j>", b"Subject: Re: Inner")
+    write("m.eml", mixed(embedded("in.eml", inner), subject=b"[list] Re: Plan").replace(
+        b"Subject:", b"Message-ID: (new)\n <a@b>\nIn-Reply-To: e@f\nReferences: <c@d> <e@f>\n <c@d>\nSubject:", 1))
+    for command in (["list", "-r"], ["batch", "-r"], ["extract", "-r", "-l"]):
+        message = json.loads(eml("--json", *command, "m.eml").out)["message"]
+        equal([message[key] for key in keys], ["a@b", ["e@f"], ["e@f", "c@d"], "Plan"], command)
+        message = message["sub_files"][1]["message"]
+        equal([message[key] for key in keys], ["i@j", [], [], "Inner"], command)
+    write("none.eml", b"From: a@example.org\n\nx\n")
+    message = json.loads(eml("--json", "info", "none.eml").out)["message"]
+    equal([message[key] for key in keys], [None, [], [], None])
+    for arguments in (["--schema=1"], ["--reader=container"]):
+        message = json.loads(eml("--json", *arguments, "list", "m.eml").out)["message"]
+        equal([key for key in keys if key in message], [], arguments)
+
+
+@test
 def the_date_has_the_zone_of_the_header():
     for date, wanted in (("09:15:22 +0100", "09:15:22+01:00"), ("09:15:22 -0330 (NST)", "09:15:22-03:30"),
                          ("09:15:22 GMT", "09:15:22+00:00"), ("09:15:22", "09:15:22-00:00"),
@@ -760,6 +779,9 @@ def the_schema_refuses_what_is_none():
         "an unknown flag": lambda a: a["message"]["sub_files"][1]["flags"].append("new"),
         "a flag twice": lambda a: a["message"]["sub_files"][3].update(flags=["encrypted"] * 2),
         "a path as safe name": lambda a: a["message"]["sub_files"][1].update(safe_name="../x"),
+        "an empty id": lambda a: a["message"].update(message_id=""),
+        "an id twice": lambda a: a["message"].update(references=["a@b", "a@b"]),
+        "a conversation of no form": lambda a: a.update(thread="x"),
         "an embedded message that is none":
             lambda a: a["message"]["sub_files"][3]["message"].pop("sub_files"),
     }

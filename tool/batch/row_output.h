@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -15,13 +16,29 @@ namespace emltool {
 // Standard output, or a file that only one run at a time can write.
 class RowOutput {
   public:
-    // `path` is "" for standard output. With `resume` the file is continued: what follows its last whole line
-    // is cut off, and its rows are added to `finished`. Without, it must not exist. Throws Problem.
-    RowOutput(std::string path, bool resume, FinishedRows& finished);
+    struct Form {
+        std::string path;          // "" is standard output
+        bool resume = false;       // the file is continued; else it must not exist
+        bool isRewritten = false;  // by rewrite, in the end; standard output gets nothing before
+    };
+
+    // What follows the last whole line of a file that is continued is cut off, and its rows are added to
+    // `finished`. Throws Problem.
+    RowOutput(Form form, FinishedRows& finished);
 
     // Writes whole lines. Throws Problem, StandardOutputProblem or BrokenPipe. A file then ends with the last
     // whole line that fits.
     void write(std::string_view lines);
+
+    // Calls take(row) for each row that was written, without its line end, until that returns false, and then
+    // returns false. Throws Problem.
+    using Take = std::function<bool(std::string_view row)>;
+    bool forEachRow(const Take& take) const;
+
+    // Puts what change(row, changed) appends in the place of each row. A file is replaced in one step: if this throws,
+    // or returns false because `change` did, it is as it was. Throws as write does. Nothing is written afterwards.
+    using Change = std::function<bool(std::string_view row, std::string& changed)>;
+    bool rewrite(const Change& change);
 
     int descriptor() const;
 
@@ -34,12 +51,17 @@ class RowOutput {
     }
 
   private:
+    using Write = std::function<void(std::string_view lines)>;
+
     void create(bool resume);
+    void lock(const struct stat& found);
     void noteFile();
     void cutAfterWholeLine(std::string_view written);
+    bool rewriteInto(const Write& write, const Change& change) const;
+    bool rewriteFile(const Change& change) const;
 
     std::string path_;
-    emlhost::UniqueDescriptor file_;
+    emlhost::UniqueDescriptor file_;  // without a name, where standard output waits
     uint64_t length_ = 0;
     bool isFile_ = false;
     dev_t device_ = 0;

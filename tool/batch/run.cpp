@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "tool/batch/thread_rows.h"
 #include "tool/system/ending_signals.h"
 #include "tool/text/format.h"
 
@@ -43,7 +44,7 @@ Problem zeroByteProblem(const std::string& path) {
 BatchRun::BatchRun(const BatchOptions& options, Console& console)
     : options_(options),
       console_(console),
-      output_(options.output, options.resume, finished_),
+      output_({options.output, options.resume, options.threads}, finished_),
       progress_(console, options.output.empty()),
       forecast_({options.paths, options.pattern, options.shard, options.shards},
                 [this](const struct stat& file) { return output_.isSameFile(file); }),
@@ -69,6 +70,7 @@ BatchCounts BatchRun::run() {
         if (progress_.due()) showProgress();
     }
     pool_.finish();
+    if (options_.threads && !addThreads()) endBySignal();
     return counts_;
 }
 
@@ -247,6 +249,26 @@ void BatchRun::showProgress() {
     progress_.show(formatted("{} message{}{}, {} with errors, {:.0f} a second{}", counts_.rows,
                              counts_.rows == 1 ? "" : "s", before, counts_.errors, rate,
                              forecast_.text(seconds)));
+}
+
+// Gives all rows their conversations, those of an earlier run too. False, with the rows as they were, if a signal has
+// come.
+bool BatchRun::addThreads() {
+    const auto goesOn = [this] {
+        if (progress_.due()) progress_.show("finding the conversations");
+        return EndingSignals::caught() == 0;
+    };
+    ThreadRows threads;
+    const bool isRead = output_.forEachRow([&](std::string_view row) {
+        threads.add(row);
+        return goesOn();
+    });
+    if (!isRead) return false;
+    threads.find();
+    return output_.rewrite([&](std::string_view row, std::string& changed) {
+        threads.complete(row, changed);
+        return goesOn();
+    });
 }
 
 void BatchRun::endBySignal() {

@@ -27,7 +27,8 @@ struct BatchOptions {
     bool resume = false;
     unsigned jobs = 1;
     bool ordered = false;
-    unsigned shard = 1;  // of `shards`, from 1 on
+    bool threads = false;  // finds the conversations
+    unsigned shard = 1;    // of `shards`, from 1 on
     unsigned shards = 1;
     std::chrono::milliseconds timeout{};
     WorkerOptions worker;
@@ -76,6 +77,7 @@ class BatchRun {
     void deliver();
     int untilWork(bool more) const;
     void showProgress();
+    bool addThreads();
     [[noreturn]] void endBySignal();
 
     const BatchOptions& options_;

@@ -56,12 +56,15 @@ class BatchCommandRun final : public CommandRun {
         app.add_flag("--markdown", options_.worker.row.markdown,
                      "include the message as Markdown, as \"eml render --to=markdown\" makes it");
         app.add_flag("--digest", options_.worker.row.digest, "include SHA-256 of message and attachments");
+        app.add_flag("--threads", options_.threads,
+                     "tell which messages are of one conversation; the rows come at the end");
         app.add_flag("--force", options_.worker.row.force, "also read what does not look like a message");
         app.add_flag("--errors-ok", errorsOk_, "exit with 0 once everything is read, even with error rows");
     }
 
     ExitCode run(Console& console, const GlobalOptions& global) override {
         complete();
+        if (options_.threads) checkThreads(global);
         options_.worker.row.form = answerForm(global);
         const AnswerForm& form = options_.worker.row.form;
         if (options_.worker.row.markdown && (form.reading != Reading::kMime || form.schema == 1)) {
@@ -89,6 +92,13 @@ class BatchCommandRun final : public CommandRun {
         completeJobs();
         completeShard();
         completeLimits();
+    }
+
+    static void checkThreads(const GlobalOptions& global) {
+        if (global.schema == 1)
+            throw usageProblem("--threads is not in version 1 of the answers; leave out --schema=1");
+        if (global.reading != Reading::kMime)
+            throw usageProblem("--threads goes by ids that the MIME reader reads; --reader does not apply");
     }
 
     void completeJobs() {
@@ -159,11 +169,19 @@ const Command kBatchCommand = {
     "In a Maildir only the messages are read. The file with the rows is not. --resume continues after "
     "Ctrl-C.\n"
     "\"eml schema\" prints what a row holds.\n\n"
+    "--threads adds \"thread\" to the rows, which is equal for the messages of one conversation, by their "
+    "ids\n"
+    "and, where these lead nowhere, their subjects. All messages must be known first: FILE is completed at "
+    "the\n"
+    "end, those of an earlier run with it, and standard output gets no row before. With --shard, the "
+    "messages\n"
+    "of that share alone count.\n\n"
     "Exit codes: 0 everything read, 1 finished with errors in some rows, 2 and above not finished.\n\n"
     "Examples:\n"
     "  eml batch -j 0 -o rows.jsonl archive/          all processors\n"
     "  eml batch -j 0 -o rows.jsonl --resume archive/ continues where that stopped\n"
     "  eml batch --shard=3/16 archive/                the third of 16 parts, on any machine\n"
+    "  eml batch -j 0 --threads -o rows.jsonl archive/ all of them, with their conversations\n"
     "  find archive -name '*.eml' -print0 | eml batch -0 - | jq -r .message.metadata.subject\n",
     declareBatch};
 

@@ -15,11 +15,35 @@
 
 namespace emltool {
 
-using JsonWriter = rapidjson::Writer<rapidjson::StringBuffer>;
+// The writer with a faster way for strings that need no escapes, as most do.
+class JsonWriter : public rapidjson::Writer<rapidjson::StringBuffer> {
+  public:
+    using Writer::Writer;
+
+    // The names are ours, and need no escapes.
+    bool Key(std::string_view name) { return plainString(name); }
+
+    // A string of which nothing is escaped.
+    bool plainString(std::string_view text) {
+        Prefix(rapidjson::kStringType);
+        char* const out = os_->Push(text.size() + 2);
+        out[0] = '"';
+        text.copy(out + 1, text.size());
+        out[text.size() + 1] = '"';
+        return EndValue(true);
+    }
+};
 
 inline void putText(JsonWriter& json, std::string_view text) {
+    const bool isPlain = printableAsciiEnd(text, 0) == text.size() &&
+                         text.find('"') == std::string_view::npos &&
+                         text.find('\\') == std::string_view::npos;
+    if (isPlain) {
+        json.plainString(text);
+        return;
+    }
     std::string valid;
-    if (text.empty() || !isUtf8(text)) {
+    if (!isUtf8(text)) {
         valid = withoutInvalidBytes(text);
         text = valid;
     }

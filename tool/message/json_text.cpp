@@ -7,6 +7,7 @@
 #include "tool/text/ascii.h"
 #include "tool/text/base64_text.h"
 #include "tool/text/format.h"
+#include "tool/text/subject_base.h"
 #include "tool/text/utf8.h"
 #include "tool/text/visible_text.h"
 
@@ -21,6 +22,13 @@ void putSize(JsonWriter& json, const char* key, const std::optional<uint64_t>& s
     } else {
         json.Null();
     }
+}
+
+void putTexts(JsonWriter& json, const char* key, const std::vector<std::string>& texts) {
+    json.Key(key);
+    json.StartArray();
+    for (const std::string& text : texts) putText(json, text);
+    json.EndArray();
 }
 
 const char* outcomeName(Outcome outcome) {
@@ -54,6 +62,7 @@ class Answer {
     void entry(const SubFileEntry& entry);
     void charset(const MessageTree& tree);
     void metadata(const std::vector<MetadataField>& fields);
+    void threadFields(const MessageTree& tree);
     void headers(const std::vector<ListedField>& fields);
     void subFiles(const MessageTree& tree);
     void tnef(const MessageTree& tree);
@@ -144,6 +153,26 @@ void Answer::metadata(const std::vector<MetadataField>& fields) {
     json_.EndObject();
 }
 
+void Answer::threadFields(const MessageTree& tree) {
+    if (isFirstSchema() || !tree.threadFields) return;
+    const ThreadFields& fields = *tree.threadFields;
+    json_.Key("message_id");
+    if (fields.messageId.empty()) {
+        json_.Null();
+    } else {
+        putText(json_, fields.messageId);
+    }
+    putTexts(json_, "in_reply_to", fields.inReplyTo);
+    putTexts(json_, "references", fields.references);
+    const auto subject = std::ranges::find(tree.metadata, std::string_view("Subject"), &MetadataField::name);
+    json_.Key("subject_base");
+    if (subject != tree.metadata.end() && subject->text) {
+        putText(json_, subjectBase(*subject->text).text);
+    } else {
+        json_.Null();
+    }
+}
+
 // Bytes after the colon that are no UTF-8 are also given in base64.
 void Answer::headers(const std::vector<ListedField>& fields) {
     json_.Key("headers");
@@ -218,6 +247,7 @@ void Answer::message(const MessageTree& tree) {
     json_.Uint64(tree.bytes);
     if (!tree.sha256.empty()) putField(json_, "sha256", tree.sha256);
     metadata(tree.metadata);
+    threadFields(tree);
     if (tree.headers && !isFirstSchema()) headers(*tree.headers);
     subFiles(tree);
     if (tree.text) putField(json_, "text", *tree.text);
@@ -273,7 +303,8 @@ std::string jsonLine(const AnswerForm& form, const AnswerSource& source, const M
     std::vector<Warning> warnings;
     if (tree != nullptr) gather(*tree, warnings, problem);
 
-    rapidjson::StringBuffer buffer;
+    constexpr size_t kUsualLength = 4096;
+    rapidjson::StringBuffer buffer(nullptr, kUsualLength);
     JsonWriter json(buffer);
     json.StartObject();
     putField(json, "schema", form.schema == 1 ? "eml/1" : "eml/2");
@@ -295,7 +326,7 @@ std::string jsonLine(const AnswerForm& form, const AnswerSource& source, const M
         Answer(json, form).message(*tree);
     }
     json.EndObject();
-    return withVisibleControls({buffer.GetString(), buffer.GetSize()}) + "\n";
+    return lineOf(buffer);
 }
 
 }  // namespace emltool

@@ -56,6 +56,7 @@ class HeaderValues {
     explicit HeaderValues(const Part& root) {
         for (const Field& field : root.fields()) {
             if (field.name().empty()) continue;  // what is no field
+            addThreadField(field, threadFields_);
             for (size_t row = 0; row < kFields.size(); ++row) {
                 for (size_t name = 0; name < kFields[row].fields.size(); ++name) {
                     if (!equalNoCase(field.name(), kFields[row].fields[name])) continue;
@@ -76,9 +77,15 @@ class HeaderValues {
     // Of the first field "Date".
     const std::string& date() const { return date_; }
 
+    ThreadFields takeThreadFields() {
+        dropRepeatedIds(threadFields_.references);
+        return std::move(threadFields_);
+    }
+
   private:
     std::array<std::array<Value, 3>, kFields.size()> values_;
     std::string date_;
+    ThreadFields threadFields_;
 };
 
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
@@ -93,7 +100,7 @@ std::string withoutBlanks(std::string_view raw) {
 MessageHead readHead(const emlreader::mime::Message& message, uint32_t root) {
     const HeaderInUtf8 header(message, root);
     const Part original = message.part(root);
-    const HeaderValues values(header.part());
+    HeaderValues values(header.part());
     MessageHead head;
     for (size_t row = 0; row < kFields.size(); ++row) {
         MetadataField field{kFields[row].name, values.of(row), std::nullopt};
@@ -104,6 +111,7 @@ MessageHead readHead(const emlreader::mime::Message& message, uint32_t root) {
         head.fields.push_back(std::move(field));
     }
     head.subject = head.fields[kSubject].text.value_or("");
+    head.threadFields = values.takeThreadFields();
     head.date = header.isConverted() ? dateOf(original) : values.date();
     return head;
 }

@@ -13,9 +13,10 @@ namespace emltool {
 // fields of one name are one list.
 std::vector<MetadataField> readMetadata(const emlreader::mime::Message& message, uint32_t root);
 
-// The same, and dateOf.
+// The same, dateOf, and the ids.
 struct MessageHead {
     std::vector<MetadataField> fields;
+    ThreadFields threadFields;
     std::string subject;  // that of the fields; empty without one
     std::string date;
 };

@@ -12,6 +12,7 @@
 #include "tool/message/listed_field.h"
 #include "tool/message/message_file.h"
 #include "tool/message/sub_file_path.h"
+#include "tool/message/thread_fields.h"
 #include "tool/terminal/problem.h"
 #include "tool/text/reading.h"
 
@@ -73,6 +74,7 @@ struct MessageTree {
     uint64_t bytes = 0;      // the whole message as it is stored
     std::string date;        // as dateText returns it; empty without a readable date
     std::vector<MetadataField> metadata;
+    std::optional<ThreadFields> threadFields;         // nothing from a reader that does not read them
     std::optional<std::vector<ListedField>> headers;  // all fields, in order; nothing unless asked for
     std::vector<SubFileEntry> subFiles;
     std::string sha256;                   // of the message as it is stored; empty unless asked for

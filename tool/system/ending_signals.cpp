@@ -41,7 +41,10 @@ int pipeOfHandler = -1;
 }
 
 extern "C" void note(int number) {
-    if (caughtSignal != 0) endBy(number);
+    if (caughtSignal != 0) {
+        if (isToRemove != 0) ::unlink(fileToRemove);
+        endBy(number);
+    }
     caughtSignal = number;
     int before = errno;
     [[maybe_unused]] ssize_t written = ::write(pipeOfHandler, "", 1);

@@ -19,8 +19,8 @@ void removeOnSignal(const std::string& path);
 // No longer this file.
 void stopRemoving(const std::string& path);
 
-// While it lives, SIGINT, SIGTERM and SIGHUP are only noted; a second one ends the process at once. SIGPIPE
-// becomes an error of the write. There may be only one object at a time.
+// While it lives, SIGINT, SIGTERM and SIGHUP are only noted; a second one removes the file of removeOnSignal and ends
+// the process at once. SIGPIPE becomes an error of the write. There may be only one object at a time.
 class EndingSignals {
   public:
     // Throws Problem.

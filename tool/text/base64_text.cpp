@@ -22,4 +22,31 @@ std::string base64(std::string_view bytes) {
     return text;
 }
 
+std::string bytesOfBase64(std::string_view text) {
+    std::string bytes;
+    uint32_t group = 0;
+    int bits = 0;
+    for (char c : text) {
+        uint32_t value = 0;
+        if (c >= 'A' && c <= 'Z')
+            value = static_cast<uint32_t>(c - 'A');
+        else if (c >= 'a' && c <= 'z')
+            value = static_cast<uint32_t>(c - 'a' + 26);
+        else if (c >= '0' && c <= '9')
+            value = static_cast<uint32_t>(c - '0' + 52);
+        else if (c == '+')
+            value = 62;
+        else if (c == '/')
+            value = 63;
+        else
+            break;
+        group = group << 6 | value;
+        bits += 6;
+        if (bits < 8) continue;
+        bits -= 8;
+        bytes.push_back(static_cast<char>(group >> bits & 0xFF));
+    }
+    return bytes;
+}
+
 }  // namespace emltool
