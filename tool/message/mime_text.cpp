@@ -7,6 +7,7 @@
 #include "tool/text/charset_decoder.h"
 #include "tool/text/charset_guess.h"
 #include "tool/text/charset_labels.h"
+#include "tool/text/flowed_text.h"
 #include "tool/text/html_charset.h"
 #include "tool/text/html_text.h"
 #include "tool/text/rtf_text.h"
@@ -55,6 +56,21 @@ std::optional<std::string> guessedText(const std::string& bytes) {
     return label ? toUtf8(bytes, *label) : std::nullopt;
 }
 
+bool hasFlowedLines(const Part& part) {
+    return part.is("text", "plain") && (part.info().flags & EML_MIME_PART_FLOWED) != 0;
+}
+
+// `bytes` of the part by the charset that it names, or else that HTML names, or else by their letters; nothing if none
+// of them tells.
+std::optional<std::string> convertedText(const Part& part, const Content& content, const std::string& bytes) {
+    const bool isNamed = !content.notConverted() && !content.guessed() && !part.charset().empty();
+    if (isNamed) return toUtf8(bytes, part.charset());
+    if (isUtf8(bytes)) return bytes;
+    std::optional<std::string> converted;
+    if (content.guessed() && part.is("text", "html")) converted = textByMeta(bytes);
+    return converted ? converted : guessedText(bytes);
+}
+
 bool isBlank(std::string_view line) { return line.find_first_not_of(" \t\r\n") == std::string_view::npos; }
 
 // Drops empty lines at both ends, and ends the last line.
@@ -94,10 +110,12 @@ BodyText readParts(const std::vector<Part>& parts, bool source) {
     bool isAllHtml = true;
     for (const Part& part : parts) {
         const bool isHtml = part.is("text", "html");
-        std::string text = isRtf(part) && !source ? textOfRtf(part) : textOfPart(part);
+        std::string text = isRtf(part) && !source ? textOfRtf(part) : textOfPart(part, source);
         if (isHtml && !source) text = linesOfHtml(text);
         if (!isBlank(text)) isAllHtml = isAllHtml && isHtml;
-        body.text += trimmedLines(text);
+        const std::string lines = trimmedLines(text);
+        body.text += lines;
+        body.pieces.push_back(lines.size());
     }
     body.isFromHtml = isAllHtml && !body.text.empty();
     return body;
@@ -105,17 +123,19 @@ BodyText readParts(const std::vector<Part>& parts, bool source) {
 
 }  // namespace
 
-std::string textOfPart(const Part& part) {
+std::string textOfPart(const Part& part, bool asSent) {
+    const bool isFlowed = hasFlowedLines(part);
+    const bool joinsNothing = isFlowed && asSent;
     std::string text;
     const Content content = part.extract([&](std::string_view piece) { text += piece; }, Form::Text);
-    if (!content.notConverted() && !content.guessed()) return text;
+    if (!content.notConverted() && !content.guessed() && !joinsNothing) return text;
     const std::string bytes = part.bytes();
-    if (isUtf8(bytes)) return content.notConverted() ? bytes : text;
-    std::optional<std::string> converted;
-    if (content.guessed() && part.is("text", "html")) converted = textByMeta(bytes);
-    if (!converted) converted = guessedText(bytes);
-    if (converted) return withLfAlone(withoutInvalidBytes(*converted));
-    return content.notConverted() ? fromUnlabelledCharset(text, EML_CHARSET_WESTERN) : text;
+    if (!content.notConverted() && isUtf8(bytes) && !joinsNothing) return text;
+    std::optional<std::string> converted = convertedText(part, content, bytes);
+    if (!converted) return content.notConverted() ? fromUnlabelledCharset(text, EML_CHARSET_WESTERN) : text;
+    std::string lines = withLfAlone(withoutInvalidBytes(*converted));
+    if (!isFlowed || joinsNothing) return lines;
+    return joinedFlowed(lines, (part.info().flags & EML_MIME_PART_DELSP) != 0);
 }
 
 std::vector<Part> textParts(const Message& message, uint32_t root) {
@@ -142,7 +162,18 @@ BodyText readBody(const Message& message, uint32_t root, bool source) {
     }
     BodyText body;
     body.text = trimmedLines(tnefText(message, root, body.warnings));
+    body.pieces.push_back(body.text.size());
     return body;
+}
+
+std::vector<TextSpan> spansOf(const BodyText& body) {
+    std::vector<TextSpan> spans;
+    std::string_view rest = body.text;
+    for (const size_t piece : body.pieces) {
+        appendSpans(spans, textSpans(rest.substr(0, piece)));
+        rest.remove_prefix(piece);
+    }
+    return spans;
 }
 
 }  // namespace emltool

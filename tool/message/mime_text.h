@@ -8,12 +8,13 @@
 #include <vector>
 
 #include "tool/terminal/problem.h"
+#include "tool/text/text_spans.h"
 
 namespace emltool {
 
 // A part of type text as UTF-8, by the charset that it names, or else by the one that HTML names in a <meta>,
-// or else by its letters. Lines end with LF.
-std::string textOfPart(const emlreader::mime::Part& part);
+// or else by its letters. Lines end with LF; those of format=flowed are joined, unless they are wanted `asSent`.
+std::string textOfPart(const emlreader::mime::Part& part, bool asSent = false);
 
 // The parts that are the text of the message whose root is `root`, in order; some may be HTML.
 std::vector<emlreader::mime::Part> textParts(const emlreader::mime::Message& message, uint32_t root);
@@ -25,13 +26,17 @@ std::optional<uint64_t> textSize(const std::vector<emlreader::mime::Part>& parts
 std::string charsetOf(const std::vector<emlreader::mime::Part>& parts);
 
 struct BodyText {
-    std::string text;         // UTF-8, each line with its LF; without empty lines at both ends
-    bool isFromHtml = false;  // all of it
+    std::string text;            // UTF-8, each line with its LF; without empty lines at both ends
+    bool isFromHtml = false;     // all of it
+    std::vector<size_t> pieces;  // how many bytes of it come from each part, in order
     std::vector<Warning> warnings;
 };
 
 // The text as a person reads it. If the plain text of a message says nothing, its HTML; without that, text of other
-// types, and at last what is in its TNEF. With `source`, HTML as it stands.
+// types, and at last what is in its TNEF. With `source`, HTML as it stands, and lines as they were sent.
 BodyText readBody(const emlreader::mime::Message& message, uint32_t root, bool source = false);
+
+// Which lines of it are the sender's own. Each part is looked at alone: a signature ends with its part.
+std::vector<TextSpan> spansOf(const BodyText& body);
 
 }  // namespace emltool
