@@ -58,6 +58,7 @@ ShownMessage shownByMime(MessageFile& file, bool source) {
         addNames(names, shown);
         if (!shown.encrypted) {
             BodyText text = readBody(body, 0, source);
+            if (!source) shown.spans = spansOf(text);
             shown.text = std::move(text.text);
             shown.isFromHtml = text.isFromHtml && !source;
             addWarnings(std::move(text.warnings), shown);
