@@ -96,6 +96,18 @@ bool isMbox(const std::string& path, emlhost::Input& input) {
     return begins && ::stat(path.c_str(), &found) == 0 && S_ISREG(found.st_mode);
 }
 
+void readText(MessageFile& file, const AnswerForm& form, MessageTree& tree) {
+    if (form.reading != Reading::kMime) {
+        tree.text = bodyText(file, form.reading, tree.warnings);
+        return;
+    }
+    std::optional<BodyText> body = mimeBody(file);
+    if (!body) return;
+    tree.warnings.insert(tree.warnings.end(), body->warnings.begin(), body->warnings.end());
+    if (form.schema != 1) tree.textSpans = spansOf(*body);
+    tree.text = std::move(body->text);
+}
+
 BatchRow readMessage(std::unique_ptr<emlhost::Input> input, const BatchItem& item,
                      const RowOptions& options) {
     std::optional<MessageTree> tree;
@@ -105,7 +117,7 @@ BatchRow readMessage(std::unique_ptr<emlhost::Input> input, const BatchItem& ite
         RowVisitor visitor(options);
         tree = readTree(file, visitor, options.form.reading);
         if (options.digest) tree->sha256 = digestOf(file.input());
-        if (options.text) tree->text = bodyText(file, options.form.reading, tree->warnings);
+        if (options.text) readText(file, options.form, *tree);
         file.checkReads();
     } catch (const Problem& caught) {
         problem = caught;

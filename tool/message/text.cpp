@@ -1,7 +1,6 @@
 #include "tool/message/text.h"
 
 #include "tool/message/filter_file.h"
-#include "tool/message/mime_text.h"
 #include "tool/message/shown_message.h"
 #include "tool/message/signed_message.h"
 #include "tool/text/html_text.h"
@@ -50,23 +49,25 @@ std::optional<std::string> filterText(MessageFile& file) {
     return collector.finish();
 }
 
-std::optional<std::string> mimeText(MessageFile& file, std::vector<Warning>& warnings) {
-    std::optional<std::string> text;
+}  // namespace
+
+std::optional<BodyText> mimeBody(MessageFile& file) {
+    std::optional<BodyText> body;
     withMime(file, [&](const emlreader::mime::Message& message) {
         const SignedMessage content(message, 0);
         if (content.isEncrypted()) return;
-        BodyText body = readBody(content.inside() != nullptr ? *content.inside() : message, 0);
-        text = std::move(body.text);
-        for (Warning& warning : body.warnings) warnings.push_back(std::move(warning));
+        body = readBody(content.inside() != nullptr ? *content.inside() : message, 0);
     });
     file.checkReads();
-    return text;
+    return body;
 }
 
-}  // namespace
-
 std::optional<std::string> bodyText(MessageFile& file, Reading reading, std::vector<Warning>& warnings) {
-    return reading == Reading::kMime ? mimeText(file, warnings) : filterText(file);
+    if (reading != Reading::kMime) return filterText(file);
+    std::optional<BodyText> body = mimeBody(file);
+    if (!body) return std::nullopt;
+    warnings.insert(warnings.end(), body->warnings.begin(), body->warnings.end());
+    return std::move(body->text);
 }
 
 }  // namespace emltool

@@ -14,6 +14,7 @@
 #include "tool/message/sub_file_path.h"
 #include "tool/terminal/problem.h"
 #include "tool/text/reading.h"
+#include "tool/text/text_spans.h"
 
 namespace emltool {
 
@@ -75,8 +76,9 @@ struct MessageTree {
     std::vector<MetadataField> metadata;
     std::optional<std::vector<ListedField>> headers;  // all fields, in order; nothing unless asked for
     std::vector<SubFileEntry> subFiles;
-    std::string sha256;               // of the message as it is stored; empty unless asked for
-    std::optional<std::string> text;  // what a person reads, UTF-8; nothing unless asked for
+    std::string sha256;                              // of the message as it is stored; empty unless asked for
+    std::optional<std::string> text;                 // what a person reads, UTF-8; nothing unless asked for
+    std::optional<std::vector<TextSpan>> textSpans;  // of it; the MIME reading alone has them
     std::vector<Warning> warnings;
 };
 
