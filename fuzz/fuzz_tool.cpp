@@ -22,9 +22,11 @@
 #include "tool/message/tree.h"
 #include "tool/text/charset_labels.h"
 #include "tool/text/date_text.h"
+#include "tool/text/flowed_text.h"
 #include "tool/text/html_text.h"
 #include "tool/text/name_decoding.h"
 #include "tool/text/safe_name.h"
+#include "tool/text/text_spans.h"
 #include "tool/text/utf8.h"
 #include "tool/text/visible_text.h"
 #include "utf8_rules.h"
@@ -84,7 +86,22 @@ void safeNames(Choices& choices, std::string_view text) {
     }
 }
 
+void spans(std::string_view text) {
+    size_t next = 1;
+    const std::vector<emltool::TextSpan> found = emltool::textSpans(text);
+    for (size_t i = 0; i < found.size(); ++i) {
+        require(found[i].firstLine == next && found[i].lines > 0, "spans follow each other");
+        require(i == 0 || found[i].kind != found[i - 1].kind, "neighbours are of different kinds");
+        next += found[i].lines;
+    }
+    const auto ends = static_cast<size_t>(std::ranges::count(text, '\n'));
+    require(next == ends + (text.empty() || text.ends_with('\n') ? 1 : 2), "each line is in a span");
+    require(emltool::joinedFlowed(text, false).size() <= 2 * text.size() + 1,
+            "a mark adds one blank at most");
+}
+
 void visibleText(Choices&, std::string_view text) {
+    spans(text);
     const std::string shown = emltool::visible(text);
     requireHarmless(shown, "visible text is harmless");
     const bool harmless = isWellFormed(text) && shown == text;

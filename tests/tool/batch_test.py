@@ -212,6 +212,24 @@ def text_is_what_show_prints():
 
 
 @test
+def spans_of_the_text_say_whose_the_lines_are():
+    write("reply.eml", cli.REPLY)
+    write("none.eml", cli.simple(b""))
+    write("encrypted.eml", cli.ENCRYPTED)
+    rows, _ = batch("--text", "reply.eml", "none.eml", "encrypted.eml", code=0)
+    spans = rows[0]["message"]["text_spans"]
+    equal([(span["kind"], span["first_line"], span["lines"]) for span in spans],
+          [("own", 1, 2), ("attribution", 3, 1), ("quote", 4, 3), ("own", 7, 2), ("signature", 9, 3), ("footer", 12, 2)])
+    equal(sum(span["lines"] for span in spans), rows[0]["message"]["text"].count("\n"))
+    equal(rows[1]["message"]["text_spans"], [])
+    equal("text_spans" in rows[2]["message"], False)
+    equal("text_spans" in batch("reply.eml", code=0)[0][0]["message"], False)
+    for option in ("--schema=1", "--reader=container"):
+        message = json.loads(cli.eml(option, "batch", "--text", "reply.eml").out)["message"]
+        equal(("text" in message, "text_spans" in message), (True, False), option)
+
+
+@test
 def digests_are_sha_256():
     write("m.eml", cli.SAMPLE)
     for length in (0, 1, 55, 56, 63, 64, 65, 119, 120, 4095, 100_000):

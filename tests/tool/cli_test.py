@@ -116,6 +116,8 @@ LETTER = mixed(part("report.pdf"), part("=?UTF-8?Q?M=C3=A4rz.txt?=")).replace(
 DRIVING = simple(b"body \x1b[31m\x07\xc2\x9b2J \xe2\x80\xae\tend\r",
                  b"Subject: =?utf-8?Q?a=1B[2Jb=C2=9Bc=E2=80=AEd?=",
                  b"To: x\x1b]0;y\x07@example.org")
+REPLY = simple(b"Dear Anna,\n\nOn 4 March 2025, Anna wrote:\n> Will you\n> come?\n\nI will.\n\n-- \nBen\n\n"
+               b"___________\nFriends mailing list", b"Subject: Re: Lunch")
 ONLY_HEADER = "encrypted (S/MIME); only the header can be shown"
 
 
@@ -586,6 +588,32 @@ def a_message_as_markdown():
 
 
 @test
+def show_unquoted_folds_what_others_wrote():
+    write("m.eml", REPLY)
+    text = "Dear Anna,\n\n[attribution and 2 quoted lines]\n\nI will.\n\n[signature, 2 lines]\n\n[footer, 2 lines]\n"
+    expect(eml("show", "--unquoted", "--body-only", "m.eml"), 0, out=text)
+    expect(eml("show", "--unquoted", "m.eml"), 0,
+           out="From:         a@example.org\nSubject:      Re: Lunch\n\n" + text)
+    equal("\x1b[2m[signature, 2 lines]\x1b[0m\n" in eml("--color=always", "show", "--unquoted", "m.eml").out, True)
+    write("plain.eml", simple(b"one\n\ntwo"))
+    expect(eml("show", "--unquoted", "--body-only", "plain.eml"), 0, out="one\n\ntwo\n")
+    write("all.eml", simple(b"> one\n> two"))
+    expect(eml("show", "--unquoted", "all.eml"), 0, out="From:         a@example.org\n\n[2 quoted lines]\n")
+    for reader in ("container", "filter"):
+        expect(eml(f"--reader={reader}", "show", "--unquoted", "m.eml"), 2,
+               "eml: show: --unquoted belongs to the MIME reader; leave out --reader\n", "")
+    expect(eml("show", "--unquoted", "--source", "m.eml"), 2,
+           "eml: show: --unquoted folds what --source shows; choose one of them\n", "")
+
+
+@test
+def show_joins_flowed_lines_unless_the_source_is_wanted():
+    write("m.eml", simple(b">Will you \n>come?\n\nYes, \nI will.", kind=b"text/plain; format=flowed"))
+    expect(eml("show", "--body-only", "m.eml"), 0, out="> Will you come?\n\nYes, I will.\n")
+    expect(eml("show", "--body-only", "--source", "m.eml"), 0, out=">Will you \n>come?\n\nYes, \nI will.\n")
+
+
+@test
 def show_knows_where_a_value_ends():
     for words, subject in ((b"=?us-ascii?Q?a=0A?= =?utf-8?Q?c=C3=A4?=", "a c\u00e4"),
                            (b"=?us-ascii?Q?a=0Ab=0A?=", "a b"),
@@ -782,6 +810,9 @@ def the_schema_refuses_what_is_none():
         "an empty id": lambda a: a["message"].update(message_id=""),
         "an id twice": lambda a: a["message"].update(references=["a@b", "a@b"]),
         "a conversation of no form": lambda a: a.update(thread="x"),
+        "a kind of text that is none": lambda a: a["message"].update(
+            text_spans=[{"kind": "other", "first_line": 1, "lines": 1}]),
+        "a span of no lines": lambda a: a["message"].update(text_spans=[{"kind": "own", "first_line": 1, "lines": 0}]),
         "an embedded message that is none":
             lambda a: a["message"]["sub_files"][3]["message"].pop("sub_files"),
     }

@@ -97,9 +97,10 @@ bool isMbox(const std::string& path, emlhost::Input& input) {
     return begins && ::stat(path.c_str(), &found) == 0 && S_ISREG(found.st_mode);
 }
 
-void addText(MessageFile& file, const RowOptions& options, MessageTree& tree) {
-    std::optional<BodyText> body = bodyText(file, options.form.reading);
+void addText(MessageFile& file, const AnswerForm& form, MessageTree& tree) {
+    std::optional<BodyText> body = bodyText(file, form.reading);
     if (!body) return;
+    if (form.reading == Reading::kMime && form.schema != 1) tree.textSpans = spansOf(*body);
     tree.text = std::move(body->text);
     tree.hiddenText = std::move(body->hidden);
     std::move(body->warnings.begin(), body->warnings.end(), std::back_inserter(tree.warnings));
@@ -123,7 +124,7 @@ BatchRow readMessage(std::unique_ptr<emlhost::Input> input, const BatchItem& ite
         RowVisitor visitor(options);
         tree = readTree(file, visitor, options.form.reading);
         if (options.digest) tree->sha256 = digestOf(file.input());
-        if (options.text) addText(file, options, *tree);
+        if (options.text) addText(file, options.form, *tree);
         if (options.markdown) addMarkdown(file, *tree);
         file.checkReads();
     } catch (const Problem& caught) {

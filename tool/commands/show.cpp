@@ -16,6 +16,7 @@
 #include "tool/message/message_markdown.h"
 #include "tool/message/read_message.h"
 #include "tool/message/shown_message.h"
+#include "tool/text/folded_text.h"
 #include "tool/text/format.h"
 #include "tool/text/name_decoding.h"
 #include "tool/text/visible_text.h"
@@ -95,9 +96,25 @@ class Printer final : public MessageReader {
         }
     }
 
+    // The same without what the sender did not write.
+    void foldedText(std::string_view body, std::span<const TextSpan> spans) {
+        for (const FoldedLine& each : foldedLines(body, spans)) {
+            if (each.isNote) {
+                note(each.text);
+            } else {
+                line(each.text);
+            }
+        }
+    }
+
     bool isHtml() const { return wasHtml_; }
 
   private:
+    void note(std::string_view text) {
+        if (!anyLine_) begin(text);
+        console_.print(std::string(emptyLines_, '\n') + console_.style().note(text) + "\n");
+        emptyLines_ = 0;
+    }
     void begin(std::string_view firstLine) {
         if (withFields_) console_.print("\n");
         html_ = !form_.source && looksLikeHtml(firstLine);
@@ -119,7 +136,8 @@ class ShowRun final : public CommandRun {
   public:
     explicit ShowRun(CLI::App& app) : messages_(app, MessageArguments::Count::kMany) {
         app.add_flag("--body-only", bodyOnly_, "leave out header fields");
-        app.add_flag("--source", source_, "show HTML source, not its text");
+        app.add_flag("--source", source_, "show HTML source, not its text; and plain text as it was sent");
+        app.add_flag("--unquoted", unquoted_, "fold quotes, signatures and footers into a line each");
         app.add_option("--links", linksWord_,
                        "where links of HTML lead: footnotes (the default), inline or none")
             ->type_name("STYLE");
@@ -132,9 +150,12 @@ class ShowRun final : public CommandRun {
         if (markdown_ && options.reading != Reading::kMime) {
             throw usageProblem("--markdown is what the MIME reader gives");
         }
-        if (markdown_ && source_) throw usageProblem("--markdown and --source exclude each other");
+        if (markdown_ && (source_ || unquoted_)) {
+            throw usageProblem("show: --markdown goes with neither --source nor --unquoted");
+        }
         links_ = static_cast<LinkStyle>(kLinkChoices.parse(linksWord_));
         if (options.json) throw usageProblem("show has no JSON form; see \"eml --json info\" or \"records\"");
+        if (unquoted_) checkUnquoted(options.reading);
         FileHeadings headings(console, messages_.files().size());
         return forEachFile(console, messages_, [&](const MessageSource& source) {
             show(console, source, headings, options.reading);
@@ -142,6 +163,13 @@ class ShowRun final : public CommandRun {
     }
 
   private:
+    void checkUnquoted(Reading reading) const {
+        if (reading != Reading::kMime) {
+            throw usageProblem("show: --unquoted belongs to the MIME reader; leave out --reader");
+        }
+        if (source_) throw usageProblem("show: --unquoted folds what --source shows; choose one of them");
+    }
+
     void show(Console& console, const MessageSource& source, FileHeadings& headings, Reading reading) const {
         if (reading == Reading::kFilter) {
             showFiltered(console, source, headings);
@@ -158,7 +186,11 @@ class ShowRun final : public CommandRun {
         }
         for (const Warning& warning : shown.warnings) console.warn(file.name(), warning.text);
         if (shown.encrypted) throw encrypted(file.name(), shown.protection);
-        printer.text(shown.text);
+        if (unquoted_) {
+            printer.foldedText(shown.text, shown.spans);
+        } else {
+            printer.text(shown.text);
+        }
         if (shown.isFromHtml && console.verbose()) noteHtml(console, file.name());
     }
 
@@ -206,6 +238,7 @@ class ShowRun final : public CommandRun {
     bool markdown_ = false;
     std::string linksWord_ = "footnotes";
     LinkStyle links_ = LinkStyle::kFootnotes;
+    bool unquoted_ = false;
 };
 
 std::unique_ptr<CommandRun> declareShow(CLI::App& app) { return std::make_unique<ShowRun>(app); }
@@ -219,6 +252,7 @@ const Command kShowCommand = {"show",
                               "Examples:\n"
                               "  eml message.eml\n"
                               "  eml show --body-only message.eml | less\n"
+                              "  eml show --unquoted message.eml\n"
                               "  eml show box.mbox#17\n",
                               declareShow,
                               {&kLinkChoices, 1}};

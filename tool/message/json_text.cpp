@@ -66,6 +66,7 @@ class Answer {
     void headers(const std::vector<ListedField>& fields);
     void subFiles(const MessageTree& tree);
     void tnef(const MessageTree& tree);
+    void textSpans(const std::vector<TextSpan>& spans);
 
     JsonWriter& json_;
     const AnswerForm& form_;
@@ -210,6 +211,19 @@ void Answer::tnef(const MessageTree& tree) {
     json_.EndObject();
 }
 
+void Answer::textSpans(const std::vector<TextSpan>& spans) {
+    json_.Key("text_spans");
+    json_.StartArray();
+    for (const TextSpan& span : spans) {
+        json_.StartObject();
+        putField(json_, "kind", nameOf(span.kind));
+        putNumber(json_, "first_line", span.firstLine);
+        putNumber(json_, "lines", span.lines);
+        json_.EndObject();
+    }
+    json_.EndArray();
+}
+
 // The first version of the schema always has a number and a name.
 void Answer::charset(const MessageTree& tree) {
     const emlhost::Charset* known = emlhost::findCharset(tree.charset);
@@ -253,6 +267,7 @@ void Answer::message(const MessageTree& tree) {
     if (tree.text) putField(json_, "text", *tree.text);
     if (tree.markdown) putField(json_, "markdown", *tree.markdown);
     if (!tree.hiddenText.empty() && !isFirstSchema()) putField(json_, "hidden_text", tree.hiddenText);
+    if (tree.textSpans && !isFirstSchema()) textSpans(*tree.textSpans);
     json_.EndObject();
 }
 

@@ -10,6 +10,7 @@
 #include "tool/text/charset_decoder.h"
 #include "tool/text/charset_guess.h"
 #include "tool/text/charset_labels.h"
+#include "tool/text/flowed_text.h"
 #include "tool/text/utf8.h"
 
 namespace emltool {
@@ -56,6 +57,21 @@ std::optional<std::string> guessedText(const std::string& bytes) {
     return label ? toUtf8(bytes, *label) : std::nullopt;
 }
 
+bool hasFlowedLines(const Part& part) {
+    return part.is("text", "plain") && (part.info().flags & EML_MIME_PART_FLOWED) != 0;
+}
+
+// `bytes` of the part by the charset that it names, or else that HTML names, or else by their letters; nothing if none
+// of them tells.
+std::optional<std::string> convertedText(const Part& part, const Content& content, const std::string& bytes) {
+    const bool isNamed = !content.notConverted() && !content.guessed() && !part.charset().empty();
+    if (isNamed) return toUtf8(bytes, part.charset());
+    if (isUtf8(bytes)) return bytes;
+    std::optional<std::string> converted;
+    if (content.guessed() && part.is("text", "html")) converted = textByMeta(bytes);
+    return converted ? converted : guessedText(bytes);
+}
+
 bool isBlank(std::string_view line) { return line.find_first_not_of(" \t\r\n") == std::string_view::npos; }
 
 // Drops empty lines at both ends, and ends the last line.
@@ -91,7 +107,7 @@ bool isOtherText(const Part& part) {
 }
 
 HtmlText readPart(const Part& part, const TextForm& form) {
-    if (form.source) return {textOfPart(part), "", {}};
+    if (form.source) return {textOfPart(part, true), "", {}};
     if (isRtf(part)) return textOfRtfPart(part, form.links);
     if (part.is("text", "html")) return textOfHtml(textOfPart(part), form.links);
     return {textOfPart(part), "", {}};
@@ -103,7 +119,9 @@ BodyText readParts(const std::vector<Part>& parts, const TextForm& form) {
     for (const Part& part : parts) {
         HtmlText read = readPart(part, form);
         if (!isBlank(read.text)) isAllHtml = isAllHtml && part.is("text", "html");
-        body.text += trimmedLines(read.text);
+        const std::string lines = trimmedLines(read.text);
+        body.text += lines;
+        body.pieces.push_back(lines.size());
         body.hidden += read.hidden;
         std::move(read.warnings.begin(), read.warnings.end(), std::back_inserter(body.warnings));
     }
@@ -113,17 +131,19 @@ BodyText readParts(const std::vector<Part>& parts, const TextForm& form) {
 
 }  // namespace
 
-std::string textOfPart(const Part& part) {
+std::string textOfPart(const Part& part, bool asSent) {
+    const bool isFlowed = hasFlowedLines(part);
+    const bool joinsNothing = isFlowed && asSent;
     std::string text;
     const Content content = part.extract([&](std::string_view piece) { text += piece; }, Form::Text);
-    if (!content.notConverted() && !content.guessed()) return text;
+    if (!content.notConverted() && !content.guessed() && !joinsNothing) return text;
     const std::string bytes = part.bytes();
-    if (isUtf8(bytes)) return content.notConverted() ? bytes : text;
-    std::optional<std::string> converted;
-    if (content.guessed() && part.is("text", "html")) converted = textByMeta(bytes);
-    if (!converted) converted = guessedText(bytes);
-    if (converted) return withLfAlone(withoutInvalidBytes(*converted));
-    return content.notConverted() ? fromUnlabelledCharset(text, EML_CHARSET_WESTERN) : text;
+    if (!content.notConverted() && isUtf8(bytes) && !joinsNothing) return text;
+    std::optional<std::string> converted = convertedText(part, content, bytes);
+    if (!converted) return content.notConverted() ? fromUnlabelledCharset(text, EML_CHARSET_WESTERN) : text;
+    std::string lines = withLfAlone(withoutInvalidBytes(*converted));
+    if (!isFlowed || joinsNothing) return lines;
+    return joinedFlowed(lines, (part.info().flags & EML_MIME_PART_DELSP) != 0);
 }
 
 std::vector<Part> textParts(const Message& message, uint32_t root) {
@@ -147,14 +167,16 @@ BodyText readBody(const Message& message, uint32_t root, const TextForm& form) {
     BodyText body;
     for (const auto choice : {isInText, isInHtml, isOtherText}) {
         BodyText read = readParts(partsOf(message, root, choice), form);
-        body.hidden += read.hidden;
-        std::move(read.warnings.begin(), read.warnings.end(), std::back_inserter(body.warnings));
-        if (read.text.empty()) continue;
-        body.text = std::move(read.text);
-        body.isFromHtml = read.isFromHtml;
-        return body;
+        std::string hidden = std::move(body.hidden);
+        std::vector<Warning> warnings = std::move(body.warnings);
+        std::move(read.warnings.begin(), read.warnings.end(), std::back_inserter(warnings));
+        body = std::move(read);
+        body.hidden.insert(0, hidden);
+        body.warnings = std::move(warnings);
+        if (!body.text.empty()) return body;
     }
     body.text = trimmedLines(tnefText(message, root, body.warnings, form.links));
+    body.pieces = {body.text.size()};
     return body;
 }
 
@@ -179,6 +201,16 @@ BodyDocument readBodyDocument(const Message& message, uint32_t root) {
     }
     document.content = plainDocument(tnefText(message, root, document.warnings, LinkStyle::kFootnotes));
     return document;
+}
+
+std::vector<TextSpan> spansOf(const BodyText& body) {
+    std::vector<TextSpan> spans;
+    std::string_view rest = body.text;
+    for (const size_t piece : body.pieces) {
+        appendSpans(spans, textSpans(rest.substr(0, piece)));
+        rest.remove_prefix(piece);
+    }
+    return spans;
 }
 
 }  // namespace emltool

@@ -10,12 +10,13 @@
 #include "tool/html/document.h"
 #include "tool/html/document_text.h"
 #include "tool/terminal/problem.h"
+#include "tool/text/text_spans.h"
 
 namespace emltool {
 
 // A part of type text as UTF-8, by the charset that it names, or else by the one that HTML names in a <meta>,
-// or else by its letters. Lines end with LF.
-std::string textOfPart(const emlreader::mime::Part& part);
+// or else by its letters. Lines end with LF; those of format=flowed are joined, unless they are wanted `asSent`.
+std::string textOfPart(const emlreader::mime::Part& part, bool asSent = false);
 
 // The parts that are the text of the message whose root is `root`, in order; some may be HTML.
 std::vector<emlreader::mime::Part> textParts(const emlreader::mime::Message& message, uint32_t root);
@@ -27,14 +28,15 @@ std::optional<uint64_t> textSize(const std::vector<emlreader::mime::Part>& parts
 std::string charsetOf(const std::vector<emlreader::mime::Part>& parts);
 
 struct TextForm {
-    bool source = false;  // HTML as it stands
+    bool source = false;  // HTML as it stands, and lines of format=flowed as they were sent
     LinkStyle links = LinkStyle::kFootnotes;
 };
 
 struct BodyText {
-    std::string text;         // UTF-8, each line with its LF; without empty lines at both ends
-    bool isFromHtml = false;  // all of it
-    std::string hidden;       // what is in its HTML, but not to be seen; each line with its LF
+    std::string text;            // UTF-8, each line with its LF; without empty lines at both ends
+    bool isFromHtml = false;     // all of it
+    std::string hidden;          // what is in its HTML, but not to be seen; each line with its LF
+    std::vector<size_t> pieces;  // how many bytes of it come from each part, in order
     std::vector<Warning> warnings;
 };
 
@@ -52,5 +54,8 @@ BodyDocument readBodyDocument(const emlreader::mime::Message& message, uint32_t 
 
 // The same of one part.
 BodyDocument readPartDocument(const emlreader::mime::Part& part);
+
+// Which lines of it are the sender's own. Each part is looked at alone: a signature ends with its part.
+std::vector<TextSpan> spansOf(const BodyText& body);
 
 }  // namespace emltool

@@ -58,6 +58,7 @@ ShownMessage shownByMime(MessageFile& file, const TextForm& form) {
         addNames(names, shown);
         if (!shown.encrypted) {
             BodyText text = readBody(body, 0, form);
+            if (!form.source) shown.spans = spansOf(text);
             shown.text = std::move(text.text);
             shown.isFromHtml = text.isFromHtml && !form.source;
             addWarnings(std::move(text.warnings), shown);

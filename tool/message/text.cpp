@@ -28,9 +28,9 @@ class Collector final : public MessageReader {
     }
 
     BodyText finish(LinkStyle links) {
-        if (!html_) return {std::move(text_), false, "", {}};
+        if (!html_) return {std::move(text_), false, "", {}, {}};
         HtmlText read = textOfHtml(text_, links);
-        return {std::move(read.text), true, std::move(read.hidden), std::move(read.warnings)};
+        return {std::move(read.text), true, std::move(read.hidden), {}, std::move(read.warnings)};
     }
 
   private:
@@ -54,14 +54,14 @@ std::optional<BodyText> filterText(MessageFile& file, LinkStyle links) {
 }
 
 std::optional<BodyText> mimeText(MessageFile& file, LinkStyle links) {
-    std::optional<BodyText> text;
+    std::optional<BodyText> body;
     withMime(file, [&](const emlreader::mime::Message& message) {
         const SignedMessage content(message, 0);
         if (content.isEncrypted()) return;
-        text = readBody(content.inside() != nullptr ? *content.inside() : message, 0, {false, links});
+        body = readBody(content.inside() != nullptr ? *content.inside() : message, 0, {false, links});
     });
     file.checkReads();
-    return text;
+    return body;
 }
 
 }  // namespace

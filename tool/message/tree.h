@@ -15,6 +15,7 @@
 #include "tool/message/thread_fields.h"
 #include "tool/terminal/problem.h"
 #include "tool/text/reading.h"
+#include "tool/text/text_spans.h"
 
 namespace emltool {
 
@@ -77,10 +78,11 @@ struct MessageTree {
     std::optional<ThreadFields> threadFields;         // nothing from a reader that does not read them
     std::optional<std::vector<ListedField>> headers;  // all fields, in order; nothing unless asked for
     std::vector<SubFileEntry> subFiles;
-    std::string sha256;                   // of the message as it is stored; empty unless asked for
-    std::optional<std::string> text;      // what a person reads, UTF-8; nothing unless asked for
-    std::optional<std::string> markdown;  // html/markdown.h; nothing unless asked for
-    std::string hiddenText;               // what is in its HTML, but not to be seen; with one of these
+    std::string sha256;                              // of the message as it is stored; empty unless asked for
+    std::optional<std::string> text;                 // what a person reads, UTF-8; nothing unless asked for
+    std::optional<std::vector<TextSpan>> textSpans;  // of it; the MIME reading alone has them
+    std::optional<std::string> markdown;             // html/markdown.h; nothing unless asked for
+    std::string hiddenText;  // what is in its HTML, but not to be seen; with one of these
     std::vector<Warning> warnings;
 };
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tool/text/charset_guess.h"
+
 namespace emltool {
 namespace {
 
@@ -85,6 +87,60 @@ TEST(MimeText, IsWhatAPersonReads) {
 
 TEST(MimeText, SourceOfHtmlStays) {
     EXPECT_EQ(readBody(Message::fromBytes(kHtml), 0, true).text, "<p>Hello <b>you</b></p>\n");
+}
+
+TEST(MimeText, FlowedLinesAreJoined) {
+    const std::string flowed = "Content-Type: text/plain; format=flowed; charset=";
+    const std::string lines = "\r\n\r\n>one \r\n>two \r\n thr\xE9 \r\nfour\r\n";
+    const Row rows[] = {
+        {"of a known charset", flowed + "iso-8859-1" + lines, "> one two \nthr\xC3\xA9 four\n", false},
+        {"of one that nobody knows", flowed + "x-none" + lines, "> one two \nthr\xC3\xA9 four\n", false},
+        {"of text that is guessed by its letters",
+         flowed + "x-none\r\n\r\n\xFA\xC4\xD2\xC1\xD7\xD3\xD4\xD7\xD5\xCA\xD4\xC5, "
+                  "\xC4\xCF\xD2\xCF\xC7\xC9\xC5 \xC4\xD2\xD5\xDA\xD8\xD1 \xC9 \xCB\xCF\xCC\xCC\xC5\xC7\xC9, "
+                  "\xCB\xC1\xCB \xD7\xD9 \xD0\xCF\xD6\xC9\xD7\xC1\xC5\xD4\xC5? \r\n\xF0\xCF\xC7\xCF\xC4\xC1 "
+                  "\xD5 \xCE\xC1\xD3 \xD3\xC5\xC7\xCF\xC4\xCE\xD1 \xC8\xCF\xD2\xCF\xDB\xC1\xD1.\r\n",
+         "Здравствуйте, дорогие друзья и коллеги, как вы поживаете? Погода у нас сегодня хорошая.\n", false},
+        {"of UTF-8 under a name that nobody knows", flowed + "x-none; delsp=yes\r\n\r\n\xC3\xA4 \r\nb\r\n",
+         "\xC3\xA4"
+         "b\n",
+         false},
+    };
+    for (const Row& row : rows) {
+        if (std::string_view(row.what).find("guessed") != std::string_view::npos && !guessesCharsets())
+            continue;
+        const Message message = Message::fromBytes(row.message);
+        EXPECT_EQ(readBody(message, 0).text, row.text) << row.what;
+    }
+}
+
+TEST(MimeText, SourceOfFlowedLinesStays) {
+    const std::string flowed = "Content-Type: text/plain; format=flowed";
+    const Row rows[] = {
+        {"without a charset", flowed + "\r\n\r\n>one \r\n>two\r\n  three\r\n", ">one \n>two\n  three\n",
+         false},
+        {"with one", flowed + "; charset=iso-8859-1\r\n\r\n\xE9 \r\nb\r\n", "\xC3\xA9 \nb\n", false},
+        {"in 7 bits", flowed + "; charset=iso-2022-jp\r\n\r\n\x1B$BF|\x1B(B \r\nb\r\n", "\u65E5 \nb\n",
+         false},
+        {"that is not as it says", flowed + "; charset=us-ascii\r\n\r\n\xC3\xA9 \r\nb\r\n", "\xC3\xA9 \nb\n",
+         false},
+        {"encoded", flowed + "\r\nContent-Transfer-Encoding: quoted-printable\r\n\r\na=20\r\nb=\r\nc\r\n",
+         "a \nbc\n", false},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(readBody(Message::fromBytes(row.message), 0, true).text, row.text) << row.what;
+    }
+}
+
+// A signature ends with its part.
+TEST(MimeText, SpansAreThoseOfEachPart) {
+    const std::string signedText = "Content-Type: text/plain\r\n\r\nabc\r\n-- \r\nAnna\r\n";
+    const BodyText body = readBody(Message::fromBytes(multipart("mixed", {signedText, kPlain})), 0);
+    EXPECT_EQ(body.text, "abc\n-- \nAnna\nplain\n");
+    EXPECT_EQ(spansOf(body),
+              (std::vector<TextSpan>{
+                  {SpanKind::kOwn, 1, 1}, {SpanKind::kSignature, 2, 2}, {SpanKind::kOwn, 4, 1}}));
+    EXPECT_EQ(spansOf(readBody(Message::fromBytes("Subject: s\r\n\r\n"), 0)), std::vector<TextSpan>());
 }
 
 TEST(MimeText, SizeIsThatOfTheDecodedText) {
