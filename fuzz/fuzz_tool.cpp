@@ -16,6 +16,12 @@
 #include "standalone/input.h"
 #include "standalone/iso_2022_jp.h"
 #include "standalone/text_records.h"
+#include "tool/html/document_text.h"
+#include "tool/html/html_document.h"
+#include "tool/html/html_text.h"
+#include "tool/html/html_tree.h"
+#include "tool/html/markdown.h"
+#include "tool/html/nesting_limit.h"
 #include "tool/message/json_text.h"
 #include "tool/message/message_file.h"
 #include "tool/message/shown_message.h"
@@ -23,7 +29,6 @@
 #include "tool/text/charset_labels.h"
 #include "tool/text/date_text.h"
 #include "tool/text/flowed_text.h"
-#include "tool/text/html_text.h"
 #include "tool/text/name_decoding.h"
 #include "tool/text/safe_name.h"
 #include "tool/text/text_spans.h"
@@ -140,22 +145,34 @@ void names(Choices& choices, std::string_view text) {
         require(isWellFormed(*labelled), "text of a label becomes UTF-8");
 }
 
+// The parser is a library of others, and not in this build: what is ours before and after it is.
 void html(Choices&, std::string_view text) {
     (void)emltool::looksLikeHtml(text.substr(0, text.find('\n')));
-    const std::vector<std::string> lines = emltool::htmlToLines(text);
-    const bool valid = isWellFormed(text);
-    size_t total = 0;
-    bool before = false;
-    for (const std::string& line : lines) {
-        require(line.find_first_of("\r\n\t\f") == std::string::npos, "white space is folded");
-        require(line.find("  ") == std::string::npos && !line.ends_with(' '), "a blank stands alone");
-        require(!valid || isWellFormed(line), "UTF-8 stays UTF-8");
-        require(!line.empty() || before, "an empty line stands between two others");
-        before = !line.empty();
-        total += line.size();
+    const emltool::LimitedHtml limited = emltool::limitNesting(text);
+    require(limited.html.size() <= text.size(), "nothing comes in addition");
+    require(limited.anyLeftOut || limited.html == text, "what is kept is kept as it is");
+    const std::vector<uint8_t> bytes(text.begin(), text.end());
+    if (const auto tree = emltool::HtmlTree::decode(bytes)) {
+        for (size_t i = 0; i < tree->size(); ++i) require((*tree)[i].end <= tree->size(), "nodes are inside");
+        (void)emltool::documentText(emltool::readHtml(*tree).content, emltool::LinkStyle::kFootnotes);
+        (void)emltool::makeInert(*tree);
     }
-    require(lines.empty() || before, "the last line is not empty");
-    require(total <= text.size(), "text is no longer than its HTML");
+}
+
+void css(Choices&, std::string_view text) {
+    emltool::CssFindings findings;
+    for (const std::string& inert :
+         {emltool::inertStyleSheet(text, {}, findings), emltool::inertDeclarations(text, {}, findings)}) {
+        require(inert.find('<') == std::string::npos, "no tag is in a style sheet");
+    }
+}
+
+void markdown(Choices&, std::string_view text) {
+    const std::string made = emltool::markdownOf(emltool::plainDocument(text));
+    require(!isWellFormed(text) || isWellFormed(made), "UTF-8 stays UTF-8");
+    for (size_t at = made.find('<'); at != std::string::npos; at = made.find('<', at + 1)) {
+        require(at != 0 && made[at - 1] == '\\', "no tag is in Markdown");
+    }
 }
 
 // Both answers are one line that parses, and say the same.
@@ -326,8 +343,8 @@ void paths(Choices&, std::string_view text) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     constexpr void (*kTexts[])(Choices&, std::string_view) = {
-        &utf8, &safeNames,   &visibleText, &names,   &html,    &json,
-        &date, &conversions, &iso2022,     &records, &message, &paths};
+        &utf8,        &safeNames, &visibleText, &names,   &html,  &json, &date,
+        &conversions, &iso2022,   &records,     &message, &paths, &css,  &markdown};
     Choices choices(data, size, kHead);
     const uint32_t kind = choices.below(std::size(kTexts));
     kTexts[kind](choices, choices.restText());
