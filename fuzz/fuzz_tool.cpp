@@ -34,6 +34,8 @@
 #include "tool/text/text_spans.h"
 #include "tool/text/utf8.h"
 #include "tool/text/visible_text.h"
+#include "tool/view/css_text.h"
+#include "tool/view/inert_html.h"
 #include "utf8_rules.h"
 
 namespace {

@@ -17,7 +17,10 @@ import builtins
 import ctypes
 import functools
 import io
+import os
+import subprocess
 import threading
+import warnings
 from collections.abc import Sequence
 
 from . import _host
@@ -224,6 +227,25 @@ class Message:
                 return body
             fields = ((name, reader.field(name)) for name in ("From", "To", "Cc", "Date", "Subject"))
             return "".join(f"{name}: {value}\n" for name, value in fields if value is not None) + "\n" + body
+
+    @_alone
+    def as_markdown(self, with_header=True):
+        """Returns the message as Markdown without HTML in it, as `eml render --to=markdown` makes it: header and attachments
+        as front matter, then the text that a person sees. Runs the command `eml`, or the one that the environment variable
+        EMLREADER_COMMAND names: FileNotFoundError without it, RuntimeError with its words if it fails. What was guessed
+        or left out is a warning (module warnings)."""
+        self._opened()
+        command = os.environ.get("EMLREADER_COMMAND", "eml")
+        options = [] if with_header else ["--body-only"]
+        self._source.seek(0)
+        done = subprocess.run([command, "render", "--to=markdown", *options, "--force", "-"], input=self._source.read(),
+                              capture_output=True, check=False)
+        said = done.stderr.decode("utf-8", "replace").strip().splitlines()
+        if done.returncode != 0:
+            raise RuntimeError(said[-1] if said else f"{command} ended with exit code {done.returncode}")
+        for line in said:
+            warnings.warn(line, stacklevel=4)
+        return done.stdout.decode("utf-8")
 
     @_alone
     def filter_text(self, with_header=True):

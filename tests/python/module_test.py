@@ -11,6 +11,7 @@ import sys
 import tempfile
 import threading
 import traceback
+import warnings
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "python"))
@@ -215,6 +216,31 @@ def test_a_message_is_used_by_one_call_at_a_time():
                     lambda: message.sub_files[0], lambda: message.date, message.filter_text):
             raises(RuntimeError, message.extract, 1, lambda _: use())
         equal(message.extract(1), b"\0\1\2\3")
+
+
+def test_markdown_is_that_of_the_command():
+    with tempfile.TemporaryDirectory() as folder:
+        command = pathlib.Path(folder, "eml")
+        # Stands for the command: says how it was called, and what it was given.
+        command.write_text(f"#!{sys.executable}\nimport sys\nprint(sys.argv[1:], len(sys.stdin.buffer.read()))\n"
+                           "print('eml: -: warning: guessed', file=sys.stderr)\n"
+                           "sys.exit(5 if '--body-only' in sys.argv else 0)\n")
+        command.chmod(0o755)
+        before = os.environ.get("EMLREADER_COMMAND")
+        os.environ["EMLREADER_COMMAND"] = str(command)
+        try:
+            with emlreader.open(LETTER) as message, warnings.catch_warnings(record=True) as said:
+                warnings.simplefilter("always")
+                equal(message.as_markdown(), f"['render', '--to=markdown', '--force', '-'] {len(LETTER)}\n")
+                equal([str(each.message) for each in said], ["eml: -: warning: guessed"])
+                raises(RuntimeError, message.as_markdown, False)
+                os.environ["EMLREADER_COMMAND"] = str(command) + "-missing"
+                raises(FileNotFoundError, message.as_markdown)
+                equal(message.header("Subject"), "Report")
+        finally:
+            os.environ.pop("EMLREADER_COMMAND")
+            if before is not None:
+                os.environ["EMLREADER_COMMAND"] = before
 
 
 def test_closing_in_another_thread_waits():

@@ -41,7 +41,11 @@ class Browser:
             def log_message(self, *arguments):
                 pass
 
-        self.server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
+        class Server(http.server.ThreadingHTTPServer):
+            def handle_error(self, *arguments):
+                pass  # a browser that is ended leaves requests
+
+        self.server = Server(("127.0.0.1", 0), Handler)
         self.address = f"http://127.0.0.1:{self.server.server_address[1]}"
 
     def __enter__(self):

@@ -127,7 +127,7 @@ void CssTokenizer::takeNumber() {
     std::from_chars(start, token.text.data() + token.text.size(), token.number);
     if (at(position_) == '%') {
         ++position_;
-        token.unit = "%";
+        token.unit.assign(1, '%');
     } else if (beginsName(position_)) {
         token.unit = lowerCase(takeName());
     }

@@ -102,8 +102,8 @@ std::optional<std::string_view> HtmlTree::find(size_t node, std::string_view att
     return std::nullopt;
 }
 
-uint64_t HtmlTree::keep(std::string_view text) {
-    const uint64_t begin = characters_.size();
+size_t HtmlTree::keep(std::string_view text) {
+    const size_t begin = characters_.size();
     characters_ += text;
     return begin;
 }
@@ -123,7 +123,7 @@ void HtmlTree::open(HtmlNamespace space, std::string_view name) {
 void HtmlTree::addAttribute(std::string_view name, std::string_view value) {
     constexpr size_t kMaxName = 1000;
     name = name.substr(0, kMaxName);
-    const uint64_t nameBegin = keep(name);
+    const size_t nameBegin = keep(name);
     attributes_.push_back({nameBegin, keep(value), static_cast<uint32_t>(name.size()), value.size()});
     ++nodes_.back().attributeCount;
 }

@@ -30,8 +30,8 @@ struct HtmlNode {
     uint32_t end;         // the first node that is not inside this one
     uint32_t attributes;  // where they begin, of an element
     uint32_t attributeCount;
-    uint64_t text;  // where the text, or the name of the element, begins
-    uint64_t length;
+    size_t text;  // where the text, or the name of the element, begins
+    size_t length;
 };
 
 class HtmlTree {
@@ -65,16 +65,16 @@ class HtmlTree {
 
   private:
     struct Attribute {
-        uint64_t name;
-        uint64_t value;
+        size_t name;
+        size_t value;
         uint32_t nameLength;
-        uint64_t valueLength;
+        size_t valueLength;
     };
 
-    std::string_view view(uint64_t begin, uint64_t length) const {
+    std::string_view view(size_t begin, size_t length) const {
         return std::string_view(characters_).substr(begin, length);
     }
-    uint64_t keep(std::string_view text);
+    size_t keep(std::string_view text);
     void add(bool isElement, HtmlNamespace space, std::string_view text);
 
     std::vector<HtmlNode> nodes_;

@@ -376,8 +376,14 @@ std::string markdownOf(const Block& document) { return MarkdownWriter().write(do
 std::string markdownText(std::string_view text) {
     std::string escaped;
     for (size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        const bool isControl = (static_cast<unsigned char>(c) < 0x20 && c != '\t') || c == 0x7F;
+        if (isControl) {
+            escaped += "\uFFFD";
+            continue;
+        }
         if (isMark(text, i)) escaped += '\\';
-        escaped += text[i];
+        escaped += c;
     }
     return escaped;
 }

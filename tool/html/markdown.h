@@ -13,7 +13,7 @@ namespace emltool {
 // extension).
 std::string markdownOf(const Block& document);
 
-// `text` so that Markdown shows it as it stands.
+// `text` so that Markdown shows it as it stands; with U+FFFD for control characters.
 std::string markdownText(std::string_view text);
 
 // Plain text as a document: lines stay lines, ">" are quotes.

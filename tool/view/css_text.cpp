@@ -185,7 +185,8 @@ std::string CssWriter::declarations(const std::vector<CssDeclaration>& declarati
             each.property == "background-color") {
             findings_.colours = true;
         }
-        text += (text.empty() ? "" : ";") + each.property + ':' + *value;
+        if (!text.empty()) text += ';';
+        text.append(each.property).append(1, ':').append(*value);
         if (each.isImportant) text += " !important";
     }
     return text;
@@ -245,8 +246,10 @@ std::string CssWriter::sheet(const CssSheet& sheet) {
     std::string text;
     for (const CssRule& rule : sheet.rules) {
         std::string rules;
-        for (const CssSelector& selector : rule.selectors)
-            rules += (rules.empty() ? "" : ",") + selectorText(selector);
+        for (const CssSelector& selector : rule.selectors) {
+            if (!rules.empty()) rules += ',';
+            rules += selectorText(selector);
+        }
         const std::string inside = declarations(rule.declarations);
         if (inside.empty()) continue;
         rules += '{' + inside + '}';

@@ -7,7 +7,7 @@ namespace emltool {
 
 namespace {
 
-constexpr std::array<HtmlElement, 87> kElements = {{
+constexpr std::array<HtmlElement, 88> kElements = {{
     {"a", "a"},
     {"abbr", "abbr"},
     {"acronym", "acronym"},
@@ -20,6 +20,7 @@ constexpr std::array<HtmlElement, 87> kElements = {{
     {"big", "big"},
     {"blockquote", "blockquote"},
     {"br", "br", true},
+    {"button", "button"},
     {"caption", "caption"},
     {"center", "center"},
     {"cite", "cite"},
@@ -28,7 +29,7 @@ constexpr std::array<HtmlElement, 87> kElements = {{
     {"colgroup", "colgroup"},
     {"dd", "dd"},
     {"del", "del"},
-    {"details", "div"},
+    {"details", "section"},
     {"dfn", "dfn"},
     {"dir", "dir"},
     {"div", "div"},
@@ -40,7 +41,7 @@ constexpr std::array<HtmlElement, 87> kElements = {{
     {"figure", "figure"},
     {"font", "font"},
     {"footer", "footer"},
-    {"form", "div"},
+    {"form", "section"},
     {"h1", "h1"},
     {"h2", "h2"},
     {"h3", "h3"},
@@ -78,7 +79,7 @@ constexpr std::array<HtmlElement, 87> kElements = {{
     {"strike", "strike"},
     {"strong", "strong"},
     {"sub", "sub"},
-    {"summary", "div"},
+    {"summary", "section"},
     {"sup", "sup"},
     {"table", "table"},
     {"tbody", "tbody"},
@@ -109,6 +110,14 @@ static_assert(std::is_sorted(kDroppedNames.begin(), kDroppedNames.end()));
 
 // What else a browser knows and shows as nothing but its content.
 constexpr std::array<std::string_view, 4> kInsideOnly = {"body", "frameset", "html", "noscript"};
+
+// Elements that end a paragraph in which they stand.
+constexpr std::array<std::string_view, 34> kParagraphEnds = {
+    "address", "article",  "aside",      "blockquote", "center",  "dd",      "dir",  "div",  "dl",
+    "dt",      "fieldset", "figcaption", "figure",     "footer",  "h1",      "h2",   "h3",   "h4",
+    "h5",      "h6",       "header",     "hgroup",     "li",      "listing", "main", "menu", "nav",
+    "ol",      "p",        "pre",        "section",    "summary", "ul",      "xmp"};
+static_assert(std::is_sorted(kParagraphEnds.begin(), kParagraphEnds.end()));
 
 constexpr HtmlElement kUnknown = {"span", "span"};
 
@@ -141,6 +150,8 @@ ElementUse useOf(std::string_view name, const HtmlElement*& element) {
     element = found != kElements.end() && found->name == name ? &*found : &kUnknown;
     return ElementUse::kKept;
 }
+
+bool endsParagraph(std::string_view emitted) { return isOneOf(emitted, kParagraphEnds); }
 
 bool isKeptAttribute(std::string_view name) {
     return isOneOf(name, kAttributes) || isOneOf(name, kMoreAttributes);

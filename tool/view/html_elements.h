@@ -20,6 +20,9 @@ struct HtmlElement {
 // What becomes of an element of HTML; for kKept, `element` is set.
 ElementUse useOf(std::string_view name, const HtmlElement*& element);
 
+// Whether an element ends a paragraph that is open around it, when HTML is read.
+bool endsParagraph(std::string_view emitted);
+
 // Attributes that are passed on as they are. None of them loads, runs or sends anything.
 bool isKeptAttribute(std::string_view name);
 

@@ -51,7 +51,7 @@ class InertBuilder {
     void addElement(uint32_t node, const HtmlElement& element);
     void addShell(uint32_t node);
     void addStyleSheet(uint32_t node);
-    void addAttributes(uint32_t node);
+    void addAttributes(uint32_t node, std::string_view style);
     void addImage(uint32_t node);
     void addLink(uint32_t node);
     std::string styleOf(uint32_t node);
@@ -65,6 +65,7 @@ class InertBuilder {
     std::string shellAttributes_;  // of the element that stands for <html>: language and direction
     std::string bodyClass_;
     std::string bodyStyle_;
+    size_t paragraphs_ = 0;  // that are open and can be ended
 };
 
 void InertBuilder::count(uint32_t node) {
@@ -137,7 +138,7 @@ void InertBuilder::addLink(uint32_t node) {
     body_ += " target=\"_blank\" rel=\"noopener noreferrer nofollow\"";
 }
 
-void InertBuilder::addAttributes(uint32_t node) {
+void InertBuilder::addAttributes(uint32_t node, std::string_view first) {
     const std::string_view name = tree_.name(node);
     const bool isLink = name == "a" && tree_.find(node, "href");
     for (size_t i = 0; i < tree_.attributeCount(node); ++i) {
@@ -147,7 +148,7 @@ void InertBuilder::addAttributes(uint32_t node) {
         if (isKeptAttribute(attribute.name) && !isTaken)
             appendAttribute(body_, attribute.name, attribute.value);
     }
-    const std::string style = styleOf(node);
+    const std::string style = std::string(first) + styleOf(node);
     if (!style.empty()) appendAttribute(body_, "style", style);
     if (name == "img") addImage(node);
     if (isLink) addLink(node);
@@ -179,17 +180,26 @@ void InertBuilder::addStyleSheet(uint32_t node) {
 }
 
 void InertBuilder::addElement(uint32_t node, const HtmlElement& element) {
-    body_.append(1, '<').append(element.emitted);
-    addAttributes(node);
+    // Some elements of the sender keep what is inside them from ending a paragraph around them, and are none in the copy.
+    const bool wouldEnd = paragraphs_ != 0 && endsParagraph(element.emitted);
+    const std::string_view name = wouldEnd ? "span" : element.emitted;
+    body_.append(1, '<').append(name);
+    const std::string_view style =
+        element.emitted == "pre" ? "display:block;white-space:pre;" : "display:block;";
+    addAttributes(node, wouldEnd ? style : "");
     body_ += '>';
     if (element.name == "hr") inert_.anyText = true;
     if (element.isVoid) return;
+    const size_t paragraphs = paragraphs_;
+    if (name == "p") ++paragraphs_;
+    if (name == "button" || name == "td" || name == "th" || name == "caption") paragraphs_ = 0;
     const uint32_t first = node + 1;
-    const bool beginsLine = element.emitted == "pre" && first < tree_[node].end && !tree_[first].isElement &&
+    const bool beginsLine = name == "pre" && first < tree_[node].end && !tree_[first].isElement &&
                             tree_.text(first).starts_with('\n');
     if (beginsLine) body_ += '\n';  // the first one is not read
     addInside(node);
-    body_.append("</").append(element.emitted).append(1, '>');
+    paragraphs_ = paragraphs;
+    body_.append("</").append(name).append(1, '>');
 }
 
 void InertBuilder::addNode(uint32_t node) {

@@ -74,7 +74,7 @@ std::string wholePage(const PageContent& content, const PageLinks& links) {
     }
     page += "<main>\n" + warningList(content.warnings) + content.articles;
     return page +
-           "<footer>Made by eml view. Nothing in this page reaches the network or runs.</footer>\n"
+           "<footer>Made by eml view. Nothing in this page runs, or reaches the network by itself.</footer>\n"
            "</main>\n</body>\n</html>\n";
 }
 

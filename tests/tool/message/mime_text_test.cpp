@@ -86,7 +86,7 @@ TEST(MimeText, IsWhatAPersonReads) {
 }
 
 TEST(MimeText, SourceOfHtmlStays) {
-    EXPECT_EQ(readBody(Message::fromBytes(kHtml), 0, true).text, "<p>Hello <b>you</b></p>\n");
+    EXPECT_EQ(readBody(Message::fromBytes(kHtml), 0, {true}).text, "<p>Hello <b>you</b></p>\n");
 }
 
 TEST(MimeText, FlowedLinesAreJoined) {
@@ -128,7 +128,7 @@ TEST(MimeText, SourceOfFlowedLinesStays) {
          "a \nbc\n", false},
     };
     for (const Row& row : rows) {
-        EXPECT_EQ(readBody(Message::fromBytes(row.message), 0, true).text, row.text) << row.what;
+        EXPECT_EQ(readBody(Message::fromBytes(row.message), 0, {true}).text, row.text) << row.what;
     }
 }
 
