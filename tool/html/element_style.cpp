@@ -2,8 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <array>
+#include <initializer_list>
 #include <optional>
 #include <span>
+#include <string>
+#include <vector>
 
 #include "tool/html/css_sheet.h"
 #include "tool/html/rule_index.h"
@@ -238,6 +242,51 @@ std::optional<double> fontSizeOf(Value font, double around) {
     return std::nullopt;
 }
 
+// So far that no screen shows it.
+constexpr double kFar = 400;
+
+// The numbers of the function that a value begins with, if its name is one of `names`, or begins with one.
+std::vector<const CssToken*> numbersOf(Value value, std::initializer_list<std::string_view> names) {
+    std::vector<const CssToken*> numbers;
+    const bool isKnown = !value.empty() && value[0].kind == Kind::kFunction &&
+                         std::any_of(names.begin(), names.end(),
+                                     [&](std::string_view name) { return value[0].text.starts_with(name); });
+    for (const CssToken& token : value) {
+        if (isKnown && token.kind == Kind::kNumber) numbers.push_back(&token);
+    }
+    return numbers;
+}
+
+// clip: rect(0,0,0,0)
+bool isEmptyClip(Value clip) {
+    const auto sides = numbersOf(clip, {"rect"});
+    return sides.size() == 4 &&
+           (sides[2]->number - sides[0]->number <= 1 || sides[1]->number - sides[3]->number <= 1);
+}
+
+// clip-path: inset(50%), circle(0)
+bool isEmptyPath(Value path) {
+    const auto inset = numbersOf(path, {"inset"});
+    if (!inset.empty() && inset[0]->unit == "%" && inset[0]->number >= 50) return true;
+    const auto radius = numbersOf(path, {"circle", "ellipse"});
+    return !radius.empty() && radius[0]->number <= 0;
+}
+
+// transform: scale(0), translate(-9999px)
+bool movesAway(Value transform) {
+    const auto factors = numbersOf(transform, {"scale"});
+    const auto ways = numbersOf(transform, {"translate"});
+    const auto isNothing = [](const CssToken* factor) {
+        return factor->number > -0.02 && factor->number < 0.02;
+    };
+    const auto isFar = [](const CssToken* way) {
+        const double length = pixels({way, 1}, 16).value_or(0);
+        return length <= -kFar || length >= 10 * kFar;
+    };
+    return std::any_of(factors.begin(), factors.end(), isNothing) ||
+           std::any_of(ways.begin(), ways.end(), isFar);
+}
+
 class Styler {
   public:
     explicit Styler(const HtmlTree& tree) : tree_(tree) {}
@@ -256,7 +305,7 @@ class Styler {
     void setSight(ElementStyle& style) const;
     bool isOffScreen(const ElementStyle& style) const;
     bool hasNoSize(const ElementStyle& style) const;
-    bool isClipped(const ElementStyle& style) const;
+    bool isClipped() const;
     bool hidesOverflow() const;
 
     const HtmlTree& tree_;
@@ -391,9 +440,6 @@ bool Styler::hidesOverflow() const {
     return false;
 }
 
-// So far that no screen shows it.
-constexpr double kFar = 400;
-
 bool Styler::isOffScreen(const ElementStyle& style) const {
     const auto at = [&](Property property) { return pixels(cascade_[property], style.fontSize).value_or(0); };
     const std::string position = cascade_.word(kPosition);
@@ -402,65 +448,25 @@ bool Styler::isOffScreen(const ElementStyle& style) const {
         if (at(kLeft) >= 10 * kFar || at(kTop) >= 100 * kFar) return true;
     }
     if (at(kMarginLeft) <= -kFar || at(kMarginTop) <= -kFar) return true;
-    for (const CssToken& token : cascade_[kMargin]) {
-        if (pixels({&token, 1}, style.fontSize).value_or(0) <= -kFar) return true;
-    }
-    return false;
+    const Value margin = cascade_[kMargin];
+    return std::any_of(margin.begin(), margin.end(), [&](const CssToken& token) {
+        return pixels({&token, 1}, style.fontSize).value_or(0) <= -kFar;
+    });
 }
 
 bool Styler::hasNoSize(const ElementStyle& style) const {
     if (style.display == Display::kInline || !hidesOverflow()) return false;
-    for (const Property property : {kHeight, kMaxHeight, kWidth, kMaxWidth}) {
-        const std::optional<double> size = pixels(cascade_[property], style.fontSize);
-        if (size && *size <= 1) return true;
-    }
-    return false;
+    constexpr std::array<Property, 4> kSizeProperties = {kHeight, kMaxHeight, kWidth, kMaxWidth};
+    return std::any_of(kSizeProperties.begin(), kSizeProperties.end(), [&](Property property) {
+        return pixels(cascade_[property], style.fontSize).value_or(2) <= 1;
+    });
 }
 
-// Nothing is left of it: clip: rect(0,0,0,0), clip-path: inset(50%), circle(0), transform: scale(0).
-bool Styler::isClipped(const ElementStyle&) const {
-    const auto numbersOf = [](Value value) {
-        std::vector<const CssToken*> numbers;
-        for (const CssToken& token : value) {
-            if (token.kind == Kind::kNumber) numbers.push_back(&token);
-        }
-        return numbers;
-    };
-    const Value clip = cascade_[kClip];
-    if (!clip.empty() && clip[0].kind == Kind::kFunction && clip[0].text == "rect") {
-        const auto sides = numbersOf(clip);
-        const bool isAbsolute = cascade_.word(kPosition) == "absolute" || cascade_.word(kPosition) == "fixed";
-        if (isAbsolute && sides.size() == 4 &&
-            (sides[2]->number - sides[0]->number <= 1 || sides[1]->number - sides[3]->number <= 1)) {
-            return true;
-        }
-    }
-    const Value path = cascade_[kClipPath];
-    if (!path.empty() && path[0].kind == Kind::kFunction) {
-        const auto sides = numbersOf(path);
-        if (path[0].text == "inset" && !sides.empty() && sides[0]->unit == "%" && sides[0]->number >= 50)
-            return true;
-        if ((path[0].text == "circle" || path[0].text == "ellipse") && !sides.empty() &&
-            sides[0]->number <= 0)
-            return true;
-    }
-    const Value transform = cascade_[kTransform];
-    if (!transform.empty() && transform[0].kind == Kind::kFunction &&
-        transform[0].text.starts_with("scale")) {
-        const auto factors = numbersOf(transform);
-        const auto isNothing = [](const CssToken* factor) {
-            return factor->number > -0.02 && factor->number < 0.02;
-        };
-        if (std::any_of(factors.begin(), factors.end(), isNothing)) return true;
-    }
-    if (!transform.empty() && transform[0].kind == Kind::kFunction &&
-        transform[0].text.starts_with("translate")) {
-        const auto ways = numbersOf(transform);
-        return std::any_of(ways.begin(), ways.end(), [](const CssToken* way) {
-            return pixels({way, 1}, 16).value_or(0) <= -kFar || pixels({way, 1}, 16).value_or(0) >= 10 * kFar;
-        });
-    }
-    return false;
+bool Styler::isClipped() const {
+    const std::string position = cascade_.word(kPosition);
+    const bool canBeClipped = position == "absolute" || position == "fixed";
+    return (canBeClipped && isEmptyClip(cascade_[kClip])) || isEmptyPath(cascade_[kClipPath]) ||
+           movesAway(cascade_[kTransform]);
 }
 
 void Styler::setSight(ElementStyle& style) const {
@@ -475,7 +481,7 @@ void Styler::setSight(ElementStyle& style) const {
     }
     if (const auto indent = pixels(cascade_[kTextIndent], style.fontSize)) style.indent = *indent;
     constexpr double kTransparent = 0.06;
-    if (style.opacity < kTransparent || isOffScreen(style) || hasNoSize(style) || isClipped(style)) {
+    if (style.opacity < kTransparent || isOffScreen(style) || hasNoSize(style) || isClipped()) {
         style.isOutOfSight = true;
     }
 }

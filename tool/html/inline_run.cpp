@@ -50,40 +50,46 @@ void InlineRun::flushBlank() {
     blank_ = false;
 }
 
+// Whether a joiner that stands between these is only a filler.
+bool InlineRun::isFillingJoiner(char32_t before, std::string_view rest) {
+    size_t at = 0;
+    const char32_t after = rest.empty() ? ' ' : nextCharacter(rest, at);
+    return isBlank(before) || isBlank(after) || isFiller(after) || isJoiner(after);
+}
+
+void InlineRun::addCharacter(char32_t c, std::string_view bytes, bool keepsBlanks, bool keepsLines) {
+    if (c == '\n' && keepsLines) {
+        addBreak();
+    } else if (keepsBlanks && isCollapsed(c)) {
+        if (c != '\r') append(bytes);
+    } else if (isBlank(c)) {
+        blank_ = true;
+    } else {
+        flushBlank();
+        append(bytes);
+        hasContent_ = true;
+        breaks_ = 0;
+    }
+}
+
 size_t InlineRun::addText(std::string_view text, bool keepsBlanks, bool keepsLines, std::string& smuggled) {
     size_t seen = 0;
     char32_t before = ' ';
     for (size_t at = 0; at < text.size();) {
         const size_t begin = at;
         const char32_t c = nextCharacter(text, at);
+        const std::string_view bytes = text.substr(begin, at - begin);
         if (isTag(c)) {
             // A flag is made of these; otherwise they hide a text from people.
             const bool isFlag = before == 0x1F3F4;
-            if (isFlag) append(text.substr(begin, at - begin));
+            if (isFlag) append(bytes);
             if (!isFlag && c >= 0xE0020 && c < 0xE007F) smuggled += static_cast<char>(c - 0xE0000);
             continue;
         }
-        if (isFiller(c)) continue;
-        if (isJoiner(c)) {
-            size_t next = at;
-            const bool isAtEnd = at >= text.size();
-            const char32_t after = isAtEnd ? ' ' : nextCharacter(text, next);
-            if (isBlank(before) || isBlank(after) || isFiller(after) || isJoiner(after)) continue;
-        }
+        if (isFiller(c) || (isJoiner(c) && isFillingJoiner(before, text.substr(at)))) continue;
         before = c;
-        if (c == '\n' && keepsLines) {
-            addBreak();
-        } else if (keepsBlanks && isCollapsed(c)) {
-            if (c != '\r') append(text.substr(begin, at - begin));
-        } else if (isBlank(c)) {
-            blank_ = true;
-        } else {
-            flushBlank();
-            append(text.substr(begin, at - begin));
-            hasContent_ = true;
-            breaks_ = 0;
-            ++seen;
-        }
+        addCharacter(c, bytes, keepsBlanks, keepsLines);
+        if (!isBlank(c)) ++seen;
     }
     return seen;
 }

@@ -34,7 +34,8 @@ class InlineRun {
         std::string url;
     };
 
-    void addCharacter(std::string_view bytes);
+    static bool isFillingJoiner(char32_t before, std::string_view rest);
+    void addCharacter(char32_t c, std::string_view bytes, bool keepsBlanks, bool keepsLines);
     void append(std::string_view text);
     void flushBlank();
 

@@ -45,11 +45,11 @@ bool namesTarget(std::string_view text, std::string_view target) {
     text = withoutSlash(text);
     target = withoutSlash(target);
     if (equalNoCase(text, target)) return true;
-    for (const std::string_view start :
-         {"mailto:", "https://www.", "http://www.", "https://", "http://", "tel:"}) {
-        if (startsWithNoCase(target, start) && equalNoCase(text, target.substr(start.size()))) return true;
-    }
-    return false;
+    constexpr std::array<std::string_view, 6> kStarts = {"mailto:",  "https://www.", "http://www.",
+                                                         "https://", "http://",      "tel:"};
+    return std::any_of(kStarts.begin(), kStarts.end(), [&](std::string_view start) {
+        return startsWithNoCase(target, start) && equalNoCase(text, target.substr(start.size()));
+    });
 }
 
 }  // namespace emltool

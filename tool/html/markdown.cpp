@@ -46,8 +46,7 @@ std::string escapedStart(std::string line) {
 // A line end would end the link; brackets too, unless they are in pairs.
 std::string destination(std::string_view url) {
     std::string text;
-    for (size_t i = 0; i < url.size(); ++i) {
-        const char c = url[i];
+    for (const char c : url) {
         if (std::string_view("()<>\\ \"").find(c) != std::string_view::npos ||
             static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
             text += formatted("%{:02X}", static_cast<unsigned>(static_cast<unsigned char>(c)));

@@ -37,7 +37,7 @@ bool isDataTable(const Block& table) {
     return rows >= 2;
 }
 
-const Block* paragraphOf(const Block& cell) { return cell.blocks.empty() ? nullptr : &cell.blocks[0]; }
+const Block* paragraphOf(const Block& cell) { return cell.blocks.empty() ? nullptr : cell.blocks.data(); }
 
 bool isOneLine(const Block& row) {
     return std::all_of(row.blocks.begin(), row.blocks.end(),

@@ -254,11 +254,13 @@ std::string CssWriter::sheet(const CssSheet& sheet) {
         if (inside.empty()) continue;
         rules += '{' + inside + '}';
         bool isKnown = true;
-        for (auto query = rule.media.rbegin(); query != rule.media.rend(); ++query) {
-            std::string media = "@media ";
-            isKnown = isKnown && mediaText(*query, media);
-            rules = media + '{' + rules + '}';
+        std::string media;
+        for (const std::vector<CssToken>& query : rule.media) {
+            media += "@media ";
+            isKnown = isKnown && mediaText(query, media);
+            media += '{';
         }
+        rules = media + rules + std::string(rule.media.size(), '}');
         if (isKnown) text += rules + '\n';
     }
     return text;

@@ -51,7 +51,7 @@ class InertBuilder {
     void addElement(uint32_t node, const HtmlElement& element);
     void addShell(uint32_t node);
     void addStyleSheet(uint32_t node);
-    void addAttributes(uint32_t node, std::string_view style);
+    void addAttributes(uint32_t node, std::string_view first);
     void addImage(uint32_t node);
     void addLink(uint32_t node);
     std::string styleOf(uint32_t node);

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tool/html/html_parser.h"
+
 #include "tool/text/charset_guess.h"
 
 namespace emltool {
@@ -78,6 +80,8 @@ TEST(MimeText, IsWhatAPersonReads) {
         {"nothing", "Subject: s\r\n\r\n", "", false},
     };
     for (const Row& row : rows) {
+        // Without the library, which there is rarely for 32 bits, its source is the text of HTML.
+        if (row.isFromHtml && !emltool::readsHtml()) continue;
         const Message message = Message::fromBytes(row.message);
         const BodyText body = readBody(message, 0);
         EXPECT_EQ(body.text, row.text) << row.what;
