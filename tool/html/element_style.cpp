@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <array>
 #include <initializer_list>
 #include <optional>
 #include <span>
@@ -433,11 +432,11 @@ void Styler::setBlanks(uint32_t node, ElementStyle& style) const {
 }
 
 bool Styler::hidesOverflow() const {
-    for (const Property property : {kOverflow, kOverflowX, kOverflowY}) {
+    constexpr std::array<Property, 3> kOverflows = {kOverflow, kOverflowX, kOverflowY};
+    return std::any_of(kOverflows.begin(), kOverflows.end(), [&](Property property) {
         const std::string word = cascade_.word(property);
-        if (word == "hidden" || word == "clip" || word == "scroll" || word == "auto") return true;
-    }
-    return false;
+        return word == "hidden" || word == "clip" || word == "scroll" || word == "auto";
+    });
 }
 
 bool Styler::isOffScreen(const ElementStyle& style) const {
