@@ -213,6 +213,8 @@ void InertBuilder::addNode(uint32_t node) {
     const std::string_view name = tree_.name(node);
     if (name == "style") return addStyleSheet(node);
     if (name == "head") return addInside(node);
+    // A form in a table is there without content, and nothing else may stand in its place.
+    if (name == "form" && tree_[node].end == node + 1) return;
     const HtmlElement* element = nullptr;
     switch (useOf(name, element)) {
         case ElementUse::kKept:

@@ -141,6 +141,7 @@ TEST_F(InertHtmlTest, EveryElementIsClosedInOrder) {
         {"<p>a<button><p>b</button>c", "<p>a<button><p>b</p></button>c</p>"},
         {"<p>a<textarea>\n\nb</textarea>",
          "<p>a<span style=\"display:block;white-space:pre;\">\nb</span></p>"},
+        {"<table><form><tr><td>b</form></table>", "<table><tbody><tr><td>b</td></tr></tbody></table>"},
         {"<pre>\n\nb</pre>", "<pre>\n\nb</pre>"},
         {"<dl><dt>a<dd>b<dt>c</dl>", "<dl><dt>a</dt><dd>b</dd><dt>c</dt></dl>"},
         {"<p><table><tr><td><p>x</table>", "<p></p><table><tbody><tr><td><p>x</p></td></tr></tbody></table>"},
