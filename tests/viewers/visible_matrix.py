@@ -98,6 +98,10 @@ for QUERY in ("all", "screen", "only screen", "screen and (min-width:600px)", "n
 
 for NAME, HTML, SEEN in (
         ("plain", "SEEN", None),
+        ("a box centred by its margin", "<div style='position:absolute;left:50%;width:960px;margin-left:-480px'>SEEN</div>", None),
+        ("a box centred by a shift", "<div style='position:absolute;left:50%;top:50%;transform:translate(-50%,-50%)'>SEEN</div>", None),
+        ("a box that is at least so wide", "<div style='width:1px;min-width:100%;overflow:hidden'>SEEN</div>", None),
+        ("a box that is at least so high", "<div style='height:0;min-height:20px;overflow:hidden'>SEEN</div>", None),
         ("hidden and shown again by a later rule", "<style>.h{display:none}.h{display:block}</style><p class=h>SEEN", None),
         ("specificity", "<style>p.h{display:block}.h{display:none}</style><p class=h>SEEN", None),
         ("important", "<style>.h{display:block!important}</style><p class=h style=display:none>SEEN", None),

@@ -40,6 +40,8 @@ enum Property : size_t {
     kMarginTop,
     kMaxHeight,
     kMaxWidth,
+    kMinHeight,
+    kMinWidth,
     kOpacity,
     kOverflow,
     kOverflowX,
@@ -74,6 +76,8 @@ constexpr std::array<std::string_view, kProperties> kPropertyNames = {"backgroun
                                                                       "margin-top",
                                                                       "max-height",
                                                                       "max-width",
+                                                                      "min-height",
+                                                                      "min-width",
                                                                       "opacity",
                                                                       "overflow",
                                                                       "overflow-x",
@@ -241,8 +245,9 @@ std::optional<double> fontSizeOf(Value font, double around) {
     return std::nullopt;
 }
 
-// So far that no screen shows it.
-constexpr double kFar = 400;
+// So far that no screen shows it. Margins of a few hundred pixels, and shifts by a share of the size, centre boxes.
+constexpr double kFar = 800;
+constexpr double kFarMargin = 2000;
 
 // The numbers of the function that a value begins with, if its name is one of `names`, or begins with one.
 std::vector<const CssToken*> numbersOf(Value value, std::initializer_list<std::string_view> names) {
@@ -279,7 +284,7 @@ bool movesAway(Value transform) {
         return factor->number > -0.02 && factor->number < 0.02;
     };
     const auto isFar = [](const CssToken* way) {
-        const double length = pixels({way, 1}, 16).value_or(0);
+        const double length = pixels({way, 1}, 16).value_or(0) / (way->unit == "%" ? 2 : 1);
         return length <= -kFar || length >= 10 * kFar;
     };
     return std::any_of(factors.begin(), factors.end(), isNothing) ||
@@ -446,19 +451,23 @@ bool Styler::isOffScreen(const ElementStyle& style) const {
         if (at(kLeft) <= -kFar || at(kTop) <= -kFar || at(kRight) <= -kFar) return true;
         if (at(kLeft) >= 10 * kFar || at(kTop) >= 100 * kFar) return true;
     }
-    if (at(kMarginLeft) <= -kFar || at(kMarginTop) <= -kFar) return true;
+    if (at(kMarginLeft) <= -kFarMargin || at(kMarginTop) <= -kFarMargin) return true;
     const Value margin = cascade_[kMargin];
     return std::any_of(margin.begin(), margin.end(), [&](const CssToken& token) {
-        return pixels({&token, 1}, style.fontSize).value_or(0) <= -kFar;
+        return pixels({&token, 1}, style.fontSize).value_or(0) <= -kFarMargin;
     });
 }
 
 bool Styler::hasNoSize(const ElementStyle& style) const {
     if (style.display == Display::kInline || !hidesOverflow()) return false;
-    constexpr std::array<Property, 4> kSizeProperties = {kHeight, kMaxHeight, kWidth, kMaxWidth};
-    return std::any_of(kSizeProperties.begin(), kSizeProperties.end(), [&](Property property) {
+    const auto isNothing = [&](Property property) {
         return pixels(cascade_[property], style.fontSize).value_or(2) <= 1;
-    });
+    };
+    const auto isNothingAtLeast = [&](Property property) {
+        return pixels(cascade_[property], style.fontSize).value_or(0) <= 1;
+    };
+    return ((isNothing(kHeight) || isNothing(kMaxHeight)) && isNothingAtLeast(kMinHeight)) ||
+           ((isNothing(kWidth) || isNothing(kMaxWidth)) && isNothingAtLeast(kMinWidth));
 }
 
 bool Styler::isClipped() const {
