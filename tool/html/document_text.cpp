@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "tool/html/link_target.h"
+#include "tool/html/prefixed_lines.h"
 #include "tool/html/table_shape.h"
 #include "tool/text/format.h"
 #include "tool/text/visible_text.h"
@@ -20,7 +21,7 @@ class TextWriter {
     std::string write(const Block& document) {
         writeBlocks(document);
         writeFootnotes();
-        return std::move(text_);
+        return lines_.take();
     }
 
   private:
@@ -39,27 +40,20 @@ class TextWriter {
     std::string mark(std::string_view text, const std::string& url);
 
     LinkStyle links_;
-    std::string text_;
-    std::string first_;  // before the next line, instead of rest_, once
-    bool hasFirst_ = false;
-    std::string rest_;
+    PrefixedLines lines_;
     bool isAfterEmptyLine_ = true;
     std::vector<std::string> footnotes_;
     std::unordered_map<std::string, size_t> numbers_;  // of footnotes
 };
 
 void TextWriter::writeLine(std::string_view line) {
-    const size_t length = line.find_last_not_of(" \t") + 1;
-    text_.append(hasFirst_ ? first_ : rest_).append(line.substr(0, length));
-    if (hasFirst_ || length == 0) text_.resize(text_.find_last_not_of(' ') + 1);
-    text_ += '\n';
-    hasFirst_ = false;
-    isAfterEmptyLine_ = length == 0;
+    line = line.substr(0, line.find_last_not_of(" \t") + 1);
+    lines_.write(line);
+    isAfterEmptyLine_ = line.empty();
 }
 
 void TextWriter::writeEmptyLine() {
-    if (isAfterEmptyLine_ || hasFirst_) return;
-    writeLine("");
+    if (!isAfterEmptyLine_ && !lines_.isAtFirst()) writeLine("");
 }
 
 // What follows the mark of a link with this text.
@@ -111,13 +105,7 @@ std::string TextWriter::lineOf(const Block* paragraph) {
 }
 
 void TextWriter::writeInside(const Block& block, std::string_view first, std::string_view rest) {
-    const std::string restBefore = rest_;
-    first_ = (hasFirst_ ? first_ : rest_) + std::string(first);
-    hasFirst_ = true;
-    rest_ += rest;
-    writeBlocks(block);
-    rest_ = restBefore;
-    hasFirst_ = false;
+    lines_.enter(first, rest, [&] { writeBlocks(block); });
 }
 
 void TextWriter::writeList(const Block& list) {
@@ -126,12 +114,10 @@ void TextWriter::writeList(const Block& list) {
         if (item.hasSpaceBefore) writeEmptyLine();
         if (item.kind != Block::Kind::kItem) {
             writeBlock(item);
-        } else if (list.isOrdered) {
-            const std::string mark = formatted("{}. ", number++);
-            writeInside(item, mark, std::string(mark.size(), ' '));
-        } else {
-            writeInside(item, "* ", "  ");
+            continue;
         }
+        const std::string mark = itemMark(list, number, "* ");
+        writeInside(item, mark, std::string(mark.size(), ' '));
     }
 }
 

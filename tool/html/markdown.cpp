@@ -4,6 +4,7 @@
 #include <cctype>
 #include <vector>
 
+#include "tool/html/prefixed_lines.h"
 #include "tool/html/table_shape.h"
 #include "tool/text/format.h"
 #include "tool/text/utf8.h"
@@ -148,7 +149,7 @@ class MarkdownWriter {
   public:
     std::string write(const Block& document) {
         writeBlocks(document);
-        return std::move(text_);
+        return lines_.take();
     }
 
   private:
@@ -164,24 +165,18 @@ class MarkdownWriter {
     void writeLine(std::string_view line);
     void beginBlock();
 
-    std::string text_;
-    std::string first_;
-    bool hasFirst_ = false;
-    std::string rest_;
+    PrefixedLines lines_;
     bool wantsEmptyLine_ = false;
 };
 
 void MarkdownWriter::writeLine(std::string_view line) {
-    text_.append(hasFirst_ ? first_ : rest_).append(line);
-    if (line.empty()) text_.resize(text_.find_last_not_of(' ') + 1);
-    text_ += '\n';
-    hasFirst_ = false;
+    lines_.write(line);
     wantsEmptyLine_ = true;
 }
 
 // Blocks have an empty line between them.
 void MarkdownWriter::beginBlock() {
-    if (wantsEmptyLine_ && !hasFirst_) writeLine("");
+    if (wantsEmptyLine_ && !lines_.isAtFirst()) writeLine("");
     wantsEmptyLine_ = false;
 }
 
@@ -239,13 +234,7 @@ void MarkdownWriter::writePreformatted(const Block& block) {
 
 void MarkdownWriter::writeInside(const Block& block, std::string_view first, std::string_view rest) {
     beginBlock();
-    const std::string before = rest_;
-    first_ = (hasFirst_ ? first_ : rest_) + std::string(first);
-    hasFirst_ = true;
-    rest_ += rest;
-    writeBlocks(block);
-    rest_ = before;
-    hasFirst_ = false;
+    lines_.enter(first, rest, [&] { writeBlocks(block); });
 }
 
 void MarkdownWriter::writeList(const Block& list) {
@@ -255,12 +244,10 @@ void MarkdownWriter::writeList(const Block& list) {
         if (!isFirst && !item.hasSpaceBefore) wantsEmptyLine_ = false;
         if (item.kind != Block::Kind::kItem) {
             writeBlock(item);
-        } else if (list.isOrdered) {
-            const std::string mark = formatted("{}. ", number++);
-            writeInside(item, mark, std::string(mark.size(), ' '));
-        } else {
-            writeInside(item, "- ", "  ");
+            continue;
         }
+        const std::string mark = itemMark(list, number, "- ");
+        writeInside(item, mark, std::string(mark.size(), ' '));
     }
 }
 
