@@ -141,6 +141,18 @@ TEST(HtmlTree, BytesThatAreNoTreeAreRefused) {
     }
 }
 
+TEST(HtmlTree, TreesThatAreTooDeepAreRefused) {
+    for (const size_t depth : {kMaxTreeDepth, kMaxTreeDepth + 1, kMaxTreeDepth + 2}) {
+        HtmlTree tree;
+        for (size_t i = 0; i < depth; ++i) tree.open(HtmlNamespace::kHtml, "b");
+        tree.addText("x");
+        while (tree.depth() != 0) tree.close();
+        const std::string bytes = tree.encode();
+        const auto back = HtmlTree::decode({reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()});
+        EXPECT_EQ(back.has_value(), depth <= kMaxTreeDepth) << depth;
+    }
+}
+
 TEST(NestingLimit, LeavesOutTagsAndKeepsText) {
     const auto times = [](size_t count, const std::string& text) {
         std::string all;

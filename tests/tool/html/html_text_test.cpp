@@ -85,6 +85,9 @@ TEST_F(HtmlToLines, FollowsItsRules) {
         {"unknown entities stay", "&unknown; &x &; & &#; &#x;", {"&unknown; &x &; & &#; &#x;"}},
         {"numbers of no character", "&#xD800;&#x110000;&#99999999999;&#-65;", {"\uFFFD\uFFFD\uFFFD&#-65;"}},
         {"the last character of all", "&#x10FFFF;", {"\U0010FFFF"}},
+        {"joiners between letters stay", "می&zwnj;خواهم", {"می\u200cخواهم"}},
+        {"joiners elsewhere are fillers", "a &zwnj;&nbsp;&zwnj; b&zwj;", {"a b"}},
+        {"what nobody sees is no letter", "a&shy;b&#8203;c&#xFEFF;d", {"abcd"}},
         {"bytes of UTF-8 stay", "<p>日本 – ü</p>", {"日本 – ü"}},
     };
     for (const auto& c : cases) EXPECT_EQ(htmlToLines(c.html), c.lines) << c.rule;
