@@ -254,7 +254,7 @@ TEST(Threads, AreThoseOfPlainWalksInWhateverOrderMessagesCome) {
     EXPECT_GT(joined, 1000u);
 }
 
-constexpr size_t kMany = 30'000;
+constexpr size_t kMany = 10'000;
 
 std::string numbered(size_t number) { return formatted("{}@x", number); }
 
