@@ -161,23 +161,27 @@ PIECES = ["<", ">", "/", "\"", "'", "=", " ", "x", "<b>", "</b>", "<p>", "</p>",
           "color:red", "url(BEACON/x)", ";", "}", "{", "<caption>", "<col>", "<foreignObject>", "<plaintext>", "<iframe>", "<noscript>"]
 
 
+MAX_PROBLEMS = 20  # after these the fuzzer ends early
+
+
 def random_html(random_number):
     return "".join(random_number.choice(PIECES) for _ in range(random_number.randrange(1, 40)))
 
 
 def fuzz(eml, minutes, seed):
-    end, count, wrong = time.time() + 60 * minutes, 0, []
+    end, count, found = time.time() + 60 * minutes, 0, 0
     random_number = random.Random(seed)
-    while time.time() < end and not wrong:
+    while time.time() < end and found < MAX_PROBLEMS:
         texts = [random_html(random_number) for _ in range(200)]
         heard, wrong = run(eml, texts, False)
         wrong += [f"{name} reached the server" for name in heard]
         count += len(texts)
+        found += len(wrong)
         for problem in wrong:
             number = re.match(r"page(\d+)", problem)
-            print(problem, repr(texts[int(number.group(1))]) if number else "")
-    print(f"{count} random texts (seed {seed}), {len(wrong)} problems")
-    return len(wrong)
+            print(problem, repr(texts[int(number.group(1))]) if number else "", flush=True)
+    print(f"{count} random texts in {minutes:g} minutes (seed {seed}), {found} problems")
+    return found
 
 
 def main():

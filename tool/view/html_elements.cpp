@@ -119,6 +119,14 @@ constexpr std::array<std::string_view, 34> kParagraphEnds = {
     "ol",      "p",        "pre",        "section",    "summary", "ul",      "xmp"};
 static_assert(std::is_sorted(kParagraphEnds.begin(), kParagraphEnds.end()));
 
+// Elements through which an item of a list is still seen, when HTML is read, and ended by the next.
+constexpr std::array<std::string_view, 38> kShowItems = {
+    "a",      "abbr",   "acronym", "address", "b",    "bdi",  "bdo", "big",  "cite",   "code",
+    "del",    "dfn",    "div",     "em",      "font", "i",    "ins", "kbd",  "legend", "mark",
+    "nobr",   "p",      "q",       "rp",      "rt",   "ruby", "s",   "samp", "small",  "span",
+    "strike", "strong", "sub",     "sup",     "time", "tt",   "u",   "var"};
+static_assert(std::is_sorted(kShowItems.begin(), kShowItems.end()));
+
 constexpr HtmlElement kUnknown = {"span", "span"};
 
 constexpr std::array<std::string_view, 38> kAttributes = {
@@ -152,6 +160,8 @@ ElementUse useOf(std::string_view name, const HtmlElement*& element) {
 }
 
 bool endsParagraph(std::string_view emitted) { return isOneOf(emitted, kParagraphEnds); }
+
+bool showsItems(std::string_view emitted) { return isOneOf(emitted, kShowItems); }
 
 bool isKeptAttribute(std::string_view name) {
     return isOneOf(name, kAttributes) || isOneOf(name, kMoreAttributes);

@@ -23,6 +23,9 @@ ElementUse useOf(std::string_view name, const HtmlElement*& element);
 // Whether an element ends a paragraph that is open around it, when HTML is read.
 bool endsParagraph(std::string_view emitted);
 
+// Whether an item of a list (<li>, <dt>, <dd>) inside such an element ends one of its kind that is open around it.
+bool showsItems(std::string_view emitted);
+
 // Attributes that are passed on as they are. None of them loads, runs or sends anything.
 bool isKeptAttribute(std::string_view name);
 

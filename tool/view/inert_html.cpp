@@ -37,6 +37,36 @@ std::string urlOf(std::string_view written) {
     return url;
 }
 
+// What is open around a place, and would be ended by what comes there when the copy is read. The tree of the sender's
+// HTML can have an element in such a place all the same: tables put what does not belong in them before them, and some
+// elements that keep others open are none in the copy.
+struct OpenElements {
+    bool paragraph = false;
+    bool item = false;        // <li>
+    bool definition = false;  // <dt>, <dd>
+
+    bool areEndedBy(std::string_view name) const {
+        return (paragraph && endsParagraph(name)) || (item && name == "li") ||
+               (definition && isDefinition(name));
+    }
+    void enter(std::string_view name) {
+        if (name == "p") paragraph = true;
+        if (name == "button" || name == "td" || name == "th" || name == "caption") paragraph = false;
+        if (showsItems(name)) return;
+        item = name == "li";
+        definition = isDefinition(name);
+    }
+
+  private:
+    static bool isDefinition(std::string_view name) { return name == "dt" || name == "dd"; }
+};
+
+// What makes a <span> look like that element.
+std::string_view styleAsSpan(std::string_view name) {
+    if (name == "pre") return "display:block;white-space:pre;";
+    return name == "li" ? "display:list-item;" : "display:block;";
+}
+
 class InertBuilder {
   public:
     InertBuilder(const HtmlTree& tree, const ReferenceFinder& find) : tree_(tree), find_(find) {}
@@ -65,7 +95,7 @@ class InertBuilder {
     std::string shellAttributes_;  // of the element that stands for <html>: language and direction
     std::string bodyClass_;
     std::string bodyStyle_;
-    size_t paragraphs_ = 0;  // that are open and can be ended
+    OpenElements open_;
 };
 
 void InertBuilder::count(uint32_t node) {
@@ -180,25 +210,21 @@ void InertBuilder::addStyleSheet(uint32_t node) {
 }
 
 void InertBuilder::addElement(uint32_t node, const HtmlElement& element) {
-    // Some elements of the sender keep what is inside them from ending a paragraph around them, and are none in the copy.
-    const bool wouldEnd = paragraphs_ != 0 && endsParagraph(element.emitted);
+    const bool wouldEnd = open_.areEndedBy(element.emitted);
     const std::string_view name = wouldEnd ? "span" : element.emitted;
     body_.append(1, '<').append(name);
-    const std::string_view style =
-        element.emitted == "pre" ? "display:block;white-space:pre;" : "display:block;";
-    addAttributes(node, wouldEnd ? style : "");
+    addAttributes(node, wouldEnd ? styleAsSpan(element.emitted) : "");
     body_ += '>';
     if (element.name == "hr") inert_.anyText = true;
     if (element.isVoid) return;
-    const size_t paragraphs = paragraphs_;
-    if (name == "p") ++paragraphs_;
-    if (name == "button" || name == "td" || name == "th" || name == "caption") paragraphs_ = 0;
+    const OpenElements around = open_;
+    open_.enter(name);
     const uint32_t first = node + 1;
     const bool beginsLine = name == "pre" && first < tree_[node].end && !tree_[first].isElement &&
                             tree_.text(first).starts_with('\n');
     if (beginsLine) body_ += '\n';  // the first one is not read
     addInside(node);
-    paragraphs_ = paragraphs;
+    open_ = around;
     body_.append("</").append(name).append(1, '>');
 }
 

@@ -144,6 +144,11 @@ TEST_F(InertHtmlTest, EveryElementIsClosedInOrder) {
         {"<table><form><tr><td>b</form></table>", "<table><tbody><tr><td>b</td></tr></tbody></table>"},
         {"<pre>\n\nb</pre>", "<pre>\n\nb</pre>"},
         {"<dl><dt>a<dd>b<dt>c</dl>", "<dl><dt>a</dt><dd>b</dd><dt>c</dt></dl>"},
+        {"<dd>a<table><tr><i><dd>b</table>",
+         "<dd>a<i><span style=\"display:block;\">b</span></i><table><tbody><tr></tr></tbody></table></dd>"},
+        {"<ul><li>a<table><li>b</table></ul>",
+         "<ul><li>a<span style=\"display:list-item;\">b</span><table></table></li></ul>"},
+        {"<ul><li>a<ul><li>b</ul></ul>", "<ul><li>a<ul><li>b</li></ul></li></ul>"},
         {"<p><table><tr><td><p>x</table>", "<p></p><table><tbody><tr><td><p>x</p></td></tr></tbody></table>"},
     };
     for (const Row& row : rows) EXPECT_EQ(inertOf(row.html), row.inert) << row.html;
