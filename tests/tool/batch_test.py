@@ -49,7 +49,7 @@ def test(function):
 @functools.lru_cache(maxsize=None)
 def check_row(line):
     """Each row once."""
-    cli.validate(json.loads(line), cli.SCHEMA)
+    cli.validate_answer(json.loads(line))
 
 
 def rows_of(text):
@@ -1151,6 +1151,97 @@ def progress_is_nowhere_else():
             process.stderr.close()
         os.close(leader)
         equal((process.wait(), b"a second" in said or b"\r\x1b" in said), (0, False), what)
+
+
+COMPLICATED = b"""Return-Path: <bounce@lists.example>\r
+Received: from mx.lists.example (mx.lists.example [192.0.2.7]) by mail.example.net with ESMTPS id 9x\r
+\tfor <bob@example.net>; Tue, 4 Mar 2025 09:15:30 +0100\r
+Received: by mx.lists.example; Tue, 4 Mar 2025 08:15:25 +0000\r
+From: =?utf-8?q?Zo=C3=AB?= <zoe@example.org>\r
+Sender: talk@lists.example\r
+To: Team: bob@example.net, "Carl, C." <carl@example.net>;\r
+Date: Tue, 4 Mar 2025 09:15:22 +0100\r
+Subject: [talk] Re: Plan\r
+Message-ID: <b@example.org>\r
+In-Reply-To: <a@example.net>\r
+References: <z@example.net> <a@example.net>\r
+List-Id: The Talk <talk.lists.example>\r
+MIME-Version: 1.0\r
+Content-Type: multipart/mixed; boundary=M\r
+\r
+--M\r
+Content-Type: multipart/alternative; boundary=A\r
+\r
+--A\r
+Content-Type: text/plain; charset=utf-8\r
+\r
+Good.\r
+--A\r
+Content-Type: text/html; charset=iso-8859-1\r
+\r
+<p>Caf\xe9<span style="display:none">secret</span>\r
+--A--\r
+--M\r
+Content-Type: image/png; name=dot.png\r
+Content-Disposition: attachment; filename=dot.png\r
+Content-ID: <dot@x>\r
+Content-Transfer-Encoding: base64\r
+\r
+iVBORw==\r
+--M--\r
+"""
+
+
+@test
+def full_rows():
+    """Everything that a row can hold, of one message."""
+    write("m.eml", COMPLICATED)
+    [row], _ = batch("--full", "m.eml", code=0)
+    message = row["message"]
+    equal((message["date"], message["date_utc"]), ("2025-03-04T09:15:22+01:00", "2025-03-04T08:15:22Z"))
+    equal((message["message_id"], message["in_reply_to"], message["references"], message["subject_base"], message["list_id"]),
+          ("b@example.org", ["a@example.net"], ["z@example.net", "a@example.net"], "Plan", "talk.lists.example"))
+    equal([tuple(each.values()) for each in message["addresses"]],
+          [("from", "Zo\u00eb", "zoe@example.org"), ("sender", "", "talk@lists.example"),
+           ("to", "", "bob@example.net", "Team"), ("to", "Carl, C.", "carl@example.net", "Team")])
+    equal(message["received"],
+          [{"from": "mx.lists.example (mx.lists.example [192.0.2.7])", "by": "mail.example.net", "with": "ESMTPS",
+            "id": "9x", "for": "bob@example.net", "date": "2025-03-04T09:15:30+01:00"},
+           {"by": "mx.lists.example", "date": "2025-03-04T08:15:25+00:00"}])
+    equal([(part["section"], part["parent"], part["type"], part["name"] if part["named"] else None, part["content_id"], part["size"])
+           for part in message["parts"]],
+          [(None, None, "multipart/mixed", None, None, message["parts"][0]["size"]),
+           ("1", 0, "multipart/alternative", None, None, message["parts"][1]["size"]),
+           ("1.1", 1, "text/plain", None, None, 5),
+           ("1.2", 1, "text/html", None, None, message["parts"][3]["size"]),
+           ("2", 0, "image/png", "dot.png", "dot@x", 4)])
+    content = base64.b64decode("iVBORw==")
+    equal([part.get("sha256") for part in message["parts"]][::2], [None, hashlib.sha256(b"Good.").hexdigest(),
+                                                                   hashlib.sha256(content).hexdigest()])
+    equal(message["sub_files"][1]["sha256"], hashlib.sha256(content).hexdigest())
+    equal(message["sha256"], hashlib.sha256(COMPLICATED).hexdigest())
+    equal((message["text"], message["html"]), ("Good.\n", '<p>Caf\u00e9<span style="display:none">secret</span>'))
+    equal(message["markdown"].endswith("\nGood.\n"), True)
+    equal([each["name"] for each in message["headers"]][:3], ["Return-Path", "Received", "Received"])
+    equal((message["headers"][3]["text"], message["headers"][3]["raw"]),
+          ("Zo\u00eb <zoe@example.org>", " =?utf-8?q?Zo=C3=AB?= <zoe@example.org>"))
+
+
+@test
+def rows_have_what_is_asked_for():
+    write("m.eml", COMPLICATED)
+    extra = ("headers", "parts", "text", "markdown", "html", "sha256")
+    for option, members in (((), []), (("--html",), ["html"]), (("--parts",), ["parts"]),
+                            (("--headers=all",), ["headers"]), (("--headers=received,List-ID",), ["headers"])):
+        [row], _ = batch(*option, "m.eml", code=0)
+        equal([name for name in extra if name in row["message"]], members, str(option))
+    equal([each["name"] for each in row["message"]["headers"]], ["Received", "Received", "List-Id"])
+    for wrong in ("--headers=a b", "--headers=a,,b", "--headers=a:"):
+        equal(cli.eml("batch", wrong, "m.eml").code, 2, wrong)
+    for option in ("--full", "--html", "--parts", "--headers=all"):
+        for other in ("--reader=container", "--schema=1"):
+            equal(cli.eml(other, "batch", option, "m.eml").code, 2, f"{other} {option}")
+    equal(set(json.loads(cli.eml("--schema=1", "batch", "m.eml").out)["message"]) & {"addresses", "received", "date_utc"}, set())
 
 
 # ---------------------------------------------------------------------------------------------------------

@@ -158,6 +158,22 @@ def validate_answer(answer):
     global DEFINITIONS
     DEFINITIONS = SCHEMAS[answer["schema"]]["definitions"]
     validate(answer, SCHEMAS[answer["schema"]])
+    if answer["schema"] == "eml/2":
+        check_order(answer, SCHEMA)
+
+
+def check_order(value, schema, where=""):
+    """The members of an object come in the order in which the schema names them."""
+    while "$ref" in schema:
+        schema = SCHEMA["definitions"][schema["$ref"].removeprefix("#/definitions/")]
+    if isinstance(value, dict):
+        names = list(schema.get("properties", {}))
+        equal(list(value), [name for name in names if name in value], f"the order of the members of {where}")
+        for name, member in value.items():
+            check_order(member, schema["properties"][name], f"{where}/{name}")
+    elif isinstance(value, list):
+        for member in value:
+            check_order(member, schema.get("items", {}), f"{where}[]")
 
 
 def fits(value, schema):

@@ -2,13 +2,18 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <emlreader/mime.hpp>
 #include <new>
 
 #include "tool/archive/mbox.h"
+#include "tool/message/field_list.h"
 #include "tool/message/json_text.h"
 #include "tool/message/message_markdown.h"
+#include "tool/message/part_tree_json.h"
 #include "tool/message/text.h"
 #include "tool/message/tree.h"
+#include "tool/text/ascii.h"
 #include "tool/text/format.h"
 #include "tool/text/safe_name.h"
 #include "tool/text/sha256.h"
@@ -115,6 +120,32 @@ void addMarkdown(MessageFile& file, MessageTree& tree) {
     std::move(made->warnings.begin(), made->warnings.end(), std::back_inserter(tree.warnings));
 }
 
+void addParts(MessageFile& file, bool digests, MessageTree& tree) {
+    withMime(file, [&](const emlreader::mime::Message& message) {
+        tree.parts = partsJson(readParts(message, digests));
+    });
+    file.checkReads();
+}
+
+void addHeaders(MessageFile& file, const std::vector<std::string>& names, MessageTree& tree) {
+    withMime(file, [&](const emlreader::mime::Message& message) { tree.headers = fieldList(message); });
+    file.checkReads();
+    if (names.empty()) return;
+    std::erase_if(*tree.headers, [&](const ListedField& field) {
+        return std::ranges::find(names, lowerCase(field.name)) == names.end();
+    });
+}
+
+// What only rows have.
+void addWanted(MessageFile& file, const RowOptions& options, MessageTree& tree) {
+    if (options.digest) tree.sha256 = digestOf(file.input());
+    if (options.headers) addHeaders(file, *options.headers, tree);
+    if (options.parts) addParts(file, options.digest, tree);
+    if (options.text) addText(file, options.form, tree);
+    if (options.markdown) addMarkdown(file, tree);
+    if (options.html) tree.html = bodyHtml(file);
+}
+
 BatchRow readMessage(std::unique_ptr<emlhost::Input> input, const BatchItem& item,
                      const RowOptions& options) {
     std::optional<MessageTree> tree;
@@ -123,9 +154,7 @@ BatchRow readMessage(std::unique_ptr<emlhost::Input> input, const BatchItem& ite
         MessageFile file(std::move(input), item.path, options.force);
         RowVisitor visitor(options);
         tree = readTree(file, visitor, options.form.reading);
-        if (options.digest) tree->sha256 = digestOf(file.input());
-        if (options.text) addText(file, options.form, *tree);
-        if (options.markdown) addMarkdown(file, *tree);
+        addWanted(file, options, *tree);
         file.checkReads();
     } catch (const Problem& caught) {
         problem = caught;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tool/message/json_text.h"
 #include "tool/terminal/problem.h"
@@ -23,7 +24,10 @@ struct RowOptions {
     bool recursive = false;  // opens embedded messages
     bool text = false;
     bool markdown = false;
+    bool html = false;
+    bool parts = false;
     bool digest = false;
+    std::optional<std::vector<std::string>> headers;  // the fields wanted, in lower case; empty is all of them
     AnswerForm form;
 };
 

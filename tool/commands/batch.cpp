@@ -9,6 +9,7 @@
 #include "tool/batch/run.h"
 #include "tool/cli/command.h"
 #include "tool/commands/each_file.h"
+#include "tool/text/ascii.h"
 #include "tool/text/format.h"
 #include "tool/text/size_text.h"
 
@@ -55,7 +56,15 @@ class BatchCommandRun final : public CommandRun {
         app.add_flag("--text", options_.worker.row.text, "include the text of the message");
         app.add_flag("--markdown", options_.worker.row.markdown,
                      "include the message as Markdown, as \"eml render --to=markdown\" makes it");
+        app.add_flag("--html", options_.worker.row.html,
+                     "include the HTML of its text, as sent: not made harmless");
+        app.add_flag("--parts", options_.worker.row.parts, "include all parts, as \"eml tree\" has them");
+        app.add_option("--headers", headers_,
+                       "include fields of the header: all, or their names with commas between")
+            ->type_name("NAMES");
         app.add_flag("--digest", options_.worker.row.digest, "include SHA-256 of message and attachments");
+        app.add_flag("--full", full_,
+                     "-r and all that can be included: text, markdown, html, parts, headers, digest");
         app.add_flag("--threads", options_.threads,
                      "tell which messages are of one conversation; the rows come at the end");
         app.add_flag("--force", options_.worker.row.force, "also read what does not look like a message");
@@ -67,9 +76,7 @@ class BatchCommandRun final : public CommandRun {
         if (options_.threads) checkThreads(global);
         options_.worker.row.form = answerForm(global);
         const AnswerForm& form = options_.worker.row.form;
-        if (options_.worker.row.markdown && (form.reading != Reading::kMime || form.schema == 1)) {
-            throw usageProblem("--markdown is what the MIME reader gives, in version 2 of the answers");
-        }
+        checkMimeOptions(form);
         BatchCounts counts;
         {
             BatchRun batch(options_, console);
@@ -89,9 +96,45 @@ class BatchCommandRun final : public CommandRun {
         if (null_ && lists == 0) throw usageProblem("batch: -0 is for the paths on standard input; add -");
         if (options_.resume && options_.output.empty()) throw usageProblem("batch: --resume needs -o FILE");
         if (null_) options_.separator = '\0';
+        completeContent();
         completeJobs();
         completeShard();
         completeLimits();
+    }
+
+    // What only the MIME reader has.
+    void checkMimeOptions(const AnswerForm& form) const {
+        if (form.reading == Reading::kMime && form.schema != 1) return;
+        const RowOptions& row = options_.worker.row;
+        const std::pair<bool, const char*> wanted[] = {{full_, "--full"},
+                                                       {row.markdown, "--markdown"},
+                                                       {row.html, "--html"},
+                                                       {row.parts, "--parts"},
+                                                       {row.headers.has_value(), "--headers"}};
+        for (const auto& [isWanted, option] : wanted) {
+            if (isWanted)
+                throw usageProblem(
+                    formatted("{} is what the MIME reader gives, in version 2 of the answers", option));
+        }
+    }
+
+    void completeContent() {
+        RowOptions& row = options_.worker.row;
+        if (full_) row.recursive = row.text = row.markdown = row.html = row.parts = row.digest = true;
+        if (headers_.empty() && full_) headers_ = "all";
+        if (headers_.empty()) return;
+        row.headers.emplace();
+        if (equalNoCase(headers_, "all")) return;
+        std::string_view rest = headers_;
+        while (!rest.empty()) {
+            const size_t end = std::min(rest.find(','), rest.size());
+            std::string name = lowerCase(rest.substr(0, end));
+            rest.remove_prefix(std::min(end + 1, rest.size()));
+            if (name.empty() || name.find_first_of(" :\t") != std::string::npos)
+                throw usageProblem(
+                    formatted("--headers={}: not names of fields with commas between", headers_));
+            row.headers->push_back(std::move(name));
+        }
     }
 
     static void checkThreads(const GlobalOptions& global) {
@@ -147,6 +190,8 @@ class BatchCommandRun final : public CommandRun {
     }
 
     BatchOptions options_;
+    std::string headers_;
+    bool full_ = false;
     std::string jobs_ = "1";
     std::string shard_;
     std::string memory_;

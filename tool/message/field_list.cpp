@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdlib>
 
 #include "tool/message/header_in_utf8.h"
@@ -12,6 +13,7 @@ namespace emltool {
 
 namespace {
 
+using namespace std::chrono;
 using emlreader::mime::Address;
 using emlreader::mime::Date;
 using emlreader::mime::Field;
@@ -46,9 +48,26 @@ std::string addressText(const Address& address) {
     return formatted("{} <{}>", quotedName(address.name), address.address);
 }
 
+// "2025-03-04T09:15:22" in that zone; empty for a year that has not four digits.
+std::string clockText(const Date& date, minutes zone) {
+    constexpr auto kFirst = sys_days{year{0} / January / 1};
+    constexpr auto kLast = sys_days{year{9999} / December / 31};
+    // A field can name a zone of 100 hours and 39 minutes. Nothing here overflows: the limits come first.
+    constexpr days kMost{5};
+    if (date.time < kFirst - kMost || date.time >= kLast + kMost || abs(zone) >= kMost) return {};
+    const sys_seconds local = date.time + zone;
+    if (local < kFirst || local >= kLast + days{1}) return {};
+    const auto day = floor<days>(local);
+    const year_month_day ymd{day};
+    const hh_mm_ss clock{local - day};
+    return formatted("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}", static_cast<int>(ymd.year()),
+                     static_cast<unsigned>(ymd.month()), static_cast<unsigned>(ymd.day()),
+                     clock.hours().count(), clock.minutes().count(), clock.seconds().count());
+}
+
 std::string textOf(const Field& field) {
     const std::string name = lowerCase(field.name());
-    if (contains(kAddressFields, name)) {
+    if (isAddressField(name)) {
         std::string text = addressesText(field.addresses());
         if (!text.empty()) return text;
     }
@@ -78,26 +97,21 @@ std::string addressesText(const std::vector<Address>& addresses) {
     return text;
 }
 
+bool isAddressField(std::string_view name) { return contains(kAddressFields, name); }
+
 std::string dateText(const Date& date) {
-    using namespace std::chrono;
-    constexpr auto kFirst = sys_days{year{0} / January / 1};
-    constexpr auto kLast = sys_days{year{9999} / December / 31};
     const minutes zone = date.zone;
-    // A field can name a zone of 100 hours and 39 minutes. Nothing here overflows: the limits come first.
-    constexpr days kMost{5};
-    if (date.time < kFirst - kMost || date.time >= kLast + kMost || abs(zone) >= kMost) return {};
-    const sys_seconds local = date.time + zone;
-    if (local < kFirst || local >= kLast + days{1}) return {};
-    const auto day = floor<days>(local);
-    const year_month_day ymd{day};
-    const hh_mm_ss clock{local - day};
+    std::string text = clockText(date, zone);
+    if (text.empty()) return text;
     // RFC 3339 has no "+99:99".
     const bool noZone = (date.flags & EML_MIME_DATE_NO_ZONE) != 0 || abs(zone) >= hours{24};
     const int64_t shift = noZone ? 0 : std::abs(zone.count());
-    return formatted("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}{}{:02}:{:02}", static_cast<int>(ymd.year()),
-                     static_cast<unsigned>(ymd.month()), static_cast<unsigned>(ymd.day()),
-                     clock.hours().count(), clock.minutes().count(), clock.seconds().count(),
-                     noZone || zone.count() < 0 ? '-' : '+', shift / 60, shift % 60);
+    return text + formatted("{}{:02}:{:02}", noZone || zone.count() < 0 ? '-' : '+', shift / 60, shift % 60);
+}
+
+std::string utcDateText(const Date& date) {
+    std::string text = clockText(date, minutes{0});
+    return text.empty() ? text : text + 'Z';
 }
 
 std::vector<ListedField> fieldList(const emlreader::mime::Message& message, uint32_t part) {

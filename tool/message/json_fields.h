@@ -55,6 +55,16 @@ inline void putField(JsonWriter& json, const char* key, std::string_view text) {
     putText(json, text);
 }
 
+// Nothing is null.
+inline void putOptional(JsonWriter& json, const char* key, std::string_view text) {
+    json.Key(key);
+    if (text.empty()) {
+        json.Null();
+    } else {
+        putText(json, text);
+    }
+}
+
 inline void putNumber(JsonWriter& json, const char* key, uint64_t number) {
     json.Key(key);
     json.Uint64(number);

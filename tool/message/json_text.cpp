@@ -62,7 +62,9 @@ class Answer {
     void entry(const SubFileEntry& entry);
     void charset(const MessageTree& tree);
     void metadata(const std::vector<MetadataField>& fields);
-    void threadFields(const MessageTree& tree);
+    void facts(const MessageTree& tree);
+    void addresses(const std::vector<MailAddress>& addresses);
+    void received(const std::vector<TraceField>& steps);
     void headers(const std::vector<ListedField>& fields);
     void subFiles(const MessageTree& tree);
     void tnef(const MessageTree& tree);
@@ -154,17 +156,13 @@ void Answer::metadata(const std::vector<MetadataField>& fields) {
     json_.EndObject();
 }
 
-void Answer::threadFields(const MessageTree& tree) {
-    if (isFirstSchema() || !tree.threadFields) return;
-    const ThreadFields& fields = *tree.threadFields;
-    json_.Key("message_id");
-    if (fields.messageId.empty()) {
-        json_.Null();
-    } else {
-        putText(json_, fields.messageId);
-    }
-    putTexts(json_, "in_reply_to", fields.inReplyTo);
-    putTexts(json_, "references", fields.references);
+void Answer::facts(const MessageTree& tree) {
+    if (isFirstSchema() || !tree.facts) return;
+    const HeaderFacts& facts = *tree.facts;
+    putOptional(json_, "date_utc", facts.dateUtc);
+    putOptional(json_, "message_id", facts.thread.messageId);
+    putTexts(json_, "in_reply_to", facts.thread.inReplyTo);
+    putTexts(json_, "references", facts.thread.references);
     const auto subject = std::ranges::find(tree.metadata, std::string_view("Subject"), &MetadataField::name);
     json_.Key("subject_base");
     if (subject != tree.metadata.end() && subject->text) {
@@ -172,6 +170,40 @@ void Answer::threadFields(const MessageTree& tree) {
     } else {
         json_.Null();
     }
+    putOptional(json_, "list_id", facts.listId);
+    addresses(facts.addresses);
+    received(facts.received);
+}
+
+void Answer::addresses(const std::vector<MailAddress>& addresses) {
+    json_.Key("addresses");
+    json_.StartArray();
+    for (const MailAddress& each : addresses) {
+        json_.StartObject();
+        putField(json_, "field", each.field);
+        putField(json_, "name", each.name);
+        putField(json_, "address", each.address);
+        if (!each.group.empty()) putField(json_, "group", each.group);
+        json_.EndObject();
+    }
+    json_.EndArray();
+}
+
+// What a server did not say is left out.
+void Answer::received(const std::vector<TraceField>& steps) {
+    json_.Key("received");
+    json_.StartArray();
+    for (const TraceField& step : steps) {
+        json_.StartObject();
+        const std::pair<const char*, const std::string&> members[] = {
+            {"from", step.from}, {"by", step.by},         {"via", step.via},  {"with", step.with},
+            {"id", step.id},     {"for", step.recipient}, {"date", step.date}};
+        for (const auto& [key, value] : members) {
+            if (!value.empty()) putField(json_, key, value);
+        }
+        json_.EndObject();
+    }
+    json_.EndArray();
 }
 
 // Bytes after the colon that are no UTF-8 are also given in base64.
@@ -235,12 +267,7 @@ void Answer::charset(const MessageTree& tree) {
         json_.Key("id");
         json_.Uint(tree.charset);
     }
-    json_.Key("name");
-    if (name.empty()) {
-        json_.Null();
-    } else {
-        putText(json_, name);
-    }
+    putOptional(json_, "name", name);
     json_.EndObject();
 }
 
@@ -248,12 +275,7 @@ void Answer::message(const MessageTree& tree) {
     json_.StartObject();
     putField(json_, "name", tree.name);
     charset(tree);
-    json_.Key("date");
-    if (tree.date.empty()) {
-        json_.Null();
-    } else {
-        putText(json_, tree.date);
-    }
+    putOptional(json_, "date", tree.date);
     json_.Key("encrypted");
     json_.Bool(tree.encrypted);
     if (!isFirstSchema() && !tree.protection.empty()) putField(json_, "protection", tree.protection);
@@ -261,11 +283,16 @@ void Answer::message(const MessageTree& tree) {
     json_.Uint64(tree.bytes);
     if (!tree.sha256.empty()) putField(json_, "sha256", tree.sha256);
     metadata(tree.metadata);
-    threadFields(tree);
+    facts(tree);
     if (tree.headers && !isFirstSchema()) headers(*tree.headers);
     subFiles(tree);
+    if (tree.parts) {
+        json_.Key("parts");
+        json_.RawValue(tree.parts->data(), tree.parts->size(), rapidjson::kArrayType);
+    }
     if (tree.text) putField(json_, "text", *tree.text);
     if (tree.markdown) putField(json_, "markdown", *tree.markdown);
+    if (tree.html) putField(json_, "html", *tree.html);
     if (!tree.hiddenText.empty() && !isFirstSchema()) putField(json_, "hidden_text", tree.hiddenText);
     if (tree.textSpans && !isFirstSchema()) textSpans(*tree.textSpans);
     json_.EndObject();

@@ -60,7 +60,7 @@ std::string frontMatter(const Message& message, const std::vector<Part>& files) 
             if (field.name == name) addLine(text, lowerCase(name), field.text.value_or(""));
         }
     }
-    if (!head.date.empty()) text += "date: " + head.date + '\n';
+    if (!head.facts.date.empty()) text += "date: " + head.facts.date + '\n';
     if (const auto field = message.root().field("Message-ID")) {
         const std::vector<std::string> ids = field->ids();
         if (!ids.empty()) addLine(text, "message-id", ids[0]);

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "tool/message/field_list.h"
+#include "tool/message/header_facts.h"
 #include "tool/message/header_in_utf8.h"
 #include "tool/text/ascii.h"
 
@@ -45,9 +46,10 @@ void add(const Field& field, bool isList, Value& value) {
     *value += text;
 }
 
-std::string textOfDate(const Field& field) {
+void takeDate(const Field& field, HeaderFacts& facts) {
     const auto date = field.date();
-    return date ? dateText(*date) : std::string();
+    facts.date = date ? dateText(*date) : std::string();
+    facts.dateUtc = date ? utcDateText(*date) : std::string();
 }
 
 // The values of a header, which is walked once: it may be long, and each search for a name would be such a walk.
@@ -56,11 +58,11 @@ class HeaderValues {
     explicit HeaderValues(const Part& root) {
         for (const Field& field : root.fields()) {
             if (field.name().empty()) continue;  // what is no field
-            addThreadField(field, threadFields_);
+            addHeaderFact(field, facts_);
             for (size_t row = 0; row < kFields.size(); ++row) {
                 for (size_t name = 0; name < kFields[row].fields.size(); ++name) {
                     if (!equalNoCase(field.name(), kFields[row].fields[name])) continue;
-                    if (row == kSent && !values_[row][name]) date_ = textOfDate(field);
+                    if (row == kSent && !values_[row][name]) takeDate(field, facts_);
                     add(field, kFields[row].isList, values_[row][name]);
                 }
             }
@@ -74,18 +76,14 @@ class HeaderValues {
         return std::nullopt;
     }
 
-    // Of the first field "Date".
-    const std::string& date() const { return date_; }
-
-    ThreadFields takeThreadFields() {
-        dropRepeatedIds(threadFields_.references);
-        return std::move(threadFields_);
+    HeaderFacts takeFacts() {
+        finishHeaderFacts(facts_);
+        return std::move(facts_);
     }
 
   private:
     std::array<std::array<Value, 3>, kFields.size()> values_;
-    std::string date_;
-    ThreadFields threadFields_;
+    HeaderFacts facts_;
 };
 
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
@@ -111,8 +109,11 @@ MessageHead readHead(const emlreader::mime::Message& message, uint32_t root) {
         head.fields.push_back(std::move(field));
     }
     head.subject = head.fields[kSubject].text.value_or("");
-    head.threadFields = values.takeThreadFields();
-    head.date = header.isConverted() ? dateOf(original) : values.date();
+    head.facts = values.takeFacts();
+    if (header.isConverted()) {
+        const auto date = original.field("Date");
+        if (date) takeDate(*date, head.facts);
+    }
     return head;
 }
 
@@ -122,7 +123,8 @@ std::vector<MetadataField> readMetadata(const emlreader::mime::Message& message,
 
 std::string dateOf(const Part& root) {
     const auto field = root.field("Date");
-    return field ? textOfDate(*field) : std::string();
+    const auto date = field ? field->date() : std::nullopt;
+    return date ? dateText(*date) : std::string();
 }
 
 bool isEncryption(uint32_t protection) {

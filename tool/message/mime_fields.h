@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "tool/message/header_facts.h"
 #include "tool/message/tree.h"
 
 namespace emltool {
@@ -13,12 +14,11 @@ namespace emltool {
 // fields of one name are one list.
 std::vector<MetadataField> readMetadata(const emlreader::mime::Message& message, uint32_t root);
 
-// The same, dateOf, and the ids.
+// The same, and what else the header says.
 struct MessageHead {
     std::vector<MetadataField> fields;
-    ThreadFields threadFields;
+    HeaderFacts facts;
     std::string subject;  // that of the fields; empty without one
-    std::string date;
 };
 MessageHead readHead(const emlreader::mime::Message& message, uint32_t root);
 

@@ -203,6 +203,16 @@ BodyDocument readBodyDocument(const Message& message, uint32_t root) {
     return document;
 }
 
+std::string readHtmlSource(const Message& message, uint32_t root) {
+    std::string html;
+    for (const Part& part : partsOf(message, root, isInHtml)) {
+        if (!part.is("text", "html")) continue;
+        if (!html.empty()) html += '\n';
+        html += textOfPart(part, true);
+    }
+    return html;
+}
+
 std::vector<TextSpan> spansOf(const BodyText& body) {
     std::vector<TextSpan> spans;
     std::string_view rest = body.text;

@@ -55,6 +55,9 @@ BodyDocument readBodyDocument(const emlreader::mime::Message& message, uint32_t 
 // The same of one part.
 BodyDocument readPartDocument(const emlreader::mime::Part& part);
 
+// The HTML of its text as it was sent, but as UTF-8; empty without any. Nothing in it is made harmless.
+std::string readHtmlSource(const emlreader::mime::Message& message, uint32_t root);
+
 // Which lines of it are the sender's own. Each part is looked at alone: a signature ends with its part.
 std::vector<TextSpan> spansOf(const BodyText& body);
 

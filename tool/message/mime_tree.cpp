@@ -61,9 +61,9 @@ MessageTree MimeTreeReader::readMessage(const Message& message, uint32_t root, c
     tree.bytes = root == 0 ? message.size() : message.part(part.info().parent).info().body.length;
     MessageHead head = readHead(message, root);
     tree.metadata = std::move(head.fields);
-    tree.threadFields = std::move(head.threadFields);
+    tree.date = head.facts.date;
+    tree.facts = std::move(head.facts);
     tree.name = std::move(head.subject);
-    tree.date = std::move(head.date);
     const SignedMessage content(message, root, kMaxSignatures - signatures_);
     tree.encrypted = content.isEncrypted();
     tree.protection = content.notice();

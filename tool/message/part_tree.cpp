@@ -1,6 +1,7 @@
 #include "tool/message/part_tree.h"
 
 #include "tool/text/format.h"
+#include "tool/text/sha256.h"
 
 namespace emltool {
 
@@ -16,10 +17,23 @@ std::string joined(const std::string& prefix, uint32_t ordinal) {
 }
 
 // A message is the size that it has in the file, and a multipart is what it holds.
-uint64_t sizeOf(const Part& part) {
-    if (part.isMultipart() || part.isMessage()) return part.info().body.length;
+void readContent(bool digests, PartEntry& entry) {
+    const Part& part = entry.part;
+    if (entry.isContainer()) {
+        entry.size = part.info().body.length;
+        return;
+    }
     if (part.type() == "text") part.measure(Form::Text);
-    return part.measure().size;
+    if (!digests) {
+        entry.size = part.measure().size;
+        return;
+    }
+    Sha256 hash;
+    const auto take = [&hash](std::string_view bytes) {
+        hash.update({reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()});
+    };
+    entry.size = part.extract(take).size;
+    entry.sha256 = hexText(hash.finish());
 }
 
 }  // namespace
@@ -39,12 +53,13 @@ std::vector<std::string> sectionNumbers(const Message& message) {
     return numbers;
 }
 
-std::vector<PartEntry> readParts(const Message& message) {
+std::vector<PartEntry> readParts(const Message& message, bool digests) {
     std::vector<std::string> sections = sectionNumbers(message);
     std::vector<PartEntry> entries;
     entries.reserve(message.partCount());
     for (const Part& part : message.parts()) {
-        entries.push_back({part, std::move(sections[part.number()]), part.name(), sizeOf(part), {}});
+        entries.push_back({part, std::move(sections[part.number()]), part.name(), 0, {}});
+        readContent(digests, entries.back());
     }
     for (const Defect& defect : message.defects()) {
         if (defect.part < entries.size()) entries[defect.part].defects.push_back(defect);

@@ -10,15 +10,6 @@ namespace {
 
 constexpr const char* kSchema = "eml-tree/1";
 
-void putOptional(JsonWriter& json, const char* key, std::string_view text) {
-    json.Key(key);
-    if (text.empty()) {
-        json.Null();
-    } else {
-        putText(json, text);
-    }
-}
-
 void putSpan(JsonWriter& json, const char* key, const EmlMimeSpan& span) {
     json.Key(key);
     json.StartObject();
@@ -82,6 +73,7 @@ void putPart(JsonWriter& json, const PartEntry& entry) {
     putOptional(json, "charset", entry.part.charset());
     putOptional(json, "disposition", entry.part.disposition());
     putOptional(json, "content_id", entry.part.contentId());
+    if (!entry.sha256.empty()) putField(json, "sha256", entry.sha256);
     json.Key("roles");
     json.StartArray();
     for (std::string_view word : roleWords(info.roles)) putText(json, word);
@@ -109,7 +101,20 @@ void putSpans(JsonWriter& json, std::span<const EmlMimeSpanInfo> spans) {
     json.EndArray();
 }
 
+void putParts(JsonWriter& json, std::span<const PartEntry> parts) {
+    json.StartArray();
+    for (const PartEntry& entry : parts) putPart(json, entry);
+    json.EndArray();
+}
+
 }  // namespace
+
+std::string partsJson(std::span<const PartEntry> parts) {
+    rapidjson::StringBuffer buffer;
+    JsonWriter json(buffer);
+    putParts(json, parts);
+    return {buffer.GetString(), buffer.GetSize()};
+}
 
 std::string treeLine(std::string_view source, std::span<const PartEntry> parts,
                      std::span<const EmlMimeSpanInfo> spans) {
@@ -118,9 +123,7 @@ std::string treeLine(std::string_view source, std::span<const PartEntry> parts,
     json.StartObject();
     putBeginning(json, kSchema, source, nullptr);
     json.Key("parts");
-    json.StartArray();
-    for (const PartEntry& entry : parts) putPart(json, entry);
-    json.EndArray();
+    putParts(json, parts);
     if (!spans.empty()) putSpans(json, spans);
     json.EndObject();
     return lineOf(buffer);

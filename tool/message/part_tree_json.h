@@ -14,6 +14,9 @@ namespace emltool {
 std::string treeLine(std::string_view source, std::span<const PartEntry> parts,
                      std::span<const EmlMimeSpanInfo> spans);
 
+// The parts alone, as an array.
+std::string partsJson(std::span<const PartEntry> parts);
+
 // The line for a message that could not be read.
 std::string treeLine(std::string_view source, const Problem& problem);
 

@@ -53,14 +53,22 @@ std::optional<BodyText> filterText(MessageFile& file, LinkStyle links) {
     return collector.finish(links);
 }
 
-std::optional<BodyText> mimeText(MessageFile& file, LinkStyle links) {
-    std::optional<BodyText> body;
+// Calls `read` with the message that holds the content; not if that is encrypted.
+template <typename Read>
+void withContent(MessageFile& file, Read read) {
     withMime(file, [&](const emlreader::mime::Message& message) {
         const SignedMessage content(message, 0);
         if (content.isEncrypted()) return;
-        body = readBody(content.inside() != nullptr ? *content.inside() : message, 0, {false, links});
+        read(content.inside() != nullptr ? *content.inside() : message);
     });
     file.checkReads();
+}
+
+std::optional<BodyText> mimeText(MessageFile& file, LinkStyle links) {
+    std::optional<BodyText> body;
+    withContent(file, [&](const emlreader::mime::Message& message) {
+        body = readBody(message, 0, {false, links});
+    });
     return body;
 }
 
@@ -68,6 +76,12 @@ std::optional<BodyText> mimeText(MessageFile& file, LinkStyle links) {
 
 std::optional<BodyText> bodyText(MessageFile& file, Reading reading, LinkStyle links) {
     return reading == Reading::kMime ? mimeText(file, links) : filterText(file, links);
+}
+
+std::optional<std::string> bodyHtml(MessageFile& file) {
+    std::optional<std::string> html;
+    withContent(file, [&](const emlreader::mime::Message& message) { html = readHtmlSource(message, 0); });
+    return html;
 }
 
 }  // namespace emltool

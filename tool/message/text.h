@@ -15,4 +15,7 @@ namespace emltool {
 // container reading has the text of the filter. Throws Problem.
 std::optional<BodyText> bodyText(MessageFile& file, Reading reading, LinkStyle links = LinkStyle::kFootnotes);
 
+// The HTML of it, see readHtmlSource. Nothing if the message is encrypted. Throws Problem.
+std::optional<std::string> bodyHtml(MessageFile& file);
+
 }  // namespace emltool

@@ -9,10 +9,10 @@
 #include <vector>
 
 #include "standalone/message.h"
+#include "tool/message/header_facts.h"
 #include "tool/message/listed_field.h"
 #include "tool/message/message_file.h"
 #include "tool/message/sub_file_path.h"
-#include "tool/message/thread_fields.h"
 #include "tool/terminal/problem.h"
 #include "tool/text/reading.h"
 #include "tool/text/text_spans.h"
@@ -75,14 +75,16 @@ struct MessageTree {
     uint64_t bytes = 0;      // the whole message as it is stored
     std::string date;        // as dateText returns it; empty without a readable date
     std::vector<MetadataField> metadata;
-    std::optional<ThreadFields> threadFields;         // nothing from a reader that does not read them
+    std::optional<HeaderFacts> facts;                 // nothing from a reader that does not read them
     std::optional<std::vector<ListedField>> headers;  // all fields, in order; nothing unless asked for
     std::vector<SubFileEntry> subFiles;
     std::string sha256;                              // of the message as it is stored; empty unless asked for
     std::optional<std::string> text;                 // what a person reads, UTF-8; nothing unless asked for
     std::optional<std::vector<TextSpan>> textSpans;  // of it; the MIME reading alone has them
     std::optional<std::string> markdown;             // html/markdown.h; nothing unless asked for
-    std::string hiddenText;  // what is in its HTML, but not to be seen; with one of these
+    std::optional<std::string> html;   // of its text, as sent but UTF-8; nothing unless asked for
+    std::optional<std::string> parts;  // as partsJson() has them; nothing unless asked for
+    std::string hiddenText;            // what is in its HTML, but not to be seen; with one of these
     std::vector<Warning> warnings;
 };
 

@@ -13,7 +13,7 @@ namespace {
 using emlreader::mime::Message;
 
 std::string idsOf(const std::string& header) {
-    const ThreadFields fields = readHead(Message::fromBytes(header + "\r\n"), 0).threadFields;
+    const ThreadFields fields = readHead(Message::fromBytes(header + "\r\n"), 0).facts.thread;
     return formatted("{} | {} | {}", fields.messageId, joined(fields.inReplyTo, " "),
                      joined(fields.references, " "));
 }
