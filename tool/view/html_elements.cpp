@@ -62,7 +62,7 @@ constexpr std::array<HtmlElement, 88> kElements = {{
     {"mark", "mark"},
     {"menu", "menu"},
     {"nav", "nav"},
-    {"nobr", "nobr"},
+    {"nobr", "span"},
     {"ol", "ol"},
     {"p", "p"},
     {"plaintext", "pre"},
@@ -120,11 +120,11 @@ constexpr std::array<std::string_view, 34> kParagraphEnds = {
 static_assert(std::is_sorted(kParagraphEnds.begin(), kParagraphEnds.end()));
 
 // Elements through which an item of a list is still seen, when HTML is read, and ended by the next.
-constexpr std::array<std::string_view, 38> kShowItems = {
-    "a",      "abbr",   "acronym", "address", "b",    "bdi",  "bdo", "big",  "cite",   "code",
-    "del",    "dfn",    "div",     "em",      "font", "i",    "ins", "kbd",  "legend", "mark",
-    "nobr",   "p",      "q",       "rp",      "rt",   "ruby", "s",   "samp", "small",  "span",
-    "strike", "strong", "sub",     "sup",     "time", "tt",   "u",   "var"};
+constexpr std::array<std::string_view, 37> kShowItems = {
+    "a",      "abbr", "acronym", "address", "b",    "bdi", "bdo",  "big",   "cite",   "code",
+    "del",    "dfn",  "div",     "em",      "font", "i",   "ins",  "kbd",   "legend", "mark",
+    "p",      "q",    "rp",      "rt",      "ruby", "s",   "samp", "small", "span",   "strike",
+    "strong", "sub",  "sup",     "time",    "tt",   "u",   "var"};
 static_assert(std::is_sorted(kShowItems.begin(), kShowItems.end()));
 
 constexpr HtmlElement kUnknown = {"span", "span"};

@@ -213,7 +213,9 @@ void InertBuilder::addElement(uint32_t node, const HtmlElement& element) {
     const bool wouldEnd = open_.areEndedBy(element.emitted);
     const std::string_view name = wouldEnd ? "span" : element.emitted;
     body_.append(1, '<').append(name);
-    addAttributes(node, wouldEnd ? styleAsSpan(element.emitted) : "");
+    // One inside another, which tables bring about, would end it.
+    const bool isUnbroken = element.name == "nobr";
+    addAttributes(node, wouldEnd ? styleAsSpan(element.emitted) : isUnbroken ? "white-space:nowrap;" : "");
     body_ += '>';
     if (element.name == "hr") inert_.anyText = true;
     if (element.isVoid) return;

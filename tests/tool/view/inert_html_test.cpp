@@ -148,6 +148,9 @@ TEST_F(InertHtmlTest, EveryElementIsClosedInOrder) {
          "<dd>a<i><span style=\"display:block;\">b</span></i><table><tbody><tr></tr></tbody></table></dd>"},
         {"<ul><li>a<table><li>b</table></ul>",
          "<ul><li>a<span style=\"display:list-item;\">b</span><table></table></li></ul>"},
+        {"<nobr>a<table><nobr>b</table>",
+         "<span style=\"white-space:nowrap;\">a<span "
+         "style=\"white-space:nowrap;\">b</span><table></table></span>"},
         {"<ul><li>a<ul><li>b</ul></ul>", "<ul><li>a<ul><li>b</li></ul></li></ul>"},
         {"<p><table><tr><td><p>x</table>", "<p></p><table><tbody><tr><td><p>x</p></td></tr></tbody></table>"},
     };
