@@ -7,7 +7,7 @@ namespace emltool {
 
 namespace {
 
-constexpr std::array<HtmlElement, 88> kElements = {{
+constexpr std::array<HtmlElement, 89> kElements = {{
     {"a", "a"},
     {"abbr", "abbr"},
     {"acronym", "acronym"},
@@ -63,6 +63,7 @@ constexpr std::array<HtmlElement, 88> kElements = {{
     {"menu", "menu"},
     {"nav", "nav"},
     {"nobr", "span"},
+    {"noscript", "span"},
     {"ol", "ol"},
     {"p", "p"},
     {"plaintext", "pre"},
@@ -109,7 +110,7 @@ constexpr std::array<std::string_view, 25> kDroppedNames = {
 static_assert(std::is_sorted(kDroppedNames.begin(), kDroppedNames.end()));
 
 // What else a browser knows and shows as nothing but its content.
-constexpr std::array<std::string_view, 4> kInsideOnly = {"body", "frameset", "html", "noscript"};
+constexpr std::array<std::string_view, 3> kInsideOnly = {"body", "frameset", "html"};
 
 // Elements that end a paragraph in which they stand.
 constexpr std::array<std::string_view, 34> kParagraphEnds = {

@@ -44,14 +44,19 @@ struct OpenElements {
     bool paragraph = false;
     bool item = false;        // <li>
     bool definition = false;  // <dt>, <dd>
+    bool link = false;
+    bool button = false;
 
     bool areEndedBy(std::string_view name) const {
         return (paragraph && endsParagraph(name)) || (item && name == "li") ||
-               (definition && isDefinition(name));
+               (definition && isDefinition(name)) || (link && name == "a") || (button && name == "button");
     }
     void enter(std::string_view name) {
+        if (name == "td" || name == "th" || name == "caption") paragraph = link = button = false;
+        if (name == "button") paragraph = false;
+        if (name == "button") button = true;
         if (name == "p") paragraph = true;
-        if (name == "button" || name == "td" || name == "th" || name == "caption") paragraph = false;
+        if (name == "a") link = true;
         if (showsItems(name)) return;
         item = name == "li";
         definition = isDefinition(name);
@@ -64,6 +69,7 @@ struct OpenElements {
 // What makes a <span> look like that element.
 std::string_view styleAsSpan(std::string_view name) {
     if (name == "pre") return "display:block;white-space:pre;";
+    if (name == "a" || name == "button") return "";
     return name == "li" ? "display:list-item;" : "display:block;";
 }
 
@@ -81,7 +87,7 @@ class InertBuilder {
     void addElement(uint32_t node, const HtmlElement& element);
     void addShell(uint32_t node);
     void addStyleSheet(uint32_t node);
-    void addAttributes(uint32_t node, std::string_view first);
+    void addAttributes(uint32_t node, std::string_view emitted, std::string_view first);
     void addImage(uint32_t node);
     void addLink(uint32_t node);
     std::string styleOf(uint32_t node);
@@ -168,9 +174,8 @@ void InertBuilder::addLink(uint32_t node) {
     body_ += " target=\"_blank\" rel=\"noopener noreferrer nofollow\"";
 }
 
-void InertBuilder::addAttributes(uint32_t node, std::string_view first) {
-    const std::string_view name = tree_.name(node);
-    const bool isLink = name == "a" && tree_.find(node, "href");
+void InertBuilder::addAttributes(uint32_t node, std::string_view emitted, std::string_view first) {
+    const bool isLink = emitted == "a" && tree_.find(node, "href");
     for (size_t i = 0; i < tree_.attributeCount(node); ++i) {
         const HtmlAttribute attribute = tree_.attribute(node, i);
         // A link has its target there.
@@ -180,7 +185,7 @@ void InertBuilder::addAttributes(uint32_t node, std::string_view first) {
     }
     const std::string style = std::string(first) + styleOf(node);
     if (!style.empty()) appendAttribute(body_, "style", style);
-    if (name == "img") addImage(node);
+    if (emitted == "img") addImage(node);
     if (isLink) addLink(node);
 }
 
@@ -215,7 +220,10 @@ void InertBuilder::addElement(uint32_t node, const HtmlElement& element) {
     body_.append(1, '<').append(name);
     // One inside another, which tables bring about, would end it.
     const bool isUnbroken = element.name == "nobr";
-    addAttributes(node, wouldEnd ? styleAsSpan(element.emitted) : isUnbroken ? "white-space:nowrap;" : "");
+    addAttributes(node, name,
+                  wouldEnd     ? styleAsSpan(element.emitted)
+                  : isUnbroken ? "white-space:nowrap;"
+                               : "");
     body_ += '>';
     if (element.name == "hr") inert_.anyText = true;
     if (element.isVoid) return;

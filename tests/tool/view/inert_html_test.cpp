@@ -79,7 +79,7 @@ TEST_F(InertHtmlTest, LeavesOutWhatRunsLoadsSendsOrLeadsElsewhere) {
         {"<script>never ended", ""},
         {"<title>t</title>x", "x"},
         {"<iframe src=http://x>inside</iframe>x", "x"},
-        {"<noscript>x</noscript>", "x"},
+        {"<noscript>x</noscript>", "<span></span>x"},
         {"<object data=http://x>other</object>x", "x"},
         {"<embed src=http://x>", ""},
         {"<video src=x poster=y>other</video>x", "x"},
@@ -151,6 +151,9 @@ TEST_F(InertHtmlTest, EveryElementIsClosedInOrder) {
         {"<nobr>a<table><nobr>b</table>",
          "<span style=\"white-space:nowrap;\">a<span "
          "style=\"white-space:nowrap;\">b</span><table></table></span>"},
+        {"<h1>a<noscript><h1>b", "<h1>a<span><h1>b</h1></span></h1>"},
+        {"<a name=x>a<marquee><a name=y>b", "<a>a<span><span>b</span></span></a>"},
+        {"<button>a<marquee><button>b", "<button>a<span><span>b</span></span></button>"},
         {"<ul><li>a<ul><li>b</ul></ul>", "<ul><li>a<ul><li>b</li></ul></li></ul>"},
         {"<p><table><tr><td><p>x</table>", "<p></p><table><tbody><tr><td><p>x</p></td></tr></tbody></table>"},
     };
