@@ -27,7 +27,8 @@ struct RowOptions {
     bool html = false;
     bool parts = false;
     bool digest = false;
-    std::optional<std::vector<std::string>> headers;  // the fields wanted, in lower case; empty is all of them
+    std::optional<std::vector<std::string>>
+        headers;  // the fields wanted, in lower case; empty is all of them
     AnswerForm form;
 };
 

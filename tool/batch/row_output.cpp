@@ -10,6 +10,7 @@
 
 #include "standalone/unnamed_file.h"
 #include "tool/batch/row_lines.h"
+#include "tool/batch/thread_rows.h"
 #include "tool/system/pending_folder.h"
 #include "tool/system/temporary_files.h"
 #include "tool/system/write_pieces.h"
@@ -135,6 +136,20 @@ bool RowOutput::forEachRow(const Take& take) const {
         if (!take(row)) return false;
     }
     return true;
+}
+
+bool RowOutput::addThreads(const std::function<bool()>& goesOn) {
+    ThreadRows threads;
+    const bool isRead = forEachRow([&](std::string_view row) {
+        threads.add(row);
+        return goesOn();
+    });
+    if (!isRead) return false;
+    threads.find();
+    return rewrite([&](std::string_view row, std::string& changed) {
+        threads.complete(row, changed);
+        return goesOn();
+    });
 }
 
 bool RowOutput::rewrite(const Change& change) {

@@ -1,4 +1,4 @@
-// Where the rows of a batch go.
+// The rows of a batch as lines.
 #pragma once
 
 #include <sys/stat.h>
@@ -10,47 +10,46 @@
 
 #include "standalone/unique_descriptor.h"
 #include "tool/batch/finished_rows.h"
+#include "tool/batch/row_sink.h"
 
 namespace emltool {
 
 // Standard output, or a file that only one run at a time can write.
-class RowOutput {
+class RowOutput final : public RowSink {
   public:
     struct Form {
         std::string path;          // "" is standard output
         bool resume = false;       // the file is continued; else it must not exist
-        bool isRewritten = false;  // by rewrite, in the end; standard output gets nothing before
+        bool isRewritten = false;  // by addThreads, in the end; standard output gets nothing before
     };
 
     // What follows the last whole line of a file that is continued is cut off, and its rows are added to
     // `finished`. Throws Problem.
     RowOutput(Form form, FinishedRows& finished);
 
-    // Writes whole lines. Throws Problem, StandardOutputProblem or BrokenPipe. A file then ends with the last
-    // whole line that fits.
-    void write(std::string_view lines);
+    // A file ends with the last whole line that fits.
+    void write(std::string_view lines) override;
 
-    // Calls take(row) for each row that was written, without its line end, until that returns false, and then
-    // returns false. Throws Problem.
-    using Take = std::function<bool(std::string_view row)>;
-    bool forEachRow(const Take& take) const;
+    // A file is replaced in one step.
+    bool addThreads(const std::function<bool()>& goesOn) override;
 
-    // Puts what change(row, changed) appends in the place of each row. A file is replaced in one step: if this throws,
-    // or returns false because `change` did, it is as it was. Throws as write does. Nothing is written afterwards.
-    using Change = std::function<bool(std::string_view row, std::string& changed)>;
-    bool rewrite(const Change& change);
-
-    int descriptor() const;
-
-    // Whether a file can be what is written.
-    bool isFile() const { return isFile_; }
-
-    // Whether `file` is what is written, by whatever name it was found.
-    bool isSameFile(const struct stat& file) const {
+    int descriptor() const override;
+    bool isFile() const override { return isFile_; }
+    bool isSameFile(const struct stat& file) const override {
         return isFile_ && file.st_dev == device_ && file.st_ino == inode_;
     }
 
   private:
+    // Calls take(row) for each row that was written, without its line end, until that returns false, and then
+    // returns false.
+    using Take = std::function<bool(std::string_view row)>;
+    bool forEachRow(const Take& take) const;
+
+    // Puts what change(row, changed) appends in the place of each row. If this throws, or returns false because `change`
+    // did, a file is as it was.
+    using Change = std::function<bool(std::string_view row, std::string& changed)>;
+    bool rewrite(const Change& change);
+
     using Write = std::function<void(std::string_view lines)>;
 
     void create(bool resume);

@@ -4,7 +4,8 @@
 
 #include <algorithm>
 
-#include "tool/batch/thread_rows.h"
+#include "tool/batch/database_output.h"
+#include "tool/batch/row_output.h"
 #include "tool/system/ending_signals.h"
 #include "tool/text/format.h"
 
@@ -39,17 +40,24 @@ Problem zeroByteProblem(const std::string& path) {
             "no such file; the path holds a zero byte (is -0 missing?)"};
 }
 
+std::unique_ptr<RowSink> openOutput(const BatchOptions& options, FinishedRows& finished) {
+    if (isDatabasePath(options.output))
+        return std::make_unique<DatabaseOutput>(options.output, options.resume, finished);
+    return std::make_unique<RowOutput>(RowOutput::Form{options.output, options.resume, options.threads},
+                                       finished);
+}
+
 }  // namespace
 
 BatchRun::BatchRun(const BatchOptions& options, Console& console)
     : options_(options),
       console_(console),
-      output_({options.output, options.resume, options.threads}, finished_),
+      output_(openOutput(options, finished_)),
       progress_(console, options.output.empty()),
       forecast_({options.paths, options.pattern, options.shard, options.shards},
-                [this](const struct stat& file) { return output_.isSameFile(file); }),
+                [this](const struct stat& file) { return output_->isSameFile(file); }),
       pool_(options.jobs, options.timeout, [this](int tasks, int replies) {
-          leaveStreams(output_.descriptor());
+          leaveStreams(output_->descriptor());
           return workThrough(tasks, replies, options_.worker);
       }) {}
 
@@ -71,6 +79,7 @@ BatchCounts BatchRun::run() {
     }
     pool_.finish();
     if (options_.threads && !addThreads()) endBySignal();
+    output_->finish();
     return counts_;
 }
 
@@ -164,8 +173,8 @@ void BatchRun::add(Slot& before, FoundItem found) {
 // The rows themselves may lie in a folder that is read.
 bool BatchRun::isOutput(const BatchItem& item) const {
     struct stat found {};
-    return output_.isFile() && !item.index && ::stat(item.path.c_str(), &found) == 0 &&
-           output_.isSameFile(found);
+    return output_->isFile() && !item.index && ::stat(item.path.c_str(), &found) == 0 &&
+           output_->isSameFile(found);
 }
 
 void BatchRun::handle(PoolEvent& event) {
@@ -230,7 +239,7 @@ void BatchRun::deliver() {
     }
     if (ready_.empty()) return;
     auto begin = std::chrono::steady_clock::now();
-    output_.write(ready_);
+    output_->write(ready_);
     ready_.clear();
     pool_.extendDeadlines(std::chrono::steady_clock::now() - begin);
 }
@@ -258,17 +267,7 @@ bool BatchRun::addThreads() {
         if (progress_.due()) progress_.show("finding the conversations");
         return EndingSignals::caught() == 0;
     };
-    ThreadRows threads;
-    const bool isRead = output_.forEachRow([&](std::string_view row) {
-        threads.add(row);
-        return goesOn();
-    });
-    if (!isRead) return false;
-    threads.find();
-    return output_.rewrite([&](std::string_view row, std::string& changed) {
-        threads.complete(row, changed);
-        return goesOn();
-    });
+    return output_->addThreads(goesOn);
 }
 
 void BatchRun::endBySignal() {

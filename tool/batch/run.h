@@ -11,7 +11,7 @@
 #include "tool/batch/finished_rows.h"
 #include "tool/batch/forecast.h"
 #include "tool/batch/pool.h"
-#include "tool/batch/row_output.h"
+#include "tool/batch/row_sink.h"
 #include "tool/batch/sources.h"
 #include "tool/batch/worker.h"
 #include "tool/terminal/console.h"
@@ -83,7 +83,7 @@ class BatchRun {
     const BatchOptions& options_;
     Console& console_;
     FinishedRows finished_;
-    RowOutput output_;
+    std::unique_ptr<RowSink> output_;
     ProgressLine progress_;
     Forecast forecast_;  // only used while there is a line to show
     WorkerPool pool_;

@@ -2,7 +2,6 @@
 
 #include <span>
 
-#include "tool/batch/row_facts.h"
 #include "tool/text/subject_base.h"
 
 namespace emltool {
@@ -35,25 +34,33 @@ std::span<const std::string> answeredIds(const ThreadFields& fields) {
 
 void ThreadRows::add(std::string_view row) {
     RowFacts facts;
-    const bool hasThread = readRowFacts(row, facts) && facts.threadFields;
-    hasThread_.push_back(hasThread);
-    if (!hasThread) return;
+    if (!readRowFacts(row, facts)) facts = {};
+    add(facts);
+}
+
+void ThreadRows::add(const RowFacts& facts) {
+    hasThread_.push_back(facts.threadFields.has_value());
+    if (!facts.threadFields) return;
     const SubjectBase subject = subjectBase(facts.subject);
     finder_.add({facts.path, facts.index, facts.threadFields->messageId, answeredIds(*facts.threadFields),
                  subject.text, subject.isReplyOrForward});
 }
 
 void ThreadRows::complete(std::string_view row, std::string& out) {
-    const bool isKnown =
-        row_ < hasThread_.size();  // no longer, if somebody has written to the file meanwhile
-    const bool hasThread = isKnown && hasThread_[row_++];
+    const std::string thread = next();
     out += openRow(row);
-    if (hasThread) {
+    if (!thread.empty()) {
         out += kMember;
-        out += threadText(threads_[thread_++]);
+        out += thread;
         out += '"';
     }
     out += "}\n";
+}
+
+// There may be more rows than were added, if somebody has written to the file meanwhile.
+std::string ThreadRows::next() {
+    const bool hasThread = row_ < hasThread_.size() && hasThread_[row_++];
+    return hasThread ? threadText(threads_[thread_++]) : std::string();
 }
 
 }  // namespace emltool

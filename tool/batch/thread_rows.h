@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tool/batch/row_facts.h"
 #include "tool/batch/threads.h"
 
 namespace emltool {
@@ -15,12 +16,18 @@ class ThreadRows {
   public:
     void add(std::string_view row);
 
+    // The same for what is known of a row.
+    void add(const RowFacts& facts);
+
     // All rows are there.
     void find() { threads_ = finder_.find(); }
 
     // Appends the row to `out` with its member "thread", and its line end. One that an earlier run has added is
     // replaced. A row without a message has none, nor has one whose reader gives no ids.
     void complete(std::string_view row, std::string& out);
+
+    // The conversation of the next row, in the order of add; empty without one.
+    std::string next();
 
   private:
     ThreadFinder finder_;

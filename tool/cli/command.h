@@ -54,6 +54,7 @@ extern const Command kRenderCommand;
 extern const Command kRecordsCommand;
 extern const Command kViewCommand;
 extern const Command kBatchCommand;
+extern const Command kSearchCommand;
 extern const Command kSchemaCommand;
 extern const Command kCompletionsCommand;
 extern const Command kVersionCommand;

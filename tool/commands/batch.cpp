@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "tool/batch/database_output.h"
 #include "tool/batch/run.h"
 #include "tool/cli/command.h"
 #include "tool/commands/each_file.h"
@@ -75,6 +76,7 @@ class BatchCommandRun final : public CommandRun {
         complete();
         if (options_.threads) checkThreads(global);
         options_.worker.row.form = answerForm(global);
+        if (isDatabasePath(options_.output)) completeForDatabase(global);
         const AnswerForm& form = options_.worker.row.form;
         checkMimeOptions(form);
         BatchCounts counts;
@@ -100,6 +102,13 @@ class BatchCommandRun final : public CommandRun {
         completeJobs();
         completeShard();
         completeLimits();
+    }
+
+    // What it has columns for.
+    void completeForDatabase(const GlobalOptions& global) {
+        if (global.schema == 1 || global.reading != Reading::kMime)
+            throw usageProblem("a database has what the MIME reader gives, in version 2 of the answers");
+        options_.worker.row.text = options_.worker.row.parts = true;
     }
 
     // What only the MIME reader has.
