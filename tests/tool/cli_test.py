@@ -33,7 +33,7 @@ def schema(version):
 
 
 SCHEMAS = {f"eml/{version}": schema(version) for version in (1, 2)}
-SCHEMAS |= {f"eml-{command}/1": schema(f"{command}-1") for command in ("tree", "compare")}
+SCHEMAS |= {f"eml-{command}/1": schema(f"{command}-1") for command in ("tree", "compare", "search")}
 SCHEMA = SCHEMAS["eml/2"]
 DEFINITIONS = SCHEMA["definitions"]  # of the schema that a value is held against
 

@@ -10,19 +10,19 @@ namespace emltool {
 
 namespace {
 
-constexpr std::array<std::string_view, 3> kSubjectWords = {"messages", "tree", "compare"};
+constexpr std::array<std::string_view, 4> kSubjectWords = {"messages", "tree", "compare", "search"};
 constexpr Choices kSubjectChoices{"SUBJECT", "subject", kSubjectWords};
 
 class SchemaRun final : public CommandRun {
   public:
     explicit SchemaRun(CLI::App& app) {
         app.add_option("SUBJECT", subject_,
-                       "messages (list, info, extract, batch; the default), tree or compare");
+                       "messages (list, info, extract, batch; the default), tree, compare or search");
     }
 
     ExitCode run(Console& console, const GlobalOptions& options) override {
-        const std::array<const char*, 3> texts = {options.schema == 1 ? kSchemaText1 : kSchemaText2,
-                                                  kTreeSchemaText, kCompareSchemaText};
+        const std::array<const char*, 4> texts = {options.schema == 1 ? kSchemaText1 : kSchemaText2,
+                                                  kTreeSchemaText, kCompareSchemaText, kSearchSchemaText};
         const std::optional<size_t> subject = kSubjectChoices.find(subject_);
         if (!subject) {
             throw usageProblem(

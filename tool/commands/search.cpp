@@ -53,8 +53,11 @@ void printHit(Console& console, const SearchHit& hit) {
             formatted("  [{} attachment{}]", hit.attachments, hit.attachments == 1 ? "" : "s"));
     text += '\n';
     const bool repeatsSubject = snippetText(Style(false), hit.snippet) == subject;
-    if (!hit.snippet.empty() && !repeatsSubject)
-        text += "    " + snippetText(console.style(), hit.snippet) + '\n';
+    if (!hit.snippet.empty() && !repeatsSubject) {
+        text += "    " + snippetText(console.style(), hit.snippet);
+        text.erase(text.find_last_not_of(' ') + 1);
+        text += '\n';
+    }
     text += "    " + console.style().note(visible(placeText(hit.place))) + '\n';
     console.print(text);
 }

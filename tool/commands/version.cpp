@@ -5,6 +5,7 @@
 
 #include "tool/cli/command.h"
 #include "tool/cli/version.h"
+#include "tool/database/database.h"
 #include "tool/html/html_parser.h"
 #include "tool/message/smime.h"
 #include "tool/message/tnef.h"
@@ -26,13 +27,14 @@ struct Feature {
     bool isThere() const { return lack().empty(); }
 };
 
-constexpr std::array<Feature, 4> kFeatures = {{
+constexpr std::array<Feature, 5> kFeatures = {{
     {"tnef", "TNEF (winmail.dat)", "unpacked", "not unpacked", tnefLack},
     {"smime", "S/MIME", "signed messages unwrapped, nothing verified or decrypted", "not unwrapped",
      smimeLack},
     {"charset-guess", "text without a charset", "guessed where it is not UTF-8",
      "Western where it is not UTF-8", charsetGuessLack},
     {"html", "HTML", "shown as its text", "shown as its source", htmlLack},
+    {"database", "databases (eml search)", "written and searched", "not written", databaseLack},
 }};
 
 class VersionRun final : public CommandRun {

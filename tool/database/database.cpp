@@ -62,6 +62,8 @@ const Library& library() {
     return loaded;
 }
 
+constexpr const char* kContinued = "; what was written so far is whole, --resume continues it";
+
 // `database` is NULL where there was no memory for it.
 Problem problemOf(const std::string& path, sqlite3* database) {
     if (database == nullptr) return outOfMemory(path);
@@ -79,7 +81,7 @@ Problem problemOf(const std::string& path, sqlite3* database) {
                     "is damaged; the messages are still where they were, so it can be made again"};
         case SQLITE_FULL:
             return {ExitCode::kOutput, "write-failed", path,
-                    "no space left on device; what was written so far is whole, --resume continues it"};
+                    formatted("no space left on device{}", kContinued)};
         case SQLITE_READONLY:
             return {ExitCode::kOutput, "write-failed", path, "cannot be written"};
         default:
@@ -88,9 +90,10 @@ Problem problemOf(const std::string& path, sqlite3* database) {
     const int cause = library().systemError(database);
     const std::string words =
         cause != 0 ? describe({cause, std::system_category()}) : std::string(library().message(database));
-    const bool reads = (code & 0xFF) == SQLITE_CANTOPEN || code == SQLITE_IOERR_READ;
-    return {reads ? ExitCode::kInput : ExitCode::kOutput, reads ? "cannot-read" : "write-failed", path,
-            words};
+    if ((code & 0xFF) == SQLITE_CANTOPEN || code == SQLITE_IOERR_READ)
+        return {ExitCode::kInput, "cannot-read", path, words};
+    return {ExitCode::kOutput, "write-failed", path,
+            (code & 0xFF) == SQLITE_IOERR ? words + kContinued : words};
 }
 
 }  // namespace

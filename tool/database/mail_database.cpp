@@ -328,7 +328,11 @@ void MailDatabase::finish() {
     commit();
     writer_.reset();
     setThread_.reset();
-    database_.run("PRAGMA journal_mode=DELETE");
+    try {
+        database_.run("PRAGMA journal_mode=DELETE");
+    } catch (const Problem& problem) {
+        if (problem.code != "in-use") throw;  // somebody is reading it, who then does it at the end
+    }
 }
 
 }  // namespace emltool

@@ -51,7 +51,7 @@ class MailDatabase {
     bool forEachThreadFacts(const TakeFacts& take);
     void setThread(int64_t id, std::string_view thread);
 
-    // The last commit, after which the database is one file.
+    // The last commit, after which the database is one file, unless somebody is reading it.
     void finish();
 
   private:
