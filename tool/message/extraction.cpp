@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <optional>
 
 #include "tool/system/pending_folder.h"
 #include "tool/text/format.h"
@@ -44,7 +45,7 @@ class DigestedOutput final : public emlhost::Output {
         return target_.error().value();
     }
     int restart() noexcept override {
-        hash_ = Sha256();
+        hash_.restart();
         return object_->open(object_) != 0 ? 0 : EIO;
     }
 
@@ -137,8 +138,9 @@ void Extractor::extract(SubFileContent& content, SubFileEntry& entry) {
 }
 
 void Extractor::write(SubFileContent& content, emlhost::Output& output, SubFileEntry& entry) {
-    DigestedOutput digested(output);
-    emlhost::Extraction extraction = options_.digest ? content.extract(digested) : content.extract(output);
+    std::optional<DigestedOutput> digested;
+    if (options_.digest) digested.emplace(output);
+    emlhost::Extraction extraction = content.extract(digested ? *digested : output);
     file_.checkReads();
     if (output.error()) throw cannotWrite(entry.filePath, output.error(), true);
     if (extraction.status == EML_NO_MEMORY) throw outOfMemory(file_.name());
@@ -148,7 +150,7 @@ void Extractor::write(SubFileContent& content, emlhost::Output& output, SubFileE
                                 extraction.status));
     }
     entry.size = output.size();
-    if (options_.digest) entry.sha256 = digested.digest();
+    if (digested) entry.sha256 = digested->digest();
 }
 
 void Extractor::commit(emlhost::FileOutput& output, SubFileEntry& entry) {
