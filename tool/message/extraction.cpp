@@ -107,11 +107,23 @@ void Extractor::visit(SubFileContent& content, SubFileEntry& entry) {
     }
 }
 
+void checkInFile(const MessageFile& file, const SubFileEntry& entry) {
+    if (entry.isInFile) return;
+    throw Problem(ExitCode::kNoSubFile, "not-in-file", file.name(),
+                  formatted("sub-file {}: only its name is in the message", dotted(entry.path)));
+}
+
+void checkExtracted(const MessageFile& file, const SubFileEntry& entry,
+                    const emlhost::Extraction& extraction) {
+    if (extraction.status == EML_NO_MEMORY) throw outOfMemory(file.name());
+    if (extraction.status == EML_OK) return;
+    throw Problem(ExitCode::kInput, "cannot-extract", file.name(),
+                  formatted("sub-file {}: cannot be read (result {} of the reader)", dotted(entry.path),
+                            extraction.status));
+}
+
 void Extractor::extract(SubFileContent& content, SubFileEntry& entry) {
-    if (!entry.isInFile) {
-        std::string text = formatted("sub-file {}: only its name is in the message", dotted(entry.path));
-        throw Problem(ExitCode::kNoSubFile, "not-in-file", file_.name(), text);
-    }
+    checkInFile(file_, entry);
     entry.safeName = folder_.names().take(safeName(entry.name, dotted(entry.path)));
     entry.filePath = folder_.pathOf(entry.safeName);
     if (options_.onlyPlan) {
@@ -143,12 +155,7 @@ void Extractor::write(SubFileContent& content, emlhost::Output& output, SubFileE
     emlhost::Extraction extraction = content.extract(digested ? *digested : output);
     file_.checkReads();
     if (output.error()) throw cannotWrite(entry.filePath, output.error(), true);
-    if (extraction.status == EML_NO_MEMORY) throw outOfMemory(file_.name());
-    if (extraction.status != EML_OK) {
-        throw Problem(ExitCode::kInput, "cannot-extract", file_.name(),
-                      formatted("sub-file {}: cannot be read (result {} of the reader)", dotted(entry.path),
-                                extraction.status));
-    }
+    checkExtracted(file_, entry, extraction);
     entry.size = output.size();
     if (digested) entry.sha256 = digested->digest();
 }
