@@ -725,7 +725,7 @@ def a_full_disk_stops_the_run_and_nothing_half_stays():
                                    (short, mixed(part("b.txt", b"22"), part("big.bin", b"x" * size)), ONE)))
         arguments = ("extract", "-q", "--store=S", "--manifest=rows", "box.mbox")
         code, out, err = limited(4, *arguments)
-        equal((code, out, err), (1, "", "eml: S: file too large; --resume goes on with this message\n"))
+        equal((code, out, err), (6, "", "eml: S: file too large; --resume goes on with this message\n"))
         equal((is_whole("S"), sorted(files("S").values())), (True, [b"1", b"22"]))
         equal([(row["source"]["index"], row["files"]) for row in store_rows("rows")[1]], [(0, 1)])
         expect(eml(*arguments, "--resume"), 0)
@@ -736,7 +736,7 @@ def a_full_disk_stops_the_run_and_nothing_half_stays():
     # The manifest is what does not fit.
     write("box.mbox", many(100))
     code, _, err = limited(8, "extract", "-q", "--store=S", "--manifest=rows", "box.mbox")
-    equal((code, err), (1, "eml: rows: file too large; the rows so far are whole, --resume goes on from there\n"))
+    equal((code, err), (6, "eml: rows: file too large; the rows so far are whole, --resume goes on from there\n"))
     expect(eml("extract", "-q", "--store=S", "--manifest=rows", "--resume", "box.mbox"), 0)
     equal((len(store_rows("rows")[1]), is_whole("S")), (100, True))
 

@@ -58,7 +58,7 @@ class ExtractWork {
         folder_.removeIfEmpty();
         if (store_ != nullptr) report_.addDone(store_->done());
         if ((ofMany_ || store_ != nullptr) && printsRows()) report_.printSum(true);
-        return tally_.exitCode();
+        return isUnfinished_ ? ExitCode::kOutput : tally_.exitCode();
     }
 
   private:
@@ -159,7 +159,7 @@ class ExtractWork {
         fail(problem);
         isStopped_ = problem.exit == ExitCode::kUsage;  // as it would be for the next
         if (store_ == nullptr || isStopped_) return;
-        isStopped_ = problem.exit == ExitCode::kOutput;
+        isStopped_ = isUnfinished_ = problem.exit == ExitCode::kOutput;
         if (!isStopped_) store_->end(source_, &problem);
     }
 
@@ -269,7 +269,8 @@ class ExtractWork {
     bool readsFolders_;
     bool isFolder_ = false;  // the argument that is being read
     bool ofMany_ = false;
-    bool isStopped_ = false;  // no further message has a chance
+    bool isStopped_ = false;     // no further message has a chance
+    bool isUnfinished_ = false;  // what was read until then can be continued
 };
 
 }  // namespace
