@@ -13,7 +13,7 @@ namespace {
 
 constexpr size_t kAllReadings = 3;
 
-std::string plural(size_t count, std::string_view noun) {
+std::string plural(uint64_t count, std::string_view noun) {
     return formatted("{} {}{}", count, noun, count == 1 ? "" : "s");
 }
 
