@@ -84,9 +84,19 @@ FileOutput::~FileOutput() {
 }
 
 std::error_code FileOutput::commit(const std::string& finalName, CommitPolicy policy) {
-    if (temporaryName_.empty() || !isPlainName(finalName)) {
+    if (!isPlainName(finalName)) return std::make_error_code(std::errc::invalid_argument);
+    return commitAs(finalName, policy);
+}
+
+std::error_code FileOutput::commitInto(const std::string& folder, const std::string& finalName,
+                                       CommitPolicy policy) {
+    if (!isPlainName(folder) || !isPlainName(finalName))
         return std::make_error_code(std::errc::invalid_argument);
-    }
+    return commitAs(folder + "/" + finalName, policy);
+}
+
+std::error_code FileOutput::commitAs(const std::string& path, CommitPolicy policy) {
+    if (temporaryName_.empty()) return std::make_error_code(std::errc::invalid_argument);
     if (!error()) fail(finish());
     fail(file_.close());
     if (error()) return error();
@@ -94,8 +104,8 @@ std::error_code FileOutput::commit(const std::string& finalName, CommitPolicy po
     const char* from = temporaryName_.c_str();
     int failure = 0;
     if (policy == CommitPolicy::kKeepExisting) {
-        failure = renameToFreeName(directory_, from, finalName.c_str());
-    } else if (::renameat(directory_, from, directory_, finalName.c_str()) != 0) {
+        failure = renameToFreeName(directory_, from, path.c_str());
+    } else if (::renameat(directory_, from, directory_, path.c_str()) != 0) {
         failure = errno;
     }
     if (failure != 0) return {failure, std::system_category()};

@@ -52,6 +52,10 @@ class FileOutput final : public BufferedOutput {
     // success, further commits fail with EINVAL.
     [[nodiscard]] std::error_code commit(const std::string& finalName, CommitPolicy policy);
 
+    // The same in a folder that is in its directory: "ab". Both must be plain names.
+    [[nodiscard]] std::error_code commitInto(const std::string& folder, const std::string& finalName,
+                                             CommitPolicy policy);
+
     // Path of the temporary file, for a program that removes it when a signal ends it; empty once committed,
     // and for a file of createIn.
     const std::string& temporaryPath() const noexcept { return temporaryPath_; }
@@ -59,6 +63,7 @@ class FileOutput final : public BufferedOutput {
   private:
     FileOutput(int directory, UniqueDescriptor file, std::string temporaryName);
 
+    std::error_code commitAs(const std::string& path, CommitPolicy policy);
     int drain(uint64_t position, std::span<const uint8_t> bytes) noexcept override;
     int restart() noexcept override;
 

@@ -102,6 +102,24 @@ TEST(FileOutput, TakesPlainNamesOnly) {
     EXPECT_EQ(output->commit("again", CommitPolicy::kKeepExisting), std::errc::invalid_argument);
 }
 
+TEST(FileOutput, CanGoIntoAFolderOfItsFolder) {
+    TemporaryFolder folder;
+    std::filesystem::create_directory(folder.pathOf("sub"));
+    folder.write("sub/taken", "old");
+    auto output = outputWith(folder, "new");
+    for (const std::string name : {"", ".", "..", "sub/deep", "/tmp"}) {
+        EXPECT_EQ(output->commitInto(name, "x", CommitPolicy::kReplace), std::errc::invalid_argument) << name;
+        EXPECT_EQ(output->commitInto("sub", name, CommitPolicy::kReplace), std::errc::invalid_argument)
+            << name;
+    }
+    EXPECT_EQ(output->commitInto("none", "x", CommitPolicy::kReplace), std::errc::no_such_file_or_directory);
+    EXPECT_EQ(output->commitInto("sub", "taken", CommitPolicy::kKeepExisting), std::errc::file_exists);
+    EXPECT_EQ(folder.read("sub/taken"), "old");
+    EXPECT_FALSE(output->commitInto("sub", "taken", CommitPolicy::kReplace));
+    EXPECT_EQ(folder.read("sub/taken"), "new");
+    EXPECT_EQ(folder.entryCount(), 1u) << "nothing else is left behind";
+}
+
 TEST(FileOutput, HasOrdinaryPermissionsLessTheUmask) {
     TemporaryFolder folder;
     mode_t previous = ::umask(022);

@@ -43,14 +43,20 @@ def test(function):
     return function
 
 
-def with_html(function):
-    """A test of a program that has been built with the library."""
-    def run_it():
-        if "html" not in json.loads(eml("--json", "version").out)["features"]:
-            return "built without libgumbo"
-        return function()
-    run_it.__name__ = function.__name__
-    return test(run_it)
+def with_feature(feature, lack):
+    """Tests of a program that has been built with a library."""
+    def decorated(function):
+        def run_it():
+            if feature not in json.loads(eml("--json", "version").out)["features"]:
+                return lack
+            return function()
+        run_it.__name__ = function.__name__
+        return test(run_it)
+    return decorated
+
+
+with_html = with_feature("html", "built without libgumbo")
+with_sha256 = with_feature("sha256", "built without libcrypto")  # what a reading leaves out is known by digests
 
 
 # ---------------------------------------------------------------------------------------------------------
@@ -361,7 +367,7 @@ def names_are_decoded():
     equal(sorted(os.listdir("out")), ["März.txt", "cië.txt"])
 
 
-@test
+@with_sha256
 def depth_is_bounded():
     message = PLAIN
     for level in range(40):
@@ -374,7 +380,7 @@ def depth_is_bounded():
     equal(len(result.out.splitlines()), 2 + 33)
 
 
-@test
+@with_sha256
 def what_is_only_named_is_said_so():
     write("m.eml", b"Subject: x\nContent-Type: multipart/mixed; boundary=zz\n\nhello\n"
           b'Attachment Converted: "C:\\attach\\report.doc"\n')
@@ -629,7 +635,7 @@ def show_joins_flowed_lines_unless_the_source_is_wanted():
     expect(eml("show", "--body-only", "--source", "m.eml"), 0, out=">Will you \n>come?\n\nYes, \nI will.\n")
 
 
-@test
+@with_sha256
 def show_knows_where_a_value_ends():
     for words, subject in ((b"=?us-ascii?Q?a=0A?= =?utf-8?Q?c=C3=A4?=", "a c\u00e4"),
                            (b"=?us-ascii?Q?a=0Ab=0A?=", "a b"),
@@ -675,7 +681,7 @@ def encrypted_shows_the_header_only():
     equal("Protection:   encrypted (S/MIME)\n" in eml("info", "e.eml").out, True)
 
 
-@test
+@with_sha256
 def a_message_that_was_cut_off_is_warned_of():
     whole = mixed(part("a.bin", b"0123456789" * 20), part("b.bin", b"0123456789" * 20))
     write("m.eml", whole)
@@ -1769,6 +1775,26 @@ def the_reader_that_was_asked_for_answers():
 
 
 @test
+def what_needs_sha256_says_so_before_it_begins():
+    if "sha256" in json.loads(eml("--json", "version").out)["features"]:
+        return "built with libcrypto"
+    write("m.eml", SAMPLE)
+    for what, *arguments in (("compare", "compare"), ("--digest", "batch", "--digest"), ("--shard", "batch", "--shard=1/2"),
+                             ("--threads", "batch", "--threads"), ("--resume", "batch", "--resume", "-o", "rows"),
+                             ("--manifest", "extract", "-o", "out", "--manifest=rows"),
+                             ("--store", "extract", "--store=out", "--manifest=rows"),
+                             ("--reader=all", "--reader=all", "extract", "-o", "out")):
+        expect(eml(*arguments, "m.eml"), 2,
+               f"eml: {what} needs SHA-256, which needs libcrypto; this program was built without libcrypto\n", "")
+    equal(os.listdir("."), ["m.eml"])
+    expect(eml("--reader=container", "list", "m.eml"), 0,
+           "eml: m.eml: warning: whether the container reading leaves out parts is not known, this program was built "
+           "without libcrypto\n")
+    expect(eml("extract", "-q", "-o", "out", "m.eml"), 0)
+    return None
+
+
+@with_sha256
 def a_reading_says_what_it_leaves_out():
     write("m.eml", mixed(part("a.txt"), embedded("in.eml", PLAIN)).replace(
         b"--b0--", b"--b0\nContent-Type: image/png\n\nx\n--b0--"))

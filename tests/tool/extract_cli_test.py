@@ -5,13 +5,16 @@
 """
 
 import base64
+import fcntl
 import hashlib
 import json
 import os
 import re
 import shutil
+import signal
 import subprocess
 import sys
+import time
 
 import cli_test as cli
 import tnef_writer as tnef
@@ -436,6 +439,330 @@ def names_in_the_manifest_are_those_of_the_message():
     equal([row["name"] for row in rows][0], "../../x\x1b[2J.txt")
     equal([base64.b64decode(row["path_b64"]) for row in rows], [b"o\xff/x[2J.txt", b"o\xff/gpj.exe"])
     equal(sorted(os.listdir(folder)), ["gpj.exe", "x[2J.txt"])
+
+
+# ---------------------------------------------------------------------------------------------------------
+# extract --store
+
+
+def place_of(content):
+    digest = hashlib.sha256(content).hexdigest()
+    return f"{digest[:2]}/{digest[2:]}"
+
+
+def store_rows(path):
+    """The rows of files and those of messages."""
+    cli.DEFINITIONS = cli.SCHEMA["definitions"]
+    rows = [json.loads(line) for line in read(path).decode().splitlines()]
+    kinds = {"eml-manifest/1": "manifest_row", "eml-manifest-message/1": "manifest_message"}
+    for row in rows:
+        cli.validate(row, cli.DEFINITIONS[kinds[row["schema"]]])
+    return [[row for row in rows if row["schema"] == schema] for schema in kinds]
+
+
+def is_whole(folder):
+    """Whether a store holds nothing but contents under their digests."""
+    for path, content in files(folder).items():
+        equal(path, place_of(content))
+    return True
+
+
+def many(count):
+    """An mbox of messages that share some contents."""
+    return b"".join(b"From a\n" + mixed(part("same.txt", b"same"), part("n.bin", b"%d" % number * (number % 97)))
+                    + b"\n" for number in range(count))
+
+
+@test
+def a_store_has_each_content_once():
+    archive()
+    write("twice.eml", mixed(part("other.txt", b"1"), part("../x", b"22"), part("empty", b"")))
+    write("box.mbox", BOX)
+    result = eml("extract", "-r", "--store=S", "--manifest=rows", "A", "twice.eml", "box.mbox")
+    found = files("S")
+    (inner,) = [content for content in found.values() if b"deep.bin" in content]
+    equal(found, {place_of(content): content for content in (b"1", b"22", b"333", b"deep!!", b"", inner)})
+    expect(result, 0, out=f"13 attachments: 6 new in S, {12 + len(inner)} B; 7 there already, from 5 of 7 messages\n")
+    of_files, of_messages = store_rows("rows")
+    equal([(row["source"]["path"], row["source"].get("index"), row["number"], row["section"], row["name"], row["type"])
+           for row in of_files[5:8]],
+          [("twice.eml", None, "1", "2", "other.txt", "application/octet-stream"),
+           ("twice.eml", None, "2", "3", "../x", "application/octet-stream"),
+           ("twice.eml", None, "3", "4", "empty", "application/octet-stream")])
+    for row in of_files:
+        content = read(row["path"])
+        equal((row["path"], row["size"], row["sha256"]),
+              ("S/" + place_of(content), len(content), hashlib.sha256(content).hexdigest()))
+    equal([(row["source"]["path"], row["source"].get("index"), row["files"]) for row in of_messages],
+          [("A/one.eml", None, 2), ("A/plain.eml", None, 0), ("A/sub/two.eml", None, 3), ("twice.eml", None, 3),
+           ("box.mbox", 0, 2), ("box.mbox", 1, 0), ("box.mbox", 2, 3)])
+    # What is there is not written again, and what has another size is.
+    times = {path: os.stat(f"S/{path}").st_mtime_ns for path in found}
+    write("S/" + place_of(b"22"), b"2")
+    expect(eml("extract", "-r", "--store=S", "--manifest=again", "A", "twice.eml", "box.mbox"), 0,
+           out="13 attachments: 1 new in S, 2 B; 12 there already, from 5 of 7 messages\n")
+    equal((read("again"), files("S")), (read("rows"), found))
+    equal({path for path, time in times.items() if os.stat(f"S/{path}").st_mtime_ns != time}, {place_of(b"22")})
+
+
+@test
+def a_store_holds_long_contents_too():
+    # On both sides of what is kept in memory, and of what a file is written in.
+    sizes = [(1 << 18) - 1, 1 << 18, (1 << 18) + 1, (1 << 18) + (1 << 16) + 7, 3 << 20]
+    contents = [hashlib.sha256(b"%d" % size).digest() * (size // 32 + 1) for size in sizes]
+    contents = [content[:size] for content, size in zip(contents, sizes)]
+    write("m.eml", mixed(*[part(f"{size}", content) for size, content in zip(sizes, contents)]))
+    for _ in range(2):
+        expect(eml("extract", "-q", "--store=S", "--manifest=-", "m.eml"), 0)
+        equal(files("S"), {place_of(content): content for content in contents})
+
+
+@test
+def a_store_and_what_is_read():
+    archive()
+    expect(eml("extract", "-q", "--store=A/S", "--manifest=A/rows", "A"), 0, err="")
+    expect(eml("extract", "-q", "--store=A/S", "--manifest=A/rows", "--resume", "A"), 0, err="", out="")
+    equal(len(store_rows("A/rows")[1]), 3)
+    for folder in ("A/S", "A/S/..//S", "A/S/" + place_of(b"1")[:2]):
+        expect(eml("extract", "--store=A/S", "--manifest=x", folder), 2,
+               f"eml: {folder} is the store, or in it; read another folder\n", "")
+    expect(eml("extract", "--store=A", "--manifest=x", "A"), 2, "eml: A is the store, or in it; read another folder\n", "")
+    equal(os.path.exists("x"), False)
+    inside = files("A/S")
+    (stored,) = [path for path, content in inside.items() if b"deep.bin" in content]
+    expect(eml("extract", "-q", "--store=A/S", "--manifest=-", f"A/S/{stored}"), 0)
+    equal(set(files("A/S")) - set(inside), {place_of(b"deep!!")}, "files of a store can be read one by one")
+
+
+@test
+def a_store_of_each_reading():
+    write("m.eml", ODD)
+    expect(eml("extract", "-q", "--reader=all", "-o", "out", "m.eml"), 0)
+    expect(eml("extract", "-q", "--reader=all", "--store=S", "--manifest=rows", "m.eml"), 0)
+    equal(sorted(files("S").values()), sorted(files("out").values()))
+    equal([row["readings"] for row in store_rows("rows")[0]],
+          [["mime", "container", "filter"], ["mime"], ["mime"], ["container", "filter"]])
+    expect(eml("extract", "-q", "--reader=container", "-n", "1", "--store=C", "--manifest=c", "m.eml"), 0)
+    equal((list(files("C").values()), [row["readings"] for row in store_rows("c")[0]]), ([b"same"], [["container"]]))
+
+
+@test
+def a_store_with_answers():
+    archive()
+    for more in ([], ["--schema=1"]):
+        expect(eml("--json", *more, "extract", "--store=S", "A/one.eml", "A/plain.eml"), 0)
+    rows = [json.loads(line) for line in eml("--json", "extract", "--store=S", "A/one.eml", "A/plain.eml").out.splitlines()]
+    equal([[(entry["outcome"], entry["path"]) for entry in row["message"]["sub_files"][1:]] for row in rows],
+          [[("skipped", "S/" + place_of(content)) for content in (b"1", b"22")], []])
+    result = eml("extract", "--store=T", "--manifest=-", "A/one.eml", "A/plain.eml")
+    expect(eml("extract", "-q", "--store=T", "--manifest=rows", "A/one.eml", "A/plain.eml"), 0, out="")
+    expect(result, 0, out=read("rows").decode())
+
+
+@test
+def errors_of_single_messages_in_a_store():
+    archive()
+    write("empty.eml", b"")
+    write("A/notes", b"hello there\n")
+    arguments = ("extract", "-q", "--store=S", "--manifest=rows", "A", "empty.eml", "none.eml", "A/one.eml")
+    expect(eml(*arguments), 1, "eml: empty.eml: the file is empty\neml: none.eml: no such file\n", "")
+    of_messages = store_rows("rows")[1]
+    equal([(row["source"]["path"], row["files"], row.get("error", {}).get("code")) for row in of_messages],
+          [("A/one.eml", 2, None), ("A/plain.eml", 0, None), ("A/sub/two.eml", 2, None), ("empty.eml", 0, "empty"),
+           ("none.eml", 0, "no-such-file"), ("A/one.eml", 2, None)])
+    before = read("rows")
+    expect(eml(*arguments, "--resume"), 0, err="", out="")
+    equal(read("rows"), before, "what had an error is done")
+    expect(eml("extract", "-q", "-n", "2", "--store=N", "--manifest=n", "A/one.eml", "A/plain.eml"), 1,
+           'eml: A/plain.eml: no sub-file 2; see "eml list A/plain.eml"\n')
+    equal([(row["status"], row["files"]) for row in store_rows("n")[1]], [("ok", 1), ("error", 0)])
+
+
+@test
+def a_store_takes_other_options_or_none():
+    write("m.eml", ONE)
+    named = "is for files with names; --store has each content under its SHA-256"
+    for arguments, text in ((["-o", "out"], f"-o {named}"), (["-o", "-"], f"-o {named}"),
+                            (["--per-message"], f"--per-message {named}"), (["-l"], f"-l {named}"),
+                            (["--on-conflict=fail"], f"--on-conflict {named}")):
+        expect(eml("extract", "--store=S", "--manifest=rows", *arguments, "m.eml"), 2, f"eml: {text}\n", "")
+    for arguments, text in ((["--store=S"], "--store needs --manifest=OUT, which tells what is where; or --json"),
+                            (["--store", "", "--manifest=x"], "--store= names no folder; . is the current one"),
+                            (["--store=S", "--manifest=-", "--resume"], "--resume needs --manifest=FILE"),
+                            (["--resume", "--manifest=x"], "--resume continues a manifest of --store; without that, "
+                             "choose a new folder")):
+        expect(eml("extract", *arguments, "m.eml"), 2, f"eml: {text}\n", "")
+    expect(eml("--json", "extract", "--store=S", "--resume", "m.eml"), 2, "eml: --resume needs --manifest=FILE\n", "")
+    equal(os.listdir("."), ["m.eml"])
+    expect(eml("extract", "-q", "--store=.", "--manifest=rows", "m.eml"), 0)
+    equal([row["path"] for row in store_rows("rows")[0]], [place_of(b"1"), place_of(b"22")])
+
+
+@test
+def what_is_no_store_manifest_is_not_continued():
+    archive()
+    expect(eml("extract", "-q", "-o", "out", "--manifest=plain", "A"), 0)
+    expect(eml("batch", "-o", "batch", "A"), 0)
+    write("text", b"hello\n")
+    write("cut", b"hello")
+    for name in ("plain", "batch", "text", "cut"):
+        before = read(name)
+        expect(eml("extract", "--store=S", f"--manifest={name}", "--resume", "A"), 6,
+               f"eml: {name}: line 1 is no row of eml extract --store, so nothing is continued here; choose another "
+               "file\n", "")
+        equal((read(name), os.path.exists("S")), (before, False))
+    expect(eml("extract", "--store=S", "--manifest=text", "A"), 6,
+           "eml: text: already exists, not overwritten; --resume continues it, or choose another file\n", "")
+    expect(eml("extract", "--store=S", "--manifest=A", "A"), 6, "eml: A: is a directory; name a file in it\n", "")
+    equal(os.path.exists("S"), False)
+
+
+@test
+def a_run_goes_on_after_any_byte_of_its_manifest():
+    archive()
+    write("box.mbox", BOX)
+    arguments = ("extract", "-q", "-r", "--store=S", "--manifest=rows", "A/one.eml", "box.mbox")
+    expect(eml(*arguments), 0)
+    whole, stored = read("rows"), files("S")
+    for length in (*range(0, len(whole), 61), len(whole)):
+        write("rows", whole[:length])
+        expect(eml(*arguments, "--resume"), 0)
+        equal((read("rows"), files("S")), (whole, stored), length)
+    for length in (100, whole.index(b"\n", 500) + 1):
+        write("rows", whole[:length] + bytes(50))
+        expect(eml(*arguments, "--resume"), 0)
+        equal(read("rows"), whole, "zero bytes after a loss of power")
+    os.remove("rows")
+    expect(eml(*arguments, "--resume"), 0)
+    equal(read("rows"), whole, "nothing to continue is no error")
+
+
+def started(*arguments):
+    return subprocess.Popen([cli.EML, *arguments], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                            stderr=subprocess.PIPE)
+
+
+def ended_after(process, path, size, ending):
+    """Ends it once the file is so long."""
+    until = time.monotonic() + cli.PATIENCE
+    while process.poll() is None and time.monotonic() < until:
+        if os.path.exists(path) and os.path.getsize(path) >= size:
+            process.send_signal(ending)
+            break
+        time.sleep(0.0005)
+    out, err = process.communicate(timeout=cli.PATIENCE)
+    return process.returncode, out, err.decode()
+
+
+@test
+def a_run_that_was_killed_is_resumed():
+    write("box.mbox", many(3000))
+    arguments = ("extract", "-q", "--manifest=rows", "box.mbox")
+    expect(eml("extract", "-q", "--store=once", "--manifest=whole", "box.mbox"), 0)
+    ends = []
+    for size in (1, 100_000, 400_000):
+        code, _, _ = ended_after(started(*arguments, "--store=S", "--resume"), "rows", size, signal.SIGKILL)
+        ends.append(code)
+    expect(eml(*arguments, "--store=S", "--resume"), 0)
+    equal(-signal.SIGKILL in ends, True, ends)
+    kept = {path: content for path, content in files("S").items() if not path.startswith(".eml-")}
+    equal(kept, files("once"))
+    equal(len(files("S")) - len(kept) <= ends.count(-signal.SIGKILL), True, "one file each that had no name")
+    equal(read("rows").replace(b'"S/', b'"once/'), read("whole"))
+
+
+@test
+def a_run_that_is_stopped_says_how_to_go_on():
+    write("box.mbox", many(3000))
+    for ending in (signal.SIGINT, signal.SIGTERM):
+        for name in ("S", "rows"):
+            subprocess.run(["rm", "-rf", name], check=True)
+        code, out, err = ended_after(started("extract", "--store=S", "--manifest=rows", "box.mbox"), "rows", 1, ending)
+        equal((code, out, err), (-ending, b"", "eml: stopped; rows is whole so far, and the same command with "
+                                               "--resume continues it\n"))
+        store_rows("rows")
+        equal(read("rows").splitlines()[-1].startswith(b'{"schema":"eml-manifest-message/1"'), True)
+        equal(is_whole("S"), True)
+        expect(eml("extract", "-q", "--store=S", "--manifest=rows", "--resume", "box.mbox"), 0)
+        equal(len(store_rows("rows")[1]), 3000)
+
+
+@test
+def two_runs_write_one_store():
+    write("box.mbox", many(1500))
+    processes = [started("extract", "-q", "--store=S", f"--manifest=rows{number}", "box.mbox") for number in range(2)]
+    for process in processes:
+        equal((process.communicate(timeout=cli.PATIENCE), process.returncode), ((b"", b""), 0))
+    equal(is_whole("S"), True)
+    equal(read("rows0"), read("rows1"))
+    expect(eml("extract", "-q", "--store=once", "--manifest=rows", "box.mbox"), 0)
+    equal(files("S"), files("once"))
+
+
+@test
+def one_manifest_has_one_writer():
+    write("m.eml", ONE)
+    with open("rows", "wb") as file:
+        fcntl.flock(file, fcntl.LOCK_EX)
+        expect(eml("extract", "--store=S", "--manifest=rows", "--resume", "m.eml"), 6,
+               "eml: rows: another eml is writing it\n", "")
+    equal(os.path.exists("S"), False)
+
+
+def limited(size, *arguments):
+    """Runs with a limit of `size` blocks of 512 bytes for each file, as if the disk were full."""
+    shell = f"trap '' XFSZ; ulimit -f {size}; exec \"$0\" \"$@\""
+    run = subprocess.run(["sh", "-c", shell, cli.EML, *arguments], capture_output=True, check=False,
+                         timeout=cli.PATIENCE)
+    return run.returncode, run.stdout.decode(), run.stderr.decode()
+
+
+@test
+def a_full_disk_stops_the_run_and_nothing_half_stays():
+    short = mixed(part("a.txt", b"1"))
+    for size in (3000, 300_000):
+        write("box.mbox", b"".join(b"From a\n" + message + b"\n" for message in
+                                   (short, mixed(part("b.txt", b"22"), part("big.bin", b"x" * size)), ONE)))
+        arguments = ("extract", "-q", "--store=S", "--manifest=rows", "box.mbox")
+        code, out, err = limited(4, *arguments)
+        equal((code, out, err), (6, "", "eml: S: file too large; --resume goes on with this message\n"))
+        equal((is_whole("S"), sorted(files("S").values())), (True, [b"1", b"22"]))
+        equal([(row["source"]["index"], row["files"]) for row in store_rows("rows")[1]], [(0, 1)])
+        expect(eml(*arguments, "--resume"), 0)
+        equal([(row["source"]["index"], row["files"]) for row in store_rows("rows")[1]], [(0, 1), (1, 2), (2, 2)])
+        equal((is_whole("S"), len(files("S"))), (True, 3))
+        shutil.rmtree("S")
+        os.remove("rows")
+    # The manifest is what does not fit.
+    write("box.mbox", many(100))
+    code, _, err = limited(8, "extract", "-q", "--store=S", "--manifest=rows", "box.mbox")
+    equal((code, err), (6, "eml: rows: file too large; the rows so far are whole, --resume goes on from there\n"))
+    expect(eml("extract", "-q", "--store=S", "--manifest=rows", "--resume", "box.mbox"), 0)
+    equal((len(store_rows("rows")[1]), is_whole("S")), (100, True))
+
+
+@test
+def a_store_that_cannot_be_written_is_no_beginning():
+    write("m.eml", ONE)
+    write("file", b"x")
+    expect(eml("extract", "--store=file", "--manifest=rows", "m.eml"), 6,
+           "eml: file: the folder cannot be created: not a directory\n", "")
+    expect(eml("extract", "--store=S", "--manifest=none/rows", "m.eml"), 6, "eml: none/rows: no such file or directory\n", "")
+    equal(sorted(os.listdir(".")), ["file", "m.eml"])
+    os.mkdir("S")
+    command = [cli.EML, "extract", "--store=S", "--manifest=rows", "m.eml"]
+    why = "read-only file system"
+    if os.geteuid() != 0:
+        os.chmod("S", 0o500)
+        why = "permission denied"
+    else:
+        shell = 'mount --bind S S && mount -o remount,bind,ro S && exec "$0" "$@"'
+        command = ["unshare", "-m", "sh", "-c", shell, *command]
+        if subprocess.run(["unshare", "-m", "true"], capture_output=True, check=False).returncode != 0:
+            return "no folder can be made read-only here"
+    run = subprocess.run(command, capture_output=True, check=False, timeout=cli.PATIENCE)
+    equal((run.returncode, run.stderr.decode(), os.path.exists("rows")), (6, f"eml: S: {why}\n", False))
+    return None
 
 
 # ---------------------------------------------------------------------------------------------------------

@@ -4,6 +4,8 @@
     tests/tool/view_cli_test.py PATH/TO/eml
 """
 
+import base64
+import hashlib
 import json
 import os
 import pathlib
@@ -93,6 +95,9 @@ def a_folder_becomes_a_list_and_a_page_for_each_message():
     for name in os.listdir("pages"):
         equal(os.stat(f"pages/{name}").st_mode & 0o777, 0o600)
     index = pathlib.Path("pages/index.html").read_text(encoding="utf-8")
+    script = re.search("<script>(.*)</script>", index, re.DOTALL)[1].encode()
+    digest = base64.b64encode(hashlib.sha256(script).digest()).decode()
+    equal(re.findall("script-src [^;\"]*", index), [f"script-src 'sha256-{digest}'"], "this script alone may run")
     for number in range(3):
         equal(f"letter {number}" in index, True)
         page = pathlib.Path(f"pages/{number + 1:04}.html").read_text(encoding="utf-8")

@@ -37,7 +37,7 @@ class DigestOutput final : public emlhost::Output {
         return 0;
     }
     int restart() noexcept override {
-        hash_ = Sha256();
+        hash_.restart();
         return 0;
     }
 

@@ -65,7 +65,7 @@ RowOutput::RowOutput(Form form, FinishedRows& finished) : path_(std::move(form.p
     noteFile();
     if (path_.empty() && form.isRewritten) file_ = unnamedFile();
     if (!form.resume) return;
-    length_ = readFinishedRows(file_.get(), path_, finished);
+    length_ = form.read(file_.get(), path_, finished);
     if (::ftruncate(file_.get(), static_cast<off_t>(length_)) != 0) throw outputProblem(path_, errno);
 }
 

@@ -21,6 +21,8 @@ class RowOutput final : public RowSink {
         std::string path;          // "" is standard output
         bool resume = false;       // the file is continued; else it must not exist
         bool isRewritten = false;  // by addThreads, in the end; standard output gets nothing before
+        uint64_t (*read)(int, const std::string&,
+                         FinishedRows&) = readFinishedRows;  // those of an earlier run
     };
 
     // What follows the last whole line of a file that is continued is cut off, and its rows are added to

@@ -10,8 +10,10 @@
 #include "tool/batch/run.h"
 #include "tool/cli/command.h"
 #include "tool/commands/each_file.h"
+#include "tool/message/sha256_need.h"
 #include "tool/text/ascii.h"
 #include "tool/text/format.h"
+#include "tool/text/sha256.h"
 #include "tool/text/size_text.h"
 
 namespace emltool {
@@ -79,6 +81,7 @@ class BatchCommandRun final : public CommandRun {
         if (isDatabasePath(options_.output)) completeForDatabase(global);
         const AnswerForm& form = options_.worker.row.form;
         checkMimeOptions(form);
+        checkDigests(form.reading);
         BatchCounts counts;
         {
             BatchRun batch(options_, console);
@@ -151,6 +154,15 @@ class BatchCommandRun final : public CommandRun {
             throw usageProblem("--threads is not in version 1 of the answers; leave out --schema=1");
         if (global.reading != Reading::kMime)
             throw usageProblem("--threads goes by ids that the MIME reader reads; --reader does not apply");
+    }
+
+    // Loads libcrypto where it is needed, once for all workers.
+    void checkDigests(Reading reading) const {
+        if (options_.worker.row.digest) needSha256("--digest");
+        if (options_.shards > 1) needSha256("--shard");
+        if (options_.threads) needSha256("--threads");
+        if (options_.resume) needSha256("--resume");
+        if (reading != Reading::kMime) hasSha256();  // to tell what that reading leaves out
     }
 
     void completeJobs() {

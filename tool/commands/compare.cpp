@@ -7,6 +7,7 @@
 #include "tool/message/comparison.h"
 #include "tool/message/comparison_json.h"
 #include "tool/message/comparison_text.h"
+#include "tool/message/sha256_need.h"
 
 namespace emltool {
 
@@ -23,6 +24,7 @@ class CompareRun final : public CommandRun {
         if (options.reading != Reading::kMime) {
             throw usageProblem("compare shows all readings; --reader does not apply");
         }
+        needSha256("compare");
         FileHeadings headings(console, messages_.files().size());
         bool disagree = false;
         auto work = [&](const MessageSource& source) {

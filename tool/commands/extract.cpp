@@ -9,6 +9,7 @@
 #include "tool/commands/extract_work.h"
 #include "tool/commands/message_arguments.h"
 #include "tool/message/extraction.h"
+#include "tool/message/sha256_need.h"
 #include "tool/text/format.h"
 #include "tool/text/visible_text.h"
 
@@ -99,9 +100,13 @@ class ExtractRun final : public CommandRun {
                        "folder to write into, created if missing; - is standard output")
             ->type_name("DIR");
         app.add_flag("--per-message", request_.perMessage, "a folder in DIR for each message that has files");
-        app.add_option("--on-conflict", onConflict_,
-                       "if a file exists: rename, skip, overwrite or fail (the default)")
-            ->type_name("WHAT");
+        store_ = app.add_option("--store", request_.store,
+                                "write each content once, into DIR under its SHA-256; with --manifest")
+                     ->type_name("DIR");
+        app.add_flag("--resume", request_.resume, "continue a manifest of --store");
+        conflict_ = app.add_option("--on-conflict", onConflict_,
+                                   "if a file exists: rename, skip, overwrite or fail (the default)")
+                        ->type_name("WHAT");
         app.add_option("--manifest", request_.manifest,
                        "lists what was written, one line of JSON each; - is standard output")
             ->type_name("OUT");
@@ -122,6 +127,9 @@ class ExtractRun final : public CommandRun {
 
   private:
     void check(const GlobalOptions& options) const {
+        if (store_->count() > 0) checkStore(options);
+        if (request_.resume && store_->count() == 0)
+            throw usageProblem("--resume continues a manifest of --store; without that, choose a new folder");
         if (options.allReadings && !request_.numbers.empty()) {
             throw usageProblem("-n takes the numbers of one reading; leave out --reader=all");
         }
@@ -131,7 +139,28 @@ class ExtractRun final : public CommandRun {
         if (request_.manifest == "-" && options.json) {
             throw usageProblem("--json and --manifest=- both want standard output");
         }
+        if (!request_.manifest.empty()) needSha256("--manifest");
+        if (options.allReadings) needSha256("--reader=all");
         if (request_.toStandardOutput()) checkStandardOutput(options);
+    }
+
+    void checkStore(const GlobalOptions& options) const {
+        if (request_.store.empty()) throw usageProblem("--store= names no folder; . is the current one");
+        const std::pair<bool, const char*> others[] = {{!request_.folder.empty(), "-o"},
+                                                       {request_.perMessage, "--per-message"},
+                                                       {conflict_->count() > 0, "--on-conflict"},
+                                                       {request_.onlyList, "-l"}};
+        for (const auto& [isGiven, option] : others) {
+            if (isGiven) {
+                throw usageProblem(formatted(
+                    "{} is for files with names; --store has each content under its SHA-256", option));
+            }
+        }
+        if (request_.manifest.empty() && !options.json)
+            throw usageProblem("--store needs --manifest=OUT, which tells what is where; or --json");
+        if (request_.resume && (request_.manifest.empty() || request_.manifest == "-"))
+            throw usageProblem("--resume needs --manifest=FILE");
+        needSha256("--store");
     }
 
     void checkStandardOutput(const GlobalOptions& options) const {
@@ -150,6 +179,8 @@ class ExtractRun final : public CommandRun {
     MessageArguments messages_;
     ExtractRequest request_;
     std::string onConflict_ = "fail";
+    CLI::Option* store_ = nullptr;
+    CLI::Option* conflict_ = nullptr;
 };
 
 std::unique_ptr<CommandRun> declareExtract(CLI::App& app) { return std::make_unique<ExtractRun>(app); }
@@ -169,11 +200,16 @@ const Command kExtractCommand = {
     "cannot be read does not stop the others. --manifest lists for each file where it is from and its "
     "SHA-256.\n"
     "--reader=all writes what any of the three readings offers, each content once.\n\n"
+    "--store is for archives: DIR/ab/cdef... has the content whose SHA-256 begins with abcdef, whatever its\n"
+    "name and however many messages have it. A content that is there is not written again, and several\n"
+    "processes may write one store. The manifest grows message by message, and --resume goes on where a\n"
+    "run has stopped.\n\n"
     "Examples:\n"
     "  eml extract -o out message.eml\n"
     "  eml extract -l message.eml\n"
     "  eml extract -n 2 -o - message.eml | less\n"
     "  eml extract -o out --per-message --manifest=out.jsonl Archive/\n"
+    "  eml extract --store=files --manifest=files.jsonl --resume Archive/\n"
     "  eml extract --reader=all -o out suspicious.eml\n",
     declareExtract,
     {&kConflictChoices, 1},

@@ -13,7 +13,7 @@ namespace {
 
 constexpr size_t kAllReadings = 3;
 
-std::string plural(size_t count, std::string_view noun) {
+std::string plural(uint64_t count, std::string_view noun) {
     return formatted("{} {}{}", count, noun, count == 1 ? "" : "s");
 }
 
@@ -85,8 +85,9 @@ void ExtractReport::count(const std::vector<const SubFileEntry*>& results) {
     if (!results.empty()) ++messagesWithFiles_;
     for (const SubFileEntry* entry : results) {
         if (!isListed(entry)) continue;
-        ++(entry->outcome == Outcome::kSkipped ? skipped_ : written_);
-        bytes_ += entry->size.value_or(0);
+        const bool isSkipped = entry->outcome == Outcome::kSkipped;
+        ++(isSkipped ? skipped_ : written_);
+        if (!isSkipped) bytes_ += entry->size.value_or(0);
     }
 }
 
@@ -94,21 +95,35 @@ void ExtractReport::printSum(bool ofMany) const {
     std::string text = sum();
     if (ofMany && !text.empty()) {
         text += formatted(", from {} of {}", messagesWithFiles_, plural(messages_, "message"));
-    } else if (ofMany && messagesWithFiles_ == 0) {
+    } else if (ofMany && messagesWithFiles_ == 0 && (messages_ > 0 || done_ == 0)) {
         text = formatted("no attachments in {}", plural(messages_, "message"));
+    }
+    if (done_ > 0) {
+        text += formatted("{}{} done by an earlier run", text.empty() ? "" : "; ",
+                          plural(done_, messages_ > 0 ? "more message" : "message"));
     }
     if (!text.empty()) console_.print(console_.style().note(text) + "\n");
 }
 
+std::string ExtractReport::sumOfStore() const {
+    if (written_ + skipped_ == 0) return "";
+    std::string size = humanSize(bytes_);
+    while (size.ends_with(' ')) size.pop_back();
+    return formatted("{}: {} new in {}, {}; {} there already", plural(written_ + skipped_, "attachment"),
+                     written_, visible(request_.store), size, skipped_);
+}
+
 std::string ExtractReport::sum() const {
+    if (!request_.store.empty()) return sumOfStore();
     std::string text;
     if (written_ > 0) {
         std::string size = humanSize(bytes_);
         while (size.ends_with(' ')) size.pop_back();
-        bool here = folder_.empty() || folder_ == "." || folder_ == "-";
+        const std::string& folder = request_.folder;
+        bool here = folder.empty() || folder == "." || folder == "-";
         text = formatted("{}, {}, {} to {}", plural(written_, "attachment"), size,
-                         onlyList_ ? "would be written" : "written",
-                         here ? "the current folder" : visible(folder_));
+                         request_.onlyList ? "would be written" : "written",
+                         here ? "the current folder" : visible(folder));
     }
     if (skipped_ > 0) text += formatted("{}{} skipped", text.empty() ? "" : "; ", skipped_);
     return text;

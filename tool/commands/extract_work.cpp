@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 
 #include "tool/archive/folder_walk.h"
 #include "tool/commands/each_file.h"
 #include "tool/commands/extract_report.h"
 #include "tool/commands/own_files.h"
+#include "tool/commands/store_run.h"
 #include "tool/message/json_text.h"
 #include "tool/message/manifest.h"
 #include "tool/message/union_tree.h"
@@ -32,16 +34,16 @@ class ExtractWork {
           messages_(messages),
           folder_(request.outputFolder()),
           own_(folder_.path()),
-          report_(console, request.folder, request.onlyList, options.allReadings),
+          report_(console, request, options.allReadings),
           headings_(console, messages.files().size()),
           readsFolders_(std::ranges::any_of(messages.files(), isFolder)) {
         extraction_.onConflict = request.onConflict;
         extraction_.onlyPlan = request.onlyList;
         extraction_.digest = !request.manifest.empty();
         extraction_.onWritten = [this](const SubFileEntry& entry) { note(entry); };
+        if (!request.store.empty()) beginStore();
         if (request.manifest.empty() || request.manifest == "-") return;
-        manifest_ = std::make_unique<ManifestFile>(request.manifest,
-                                                   extraction_.onConflict == OnConflict::kOverwrite);
+        if (store_ == nullptr) beginManifest();
         own_.add(request.manifest);
     }
 
@@ -54,11 +56,26 @@ class ExtractWork {
         }
         finishManifest();
         folder_.removeIfEmpty();
-        if (ofMany_ && printsRows()) report_.printSum(true);
-        return tally_.exitCode();
+        if (store_ != nullptr) report_.addDone(store_->done());
+        if ((ofMany_ || store_ != nullptr) && printsRows()) report_.printSum(true);
+        return isUnfinished_ ? ExitCode::kOutput : tally_.exitCode();
     }
 
   private:
+    // Files that are being written must not be among those that are read.
+    void beginStore() {
+        for (const std::string& argument : messages_.files()) {
+            if (isFolder(argument) && own_.isOutput(argument))
+                throw usageProblem(formatted("{} is the store, or in it; read another folder", argument));
+        }
+        store_ = std::make_unique<StoreRun>(console_, options_, request_);
+    }
+
+    void beginManifest() {
+        manifest_ = std::make_unique<ManifestFile>(request_.manifest,
+                                                   extraction_.onConflict == OnConflict::kOverwrite);
+    }
+
     bool printsRows() const { return !options_.json && !console_.quiet() && request_.manifest != "-"; }
 
     void note(const SubFileEntry& entry) {
@@ -92,7 +109,9 @@ class ExtractWork {
         if (isFolder_) own_.setFolder(argument);
         const size_t before = number_;
         MessageSources sources = messages_.messagesOf(argument, MessageSources::Folders::kRead);
-        while (!isStopped_ && readNext(sources)) continue;
+        while (!isStopped_ && readNext(sources)) {
+            if (store_ != nullptr) store_->endIfAsked();
+        }
         if (isFolder_ && number_ == before && !isStopped_) {
             fail({ExitCode::kNoMessage, "no-message", argument, "there is no message in it"});
         }
@@ -109,7 +128,11 @@ class ExtractWork {
             }
             if (!isThere || (isFolder_ && own_.has(source_.path))) return isThere;
             ++number_;
-            readMessage();
+            if (store_ == nullptr) {
+                readMessage();
+            } else if (!store_->takeDone(source_)) {
+                storeMessage();
+            }
         } catch (const StandardOutputProblem&) {
             throw;
         } catch (const Problem& problem) {
@@ -117,6 +140,7 @@ class ExtractWork {
                 source_ = sources.failure();
                 if (isFolder_ && own_.has(source_.path)) return true;
                 ++number_;
+                if (store_ != nullptr && store_->takeDone(source_)) return true;
             }
             failMessage(problem);
         }
@@ -134,6 +158,9 @@ class ExtractWork {
         }
         fail(problem);
         isStopped_ = problem.exit == ExitCode::kUsage;  // as it would be for the next
+        if (store_ == nullptr || isStopped_) return;
+        isStopped_ = isUnfinished_ = problem.exit == ExitCode::kOutput;
+        if (!isStopped_) store_->end(source_, &problem);
     }
 
     void readMessage() {
@@ -149,33 +176,50 @@ class ExtractWork {
         own.removeIfEmpty();
     }
 
+    void storeMessage() {
+        MessageFile file(source_, messages_.force());
+        refuseEncrypted(file, options_.reading);
+        Selection selection(request_.numbers, request_.recursive);
+        const MessageTree tree = store_->read(file, selection, source_);
+        const std::optional<Problem> problem = reportTree(file, tree, selection);
+        store_->end(source_, problem ? &*problem : nullptr);
+    }
+
     void extractInto(OutputFolder& folder, MessageFile& file, Selection& selection) {
         Extractor extractor(file, selection, extraction_, folder);
         const MessageTree tree = readFiles(file, extractor, options_);
+        reportTree(file, tree, selection);
+    }
+
+    // Returns the first problem.
+    std::optional<Problem> reportTree(const MessageFile& file, const MessageTree& tree,
+                                      const Selection& selection) {
         const std::vector<const SubFileEntry*> results = resultsOf(tree);
         printWarnings(console_, file.name(), tree);
         if (tree.encrypted) {
             console_.warn(file.name(), tree.protection + "; what is written is still encrypted");
         }
-        const bool isGood = reportEntries(file, results, selection);
+        const std::optional<Problem> ofEntries = reportEntries(file, results, selection);
         std::optional<Problem> first;
         for (const std::string& number : selection.notFound()) {
             const Problem problem = noSubFile(file, argument_, number);
             if (!first) first = problem;
             fail(problem);
         }
-        if (isGood && !first) tally_.succeeded();
+        if (!ofEntries && !first) tally_.succeeded();
         if (options_.json) {
             console_.print(
                 jsonLine(answerForm(options_), answerSource(source_), &tree, first ? &*first : nullptr));
         }
         print(results);
+        return first ? first : ofEntries;
     }
 
-    // Whether nothing failed.
-    bool reportEntries(const MessageFile& file, const std::vector<const SubFileEntry*>& results,
-                       const Selection& selection) {
-        bool isGood = true;
+    // Returns the first problem.
+    std::optional<Problem> reportEntries(const MessageFile& file,
+                                         const std::vector<const SubFileEntry*>& results,
+                                         const Selection& selection) {
+        std::optional<Problem> first;
         for (const SubFileEntry* entry : results) {
             // Content that is not in the message is a failure only for a user who asked for it.
             const bool harmless = entry->problem && !entry->isInFile && selection.isAll();
@@ -183,13 +227,13 @@ class ExtractWork {
                 console_.warn(file.name(), entry->problem->text);
             } else if (entry->problem) {
                 fail(*entry->problem);
-                isGood = false;
+                if (!first) first = entry->problem;
                 isStopped_ = isStopped_ || entry->problem->code == "cannot-create-folder";
             } else {
                 tally_.succeeded();
             }
         }
-        return isGood;
+        return first;
     }
 
     // Of many messages, only those are shown that have something.
@@ -197,7 +241,7 @@ class ExtractWork {
         const bool isOneOfMany = messages_.files().size() > 1 || source_.isOneOfMany;
         ofMany_ = ofMany_ || isOneOfMany;
         report_.count(results);
-        if (!printsRows()) return;
+        if (!printsRows() || store_ != nullptr) return;
         const bool hasRows = std::ranges::any_of(
             results, [](const SubFileEntry* entry) { return entry->outcome != Outcome::kFailed; });
         if (isOneOfMany && hasRows) headings_.print(source_);
@@ -217,6 +261,7 @@ class ExtractWork {
     ExtractReport report_;
     FileHeadings headings_;
     std::unique_ptr<ManifestFile> manifest_;
+    std::unique_ptr<StoreRun> store_;
     Tally tally_;
     std::string argument_;
     MessageSource source_;
@@ -224,7 +269,8 @@ class ExtractWork {
     bool readsFolders_;
     bool isFolder_ = false;  // the argument that is being read
     bool ofMany_ = false;
-    bool isStopped_ = false;  // no further message has a chance
+    bool isStopped_ = false;     // no further message has a chance
+    bool isUnfinished_ = false;  // what was read until then can be continued
 };
 
 }  // namespace

@@ -17,12 +17,14 @@ struct ExtractRequest {
     std::string folder;  // as the user wrote it; "" is the current one, "-" standard output
     OnConflict onConflict = OnConflict::kFail;
     std::string manifest;  // "" is none, "-" standard output
+    std::string store;     // "" is none; then nothing is written into `folder`
+    bool resume = false;   // the manifest is continued
     bool recursive = false;
     bool onlyList = false;
     bool perMessage = false;
 
     bool toStandardOutput() const { return folder == "-" && !onlyList; }
-    std::string outputFolder() const { return folder == "-" ? "" : folder; }
+    std::string outputFolder() const { return !store.empty() ? store : folder == "-" ? "" : folder; }
 };
 
 // Extracts from all messages. What is wrong with one of them is reported, and the next has its turn. Throws Problem if

@@ -38,6 +38,10 @@ void OwnFiles::setFolder(const std::string& folder) {
     isInside_ = output_.size() > whole.size() && output_.starts_with(whole);
 }
 
+bool OwnFiles::isOutput(const std::string& folder) const {
+    return asFolder(canonical(folder)).starts_with(output_);
+}
+
 void OwnFiles::add(const std::string& path) {
     if (const auto identity = identityOf(path)) written_.insert(*identity);
 }

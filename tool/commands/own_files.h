@@ -18,6 +18,9 @@ class OwnFiles {
     // run has left there.
     void setFolder(const std::string& folder);
 
+    // Whether this folder is that of the output, or in it.
+    bool isOutput(const std::string& folder) const;
+
     // A file that this run has written.
     void add(const std::string& path);
 

@@ -11,6 +11,7 @@
 #include "tool/message/tnef.h"
 #include "tool/text/charset_guess.h"
 #include "tool/text/format.h"
+#include "tool/text/sha256.h"
 
 namespace emltool {
 
@@ -27,10 +28,11 @@ struct Feature {
     bool isThere() const { return lack().empty(); }
 };
 
-constexpr std::array<Feature, 5> kFeatures = {{
+constexpr std::array<Feature, 6> kFeatures = {{
     {"tnef", "TNEF (winmail.dat)", "unpacked", "not unpacked", tnefLack},
     {"smime", "S/MIME", "signed messages unwrapped, nothing verified or decrypted", "not unwrapped",
      smimeLack},
+    {"sha256", "SHA-256", "computed", "not computed", sha256Lack},
     {"charset-guess", "text without a charset", "guessed where it is not UTF-8",
      "Western where it is not UTF-8", charsetGuessLack},
     {"html", "HTML", "shown as its text", "shown as its source", htmlLack},

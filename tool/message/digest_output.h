@@ -53,8 +53,8 @@ class DigestOutput final : public emlhost::Output {
         return 0;
     }
     int restart() noexcept override {
-        bytes_ = Sha256();
-        lines_ = Sha256();
+        bytes_.restart();
+        lines_.restart();
         lineEnds_ = 0;
         return 0;
     }

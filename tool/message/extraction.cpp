@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <optional>
 
 #include "tool/system/pending_folder.h"
 #include "tool/text/format.h"
@@ -44,7 +45,7 @@ class DigestedOutput final : public emlhost::Output {
         return target_.error().value();
     }
     int restart() noexcept override {
-        hash_ = Sha256();
+        hash_.restart();
         return object_->open(object_) != 0 ? 0 : EIO;
     }
 
@@ -106,11 +107,23 @@ void Extractor::visit(SubFileContent& content, SubFileEntry& entry) {
     }
 }
 
+void checkInFile(const MessageFile& file, const SubFileEntry& entry) {
+    if (entry.isInFile) return;
+    throw Problem(ExitCode::kNoSubFile, "not-in-file", file.name(),
+                  formatted("sub-file {}: only its name is in the message", dotted(entry.path)));
+}
+
+void checkExtracted(const MessageFile& file, const SubFileEntry& entry,
+                    const emlhost::Extraction& extraction) {
+    if (extraction.status == EML_NO_MEMORY) throw outOfMemory(file.name());
+    if (extraction.status == EML_OK) return;
+    throw Problem(ExitCode::kInput, "cannot-extract", file.name(),
+                  formatted("sub-file {}: cannot be read (result {} of the reader)", dotted(entry.path),
+                            extraction.status));
+}
+
 void Extractor::extract(SubFileContent& content, SubFileEntry& entry) {
-    if (!entry.isInFile) {
-        std::string text = formatted("sub-file {}: only its name is in the message", dotted(entry.path));
-        throw Problem(ExitCode::kNoSubFile, "not-in-file", file_.name(), text);
-    }
+    checkInFile(file_, entry);
     entry.safeName = folder_.names().take(safeName(entry.name, dotted(entry.path)));
     entry.filePath = folder_.pathOf(entry.safeName);
     if (options_.onlyPlan) {
@@ -137,18 +150,14 @@ void Extractor::extract(SubFileContent& content, SubFileEntry& entry) {
 }
 
 void Extractor::write(SubFileContent& content, emlhost::Output& output, SubFileEntry& entry) {
-    DigestedOutput digested(output);
-    emlhost::Extraction extraction = options_.digest ? content.extract(digested) : content.extract(output);
+    std::optional<DigestedOutput> digested;
+    if (options_.digest) digested.emplace(output);
+    emlhost::Extraction extraction = content.extract(digested ? *digested : output);
     file_.checkReads();
     if (output.error()) throw cannotWrite(entry.filePath, output.error(), true);
-    if (extraction.status == EML_NO_MEMORY) throw outOfMemory(file_.name());
-    if (extraction.status != EML_OK) {
-        throw Problem(ExitCode::kInput, "cannot-extract", file_.name(),
-                      formatted("sub-file {}: cannot be read (result {} of the reader)", dotted(entry.path),
-                                extraction.status));
-    }
+    checkExtracted(file_, entry, extraction);
     entry.size = output.size();
-    if (options_.digest) entry.sha256 = digested.digest();
+    if (digested) entry.sha256 = digested->digest();
 }
 
 void Extractor::commit(emlhost::FileOutput& output, SubFileEntry& entry) {

@@ -42,6 +42,11 @@ class Selection {
     bool recursive_;
 };
 
+// Throw Problem if the content of the entry is not in the message; if the reader could not write it.
+void checkInFile(const MessageFile& file, const SubFileEntry& entry);
+void checkExtracted(const MessageFile& file, const SubFileEntry& entry,
+                    const emlhost::Extraction& extraction);
+
 struct ExtractionOptions {
     OnConflict onConflict = OnConflict::kFail;
     bool onlyPlan = false;

@@ -9,8 +9,8 @@
 
 namespace emltool {
 
-// How many of the parts that the MIME reader finds this reading gives in no form; nothing if it gives them all. Reads
-// the message with every reader. Throws Problem.
+// How many of the parts that the MIME reader finds this reading gives in no form; nothing if it gives them all. Reads the
+// message with every reader, and compares by SHA-256: without it, that this is not known. Throws Problem.
 std::optional<Warning> leftOutWarning(MessageFile& file, Reading reading);
 
 }  // namespace emltool

@@ -55,6 +55,7 @@ std::string manifestRow(const MessageSource& source, const SubFileEntry& entry, 
     putField(json, "number", dotted(entry.path));
     if (!entry.section.empty()) putField(json, "section", entry.section);
     putField(json, "name", entry.name);
+    if (!entry.type.empty()) putField(json, "type", entry.type);
     putPath(json, entry.filePath);
     putNumber(json, "size", entry.size.value_or(0));
     putField(json, "sha256", entry.sha256);
@@ -63,6 +64,19 @@ std::string manifestRow(const MessageSource& source, const SubFileEntry& entry, 
     if (entry.readings.empty()) putText(json, readerWord(reading));
     for (const Reading one : entry.readings) putText(json, readerWord(one));
     json.EndArray();
+    json.EndObject();
+    return lineOf(buffer);
+}
+
+std::string manifestMessageRow(const MessageSource& source, uint64_t files, const Problem* problem) {
+    rapidjson::StringBuffer buffer;
+    JsonWriter json(buffer);
+    json.StartObject();
+    putField(json, "schema", "eml-manifest-message/1");
+    putSource(json, answerSource(source), 2);
+    putField(json, "status", problem != nullptr ? "error" : "ok");
+    if (problem != nullptr) putProblem(json, *problem);
+    putNumber(json, "files", files);
     json.EndObject();
     return lineOf(buffer);
 }

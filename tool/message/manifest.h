@@ -15,6 +15,10 @@ namespace emltool {
 // The row of a file with its line end. `reading` is the one that offers it, unless the entry names those that do.
 std::string manifestRow(const MessageSource& source, const SubFileEntry& entry, Reading reading);
 
+// The row after those of the files of a message, so many: all of it is done. `problem` is the first one that it had, or
+// NULL.
+std::string manifestMessageRow(const MessageSource& source, uint64_t files, const Problem* problem);
+
 // Rows that become a file when all of them are there. Until then they are kept elsewhere.
 class ManifestFile {
   public:

@@ -2,7 +2,7 @@
 // checked. No key, certificate or file is needed, for nothing is decrypted or verified.
 #include "tool/message/smime.h"
 
-#ifdef EML_WITH_SMIME
+#ifdef EML_WITH_CRYPTO
 
 #include <openssl/cms.h>
 #include <openssl/crypto.h>
@@ -60,7 +60,7 @@ struct Library {
     bool isLoaded = false;
 
     Library() {
-        SharedLibrary file(EML_SMIME_LIBRARY);
+        SharedLibrary file(EML_CRYPTO_LIBRARY);
 #define EML_FIND(name) file.get(name, #name);
         EML_CRYPTO_FUNCTIONS(EML_FIND)
 #undef EML_FIND
@@ -184,7 +184,7 @@ bool readPkcs7(Bytes bytes, SmimeSink& sink) {
 }  // namespace
 
 std::string smimeLack() {
-    return crypto().isLoaded ? "" : "run without " EML_SMIME_LIBRARY ", which cannot be loaded";
+    return crypto().isLoaded ? "" : "run without " EML_CRYPTO_LIBRARY ", which cannot be loaded";
 }
 
 bool readSmimeWithLibrary(Bytes bytes, SmimeSink& sink) {

@@ -1,92 +1,133 @@
 #include "tool/text/sha256.h"
 
-#include <algorithm>
-#include <bit>
-#include <cstring>
+#include <stdexcept>
+#include <vector>
+
+#ifdef EML_WITH_CRYPTO
+
+#include <openssl/crypto.h>
+#include <openssl/evp.h>
+
+#include "tool/loading/shared_library.h"
 
 namespace emltool {
 
 namespace {
 
-// The first 32 bits of the fractional parts of the cube roots of the first 64 primes.
-constexpr uint32_t kRound[64] = {
-    0x428A2F98, 0x71374491, 0xB5C0FBCF, 0xE9B5DBA5, 0x3956C25B, 0x59F111F1, 0x923F82A4, 0xAB1C5ED5,
-    0xD807AA98, 0x12835B01, 0x243185BE, 0x550C7DC3, 0x72BE5D74, 0x80DEB1FE, 0x9BDC06A7, 0xC19BF174,
-    0xE49B69C1, 0xEFBE4786, 0x0FC19DC6, 0x240CA1CC, 0x2DE92C6F, 0x4A7484AA, 0x5CB0A9DC, 0x76F988DA,
-    0x983E5152, 0xA831C66D, 0xB00327C8, 0xBF597FC7, 0xC6E00BF3, 0xD5A79147, 0x06CA6351, 0x14292967,
-    0x27B70A85, 0x2E1B2138, 0x4D2C6DFC, 0x53380D13, 0x650A7354, 0x766A0ABB, 0x81C2C92E, 0x92722C85,
-    0xA2BFE8A1, 0xA81A664B, 0xC24B8B70, 0xC76C51A3, 0xD192E819, 0xD6990624, 0xF40E3585, 0x106AA070,
-    0x19A4C116, 0x1E376C08, 0x2748774C, 0x34B0BCB5, 0x391C0CB3, 0x4ED8AA4A, 0x5B9CCA4F, 0x682E6FF3,
-    0x748F82EE, 0x78A5636F, 0x84C87814, 0x8CC70208, 0x90BEFFFA, 0xA4506CEB, 0xBEF9A3F7, 0xC67178F2};
+#define EML_DIGEST_FUNCTIONS(X) \
+    X(EVP_DigestFinal_ex)       \
+    X(EVP_DigestInit_ex2)       \
+    X(EVP_DigestUpdate)         \
+    X(EVP_MD_CTX_free)          \
+    X(EVP_MD_CTX_new)           \
+    X(EVP_MD_fetch)             \
+    X(OPENSSL_init_crypto)
 
-uint32_t bigEndian(const uint8_t* bytes) {
-    return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
+struct Library {
+// NOLINTNEXTLINE(bugprone-macro-parentheses): the name of a member stands without
+#define EML_DECLARE(name) decltype(::name)* name = nullptr;
+    EML_DIGEST_FUNCTIONS(EML_DECLARE)
+#undef EML_DECLARE
+    const EVP_MD* algorithm = nullptr;
+
+    Library() {
+        SharedLibrary file(EML_CRYPTO_LIBRARY);
+#define EML_FIND(name) file.get(name, #name);
+        EML_DIGEST_FUNCTIONS(EML_FIND)
+#undef EML_FIND
+        // No configuration: it would be a file.
+        const uint64_t options = OPENSSL_INIT_NO_LOAD_CONFIG | OPENSSL_INIT_NO_ATEXIT;
+        if (!file.isComplete() || OPENSSL_init_crypto(options, nullptr) != 1) return;
+        algorithm = EVP_MD_fetch(nullptr, "SHA256", nullptr);
+    }
+};
+
+const Library& crypto() {
+    static const Library loaded;
+    return loaded;
 }
 
-uint32_t mixed(uint32_t x, int a, int b, int c) {
-    return std::rotr(x, a) ^ std::rotr(x, b) ^ std::rotr(x, c);
+using Context = std::unique_ptr<EVP_MD_CTX, Sha256::Deleter>;
+
+constexpr size_t kMaxSpares = 4;
+
+// Contexts that no object has: making one takes as long as the digest of a path.
+std::vector<Context>& spares() {
+    static std::vector<Context> contexts = [] {
+        std::vector<Context> none;
+        none.reserve(kMaxSpares);
+        return none;
+    }();
+    return contexts;
 }
 
 }  // namespace
 
-void Sha256::takeBlock(const uint8_t* block) noexcept {
-    uint32_t w[64];
-    for (size_t i = 0; i < 16; ++i) w[i] = bigEndian(block + 4 * i);
-    for (size_t i = 16; i < 64; ++i) {
-        uint32_t early = std::rotr(w[i - 15], 7) ^ std::rotr(w[i - 15], 18) ^ w[i - 15] >> 3;
-        uint32_t late = std::rotr(w[i - 2], 17) ^ std::rotr(w[i - 2], 19) ^ w[i - 2] >> 10;
-        w[i] = w[i - 16] + early + w[i - 7] + late;
+std::string sha256Lack() {
+    return crypto().algorithm != nullptr ? "" : "run without " EML_CRYPTO_LIBRARY ", which cannot be used";
+}
+
+void Sha256::Deleter::operator()(evp_md_ctx_st* context) const { crypto().EVP_MD_CTX_free(context); }
+
+Sha256::Sha256() {
+    if (!hasSha256()) throw std::runtime_error("SHA-256: " + sha256Lack());
+    if (spares().empty()) {
+        context_.reset(crypto().EVP_MD_CTX_new());
+        if (context_ == nullptr) throw std::bad_alloc();
+    } else {
+        context_ = std::move(spares().back());
+        spares().pop_back();
     }
-    auto [a, b, c, d, e, f, g, h] = state_;
-    for (size_t i = 0; i < 64; ++i) {
-        uint32_t first = h + mixed(e, 6, 11, 25) + ((e & f) ^ (~e & g)) + kRound[i] + w[i];
-        uint32_t second = mixed(a, 2, 13, 22) + ((a & b) ^ (a & c) ^ (b & c));
-        h = g, g = f, f = e, e = d + first;
-        d = c, c = b, b = a, a = first + second;
-    }
-    const uint32_t result[8] = {a, b, c, d, e, f, g, h};
-    for (size_t i = 0; i < 8; ++i) state_[i] += result[i];
+    restart();
+}
+
+Sha256::~Sha256() {
+    if (spares().size() < kMaxSpares) spares().push_back(std::move(context_));
+}
+
+void Sha256::restart() noexcept {
+    isGood_ = crypto().EVP_DigestInit_ex2(context_.get(), crypto().algorithm, nullptr) == 1;
 }
 
 void Sha256::update(std::span<const uint8_t> bytes) noexcept {
-    length_ += bytes.size();
-    if (fill_ != 0) {
-        size_t piece = std::min(kBlock - fill_, bytes.size());
-        std::copy_n(bytes.data(), piece, pending_.data() + fill_);
-        fill_ += piece;
-        bytes = bytes.subspan(piece);
-        if (fill_ < kBlock) return;
-        takeBlock(pending_.data());
-        fill_ = 0;
-    }
-    while (bytes.size() >= kBlock) {
-        takeBlock(bytes.data());
-        bytes = bytes.subspan(kBlock);
-    }
-    std::copy_n(bytes.data(), bytes.size(), pending_.data());
-    fill_ = bytes.size();
+    isGood_ = isGood_ && crypto().EVP_DigestUpdate(context_.get(), bytes.data(), bytes.size()) == 1;
 }
 
-Sha256::Digest Sha256::finish() noexcept {
-    uint64_t bits = length_ * 8;
-    pending_[fill_++] = 0x80;
-    if (fill_ > kBlock - 8) {
-        std::fill(pending_.begin() + static_cast<ptrdiff_t>(fill_), pending_.end(), uint8_t{0});
-        takeBlock(pending_.data());
-        fill_ = 0;
-    }
-    std::fill(pending_.begin() + static_cast<ptrdiff_t>(fill_), pending_.end(), uint8_t{0});
-    for (size_t i = 0; i < 8; ++i) pending_[kBlock - 1 - i] = static_cast<uint8_t>(bits >> 8 * i);
-    takeBlock(pending_.data());
-
+Sha256::Digest Sha256::finish() {
     Digest digest{};
-    for (size_t i = 0; i < digest.size(); ++i) {
-        digest[i] = static_cast<uint8_t>(state_[i / 4] >> (24 - 8 * (i % 4)));
-    }
+    isGood_ = isGood_ && crypto().EVP_DigestFinal_ex(context_.get(), digest.data(), nullptr) == 1;
+    if (!isGood_) throw std::runtime_error("SHA-256: the library has failed");
+    restart();
     return digest;
 }
 
-Sha256::Digest Sha256::of(std::string_view text) noexcept {
+}  // namespace emltool
+
+#else
+
+namespace emltool {
+
+std::string sha256Lack() { return "built without libcrypto"; }
+
+void Sha256::Deleter::operator()(evp_md_ctx_st*) const {}
+
+Sha256::Sha256() { throw std::runtime_error("SHA-256: " + sha256Lack()); }
+
+Sha256::~Sha256() = default;
+
+void Sha256::restart() noexcept { isGood_ = false; }
+
+void Sha256::update(std::span<const uint8_t>) noexcept { isGood_ = false; }
+
+Sha256::Digest Sha256::finish() { return {}; }
+
+}  // namespace emltool
+
+#endif
+
+namespace emltool {
+
+Sha256::Digest Sha256::of(std::string_view text) {
     Sha256 hash;
     hash.update({reinterpret_cast<const uint8_t*>(text.data()), text.size()});
     return hash.finish();

@@ -2,9 +2,7 @@
 
 #include <algorithm>
 
-#include "tool/text/base64_text.h"
 #include "tool/text/format.h"
-#include "tool/text/sha256.h"
 #include "tool/view/inert_html.h"
 #include "tool/view/page_parts.h"
 #include "tool/view/site_style.h"
@@ -13,11 +11,6 @@
 namespace emltool {
 
 namespace {
-
-std::string digestSource(std::string_view script) {
-    const Sha256::Digest digest = Sha256::of(script);
-    return "'sha256-" + base64({reinterpret_cast<const char*>(digest.data()), digest.size()}) + "'";
-}
 
 std::string rowText(const SiteRow& row) {
     const ViewSummary& summary = row.summary;
@@ -61,7 +54,7 @@ std::string buildIndex(const std::string& title, std::vector<SiteRow> rows) {
         if (row.page.empty()) ++problems;
     }
     return "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n" +
-           policyTags(digestSource(kSiteScript)) +
+           policyTags(kSiteScriptSource) +
            "\n<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
            "<meta name=\"color-scheme\" content=\"light dark\">\n<title>" +
            shown(title) + "</title>\n<style>\n" + std::string(kCommonStyle) + std::string(kSiteStyle) +

@@ -91,4 +91,7 @@ inline constexpr std::string_view kSiteScript = R"js(
 })();
 )js";
 
+// What a page's policy names the script by: SHA-256 in base64. It changes with each byte of the script.
+inline constexpr std::string_view kSiteScriptSource = "'sha256-b1aQrxnY8D0QhWEpA98qNlQ1WYqxrCnIkEScYFwfEnQ='";
+
 }  // namespace emltool

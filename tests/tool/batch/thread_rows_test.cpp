@@ -4,9 +4,12 @@
 
 #include "tool/batch/row_facts.h"
 #include "tool/text/format.h"
+#include "tool/text/needs_sha256.h"
 
 namespace emltool {
 namespace {
+
+class ThreadRowsTest : public NeedsSha256 {};
 
 std::string rowOf(std::string_view path, std::string_view ids) {
     return formatted(
@@ -82,26 +85,26 @@ TEST(RowFacts, OfARowThatIsNone) {
     EXPECT_EQ(readRowSource(deep, facts), false);
 }
 
-TEST(ThreadRows, GetTheConversationAtTheirEnd) {
+TEST_F(ThreadRowsTest, GetTheConversationAtTheirEnd) {
     const std::string first = rowOf("1.eml", kFirst);
     const std::string second = rowOf("2.eml", kSecond);
     EXPECT_EQ(completed({second, first}),
               (std::vector<std::string>{withThread(second, "a@x") + "\n", withThread(first, "a@x") + "\n"}));
 }
 
-TEST(ThreadRows, WhatAnEarlierRunHasAddedIsReplaced) {
+TEST_F(ThreadRowsTest, WhatAnEarlierRunHasAddedIsReplaced) {
     const std::string second = rowOf("2.eml", kSecond);
     const std::string alone = withThread(second, "q@x");
     EXPECT_EQ(completed({alone}), std::vector<std::string>{withThread(second, "a@x") + "\n"});
 }
 
-TEST(ThreadRows, ATextThatLooksLikeAConversationStays) {
+TEST_F(ThreadRowsTest, ATextThatLooksLikeAConversationStays) {
     const std::string row =
         rowOf("1.eml", std::string(kFirst) + R"(,"protection":"\",\"thread\":\"0123456789abcdef\"}")");
     EXPECT_EQ(completed({row}), std::vector<std::string>{withThread(row, "a@x") + "\n"});
 }
 
-TEST(ThreadRows, WithoutAMessageOrIdsStayAsTheyAre) {
+TEST_F(ThreadRowsTest, WithoutAMessageOrIdsStayAsTheyAre) {
     const std::string error =
         R"({"schema":"eml/2","source":{"path":"a"},"reader":"mime","status":"error","error":{},"warnings":[]})";
     const std::string noIds = rowOf("b.eml", R"("metadata":{"subject":"Plan"})");

@@ -10,10 +10,14 @@
 
 #include "tool/text/ascii.h"
 #include "tool/text/format.h"
+#include "tool/text/needs_sha256.h"
 #include "tool/text/sha256.h"
 
 namespace emltool {
 namespace {
+
+class ThreadsTest : public NeedsSha256 {};
+class ThreadsOfMany : public NeedsSha256 {};
 
 struct Mail {
     std::string id = {};
@@ -51,7 +55,7 @@ std::string lettersOf(const std::vector<uint64_t>& threads) {
     return text;
 }
 
-TEST(Threads, Rules) {
+TEST_F(ThreadsTest, Rules) {
     const struct {
         const char* rule;
         Mails mails;
@@ -112,7 +116,7 @@ TEST(Threads, Rules) {
 
 std::string beginningOfDigest(std::string_view text) { return hexText(Sha256::of(text)).substr(0, 16); }
 
-TEST(Threads, TheIdentifierIsThatOfTheRoot) {
+TEST_F(ThreadsTest, TheIdentifierIsThatOfTheRoot) {
     using std::string_literals::operator""s;
     const struct {
         const char* rule;
@@ -236,7 +240,7 @@ Mails someMails(std::mt19937& random, size_t count, size_t ids) {
     return inOrder(mails);
 }
 
-TEST(Threads, AreThoseOfPlainWalksInWhateverOrderMessagesCome) {
+TEST_F(ThreadsTest, AreThoseOfPlainWalksInWhateverOrderMessagesCome) {
     std::mt19937 random(5256);
     size_t joined = 0;
     for (size_t round = 0; round < 3000; ++round) {
@@ -282,7 +286,7 @@ size_t countOfMany(Describe describe) {
     return countWithinBudget(finder);
 }
 
-TEST(ThreadsOfMany, AChain) {
+TEST_F(ThreadsOfMany, AChain) {
     EXPECT_EQ(countOfMany([](size_t i, Mail& mail) {
                   mail.id = numbered(i);
                   if (i > 0) mail.references = {numbered(i - 1)};
@@ -290,7 +294,7 @@ TEST(ThreadsOfMany, AChain) {
               1u);
 }
 
-TEST(ThreadsOfMany, AChainFromItsEnd) {
+TEST_F(ThreadsOfMany, AChainFromItsEnd) {
     EXPECT_EQ(countOfMany([](size_t i, Mail& mail) {
                   mail.id = numbered(i);
                   mail.references = {numbered(i + 1)};
@@ -298,7 +302,7 @@ TEST(ThreadsOfMany, AChainFromItsEnd) {
               1u);
 }
 
-TEST(ThreadsOfMany, ACircle) {
+TEST_F(ThreadsOfMany, ACircle) {
     EXPECT_EQ(countOfMany([](size_t i, Mail& mail) {
                   mail.id = numbered(i);
                   mail.references = {numbered((i + 1) % kMany)};
@@ -306,7 +310,7 @@ TEST(ThreadsOfMany, ACircle) {
               1u);
 }
 
-TEST(ThreadsOfMany, PairsThatAnswerEachOther) {
+TEST_F(ThreadsOfMany, PairsThatAnswerEachOther) {
     EXPECT_EQ(countOfMany([](size_t i, Mail& mail) {
                   mail.id = numbered(i);
                   mail.references = {numbered(i ^ 1)};
@@ -315,7 +319,7 @@ TEST(ThreadsOfMany, PairsThatAnswerEachOther) {
 }
 
 // One message puts all ids in a chain, which the others take apart and put together in another order.
-TEST(ThreadsOfMany, AChainThatIsClaimedAndDenied) {
+TEST_F(ThreadsOfMany, AChainThatIsClaimedAndDenied) {
     EXPECT_EQ(countOfMany([](size_t i, Mail& mail) {
                   mail.id = numbered(i);
                   if (i == 0) {
@@ -327,7 +331,7 @@ TEST(ThreadsOfMany, AChainThatIsClaimedAndDenied) {
               true);
 }
 
-TEST(ThreadsOfMany, MessagesThatNameManyIds) {
+TEST_F(ThreadsOfMany, MessagesThatNameManyIds) {
     std::vector<std::string> ids;
     for (size_t i = 0; i < kMany; ++i) ids.push_back(numbered(i));
     ThreadFinder finder;
@@ -338,7 +342,7 @@ TEST(ThreadsOfMany, MessagesThatNameManyIds) {
     EXPECT_EQ(countWithinBudget(finder), 1u);
 }
 
-TEST(ThreadsOfMany, OneId) {
+TEST_F(ThreadsOfMany, OneId) {
     EXPECT_EQ(countOfMany([](size_t, Mail& mail) { mail.id = "a@x"; }), kMany);
     EXPECT_EQ(countOfMany([](size_t, Mail& mail) {
                   mail.id = "a@x";
@@ -347,7 +351,7 @@ TEST(ThreadsOfMany, OneId) {
               1u);
 }
 
-TEST(ThreadsOfMany, OneSubject) {
+TEST_F(ThreadsOfMany, OneSubject) {
     EXPECT_EQ(countOfMany([](size_t i, Mail& mail) {
                   mail.id = numbered(i);
                   mail.subject = "Plan";
@@ -355,7 +359,7 @@ TEST(ThreadsOfMany, OneSubject) {
               1u);
 }
 
-TEST(ThreadsOfMany, OnePath) {
+TEST_F(ThreadsOfMany, OnePath) {
     EXPECT_EQ(countOfMany([](size_t i, Mail& mail) {
                   mail.path = std::string(100, 'p');
                   mail.index = kMany - i;

@@ -6,10 +6,13 @@
 
 #include "standalone/input.h"
 #include "standalone/output.h"
+#include "tool/text/needs_sha256.h"
 #include "tool/text/sha256.h"
 
 namespace emltool {
 namespace {
+
+class ComparisonOfReadings : public NeedsSha256 {};
 
 // The base64 of a.zip breaks off into another content for the engines; part 3 has no name, part 4 the bytes of part 3.
 constexpr std::string_view kMessage =
@@ -27,7 +30,7 @@ MessageFile opened(std::string_view message) {
     return {std::make_unique<emlhost::MemoryInput>(bytes), "m.eml", false};
 }
 
-TEST(Comparison, TheUnionHasEachContentOnce) {
+TEST_F(ComparisonOfReadings, TheUnionHasEachContentOnce) {
     MessageFile file = opened(kMessage);
     const Comparison comparison = compareReadings(file);
     EXPECT_FALSE(comparison.agrees());
@@ -42,7 +45,7 @@ TEST(Comparison, TheUnionHasEachContentOnce) {
     EXPECT_EQ(contents[2].offeredBy, (OfReadings<bool>{false, true, true}));
 }
 
-TEST(Comparison, ContentsOfTheUnionCanBeWritten) {
+TEST_F(ComparisonOfReadings, ContentsOfTheUnionCanBeWritten) {
     MessageFile file = opened(kMessage);
     const std::vector<FoundContent> contents = unionOf(compareReadings(file));
     std::vector<std::string> written;
@@ -62,7 +65,7 @@ TEST(Comparison, ContentsOfTheUnionCanBeWritten) {
 }
 
 // A content that only the filter offers is taken from the filter.
-TEST(Comparison, EachReadingCanBeTheSource) {
+TEST_F(ComparisonOfReadings, EachReadingCanBeTheSource) {
     MessageFile file = opened(kMessage);
     std::vector<FoundContent> contents = unionOf(compareReadings(file));
     contents[2].reading = Reading::kFilter;
@@ -76,7 +79,7 @@ TEST(Comparison, EachReadingCanBeTheSource) {
     EXPECT_EQ(digest, contents[2].sha256);
 }
 
-TEST(Comparison, AMessageWithoutFilesHasAnEmptyUnion) {
+TEST_F(ComparisonOfReadings, AMessageWithoutFilesHasAnEmptyUnion) {
     MessageFile file = opened("From: a@example.org\n\nhello\n");
     const Comparison comparison = compareReadings(file);
     EXPECT_TRUE(comparison.agrees());

@@ -6,8 +6,12 @@
 #include <string>
 #include <string_view>
 
+#include "tool/text/needs_sha256.h"
+
 namespace emltool {
 namespace {
+
+class DigestOutputTest : public NeedsSha256 {};
 
 std::string digestsOf(std::string_view bytes, bool lines) {
     DigestOutput output;
@@ -18,7 +22,7 @@ std::string digestsOf(std::string_view bytes, bool lines) {
 std::string digestOf(std::string_view bytes) { return digestsOf(bytes, false); }
 std::string digestOfLines(std::string_view bytes) { return digestsOf(bytes, true); }
 
-TEST(DigestOutput, IsTheShaOfAllBytes) {
+TEST_F(DigestOutputTest, IsTheShaOfAllBytes) {
     EXPECT_EQ(digestOf(""), hexText(Sha256::of("")));
     EXPECT_EQ(digestOf("a\r\nb\n"), hexText(Sha256::of("a\r\nb\n")));
 }
@@ -29,7 +33,7 @@ struct Row {
     std::string_view lines;
 };
 
-TEST(DigestOutput, LinesWithoutCrAndEndsAtTheEnd) {
+TEST_F(DigestOutputTest, LinesWithoutCrAndEndsAtTheEnd) {
     const std::string many(200, '\n');
     const std::string between = "a" + many + "b";
     const auto rows = std::to_array<Row>({
