@@ -48,12 +48,6 @@ WorkerPool::Worker& WorkerPool::leastBusy() {
 
 void WorkerPool::start(Worker& worker) {
     worker.process = std::make_unique<WorkerProcess>([this](int tasks, int replies) {
-        // It must not hold the pipes of the other workers open: they would not see the end of their input.
-        for (Worker& other : workers_) {
-            if (other.process == nullptr) continue;
-            ::close(other.process->taskPipe());
-            ::close(other.process->replyPipe());
-        }
         return body_(tasks, replies);
     });
 }
