@@ -61,9 +61,11 @@ struct Library {
     decltype(::archive_entry_symlink)* symbolicLink = nullptr;
     decltype(::archive_entry_is_data_encrypted)* isEncrypted = nullptr;
     decltype(::archive_entry_sparse_count)* sparsePieces = nullptr;
+    locale_t utf8 = nullptr;  // names in UTF-8 stay what they are
     bool isLoaded = false;
 
     Library() {
+        utf8 = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
         isLoaded = SharedLibrary(EML_ARCHIVE_LIBRARY)
                        .get(create, "archive_read_new")
                        .get(destroy, "archive_read_free")
@@ -239,7 +241,7 @@ class Unpacking {
     bool open();
     bool allMembers();
     bool member(archive_entry* entry);
-    bool content(bool maySkip);
+    bool content(bool isAlone);
     bool give(const char* bytes, size_t count, uint64_t offset);
     bool giveZeros(uint64_t count);
     bool isBomb();
@@ -327,28 +329,30 @@ bool Unpacking::member(archive_entry* entry) {
     return content(isAlone);
 }
 
+// A warning is about the member as a whole: its sum is wrong, or its length.
 bool Unpacking::content(bool isAlone) {
+    bool isDamaged = false;
     for (;;) {
         const void* block = nullptr;
         size_t count = 0;
         la_int64_t offset = 0;
         const int result = library().dataBlock(archive_, &block, &count, &offset);
         if (result == ARCHIVE_EOF) break;
-        if (result == ARCHIVE_RETRY) continue;
-        if (result == ARCHIVE_FATAL || (isAlone && result == ARCHIVE_FAILED)) {
+        if (result == ARCHIVE_FATAL || (isAlone && result != ARCHIVE_OK)) {
             beginMember();
             return fail();
         }
-        if (result == ARCHIVE_FAILED) {
-            beginMember();
-            say(Kind::kMemberFailed, reason());
-            return true;
-        }
+        isDamaged = result != ARCHIVE_OK;
+        if (isDamaged) break;
         if (!give(static_cast<const char*>(block), count, static_cast<uint64_t>(std::max<la_int64_t>(offset, 0))))
             return false;
     }
     beginMember();
-    say(Kind::kMemberEnd);
+    if (isDamaged) {
+        say(Kind::kMemberFailed, reason());
+    } else {
+        say(Kind::kMemberEnd);
+    }
     return true;
 }
 
@@ -430,9 +434,7 @@ std::string archiveLack() {
 }
 
 bool unpackArchive(int descriptor, std::string_view beginning, int reply) {
-    // Names in UTF-8 stay what they are.
-    const locale_t utf8 = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-    if (utf8 != nullptr) ::uselocale(utf8);
+    if (library().utf8 != nullptr) ::uselocale(library().utf8);
     Unpacking(descriptor, beginning, reply).run();
     return true;
 }

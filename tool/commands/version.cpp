@@ -3,6 +3,7 @@
 #include <string>
 #include <string_view>
 
+#include "tool/archive/unpack.h"
 #include "tool/cli/command.h"
 #include "tool/cli/version.h"
 #include "tool/html/html_parser.h"
@@ -26,13 +27,14 @@ struct Feature {
     bool isThere() const { return lack().empty(); }
 };
 
-constexpr std::array<Feature, 4> kFeatures = {{
+constexpr std::array<Feature, 5> kFeatures = {{
     {"tnef", "TNEF (winmail.dat)", "unpacked", "not unpacked", tnefLack},
     {"smime", "S/MIME", "signed messages unwrapped, nothing verified or decrypted", "not unwrapped",
      smimeLack},
     {"charset-guess", "text without a charset", "guessed where it is not UTF-8",
      "Western where it is not UTF-8", charsetGuessLack},
     {"html", "HTML", "shown as its text", "shown as its source", htmlLack},
+    {"archives", "tar, zip and compressed files", "read", "not read", archiveLack},
 }};
 
 class VersionRun final : public CommandRun {
