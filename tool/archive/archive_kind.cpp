@@ -13,9 +13,13 @@ using namespace std::string_view_literals;
 
 // gzip with the only method that there is; bzip2, whose fourth byte is checked below; xz; Zstandard; zip, whose second
 // form is one without members.
-constexpr std::array kMarks = {"\x1F\x8B\x08"sv,     "BZh"sv,       "\xFD"
-                                                                     "7zXZ\0"sv,
-                               "\x28\xB5\x2F\xFD"sv, "PK\x03\x04"sv, "PK\x05\x06"sv};
+constexpr std::array kMarks = {"\x1F\x8B\x08"sv,
+                               "BZh"sv,
+                               "\xFD"
+                               "7zXZ\0"sv,
+                               "\x28\xB5\x2F\xFD"sv,
+                               "PK\x03\x04"sv,
+                               "PK\x05\x06"sv};
 constexpr std::string_view kBlockMark = "\x31\x41\x59\x26\x53\x59";  // of bzip2
 constexpr std::string_view kEndMark = "\x17\x72\x45\x38\x50\x90";    // the same without content
 

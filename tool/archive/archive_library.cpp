@@ -125,7 +125,8 @@ class ArchiveBytes {
     bool isAt(uint64_t offset, std::span<const char> bytes) const {
         std::vector<char> there(bytes.size());
         const ssize_t got = ::pread(descriptor_, there.data(), there.size(), static_cast<off_t>(offset));
-        return got == static_cast<ssize_t>(bytes.size()) && std::equal(bytes.begin(), bytes.end(), there.begin());
+        return got == static_cast<ssize_t>(bytes.size()) &&
+               std::equal(bytes.begin(), bytes.end(), there.begin());
     }
 
     static la_ssize_t give(archive* archive, void* self, const void** bytes) {
@@ -152,8 +153,9 @@ class ArchiveBytes {
         }
         ssize_t got = -1;
         do {
-            got = isFile_ ? ::pread(descriptor_, buffer_.data(), buffer_.size(), static_cast<off_t>(position_))
-                          : ::read(descriptor_, buffer_.data(), buffer_.size());
+            got = isFile_
+                      ? ::pread(descriptor_, buffer_.data(), buffer_.size(), static_cast<off_t>(position_))
+                      : ::read(descriptor_, buffer_.data(), buffer_.size());
         } while (got < 0 && (errno == EINTR || (errno == EAGAIN && waits())));
         if (got < 0) {
             library().setError(archive, errno, "%s", std::strerror(errno));
@@ -322,8 +324,8 @@ bool Unpacking::member(archive_entry* entry) {
         return true;
     }
     const std::string_view formatName = l.formatName(archive_);
-    const bool isStored =
-        format == ARCHIVE_FORMAT_TAR || (format == ARCHIVE_FORMAT_ZIP && formatName.ends_with("(uncompressed)"));
+    const bool isStored = format == ARCHIVE_FORMAT_TAR ||
+                          (format == ARCHIVE_FORMAT_ZIP && formatName.ends_with("(uncompressed)"));
     if (isStored && !isCompressed && l.sparsePieces(entry) == 0)
         expected_ = static_cast<uint64_t>(l.filterBytes(archive_, 0));
     return content(isAlone);
@@ -344,7 +346,8 @@ bool Unpacking::content(bool isAlone) {
         }
         isDamaged = result != ARCHIVE_OK;
         if (isDamaged) break;
-        if (!give(static_cast<const char*>(block), count, static_cast<uint64_t>(std::max<la_int64_t>(offset, 0))))
+        if (!give(static_cast<const char*>(block), count,
+                  static_cast<uint64_t>(std::max<la_int64_t>(offset, 0))))
             return false;
     }
     beginMember();

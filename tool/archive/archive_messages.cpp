@@ -237,11 +237,10 @@ ArchiveMessages::Step ArchiveMessages::inMbox(ArchiveMessage& message) {
     if (scan_->reached() - scan_->start() > kMaxStreamedMessage && got != Got::kEnd) isTooLarge_ = true;
     if (got == Got::kBytes) {
         const bool wasTooLarge = std::exchange(isTooLarge_, false);
-        const Step step = wasTooLarge
-                              ? foundProblem(message, {ExitCode::kInput, "message-too-large", path_,
-                                                       formatted("this message is larger than {}",
-                                                                 inGibibytes(kMaxStreamedMessage))})
-                              : found(message, range);
+        const Step step = wasTooLarge ? foundProblem(message, {ExitCode::kInput, "message-too-large", path_,
+                                                               formatted("this message is larger than {}",
+                                                                         inGibibytes(kMaxStreamedMessage))})
+                                      : found(message, range);
         window_.releaseBefore(base_ + scan_->start());
         return step;
     }
@@ -328,12 +327,14 @@ Problem ArchiveMessages::memberProblem() const {
     const bool isMember = state_ == State::kFailed;
     switch (failure_) {
         case MemberEvent::Failure::kEncrypted:
-            return {ExitCode::kEncrypted, "encrypted-member", path_, "this member of the archive is encrypted"};
+            return {ExitCode::kEncrypted, "encrypted-member", path_,
+                    "this member of the archive is encrypted"};
         case MemberEvent::Failure::kBomb:
-            return {ExitCode::kInput, "archive-bomb", path_,
-                    formatted("more than {} came out of the archive, over {} times what was read of it; the rest "
-                              "is not read",
-                              inGibibytes(kSafeUnpacked), kMaxUnpackedRatio)};
+            return {
+                ExitCode::kInput, "archive-bomb", path_,
+                formatted("more than {} came out of the archive, over {} times what was read of it; the rest "
+                          "is not read",
+                          inGibibytes(kSafeUnpacked), kMaxUnpackedRatio)};
         case MemberEvent::Failure::kSystem:
             return {ExitCode::kInternal, "archive-failed", path_, reason_};
         case MemberEvent::Failure::kDamaged:

@@ -79,8 +79,7 @@ bool MaildirMembers::leavesOut(std::string_view name, std::string_view beginning
         if (isKept && !folders_.contains(parts.above)) folders_.emplace(parts.above);
         return false;
     }
-    if (contains(kFolders, parts.folder))
-        return folders_.contains(parts.above) || isDeliveryName(parts.file);
+    if (contains(kFolders, parts.folder)) return folders_.contains(parts.above) || isDeliveryName(parts.file);
     const bool isMessage = beginsMbox(beginning) || isHeaderField(firstLine(beginning));
     return isMaildirHousekeeping(parts.file, false) && !isMessage;
 }

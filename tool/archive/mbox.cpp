@@ -69,7 +69,8 @@ MboxRange MboxScan::ended(uint64_t end) {
 void MboxScan::endHeader() {
     isInHeader_ = false;
     const std::optional<uint64_t> claim = length_.value();
-    if (!claim || *claim > bytes_->reach() || *claim > std::numeric_limits<uint64_t>::max() - lineEnd_ - kEndSeen)
+    if (!claim || *claim > bytes_->reach() ||
+        *claim > std::numeric_limits<uint64_t>::max() - lineEnd_ - kEndSeen)
         return;
     claimed_ = lineEnd_ + *claim;
     ahead_.clear();
@@ -81,7 +82,8 @@ ByteSource::Got MboxScan::examineClaim() {
     while (ahead_.size() < kEndSeen) {
         char room[kEndSeen];
         size_t count = 0;
-        const Got got = bytes_->readAt(*claimed_ - 1 + ahead_.size(), {room, kEndSeen - ahead_.size()}, count);
+        const Got got =
+            bytes_->readAt(*claimed_ - 1 + ahead_.size(), {room, kEndSeen - ahead_.size()}, count);
         if (got == Got::kLater) return got;
         if (got == Got::kEnd) break;
         ahead_.append(room, count);

@@ -12,11 +12,12 @@ namespace emltool {
 
 struct MemberEvent {
     enum class Kind : uint8_t {
-        kMember = 1,     // one begins: `text` is its name; `offset` is where its bytes are in the file, if they are
-                         // there as they are
-        kNoFile = 2,     // one that is a link to a file: its name
-        kBytes = 3,      // more of the member: `text`
-        kMemberEnd = 4,  // all of it has come
+        kMember =
+            1,  // one begins: `text` is its name; `offset` is where its bytes are in the file, if they are
+                // there as they are
+        kNoFile = 2,        // one that is a link to a file: its name
+        kBytes = 3,         // more of the member: `text`
+        kMemberEnd = 4,     // all of it has come
         kMemberFailed = 5,  // no more of it comes: `text` says why, `failure` too
         kFailed = 6,        // nothing more comes
         kEnd = 7            // that was all

@@ -198,6 +198,7 @@ MessageSource MessageSources::numbered() {
         }
         if (count != *number_) continue;
         source.hasNumber = true;
+        leftOut_.clear();
         return source;
     }
     const char* hint = *number_ == 0 ? "; they count from 1" : "";

@@ -59,9 +59,9 @@ class MessageSources {
     std::vector<FolderWalk::Entry> leftOut_;
     std::unique_ptr<MboxScan> scan_;
     std::unique_ptr<ArchiveMessages> archive_;
-    std::optional<MessageSource> ahead_;     // the message after the one that was returned
-    std::optional<Problem> problem_;         // what happened when it was looked for
-    std::optional<MessageSource> failed_;    // the message in the archive that the last problem is about
+    std::optional<MessageSource> ahead_;   // the message after the one that was returned
+    std::optional<Problem> problem_;       // what happened when it was looked for
+    std::optional<MessageSource> failed_;  // the message in the archive that the last problem is about
     bool begun_ = false;
     bool ended_ = false;
 };

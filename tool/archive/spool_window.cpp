@@ -61,9 +61,11 @@ void SpoolWindow::append(std::string_view bytes) {
 
 // The last one that begins at `position` or before it.
 const SpoolWindow::Place& SpoolWindow::placeOf(uint64_t position) const {
-    const auto after = std::upper_bound(places_.begin(), places_.end(), position,
-                                        [](uint64_t wanted, const Place& place) { return wanted < place.begin; });
-    if (after == places_.begin()) throw Problem(ExitCode::kInternal, "internal", "", "bytes that were given up");
+    const auto after =
+        std::upper_bound(places_.begin(), places_.end(), position,
+                         [](uint64_t wanted, const Place& place) { return wanted < place.begin; });
+    if (after == places_.begin())
+        throw Problem(ExitCode::kInternal, "internal", "", "bytes that were given up");
     return *std::prev(after);
 }
 

@@ -25,8 +25,9 @@ constexpr size_t kPiece = size_t{64} << 10;
 Unpacker::Unpacker(std::string path, int descriptor, std::string beginning) : path_(std::move(path)) {
     const std::string lack = archiveLack();
     if (!lack.empty()) {
-        throw Problem(ExitCode::kInput, "no-archive-reader", path_,
-                      formatted("is an archive; reading archives needs libarchive, and this program is {}", lack));
+        throw Problem(
+            ExitCode::kInput, "no-archive-reader", path_,
+            formatted("is an archive; reading archives needs libarchive, and this program is {}", lack));
     }
     const auto work = [&](int reply, int input) { return unpackArchive(input, beginning, reply); };
     process_ = startIsolated(work, kLimits, descriptor);

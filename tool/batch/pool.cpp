@@ -47,9 +47,8 @@ WorkerPool::Worker& WorkerPool::leastBusy() {
 }
 
 void WorkerPool::start(Worker& worker) {
-    worker.process = std::make_unique<WorkerProcess>([this](int tasks, int replies) {
-        return body_(tasks, replies);
-    });
+    worker.process =
+        std::make_unique<WorkerProcess>([this](int tasks, int replies) { return body_(tasks, replies); });
 }
 
 void WorkerPool::give(PoolTask& task) {

@@ -77,7 +77,7 @@ class WorkerProcess {
     std::string outgoing_;
     std::deque<Passed> files_;
     std::weak_ptr<const emlhost::UniqueDescriptor> lastFile_;  // that was added
-    std::unique_ptr<char[]> piece_;  // what one read brings
+    std::unique_ptr<char[]> piece_;                            // what one read brings
     std::string incoming_;
     size_t taken_ = 0;  // of incoming_
     bool broken_ = false;

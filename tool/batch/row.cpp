@@ -168,7 +168,8 @@ BatchRow readMessage(std::unique_ptr<emlhost::Input> input, const BatchItem& ite
     BatchRow row;
     row.kind = problem ? RowKind::kError : RowKind::kGood;
     row.outOfMemory = problem && problem->code == "out-of-memory";
-    row.line = jsonLine(options.form, answerSource(item), tree ? &*tree : nullptr, problem ? &*problem : nullptr);
+    row.line =
+        jsonLine(options.form, answerSource(item), tree ? &*tree : nullptr, problem ? &*problem : nullptr);
     return row;
 }
 
@@ -184,8 +185,7 @@ std::string problemRow(const AnswerForm& form, const BatchItem& item, const Prob
 
 BatchRow readItem(BatchItem item, const RowOptions& options) {
     try {
-        std::unique_ptr<emlhost::Input> input =
-            item.stored ? openSource(item) : openMessageInput(item.path);
+        std::unique_ptr<emlhost::Input> input = item.stored ? openSource(item) : openMessageInput(item.path);
         if (!item.stored) {
             if (const auto kind = kindOf(item, *input)) return {*kind, "", false};
             if (item.stored) input = openSource(item);

@@ -27,9 +27,9 @@ struct RowOptions {
 // What came of an item. Processes send each other these numbers.
 enum class RowKind : uint8_t {
     kGood = 1,
-    kError = 2,   // the row says what is wrong
-    kFolder = 3,  // no row: this is a folder, whose files are to be read
-    kMbox = 4,    // no row: this is an mbox, whose messages are to be read
+    kError = 2,    // the row says what is wrong
+    kFolder = 3,   // no row: this is a folder, whose files are to be read
+    kMbox = 4,     // no row: this is an mbox, whose messages are to be read
     kArchive = 5,  // no row: this is an archive, whose messages are to be read
     kUnread = 6    // no row: the worker gives the item back
 };

@@ -90,12 +90,12 @@ class BatchRun {
     Forecast forecast_;  // only used while there is a line to show
     WorkerPool pool_;
     Slots slots_;
-    std::vector<Slot*> open_;  // the last one is read first
-    std::deque<Slot*> again_;  // to be given to a worker once more
-    size_t heldBytes_ = 0;     // in rows that wait for their turn
-    std::string ready_;        // rows for the output
+    std::vector<Slot*> open_;           // the last one is read first
+    std::deque<Slot*> again_;           // to be given to a worker once more
+    size_t heldBytes_ = 0;              // in rows that wait for their turn
+    std::string ready_;                 // rows for the output
     std::vector<ItemSource*> awaited_;  // sources that must be waited for
-    bool isLong_ = false;      // has run long enough for a line that shows the progress
+    bool isLong_ = false;               // has run long enough for a line that shows the progress
     BatchCounts counts_;
 };
 

@@ -62,7 +62,7 @@ class TaskPipe {
     int descriptor_;
     std::unique_ptr<char[]> piece_;
     std::string bytes_;
-    size_t taken_ = 0;                              // of bytes_
+    size_t taken_ = 0;                             // of bytes_
     std::deque<emlhost::UniqueDescriptor> files_;  // that have come, in the order of their tasks
     SharedFile file_;                              // the one that came last
 };

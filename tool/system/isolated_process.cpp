@@ -65,9 +65,7 @@ void acceptLimits(const ProcessLimits& limits) {
     ::_exit(status);
 }
 
-std::string startFailure() {
-    return "cannot be started: " + describe({errno, std::system_category()});
-}
+std::string startFailure() { return "cannot be started: " + describe({errno, std::system_category()}); }
 
 }  // namespace
 

@@ -36,7 +36,11 @@ TEST(ArchiveKind, IsToldByTheFirstBytes) {
         {"bzip2 without content", "BZh9\x17\x72\x45\x38\x50\x90", true},
         {"a word", "BZh9 is what I call it", false},
         {"a short word", "BZh", false},
-        {"xz", std::string("\xFD" "7zXZ\0", 6), true},
+        {"xz",
+         std::string("\xFD"
+                     "7zXZ\0",
+                     6),
+         true},
         {"Zstandard", "\x28\xB5\x2F\xFD", true},
         {"zip", "PK\x03\x04", true},
         {"zip without members", "PK\x05\x06", true},

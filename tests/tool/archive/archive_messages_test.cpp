@@ -51,7 +51,8 @@ void take(ArchiveMessages& messages, Strings& found) {
 Strings messagesOf(const std::string& text, size_t cut) {
     Ends ends = makePipe();
     const auto send = [&](const std::string& piece) {
-        EXPECT_EQ(::write(ends.writing.get(), piece.data(), piece.size()), static_cast<ssize_t>(piece.size()));
+        EXPECT_EQ(::write(ends.writing.get(), piece.data(), piece.size()),
+                  static_cast<ssize_t>(piece.size()));
     };
     ArchiveMessages messages("pipe", std::move(ends.reading), text.substr(0, 1));
     Strings found;
@@ -78,7 +79,8 @@ TEST(ArchiveMessages, OfAPipeComeAsTheyAreComplete) {
          {"0 Content-Length: 7\n\nFrom x\n", "1 A: 2\n\ny\n"}},
     };
     for (const Row& row : rows) {
-        for (size_t cut = 0; cut < row.text.size(); ++cut) EXPECT_EQ(messagesOf(row.text, cut), row.expected) << cut;
+        for (size_t cut = 0; cut < row.text.size(); ++cut)
+            EXPECT_EQ(messagesOf(row.text, cut), row.expected) << cut;
     }
 }
 

@@ -12,10 +12,10 @@ namespace {
 // The message in the file; "-" if there is none.
 std::string messageIn(const std::string& text, const std::string& name = "1") {
     const auto bytesAt = [&](uint64_t position, std::span<char> room) {
-        return position > text.size() ? 0 : text.copy(room.data(), room.size(), static_cast<size_t>(position));
+        return position > text.size() ? 0
+                                      : text.copy(room.data(), room.size(), static_cast<size_t>(position));
     };
-    const auto place =
-        findEmlx(std::string_view(text).substr(0, kEmlxBeginning), text.size(), name, bytesAt);
+    const auto place = findEmlx(std::string_view(text).substr(0, kEmlxBeginning), text.size(), name, bytesAt);
     if (!place) return "-";
     EXPECT_LE(place->offset + place->length, text.size());
     return text.substr(static_cast<size_t>(place->offset), static_cast<size_t>(place->length));

@@ -16,7 +16,8 @@ using Strings = std::vector<std::string>;
 // A text that comes in pieces, between which there is nothing. Counts what is read.
 class PieceSource final : public ByteSource {
   public:
-    PieceSource(std::string_view text, size_t piece, uint64_t* read) : text_(text), piece_(piece), read_(read) {}
+    PieceSource(std::string_view text, size_t piece, uint64_t* read)
+        : text_(text), piece_(piece), read_(read) {}
 
     Got readAt(uint64_t position, std::span<char> room, size_t& count) override {
         if (position >= text_.size()) return Got::kEnd;
@@ -79,9 +80,11 @@ const std::vector<Row> kRows = {
     {"a postmark and a header field need no empty line",
      kMark + "A: 1\n\nx\n" + kMark + "A: 2\n\ny\n",
      {"A: 1\n\nx\n", "A: 2\n\ny\n"}},
-    {"a length that ends at the end holds", kMark + withLength(" 14", kFromBody),
+    {"a length that ends at the end holds",
+     kMark + withLength(" 14", kFromBody),
      {"!" + withLength(" 14", kFromBody)}},
-    {"a length that ends before an empty line at the end holds", kMark + withLength("14", kFromBody) + "\n",
+    {"a length that ends before an empty line at the end holds",
+     kMark + withLength("14", kFromBody) + "\n",
      {"!" + withLength("14", kFromBody)}},
     {"a length that ends before a postmark holds",
      kMark + withLength(" 14", kFromBody) + kMark + "A: 2\n\ny\n",
@@ -92,10 +95,12 @@ const std::vector<Row> kRows = {
     {"quoted lines stay quoted if none is not",
      kMark + withLength(" 8", ">From b\n") + "\n" + kMark + "A: 2\n\ny\n",
      {withLength(" 8", ">From b\n"), "A: 2\n\ny\n"}},
-    {"no body", kMark + withLength(" 0", "") + "\n" + kMark + withLength("0", ""),
+    {"no body",
+     kMark + withLength(" 0", "") + "\n" + kMark + withLength("0", ""),
      {withLength(" 0", ""), withLength("0", "")}},
     {"a body without a line end, at the end", kMark + withLength(" 3", "abc"), {withLength(" 3", "abc")}},
-    {"case does not matter", kMark + "cOnTent-lEngth: 14\n\n" + kFromBody,
+    {"case does not matter",
+     kMark + "cOnTent-lEngth: 14\n\n" + kFromBody,
      {"!cOnTent-lEngth: 14\n\n" + kFromBody}},
     {"a length that is too small by one does not hold", kMark + withLength(" 13", kFromBody),
      cutAtFrom("Content-Length: 13")},
@@ -108,7 +113,8 @@ const std::vector<Row> kRows = {
     {"nor one near it", kMark + withLength(" 18446744073709551500", kFromBody),
      cutAtFrom("Content-Length: 18446744073709551500")},
     {"nor a negative one", kMark + withLength(" -14", kFromBody), cutAtFrom("Content-Length: -14")},
-    {"nor one with other text", kMark + withLength(" 14 bytes", kFromBody), cutAtFrom("Content-Length: 14 bytes")},
+    {"nor one with other text", kMark + withLength(" 14 bytes", kFromBody),
+     cutAtFrom("Content-Length: 14 bytes")},
     {"nor an empty one", kMark + withLength("", kFromBody), cutAtFrom("Content-Length:")},
     {"nor two", kMark + "Content-Length: 14\n" + withLength(" 14", kFromBody),
      cutAtFrom("Content-Length: 14\nContent-Length: 14")},
@@ -120,7 +126,8 @@ const std::vector<Row> kRows = {
      kMark + withLength(" 3", "abcd\n\n") + kMark + "A: 2\n\ny\n",
      {withLength(" 3", "abcd\n"), "A: 2\n\ny\n"}},
     {"each message has its own length",
-     kMark + withLength(" 999", "x\n") + "\n" + kMark + withLength(" 14", kFromBody) + "\n" + kMark + "A: 3\n\nz\n",
+     kMark + withLength(" 999", "x\n") + "\n" + kMark + withLength(" 14", kFromBody) + "\n" + kMark +
+         "A: 3\n\nz\n",
      {withLength(" 999", "x\n"), "!" + withLength(" 14", kFromBody), "A: 3\n\nz\n"}},
     {"an empty file is an empty message", "", {""}},
 };
