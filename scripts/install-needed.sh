@@ -24,6 +24,7 @@ libytnef0-dev        has_header ytnef.h
 libssl-dev           has_header openssl/cms.h
 libuchardet-dev      has_header uchardet/uchardet.h
 libgumbo-dev         has_header gumbo.h
+libarchive-dev       has_header archive.h
 '
 test_needs='
 g++-multilib         links_32_bit

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "tool/archive/mail_lines.h"
+
 namespace emltool {
 
 namespace {
@@ -25,6 +27,33 @@ bool contains(const Names& names, std::string_view name) {
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
+// "cur" of "Mail/cur/1.host", and "Mail/" before it.
+struct FolderOf {
+    std::string_view above;
+    std::string_view folder;
+    std::string_view file;
+};
+
+FolderOf folderOf(std::string_view path) {
+    FolderOf parts;
+    const size_t slash = path.rfind('/');
+    if (slash == std::string_view::npos) return {"", "", path};
+    parts.file = path.substr(slash + 1);
+    parts.folder = path.substr(0, slash);
+    const size_t above = parts.folder.rfind('/');
+    if (above == std::string_view::npos) return parts;
+    parts.above = parts.folder.substr(0, above + 1);
+    parts.folder.remove_prefix(above + 1);
+    return parts;
+}
+
+// A time in seconds and a point begin it.
+bool isDeliveryName(std::string_view name) {
+    constexpr size_t kDigits = 9;
+    const size_t end = name.find_first_not_of("0123456789");
+    return end != std::string_view::npos && end >= kDigits && name[end] == '.';
+}
+
 bool isLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
 
 }  // namespace
@@ -41,12 +70,22 @@ bool isMaildirHousekeeping(std::string_view name, bool isFolder) {
                        [&](std::string_view beginning) { return name.starts_with(beginning); });
 }
 
+bool MaildirMembers::leavesOut(std::string_view name, std::string_view beginning) {
+    constexpr size_t kMostFolders = 10'000;
+    constexpr size_t kLongest = 1024;
+    const FolderOf parts = folderOf(name);
+    if (parts.folder == "cur" || parts.folder == "new") {
+        const bool isKept = folders_.size() < kMostFolders && parts.above.size() <= kLongest;
+        if (isKept && !folders_.contains(parts.above)) folders_.emplace(parts.above);
+        return false;
+    }
+    if (contains(kFolders, parts.folder)) return folders_.contains(parts.above) || isDeliveryName(parts.file);
+    const bool isMessage = beginsMbox(beginning) || isHeaderField(firstLine(beginning));
+    return isMaildirHousekeeping(parts.file, false) && !isMessage;
+}
+
 std::optional<std::vector<std::string_view>> maildirFlags(std::string_view path) {
-    const size_t slash = path.rfind('/');
-    const std::string_view name = slash == std::string_view::npos ? path : path.substr(slash + 1);
-    std::string_view folder = slash == std::string_view::npos ? std::string_view() : path.substr(0, slash);
-    if (const size_t above = folder.rfind('/'); above != std::string_view::npos)
-        folder.remove_prefix(above + 1);
+    const auto [above, folder, name] = folderOf(path);
     constexpr std::string_view kMark = ":2,";
     const size_t mark = name.rfind(kMark);
     std::string_view letters;

@@ -3,10 +3,14 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <vector>
 
 #include "standalone/unnamed_file.h"
-#include "tool/archive/mbox.h"
+#include "tool/archive/file_bytes.h"
+#include "tool/archive/from_quoting.h"
+#include "tool/system/spooled_file.h"
 #include "tool/system/temporary_files.h"
 #include "tool/text/format.h"
 #include "tool/text/suggestion.h"
@@ -15,6 +19,8 @@
 namespace emltool {
 
 namespace {
+
+constexpr size_t kBlock = size_t{256} << 10;
 
 std::string wordsFor(const std::string& path) { return path == "-" ? "standard input" : path; }
 
@@ -36,11 +42,41 @@ std::string MessageSource::name() const {
     return hasNumber && index ? formatted("{}#{}", text, *index + 1) : text;
 }
 
+std::unique_ptr<emlhost::Input> openStored(const std::string& path, const StoredRange& range) {
+    return openStored(path, openFile(path), range);
+}
+
+std::unique_ptr<emlhost::Input> openStored(const std::string& name, const emlhost::UniqueDescriptor& file,
+                                           const StoredRange& range) {
+    SpooledFile message;
+    std::string text;
+    FromUnquoter unquoter(text);
+    uint64_t offset = range.offset;
+    uint64_t length = range.length;
+    std::vector<char> block(static_cast<size_t>(std::min<uint64_t>(length, kBlock)));
+    while (length > 0) {
+        auto wanted = static_cast<size_t>(std::min<uint64_t>(length, block.size()));
+        size_t got = readSome(name, file.get(), offset, {block.data(), wanted});
+        if (got == 0) break;  // the file has become shorter meanwhile
+        if (range.isQuoted) {
+            unquoter.take({block.data(), got});
+            message.append(text);
+            text.clear();
+        } else {
+            message.append({block.data(), got});
+        }
+        offset += got;
+        length -= got;
+    }
+    unquoter.finish();
+    message.append(text);
+    return message.takeInput(name);
+}
+
 std::unique_ptr<emlhost::Input> openSource(const MessageSource& source) {
-    if (source.index) {
-        return source.file != nullptr
-                   ? openMboxMessage(source.name(), *source.file, source.offset, source.length)
-                   : openMboxMessage(source.path, source.offset, source.length);
+    if (source.stored) {
+        return source.file != nullptr ? openStored(source.name(), *source.file, *source.stored)
+                                      : openStored(source.path, *source.stored);
     }
     std::error_code error;
     std::unique_ptr<emlhost::Input> input = openWhole(source, error);

@@ -4,10 +4,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <charconv>
 
 #include "standalone/unnamed_file.h"
+#include "tool/archive/archive_kind.h"
+#include "tool/archive/emlx.h"
+#include "tool/archive/mail_lines.h"
 #include "tool/text/format.h"
 #include "tool/text/suggestion.h"
 #include "tool/text/visible_text.h"
@@ -59,18 +64,11 @@ bool isMissing(const std::error_code& error) {
     return error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory;
 }
 
-bool isMbox(const SharedFile& file) {
-    char beginning[8];
-    ssize_t got = -1;
-    do {
-        got = ::pread(file->get(), beginning, sizeof beginning, 0);
-    } while (got < 0 && errno == EINTR);
-    return got > 0 && beginsMbox({beginning, static_cast<size_t>(got)});
-}
-
 std::string didYouMean(const std::string& near) {
     return near.empty() ? "" : formatted("; did you mean {}?", near);
 }
+
+std::string wordsFor(const std::string& path) { return path == "-" ? "standard input" : path; }
 
 Problem noSuchMessage(const std::string& path, std::string text) {
     return {ExitCode::kNoSubFile, "no-such-message", path, std::move(text)};
@@ -132,8 +130,12 @@ void MessageSources::begin() {
     }
     ended_ = true;  // if there is a problem
     if (file_ == nullptr) openArgument();
-    if (isMbox(file_)) {
+    std::array<char, kArchiveBeginning> room{};
+    const std::string_view first = beginning(room);
+    if (beginsMbox(first)) {
         scan_ = std::make_unique<MboxScan>(path_, file_);
+    } else if (beginsArchive(first)) {
+        archive_ = std::make_unique<ArchiveMessages>(wordsFor(path_), file_);
     } else if (number_) {
         throw noSuchMessage(
             path_, formatted("does not begin with \"From \", so it is no mbox with a message {}", *number_));
@@ -141,42 +143,111 @@ void MessageSources::begin() {
     ended_ = false;
 }
 
-MessageSource MessageSources::found(const MboxRange& range) const {
-    MessageSource source;
+// What cannot be read now has no beginning, which is a problem of whoever reads it.
+std::string_view MessageSources::beginning(std::span<char> room) const {
+    ssize_t got = -1;
+    do {
+        got = ::pread(file_->get(), room.data(), room.size(), 0);
+    } while (got < 0 && errno == EINTR);
+    return {room.data(), static_cast<size_t>(std::max<ssize_t>(got, 0))};
+}
+
+// The next message of an mbox or an archive. Throws the problem of one that cannot be read.
+bool MessageSources::nextInFile(MessageSource& source) {
+    source = MessageSource{};
+    if (scan_ != nullptr) {
+        MboxRange range;
+        if (!scan_->next(range)) return false;
+        source.index = range.index;
+        source.hasPlace = true;
+        source.offset = range.offset;
+        source.length = range.length;
+        source.stored = StoredRange{range.offset, range.length, range.isQuoted};
+        source.file = file_;
+    } else {
+        ArchiveMessage message;
+        while (archive_->next(message) && message.leftOut != nullptr) {
+            leftOut_.push_back({formatted("{}: {}", path_, message.source.member.value_or("")), std::nullopt,
+                                message.leftOut});
+            message = ArchiveMessage{};
+        }
+        if (!message.source.index) return false;
+        source = std::move(message.source);
+        source.path = path_;
+        if (message.problem) {
+            failed_ = source;
+            throw Problem(*message.problem);
+        }
+    }
     source.path = path_;
-    source.index = range.index;
-    source.offset = range.offset;
-    source.length = range.length;
-    source.file = file_;
-    return source;
+    return true;
 }
 
 // The message that the argument names.
 MessageSource MessageSources::numbered() {
-    MboxRange range;
+    MessageSource source;
     uint64_t count = 0;
-    while (scan_->next(range)) {
-        if (++count != *number_) continue;
-        MessageSource source = found(range);
+    for (;;) {
+        ++count;
+        try {
+            if (!nextInFile(source)) break;
+        } catch (const Problem&) {
+            // Those of other members do not matter.
+            if (archive_ == nullptr || count == *number_) throw;
+            continue;
+        }
+        if (count != *number_) continue;
         source.hasNumber = true;
+        leftOut_.clear();
         return source;
     }
     const char* hint = *number_ == 0 ? "; they count from 1" : "";
-    throw noSuchMessage(path_, formatted("has {}, there is no {}{}", plural(count), *number_, hint));
+    throw noSuchMessage(path_, formatted("has {}, there is no {}{}", plural(count - 1), *number_, hint));
 }
 
 // Looks one message ahead, since the only message of a file needs no number.
-bool MessageSources::nextOfMbox(MessageSource& source) {
-    MboxRange range;
-    if (!ahead_) {
-        if (!scan_->next(range)) return false;
-        ahead_ = range;
+bool MessageSources::nextOfMany(MessageSource& source) {
+    if (problem_) {
+        const Problem problem = *std::exchange(problem_, std::nullopt);
+        throw Problem(problem);
     }
-    source = found(*ahead_);
+    failed_.reset();
+    if (!ahead_) {
+        MessageSource first;
+        if (!nextInFile(first)) return false;
+        ahead_ = std::move(first);
+    }
+    source = std::move(*ahead_);
     ahead_.reset();
-    if (scan_->next(range)) ahead_ = range;
-    source.isOneOfMany = source.hasNumber = ahead_.has_value() || *source.index > 0;
+    try {
+        MessageSource other;
+        if (nextInFile(other)) ahead_ = std::move(other);
+    } catch (const Problem& problem) {
+        problem_ = problem;
+    }
+    source.isOneOfMany = source.hasNumber = ahead_.has_value() || problem_.has_value() || *source.index > 0;
     return true;
+}
+
+// The message in a file of its own.
+MessageSource MessageSources::whole() const {
+    MessageSource source;
+    source.path = path_;
+    source.file = file_;
+    struct stat status {};
+    std::array<char, kEmlxBeginning> room{};
+    if (::fstat(file_->get(), &status) != 0) return source;
+    const auto bytesAt = [&](uint64_t position, std::span<char> bytes) {
+        const ssize_t got = ::pread(file_->get(), bytes.data(), bytes.size(), static_cast<off_t>(position));
+        return static_cast<size_t>(std::max<ssize_t>(got, 0));
+    };
+    const auto emlx = findEmlx(beginning(room), static_cast<uint64_t>(status.st_size), path_, bytesAt);
+    if (!emlx) return source;
+    source.hasPlace = true;
+    source.offset = emlx->offset;
+    source.length = emlx->length;
+    source.stored = StoredRange{emlx->offset, emlx->length, false};
+    return source;
 }
 
 bool MessageSources::nextOfFolder(MessageSource& source) {
@@ -202,18 +273,19 @@ bool MessageSources::next(MessageSource& source) {
     if (!begun_) begin();
     if (walk_ != nullptr) return nextOfFolder(source);
     if (ended_) return false;
-    ended_ = true;  // unless there may be more
-    if (scan_ != nullptr && !number_) {
-        ended_ = !nextOfMbox(source);
+    if (isMany() && !number_) {
+        ended_ = true;
+        try {
+            ended_ = !nextOfMany(source);
+        } catch (const Problem&) {
+            // After a message that cannot be read, an archive may have others.
+            ended_ = !failed_;
+            throw;
+        }
         return !ended_;
     }
-    if (number_) {
-        source = numbered();
-    } else {
-        source = MessageSource{};
-        source.path = path_;
-        source.file = file_;
-    }
+    ended_ = true;
+    source = number_ ? numbered() : whole();
     return true;
 }
 
@@ -221,7 +293,13 @@ MessageSource MessageSources::failure() const {
     if (inFolder_ != nullptr) return inFolder_->failure();
     MessageSource source;
     source.path = path_;
-    if (scan_ != nullptr) source.index = number_ && *number_ > 0 ? *number_ - 1 : scan_->index();
+    if (failed_) {
+        source = *failed_;
+        source.hasNumber = true;
+    } else if (isMany()) {
+        const uint64_t index = scan_ != nullptr ? scan_->index() : archive_->index();
+        source.index = number_ && *number_ > 0 ? *number_ - 1 : index;
+    }
     return source;
 }
 
@@ -234,8 +312,8 @@ MessageSource onlySource(MessageSources& sources, const std::string& argument, c
     if (count == 1) return first;
     const std::string path = argument == "-" ? "/dev/stdin" : shellWord(argument);
     throw Problem(ExitCode::kUsage, "several-messages", argument == "-" ? "standard input" : argument,
-                  formatted("is an mbox of {0}, and {1} takes one; name it: {2}#1 to {2}#{3}", plural(count),
-                            command, path, count));
+                  formatted("is an {4} of {0}, and {1} takes one; name it: {2}#1 to {2}#{3}", plural(count),
+                            command, path, count, first.member ? "archive" : "mbox"));
 }
 
 }  // namespace emltool

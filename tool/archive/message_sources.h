@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "tool/archive/archive_messages.h"
 #include "tool/archive/folder_walk.h"
 #include "tool/archive/mbox.h"
 #include "tool/archive/message_source.h"
@@ -15,7 +16,7 @@ namespace emltool {
 
 // "letter.eml" is one message, "box.mbox" all that it holds, "box.mbox#17" the 17th of them, and "-" what
 // standard input delivers. A file that is really called "box.mbox#17" comes before that place in "box.mbox".
-// What begins with "From " is an mbox, also if it comes from a pipe, which is spooled.
+// What begins with "From " is an mbox, also if it comes from a pipe, which is spooled; an archive is all messages in it.
 class MessageSources {
   public:
     enum class Folders { kRefuse, kRead };
@@ -40,11 +41,13 @@ class MessageSources {
   private:
     void begin();
     void openArgument();
-    void beginFile();
     bool nextOfFolder(MessageSource& source);
-    bool nextOfMbox(MessageSource& source);
+    bool nextOfMany(MessageSource& source);
+    bool nextInFile(MessageSource& source);
+    bool isMany() const { return scan_ != nullptr || archive_ != nullptr; }
+    std::string_view beginning(std::span<char> room) const;
     MessageSource numbered();
-    MessageSource found(const MboxRange& range) const;
+    MessageSource whole() const;
 
     std::string argument_;
     std::string path_;  // the argument without a number
@@ -55,7 +58,10 @@ class MessageSources {
     std::unique_ptr<MessageSources> inFolder_;  // the file of the folder that is being read
     std::vector<FolderWalk::Entry> leftOut_;
     std::unique_ptr<MboxScan> scan_;
-    std::optional<MboxRange> ahead_;  // the message after the one that was returned
+    std::unique_ptr<ArchiveMessages> archive_;
+    std::optional<MessageSource> ahead_;   // the message after the one that was returned
+    std::optional<Problem> problem_;       // what happened when it was looked for
+    std::optional<MessageSource> failed_;  // the message in the archive that the last problem is about
     bool begun_ = false;
     bool ended_ = false;
 };

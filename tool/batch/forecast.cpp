@@ -19,7 +19,7 @@ uint64_t weightOf(const struct stat& file) {
 }
 
 uint64_t weightOf(const BatchItem& item) {
-    if (item.index) return item.length;
+    if (item.index) return item.weight;
     struct stat file {};
     return ::stat(item.path.c_str(), &file) == 0 ? weightOf(file) : kEachFile;
 }

@@ -47,15 +47,8 @@ WorkerPool::Worker& WorkerPool::leastBusy() {
 }
 
 void WorkerPool::start(Worker& worker) {
-    worker.process = std::make_unique<WorkerProcess>([this](int tasks, int replies) {
-        // It must not hold the pipes of the other workers open: they would not see the end of their input.
-        for (Worker& other : workers_) {
-            if (other.process == nullptr) continue;
-            ::close(other.process->taskPipe());
-            ::close(other.process->replyPipe());
-        }
-        return body_(tasks, replies);
-    });
+    worker.process =
+        std::make_unique<WorkerProcess>([this](int tasks, int replies) { return body_(tasks, replies); });
 }
 
 void WorkerPool::give(PoolTask& task) {

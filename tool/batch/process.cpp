@@ -1,9 +1,12 @@
 #include "tool/batch/process.h"
 
 #include <fcntl.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
+
+#include "tool/system/file_passing.h"
 
 namespace emltool {
 
@@ -14,11 +17,30 @@ namespace {
                   "cannot start a worker process: " + describe({failure, std::system_category()}));
 }
 
+// Closes all descriptors but the standard streams and these two, which get numbers that follow each other. Returns the
+// first; -1 on failure.
+int keepOnly(int tasks, int replies) {
+    constexpr int kTasks = STDERR_FILENO + 1;
+    constexpr int kReplies = kTasks + 1;
+    const int first = ::fcntl(tasks, F_DUPFD_CLOEXEC, kReplies + 1);
+    const int second = ::fcntl(replies, F_DUPFD_CLOEXEC, kReplies + 1);
+    if (first < 0 || second < 0) return -1;
+    if (::dup3(first, kTasks, O_CLOEXEC) < 0 || ::dup3(second, kReplies, O_CLOEXEC) < 0) return -1;
+    return ::close_range(kReplies + 1, ~0U, 0) == 0 ? kTasks : -1;
+}
+
 }  // namespace
 
 WorkerProcess::Pipe WorkerProcess::makePipe() {
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0) failToStart(errno);
+    return {emlhost::UniqueDescriptor(ends[0]), emlhost::UniqueDescriptor(ends[1])};
+}
+
+// Descriptors can be sent through a socket only.
+WorkerProcess::Pipe WorkerProcess::makeSocket() {
+    int ends[2];
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) failToStart(errno);
     return {emlhost::UniqueDescriptor(ends[0]), emlhost::UniqueDescriptor(ends[1])};
 }
 
@@ -28,9 +50,10 @@ pid_t WorkerProcess::launch(Pipe& tasks, Pipe& replies, const Body& body) {
     if (child < 0) failToStart(errno);
     if (child == 0) {
         becomeWorker(parent);
-        tasks.writing.close();
-        replies.reading.close();
-        ::_exit(body(tasks.reading.get(), replies.writing.get()));
+        // What the parent has open is not the worker's: other workers would not see the end of their tasks, and what lies
+        // in files without names would stay there.
+        const int kept = keepOnly(tasks.reading.get(), replies.writing.get());
+        ::_exit(kept < 0 ? static_cast<int>(ExitCode::kInternal) : body(kept, kept + 1));
     }
     return child;
 }
@@ -43,15 +66,33 @@ WorkerProcess::WorkerProcess(Pipe tasks, Pipe replies, const Body& body)
     for (int end : {tasks_.get(), replies_.get()}) ::fcntl(end, F_SETFL, O_NONBLOCK);
 }
 
+void WorkerProcess::add(const BatchItem& item) {
+    TaskFile file = TaskFile::kNamed;
+    if (item.file != nullptr) {
+        file = item.file == lastFile_.lock() ? TaskFile::kSame : TaskFile::kNew;
+        if (file == TaskFile::kNew) files_.push_back({outgoing_.size(), item.file});
+        lastFile_ = item.file;
+    }
+    appendTask(outgoing_, item, file);
+}
+
 // The other pipe tells that a worker has ended.
 void WorkerProcess::sendMore() {
-    while (!outgoing_.empty()) {
-        ssize_t written = ::write(tasks_.get(), outgoing_.data(), outgoing_.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written < 0 && errno != EAGAIN) outgoing_.clear();
-        if (written < 0) return;
-        outgoing_.erase(0, static_cast<size_t>(written));
+    size_t sent = 0;
+    while (sent < outgoing_.size()) {
+        const bool hasFile = !files_.empty() && files_.front().place == sent;
+        const size_t next = hasFile ? 1 : 0;
+        const size_t end = files_.size() > next ? files_[next].place : outgoing_.size();
+        const std::string_view piece = std::string_view(outgoing_).substr(sent, end - sent);
+        const ssize_t written = sendWithFile(tasks_.get(), piece, hasFile ? files_.front().file->get() : -1);
+        if (written < 0 && errno != EAGAIN) sent = outgoing_.size();
+        if (written < 0) break;
+        if (hasFile) files_.pop_front();
+        sent += static_cast<size_t>(written);
     }
+    outgoing_.erase(0, sent);
+    if (outgoing_.empty()) files_.clear();
+    for (Passed& passed : files_) passed.place -= sent;
 }
 
 bool WorkerProcess::receive() {

@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <deque>
 #include <functional>
 #include <memory>
 #include <string>
@@ -15,11 +16,12 @@ namespace emltool {
 
 class WorkerProcess {
   public:
-    // What the new process does with its ends of the pipes; the result is its exit code.
+    // What the new process does with its ends of a socket and a pipe; the result is its exit code. It has the standard
+    // streams, and no other descriptor.
     using Body = std::function<int(int tasks, int replies)>;
 
     // Throws Problem.
-    explicit WorkerProcess(const Body& body) : WorkerProcess(makePipe(), makePipe(), body) {}
+    explicit WorkerProcess(const Body& body) : WorkerProcess(makeSocket(), makePipe(), body) {}
     ~WorkerProcess() = default;
     WorkerProcess(const WorkerProcess&) = delete;
     WorkerProcess& operator=(const WorkerProcess&) = delete;
@@ -28,9 +30,9 @@ class WorkerProcess {
     int replyPipe() const { return replies_.get(); }
 
     // Adds a task to what is to be sent.
-    void add(const BatchItem& item) { appendTask(outgoing_, item); }
+    void add(const BatchItem& item);
 
-    // Sends what the pipe takes now.
+    // Sends what the socket takes now.
     void sendMore();
     bool hasMoreToSend() const { return !outgoing_.empty(); }
 
@@ -56,7 +58,14 @@ class WorkerProcess {
         emlhost::UniqueDescriptor writing;
     };
 
+    // A file that goes with the byte at `place` of outgoing_.
+    struct Passed {
+        size_t place;
+        SharedFile file;
+    };
+
     static Pipe makePipe();
+    static Pipe makeSocket();
     static pid_t launch(Pipe& tasks, Pipe& replies, const Body& body);
     WorkerProcess(Pipe tasks, Pipe replies, const Body& body);
 
@@ -66,7 +75,9 @@ class WorkerProcess {
     emlhost::UniqueDescriptor tasks_;
     emlhost::UniqueDescriptor replies_;
     std::string outgoing_;
-    std::unique_ptr<char[]> piece_;  // what one read brings
+    std::deque<Passed> files_;
+    std::weak_ptr<const emlhost::UniqueDescriptor> lastFile_;  // that was added
+    std::unique_ptr<char[]> piece_;                            // what one read brings
     std::string incoming_;
     size_t taken_ = 0;  // of incoming_
     bool broken_ = false;

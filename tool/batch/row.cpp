@@ -3,10 +3,14 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <array>
 #include <emlreader/mime.hpp>
 #include <new>
+#include <span>
 
-#include "tool/archive/mbox.h"
+#include "tool/archive/archive_kind.h"
+#include "tool/archive/emlx.h"
+#include "tool/archive/mail_lines.h"
 #include "tool/message/field_list.h"
 #include "tool/message/json_text.h"
 #include "tool/message/message_markdown.h"
@@ -21,8 +25,6 @@
 namespace emltool {
 
 namespace {
-
-AnswerSource sourceOf(const BatchItem& item) { return {item.path, item.index, item.offset, item.length}; }
 
 // An output that keeps only the digest.
 class DigestOutput final : public emlhost::Output {
@@ -91,15 +93,48 @@ std::string digestOf(emlhost::Input& input) {
     return hexText(hash.finish());
 }
 
-// What comes from a pipe cannot be read twice, so it counts as one message.
-bool isMbox(const std::string& path, emlhost::Input& input) {
-    bool begins = false;
-    readPieces(input, [&](std::span<const uint8_t> piece) {
-        begins = beginsMbox({reinterpret_cast<const char*>(piece.data()), piece.size()});
-        return false;
-    });
+// The file at that place.
+size_t readPlace(emlhost::Input& input, uint64_t position, std::span<char> room) {
+    EmlIOobj* const object = input.object();
+    if (object->open(object) == 0) return 0;
+    size_t count = 0;
+    const auto low = static_cast<uint32_t>(position);
+    const auto high = static_cast<int32_t>(position >> 32);
+    if (object->seek(object, low, high, EML_SEEK_START) != 0) {
+        while (count < room.size()) {
+            const int32_t got =
+                object->read(object, room.data() + count, static_cast<uint32_t>(room.size() - count));
+            if (got < 1) break;
+            count += static_cast<size_t>(got);
+        }
+    }
+    object->close(object);
+    return count;
+}
+
+bool isRegularFile(const std::string& path) {
     struct stat found {};
-    return begins && ::stat(path.c_str(), &found) == 0 && S_ISREG(found.st_mode);
+    return ::stat(path.c_str(), &found) == 0 && S_ISREG(found.st_mode);
+}
+
+// What a whole file holds besides a message, or where the message is in it. What comes from a pipe cannot be read twice,
+// and counts as one message.
+std::optional<RowKind> kindOf(BatchItem& item, emlhost::Input& input) {
+    static_assert(kEmlxBeginning <= kArchiveBeginning);
+    std::array<char, kArchiveBeginning> room{};
+    const std::string_view beginning(room.data(), readPlace(input, 0, room));
+    if (beginsMbox(beginning)) return isRegularFile(item.path) ? std::optional(RowKind::kMbox) : std::nullopt;
+    if (beginsArchive(beginning) && isRegularFile(item.path)) return RowKind::kArchive;
+    const auto bytesAt = [&](uint64_t position, std::span<char> bytes) {
+        return readPlace(input, position, bytes);
+    };
+    if (const auto emlx = findEmlx(beginning, input.size(), item.path, bytesAt)) {
+        item.hasPlace = true;
+        item.offset = emlx->offset;
+        item.length = emlx->length;
+        item.stored = StoredRange{emlx->offset, emlx->length, false};
+    }
+    return std::nullopt;
 }
 
 void addText(MessageFile& file, const AnswerForm& form, MessageTree& tree) {
@@ -162,7 +197,8 @@ BatchRow readMessage(std::unique_ptr<emlhost::Input> input, const BatchItem& ite
     BatchRow row;
     row.kind = problem ? RowKind::kError : RowKind::kGood;
     row.outOfMemory = problem && problem->code == "out-of-memory";
-    row.line = jsonLine(options.form, sourceOf(item), tree ? &*tree : nullptr, problem ? &*problem : nullptr);
+    row.line =
+        jsonLine(options.form, answerSource(item), tree ? &*tree : nullptr, problem ? &*problem : nullptr);
     return row;
 }
 
@@ -173,17 +209,19 @@ BatchRow errorRow(const AnswerForm& form, const BatchItem& item, const Problem& 
 }  // namespace
 
 std::string problemRow(const AnswerForm& form, const BatchItem& item, const Problem& problem) {
-    return jsonLine(form, sourceOf(item), nullptr, &problem);
+    return jsonLine(form, answerSource(item), nullptr, &problem);
 }
 
-BatchRow readItem(const BatchItem& item, const RowOptions& options) {
+BatchRow readItem(BatchItem item, const RowOptions& options) {
     try {
-        std::unique_ptr<emlhost::Input> input =
-            item.index ? openMboxMessage(item.path, item.offset, item.length) : openMessageInput(item.path);
-        if (!item.index && isMbox(item.path, *input)) return {RowKind::kMbox, "", false};
+        std::unique_ptr<emlhost::Input> input = item.stored ? openSource(item) : openMessageInput(item.path);
+        if (!item.stored) {
+            if (const auto kind = kindOf(item, *input)) return {*kind, "", false};
+            if (item.stored) input = openSource(item);
+        }
         return readMessage(std::move(input), item, options);
     } catch (const Problem& problem) {
-        if (!item.index && problem.code == "is-a-directory") return {RowKind::kFolder, "", false};
+        if (!item.stored && problem.code == "is-a-directory") return {RowKind::kFolder, "", false};
         return errorRow(options.form, item, problem);
     } catch (const std::bad_alloc&) {
         return errorRow(options.form, item, outOfMemory(item.path));

@@ -2,21 +2,18 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
+#include "tool/archive/message_source.h"
 #include "tool/message/json_text.h"
 #include "tool/terminal/problem.h"
 
 namespace emltool {
 
-// What is to be read: a file, or one message of an mbox file.
-struct BatchItem {
-    std::string path;
-    std::optional<uint64_t> index;  // in the mbox; nothing for a whole file
-    uint64_t offset = 0;            // where that message is
-    uint64_t length = 0;
+// What is to be read: a file, or one message of an mbox or an archive.
+struct BatchItem : MessageSource {
+    uint64_t weight = 0;  // bytes of its file that have been read for it, if it has an index
 };
 
 struct RowOptions {
@@ -35,10 +32,11 @@ struct RowOptions {
 // What came of an item. Processes send each other these numbers.
 enum class RowKind : uint8_t {
     kGood = 1,
-    kError = 2,   // the row says what is wrong
-    kFolder = 3,  // no row: this is a folder, whose files are to be read
-    kMbox = 4,    // no row: this is an mbox, whose messages are to be read
-    kUnread = 5   // no row: the worker gives the item back
+    kError = 2,    // the row says what is wrong
+    kFolder = 3,   // no row: this is a folder, whose files are to be read
+    kMbox = 4,     // no row: this is an mbox, whose messages are to be read
+    kArchive = 5,  // no row: this is an archive, whose messages are to be read
+    kUnread = 6    // no row: the worker gives the item back
 };
 
 struct BatchRow {
@@ -48,7 +46,7 @@ struct BatchRow {
 };
 
 // Reads the item. Throws std::bad_alloc if there is no memory even for the row.
-BatchRow readItem(const BatchItem& item, const RowOptions& options);
+BatchRow readItem(BatchItem item, const RowOptions& options);
 
 // The row of an item that cannot be read.
 std::string problemRow(const AnswerForm& form, const BatchItem& item, const Problem& problem);

@@ -18,8 +18,7 @@ constexpr size_t kMaxHeldBytes = size_t{64} << 20;  // in such rows
 constexpr unsigned kMaxDeaths = 3;                  // of workers, of one message
 
 // A worker must not hold the parent's input and output open.
-void leaveStreams(int output) {
-    if (output > STDERR_FILENO) ::close(output);
+void leaveStreams() {
     int nothing = ::open("/dev/null", O_RDWR | O_CLOEXEC);
     ::dup2(nothing, STDOUT_FILENO);
     if (nothing > STDERR_FILENO) ::close(nothing);
@@ -57,7 +56,7 @@ BatchRun::BatchRun(const BatchOptions& options, Console& console)
       forecast_({options.paths, options.pattern, options.shard, options.shards},
                 [this](const struct stat& file) { return output_->isSameFile(file); }),
       pool_(options.jobs, options.timeout, [this](int tasks, int replies) {
-          leaveStreams(output_->descriptor());
+          leaveStreams();
           return workThrough(tasks, replies, options_.worker);
       }) {}
 
@@ -70,8 +69,7 @@ BatchCounts BatchRun::run() {
         bool more = fill();
         deliver();
         if (slots_.empty()) break;
-        pollfd others[] = {{signals.descriptor(), POLLIN, 0}, {awaited_, POLLIN, 0}};
-        for (PoolEvent& event : pool_.wait(others, untilWork(more))) handle(event);
+        wait(signals.descriptor(), more);
         deliver();
         if (EndingSignals::caught() != 0) endBySignal();
         if (isLong_) forecast_.look();
@@ -83,50 +81,79 @@ BatchCounts BatchRun::run() {
     return counts_;
 }
 
+// Waits for workers, sources and signals. `more` tells that there is something to do besides.
+void BatchRun::wait(int signals, bool more) {
+    std::vector<pollfd> others{{signals, POLLIN, 0}};
+    int milliseconds = untilWork(more);
+    for (const ItemSource* source : awaited_) {
+        others.push_back({source->descriptor(), POLLIN, 0});
+        const int patience = source->patience();
+        if (patience >= 0) milliseconds = milliseconds < 0 ? patience : std::min(milliseconds, patience);
+    }
+    const auto begin = std::chrono::steady_clock::now();
+    std::vector<PoolEvent> events = pool_.wait(others, milliseconds);
+    const auto time = std::chrono::steady_clock::now() - begin;
+    for (ItemSource* source : awaited_) source->waited(time);
+    awaited_.clear();
+    for (PoolEvent& event : events) handle(event);
+}
+
 // Gives the workers as much as they have room for. False if nothing more can be given now; true also after
 // much work without an end, since replies must be read in between.
 bool BatchRun::fill() {
     constexpr int kMaxSteps = 1000;
-    awaited_ = -1;
+    awaited_.clear();
     for (int i = 0; i < kMaxSteps; ++i) {
         if (!pool_.hasRoom()) return false;
         if (!again_.empty()) {
             pool_.give(*again_.front());
             again_.pop_front();
-        } else if (!take()) {
-            return false;
+        } else {
+            const ItemSource::Next next = take();
+            if (next == ItemSource::Next::kMore) return true;
+            if (next == ItemSource::Next::kLater) return false;
         }
     }
     return true;
 }
 
-// One step of one source. False if there is nothing to take now.
-bool BatchRun::take() {
-    if (open_.empty()) return false;
+// One step of one source. kLater: there is nothing to take now.
+ItemSource::Next BatchRun::take() {
+    using Next = ItemSource::Next;
+    awaited_.clear();
+    if (open_.empty()) return Next::kLater;
     bool isFull = isOrdered() && (slots_.size() >= kMaxSlots || heldBytes_ >= kMaxHeldBytes);
     // The first slot must always advance, or nothing ever would.
-    if (isFull && slots_.front().source == nullptr) return false;
-    Slot& slot = isFull ? slots_.front() : *open_.back();
-    FoundItem found;
-    switch (slot.source->next(found)) {
-        case ItemSource::Next::kLater:
-            awaited_ = slot.source->descriptor();
-            return false;
-        case ItemSource::Next::kEnd:
+    if (isFull && slots_.front().source == nullptr) return Next::kLater;
+    for (size_t i = open_.size(); i-- > 0;) {
+        Slot& slot = isFull ? slots_.front() : *open_[i];
+        FoundItem found;
+        const Next next = slot.source->next(found);
+        if (next == Next::kMore) return next;
+        if (next == Next::kLater || next == Next::kAway) awaited_.push_back(slot.source.get());
+        if (next == Next::kLater || (next == Next::kAway && isFull)) return Next::kLater;
+        if (next == Next::kAway) continue;
+        if (next == Next::kEnd) {
             std::erase(open_, &slot);
             slots_.erase(slot.self);
-            return true;
-        case ItemSource::Next::kFound:
-            break;
+        } else {
+            add(slot, std::move(found));
+        }
+        return Next::kFound;
     }
-    add(slot, std::move(found));
-    return true;
+    return Next::kLater;
 }
 
 void BatchRun::open(Slots::iterator before, std::unique_ptr<ItemSource> source) {
     Slot& slot = insert(before);
     slot.source = std::move(source);
-    open_.push_back(&slot);
+    addOpen(slot);
+}
+
+// One that has begun with something large ends first.
+void BatchRun::addOpen(Slot& slot) {
+    const bool isAfter = open_.empty() || !open_.back()->source->isBusy();
+    open_.insert(isAfter ? open_.end() : open_.end() - 1, &slot);
 }
 
 BatchRun::Slot& BatchRun::insert(Slots::iterator before) {
@@ -140,7 +167,8 @@ void BatchRun::add(Slot& before, FoundItem found) {
     const BatchItem& item = found.item;
     if (found.leftOut != nullptr) {
         progress_.clear();
-        console_.warn(item.path, formatted("left out: {}", found.leftOut));
+        console_.warn(item.member ? formatted("{}: {}", item.path, *item.member) : item.path,
+                      formatted("left out: {}", found.leftOut));
         return;
     }
     if (found.source != nullptr) {
@@ -148,19 +176,26 @@ void BatchRun::add(Slot& before, FoundItem found) {
         return;
     }
     // All messages of an mbox belong to the shard that has its path.
-    if (!item.index && options_.shards > 1 && shardOf(item.path, options_.shards) != options_.shard) {
+    const bool isWhole = !item.index && !item.stored;
+    if (isWhole && options_.shards > 1 && shardOf(item.path, options_.shards) != options_.shard) {
         if (found.named && isFolder(item.path)) {
             open(before.self, std::make_unique<FolderSource>(item.path, options_.pattern));
         }
         return;
     }
     if (isOutput(item)) return;
+    const bool hasZero = item.path.find('\0') != std::string::npos;
+    if (isWhole && found.named && !hasZero && isPipe(item.path)) {
+        const auto from = ArchiveSource::From::kPipe;
+        open(before.self, std::make_unique<ArchiveSource>(item.path, from, options_.timeout));
+        return;
+    }
     if (finished_.take(item.path, item.index)) {
         ++counts_.finished;
         if (progress_.isOn()) forecast_.addFinished(item);
         return;
     }
-    if (item.path.find('\0') != std::string::npos) found.problem = zeroByteProblem(item.path);
+    if (hasZero) found.problem = zeroByteProblem(item.path);
     Slot& slot = insert(before.self);
     slot.item = std::move(found.item);
     if (found.problem) {
@@ -209,17 +244,21 @@ void BatchRun::handle(PoolEvent& event) {
         case RowKind::kMbox:
             slot.source = std::make_unique<MboxSource>(path);
             break;
+        case RowKind::kArchive:
+            slot.source = std::make_unique<ArchiveSource>(path, ArchiveSource::From::kFile, options_.timeout);
+            break;
         default:
             settle(slot, std::move(event.line), event.row == RowKind::kError);
             return;
     }
-    open_.push_back(&slot);
+    addOpen(slot);
 }
 
 void BatchRun::settle(Slot& slot, std::string row, bool isError) {
     ++counts_.rows;
     if (progress_.isOn()) forecast_.addDone(slot.item);
     if (isError) ++counts_.errors;
+    slot.item.file.reset();
     if (isOrdered()) {
         heldBytes_ += row.size();
         slot.row = std::move(row);

@@ -67,9 +67,11 @@ class BatchRun {
     bool isOrdered() const { return options_.ordered || options_.jobs == 1; }
 
     void open(Slots::iterator before, std::unique_ptr<ItemSource> source);
+    void addOpen(Slot& slot);
     Slot& insert(Slots::iterator before);
     bool fill();
-    bool take();
+    ItemSource::Next take();
+    void wait(int signals, bool more);
     void add(Slot& before, FoundItem found);
     bool isOutput(const BatchItem& item) const;
     void handle(PoolEvent& event);
@@ -88,12 +90,12 @@ class BatchRun {
     Forecast forecast_;  // only used while there is a line to show
     WorkerPool pool_;
     Slots slots_;
-    std::vector<Slot*> open_;  // the last one is read first
-    std::deque<Slot*> again_;  // to be given to a worker once more
-    size_t heldBytes_ = 0;     // in rows that wait for their turn
-    std::string ready_;        // rows for the output
-    int awaited_ = -1;         // the descriptor of a source that must be waited for
-    bool isLong_ = false;      // has run long enough for a line that shows the progress
+    std::vector<Slot*> open_;           // the last one is read first
+    std::deque<Slot*> again_;           // to be given to a worker once more
+    size_t heldBytes_ = 0;              // in rows that wait for their turn
+    std::string ready_;                 // rows for the output
+    std::vector<ItemSource*> awaited_;  // sources that must be waited for
+    bool isLong_ = false;               // has run long enough for a line that shows the progress
     BatchCounts counts_;
 };
 

@@ -1,11 +1,13 @@
 // Where the items of a batch come from.
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "tool/archive/archive_messages.h"
 #include "tool/archive/folder_walk.h"
 #include "tool/archive/mbox.h"
 #include "tool/archive/path_list.h"
@@ -27,14 +29,27 @@ struct FoundItem {
 
 class ItemSource {
   public:
-    enum class Next { kFound, kLater, kEnd };
+    enum class Next {
+        kFound,
+        kMore,   // has worked for a while, and found nothing yet
+        kLater,  // waits for the descriptor, or for messages that are being read; nothing else should be begun
+        kAway,   // waits for another program; other sources may go on
+        kEnd
+    };
 
     virtual ~ItemSource() = default;
 
     virtual Next next(FoundItem& found) = 0;
 
-    // After Later: next has more when this descriptor can be read.
+    // After kLater and kAway: next has more when this descriptor can be read.
     virtual int descriptor() const { return -1; }
+
+    // So long has been waited for it, and so many milliseconds more may be; -1 is any number.
+    virtual void waited(std::chrono::nanoseconds) {}
+    virtual int patience() const { return -1; }
+
+    // Whether it has begun something that takes much room. Another such should not be begun before its end.
+    virtual bool isBusy() const { return false; }
 };
 
 // The paths of the command line; "-" stands for the paths that standard input names.
@@ -86,5 +101,38 @@ class MboxSource final : public ItemSource {
     std::unique_ptr<MboxScan> scan_;
     bool failed_ = false;
 };
+
+// The messages of an archive, or those that a pipe delivers.
+class ArchiveSource final : public ItemSource {
+  public:
+    enum class From { kFile, kPipe };
+
+    // `timeout` is for waiting for one message; 0 is none.
+    ArchiveSource(std::string path, From from, std::chrono::nanoseconds timeout)
+        : path_(std::move(path)), from_(from), timeout_(timeout) {}
+
+    Next next(FoundItem& found) override;
+    int descriptor() const override;
+    void waited(std::chrono::nanoseconds time) override { waited_ += time; }
+    int patience() const override;
+    bool isBusy() const override { return messages_ != nullptr; }
+
+  private:
+    Next begin();
+    Next step(FoundItem& found);
+
+    std::string path_;
+    From from_;
+    std::chrono::nanoseconds timeout_;
+    std::chrono::nanoseconds waited_{};
+    emlhost::UniqueDescriptor pipe_;  // while its beginning is read
+    std::string beginning_;
+    std::unique_ptr<ArchiveMessages> messages_;
+    bool mustWait_ = false;  // for messages that are being read
+    bool hasFailed_ = false;
+};
+
+// Whether the path names a pipe, or something else of which each byte can be read once.
+bool isPipe(const std::string& path);
 
 }  // namespace emltool

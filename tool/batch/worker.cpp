@@ -2,8 +2,8 @@
 
 #include <unistd.h>
 
-#include <cerrno>
 #include <chrono>
+#include <deque>
 #include <memory>
 #include <new>
 
@@ -12,6 +12,7 @@
 #include "tool/html/html_parser.h"
 #include "tool/message/smime.h"
 #include "tool/message/tnef.h"
+#include "tool/system/file_passing.h"
 #include "tool/system/process_limits.h"
 #include "tool/text/charset_guess.h"
 
@@ -39,25 +40,21 @@ class TaskPipe {
     static constexpr size_t kPiece = size_t{64} << 10;
 
     bool take(BatchItem& item) {
-        const std::string_view rest = std::string_view(bytes_).substr(taken_);
-        if (rest.size() < sizeof(TaskHeader)) return false;
-        const auto header = headerAt<TaskHeader>(rest);
-        if (rest.size() - sizeof header < header.pathLength) return false;
-        item.path.assign(rest, sizeof header, static_cast<size_t>(header.pathLength));
-        item.index = header.hasIndex != 0 ? std::optional<uint64_t>(header.index) : std::nullopt;
-        item.offset = header.offset;
-        item.length = header.length;
-        taken_ += sizeof header + item.path.size();
+        TaskHeader header{};
+        if (!takeTask(std::string_view(bytes_).substr(taken_), item, header)) return false;
+        taken_ += sizeof header + static_cast<size_t>(header.pathLength + header.memberLength);
+        if (header.file == TaskFile::kNew && !files_.empty()) {
+            file_ = std::make_shared<emlhost::UniqueDescriptor>(std::move(files_.front()));
+            files_.pop_front();
+        }
+        if (header.file != TaskFile::kNamed) item.file = file_;
         return true;
     }
 
     bool read() {
         bytes_.erase(0, taken_);
         taken_ = 0;
-        ssize_t got = -1;
-        do {
-            got = ::read(descriptor_, piece_.get(), kPiece);
-        } while (got < 0 && errno == EINTR);
+        const ssize_t got = receiveWithFiles(descriptor_, {piece_.get(), kPiece}, files_);
         if (got > 0) bytes_.append(piece_.get(), static_cast<size_t>(got));
         return got > 0;
     }
@@ -65,7 +62,9 @@ class TaskPipe {
     int descriptor_;
     std::unique_ptr<char[]> piece_;
     std::string bytes_;
-    size_t taken_ = 0;  // of bytes_
+    size_t taken_ = 0;                             // of bytes_
+    std::deque<emlhost::UniqueDescriptor> files_;  // that have come, in the order of their tasks
+    SharedFile file_;                              // the one that came last
 };
 
 // At once: what a later message does to this process must not cost the row of an earlier one.

@@ -60,7 +60,7 @@ std::string mainHelp(const CLI::App& app, const Style& style) {
         {"4", "not an e-mail message, or empty"},
         {"5", "encrypted: only the header can be shown"},
         {"6", "output cannot be written"},
-        {"7", "no such sub-file, or no such message in an mbox"},
+        {"7", "no such sub-file, or no such message in an mbox or archive"},
         {"70", "internal error, out of memory"},
     };
     for (const auto& code : kCodes) text += row(code[0], code[1], style);

@@ -34,7 +34,7 @@ class BatchCommandRun final : public CommandRun {
   public:
     explicit BatchCommandRun(CLI::App& app) {
         app.add_option("PATH", options_.paths,
-                       "messages, folders, mbox files; - reads paths from standard input")
+                       "messages, folders, mbox files, archives; - reads paths from standard input")
             ->type_name("");
         app.add_flag("-0,--null", null_, "paths on standard input end with a zero byte");
         app.add_option("--name", options_.pattern, "only files in folders with such names, as in '*.eml'")
@@ -226,12 +226,15 @@ std::unique_ptr<CommandRun> declareBatch(CLI::App& app) { return std::make_uniqu
 }  // namespace
 
 const Command kBatchCommand = {
-    "batch", "many messages, folders and mbox files: one JSON line each", "PATH...|-",
+    "batch", "many messages, folders, mbox files and archives: one JSON line each", "PATH...|-",
     "Worker processes read the messages. One that crashes its worker, takes too long or needs too much "
     "memory\n"
     "has an error in its row, and the work continues. Folders are read with everything in them, in the "
     "order\n"
     "of the names. A file that begins with \"From \" is an mbox, whose messages have an index, from 0 on.\n"
+    "So are tar (plain, or with gzip, bzip2, xz, Zstandard), zip and single compressed files; rows have the "
+    "name\n"
+    "of the member. A pipe may deliver all of these: PATH is /dev/stdin then.\n"
     "In a Maildir only the messages are read. The file with the rows is not. --resume continues after "
     "Ctrl-C.\n"
     "\"eml schema\" prints what a row holds.\n\n"
@@ -248,6 +251,7 @@ const Command kBatchCommand = {
     "  eml batch -j 0 -o rows.jsonl --resume archive/ continues where that stopped\n"
     "  eml batch --shard=3/16 archive/                the third of 16 parts, on any machine\n"
     "  eml batch -j 0 --threads -o rows.jsonl archive/ all of them, with their conversations\n"
+    "  zcat big.mbox.gz | eml batch /dev/stdin        as it comes\n"
     "  find archive -name '*.eml' -print0 | eml batch -0 - | jq -r .message.metadata.subject\n",
     declareBatch};
 

@@ -2,6 +2,7 @@
 
 #include "tool/message/json_text.h"
 #include "tool/message/size_visitor.h"
+#include "tool/text/format.h"
 #include "tool/text/visible_text.h"
 
 namespace emltool {
@@ -25,7 +26,10 @@ ExitCode forEachFile(Console& console, const MessageArguments& messages, const M
         MessageSources sources = messages.messagesOf(file);
         const auto step = [&] {
             MessageSource source;
-            if (!sources.next(source)) return false;
+            const bool isThere = sources.next(source);
+            for (const FolderWalk::Entry& entry : sources.takeLeftOut())
+                console.warn(entry.path, formatted("left out: {}", entry.leftOut));
+            if (!isThere) return false;
             return attempt(
                 [&] {
                     work(source);

@@ -26,9 +26,10 @@ bool isEmpty(const SharedFile& file) {
 }  // namespace
 
 MessageArguments::MessageArguments(CLI::App& app, Count count) : command_(app.get_name()), count_(count) {
-    const char* text = count == Count::kOne
-                           ? "the message; - is standard input, box.mbox#17 the 17th message of an mbox"
-                           : "messages; - is standard input, box.mbox#17 the 17th message of an mbox";
+    const char* text =
+        count == Count::kOne
+            ? "the message; - is standard input, box.mbox#17 the 17th message of an mbox or archive"
+            : "messages; - is standard input, box.mbox#17 the 17th message of an mbox or archive";
     app.add_option("FILE", files_, text)->type_name("");
 }
 

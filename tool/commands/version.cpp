@@ -3,6 +3,7 @@
 #include <string>
 #include <string_view>
 
+#include "tool/archive/unpack.h"
 #include "tool/cli/command.h"
 #include "tool/cli/version.h"
 #include "tool/database/database.h"
@@ -28,7 +29,7 @@ struct Feature {
     bool isThere() const { return lack().empty(); }
 };
 
-constexpr std::array<Feature, 6> kFeatures = {{
+constexpr std::array<Feature, 7> kFeatures = {{
     {"tnef", "TNEF (winmail.dat)", "unpacked", "not unpacked", tnefLack},
     {"smime", "S/MIME", "signed messages unwrapped, nothing verified or decrypted", "not unwrapped",
      smimeLack},
@@ -37,6 +38,7 @@ constexpr std::array<Feature, 6> kFeatures = {{
      "Western where it is not UTF-8", charsetGuessLack},
     {"html", "HTML", "shown as its text", "shown as its source", htmlLack},
     {"database", "databases (eml search)", "written and searched", "not written", databaseLack},
+    {"archives", "tar, zip and compressed files", "read", "not read", archiveLack},
 }};
 
 class VersionRun final : public CommandRun {

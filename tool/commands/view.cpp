@@ -77,9 +77,9 @@ class ViewRun final : public CommandRun {
             throw usageProblem("view has no --reader=filter, which gives text alone; see \"eml show\"");
         }
         // A folder without a place for its pages is refused below, as by the other commands.
-        const bool isSite =
-            isFolder(messages_.file()) ? !outputPath_.empty() : isMboxOfMany(messages_.file());
-        if (isSite) return writeFolder(console, options, *maxEmbed);
+        const char* const folderWord = outputPath_.empty() ? nullptr : "a folder";
+        const char* const many = isFolder(messages_.file()) ? folderWord : wordForMany(messages_.file());
+        if (many != nullptr) return writeFolder(console, options, *maxEmbed, many);
         MessageFile file(messages_.message(), messages_.force());
         const ViewOptions viewOptions{*maxEmbed};
         const ViewPage page = options.reading == Reading::kContainer
@@ -102,23 +102,25 @@ class ViewRun final : public CommandRun {
     }
 
   private:
-    // What cannot be read is no mbox; opening it as a message says why.
-    static bool isMboxOfMany(const std::string& path) {
-        if (path == "-") return false;
+    // What holds many messages; NULL if nothing does. What cannot be read is no mbox; opening it as a message says why.
+    static const char* wordForMany(const std::string& path) {
+        if (path == "-") return nullptr;
         try {
             MessageSources sources(path);
             MessageSource source;
-            return sources.next(source) && source.isOneOfMany;
+            if (!sources.next(source) || !source.isOneOfMany) return nullptr;
+            return source.member ? "an archive" : "an mbox";
         } catch (const Problem&) {
-            return false;
+            return nullptr;
         }
     }
 
-    ExitCode writeFolder(Console& console, const GlobalOptions& options, uint64_t maxEmbed) const {
+    ExitCode writeFolder(Console& console, const GlobalOptions& options, uint64_t maxEmbed,
+                         const char* many) const {
         const std::string& path = messages_.file();
         if (outputPath_.empty() || outputPath_ == "-") {
-            throw usageProblem(formatted("{} is {}: name a folder for its pages with -o", visible(path),
-                                         isFolder(path) ? "a folder" : "an mbox"));
+            throw usageProblem(
+                formatted("{} is {}: name a folder for its pages with -o", visible(path), many));
         }
         if (options.reading != Reading::kMime)
             throw usageProblem("--reader=container shows one message at a time");
@@ -169,7 +171,9 @@ const Command kViewCommand = {
     "in it runs, and nothing is loaded from the network. Without -o it is a temporary file, which only you "
     "can\n"
     "read, and is opened with $BROWSER or xdg-open; it stays until you remove it.\n\n"
-    "A folder or an mbox becomes a folder with a page for each message, and index.html, the list of them.\n\n"
+    "A folder, an mbox or an archive becomes a folder with a page for each message, and index.html, the "
+    "list\n"
+    "of them.\n\n"
     "Examples:\n"
     "  eml view message.eml\n"
     "  eml view -o message.html message.eml\n"

@@ -337,7 +337,7 @@ std::string withVisibleControls(std::string_view json) {
 }
 
 AnswerSource answerSource(const MessageSource& source) {
-    return {source.path, source.index, source.offset, source.length};
+    return {source.path, source.index, source.hasPlace, source.offset, source.length, source.member};
 }
 
 std::string jsonLine(const AnswerForm& form, const AnswerSource& source, const MessageTree* tree,

@@ -24,9 +24,11 @@ const char* readerWord(Reading reading);
 // Where the message of an answer is.
 struct AnswerSource {
     std::string_view path;
-    std::optional<uint64_t> index = std::nullopt;  // in the mbox; nothing for a whole file
-    uint64_t offset = 0;                           // of that message in the mbox
+    std::optional<uint64_t> index = std::nullopt;  // in the mbox or archive; nothing for a whole file
+    bool hasPlace = false;                         // its bytes are in the file:
+    uint64_t offset = 0;                           // here
     uint64_t length = 0;
+    std::optional<std::string_view> member = std::nullopt;  // of the archive
 };
 
 AnswerSource answerSource(const MessageSource& source);

@@ -1,67 +1,18 @@
 #include "tool/system/isolated_work.h"
 
-#include <fcntl.h>
 #include <poll.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
-#include <exception>
-#include <new>
-#include <system_error>
 
-#include "standalone/unique_descriptor.h"
-#include "tool/system/child_process.h"
-#include "tool/system/process_limits.h"
-#include "tool/terminal/problem.h"
+#include "tool/system/isolated_process.h"
 
 namespace emltool {
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-enum ExitStatus : int { kDone = 0, kFailed = 1, kNoMemory = 2 };
-
-// Closes every descriptor but `reply` and returns the new number of that; -1 on failure.
-int dropDescriptors(int reply) {
-    constexpr int kReply = STDERR_FILENO + 1;
-    // First moves it away from the low numbers.
-    int kept = ::fcntl(reply, F_DUPFD, kReply + 1);
-    int nothing = ::open("/dev/null", O_RDWR);
-    if (kept < 0 || nothing < 0) return -1;
-    for (int number = STDIN_FILENO; number <= STDERR_FILENO; ++number) ::dup2(nothing, number);
-    if (::dup2(kept, kReply) < 0 || ::close_range(kReply + 1, ~0U, 0) != 0) return -1;
-    return kReply;
-}
-
-void acceptLimits(const IsolationLimits& limits) {
-    lowerLimit(RLIMIT_AS, static_cast<rlim_t>(addressSpace() + limits.memory));
-    lowerLimit(RLIMIT_CPU, limits.processorSeconds);
-    for (int resource : {RLIMIT_CORE, RLIMIT_FSIZE, RLIMIT_NOFILE, RLIMIT_NPROC}) lowerLimit(resource, 0);
-    // Handlers of the program, such as a sanitizer's, are not wanted here.
-    for (int number : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGXCPU}) {
-        std::signal(number, SIG_DFL);
-    }
-}
-
-[[noreturn]] void doIsolated(const IsolatedWork& work, const IsolationLimits& limits, int reply,
-                             pid_t parent) {
-    ExitStatus status = kFailed;
-    try {
-        becomeWorker(parent);
-        int descriptor = dropDescriptors(reply);
-        acceptLimits(limits);
-        if (descriptor >= 0 && work(descriptor)) status = kDone;
-    } catch (const std::bad_alloc&) {
-        status = kNoMemory;
-    } catch (const std::exception&) {
-        status = kFailed;
-    }
-    ::_exit(status);
-}
 
 // How the reading of the reply ended.
 enum class Reading { kWhole, kTooLong, kTooLate, kFailed };
@@ -100,36 +51,22 @@ std::string failureOf(Reading reading, int status) {
         case Reading::kWhole:
             break;
     }
-    bool tooMuchWork = WIFSIGNALED(status) && (WTERMSIG(status) == SIGXCPU || WTERMSIG(status) == SIGKILL);
-    if (tooMuchWork) return "took too long";
-    if (!WIFEXITED(status)) return describeStatus(status);
-    if (WEXITSTATUS(status) == kDone) return "";
-    return WEXITSTATUS(status) == kNoMemory ? "ran out of memory" : "could not do it";
+    return isolatedFailure(status);
 }
 
 }  // namespace
 
 IsolatedReply workIsolated(const IsolatedWork& work, const IsolationLimits& limits) {
     IsolatedReply reply;
-    int ends[2];
-    if (::pipe2(ends, O_CLOEXEC) != 0) {
-        reply.failure = "cannot be started: " + describe({errno, std::system_category()});
+    const auto alone = [&](int descriptor, int) { return work(descriptor); };
+    IsolatedProcess process = startIsolated(alone, {limits.memory, limits.processorSeconds, false});
+    if (process.child == nullptr) {
+        reply.failure = process.failure;
         return reply;
     }
-    emlhost::UniqueDescriptor reading(ends[0]);
-    emlhost::UniqueDescriptor writing(ends[1]);
-    pid_t parent = ::getpid();
-    pid_t id = ::fork();
-    if (id == 0) doIsolated(work, limits, writing.get(), parent);
-    if (id < 0) {
-        reply.failure = "cannot be started: " + describe({errno, std::system_category()});
-        return reply;
-    }
-    ChildProcess child(id);
-    writing.close();
-    Reading result = readReply(reading.get(), limits, reply.bytes);
+    Reading result = readReply(process.replies.get(), limits, reply.bytes);
     // An honest process closes the pipe by ending; one that runs on after that is not honest.
-    reply.failure = failureOf(result, child.kill());
+    reply.failure = failureOf(result, process.child->kill());
     if (!reply.done()) reply.bytes.clear();
     return reply;
 }

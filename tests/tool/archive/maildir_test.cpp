@@ -82,5 +82,28 @@ TEST(Maildir, HasHousekeeping) {
     }
 }
 
+TEST(Maildir, LeavesOutOfAnArchiveWhatIsNoMessage) {
+    const struct {
+        const char* rule;
+        const char* name;
+        const char* beginning;
+        bool isLeftOut;
+    } cases[] = {
+        {"tmp without others is any folder", "Mail/tmp/1.host", "A: 1\n", false},
+        {"but for names that deliveries have", "Mail/tmp/1700000000.M1P2.host", "A: 1\n", true},
+        {"an index that comes before all messages", "Mail/dovecot-uidlist", "3 V1 N2\n", true},
+        {"a message that is called like one", "Mail/dovecot.eml", "A: 1\n", false},
+        {"an mbox that is called like one", "Mail/subscriptions", "From a\n", false},
+        {"a message", "Mail/cur/1.host:2,S", "A: 1\n", false},
+        {"tmp beside cur", "Mail/tmp/1.host", "A: 1\n", true},
+        {"tmp beside nothing", "Other/tmp/1.host", "A: 1\n", false},
+        {"a message in new", "new/1.host", "A: 1\n", false},
+        {"tmp beside new, without a folder around", "tmp/1.host", "A: 1\n", true},
+        {"what is no message is for the row of an error", "Mail/cur/x", "\x01\x02", false},
+    };
+    MaildirMembers members;
+    for (const auto& c : cases) EXPECT_EQ(members.leavesOut(c.name, c.beginning), c.isLeftOut) << c.rule;
+}
+
 }  // namespace
 }  // namespace emltool
