@@ -169,7 +169,7 @@ def the_schema_is_the_file_that_the_tests_use():
     for subject in ("tree", "compare"):
         expect(cli.eml("schema", subject), 0,
                out=read(os.path.join(HERE, f"../../tool/commands/eml-{subject}-1.schema.json")).decode())
-    expect(cli.eml("schema", "x"), 2, "eml: schema: no such subject, x; it is messages, tree or compare\n")
+    expect(cli.eml("schema", "x"), 2, "eml: schema: no such subject, x; it is messages, tree, compare or search\n")
 
 
 @test

@@ -46,12 +46,15 @@ struct OpenElements {
     bool definition = false;  // <dt>, <dd>
     bool link = false;
     bool button = false;
+    bool heading = false;  // right around the place
 
     bool areEndedBy(std::string_view name) const {
         return (paragraph && endsParagraph(name)) || (item && name == "li") ||
-               (definition && isDefinition(name)) || (link && name == "a") || (button && name == "button");
+               (definition && isDefinition(name)) || (link && name == "a") || (button && name == "button") ||
+               (heading && isHeading(name));
     }
     void enter(std::string_view name) {
+        heading = isHeading(name);
         if (name == "td" || name == "th" || name == "caption") paragraph = link = button = false;
         if (name == "button") paragraph = false;
         if (name == "button") button = true;
@@ -63,6 +66,9 @@ struct OpenElements {
     }
 
   private:
+    static bool isHeading(std::string_view name) {
+        return name.size() == 2 && name[0] == 'h' && name[1] >= '1' && name[1] <= '6';
+    }
     static bool isDefinition(std::string_view name) { return name == "dt" || name == "dd"; }
 };
 

@@ -151,6 +151,7 @@ TEST_F(InertHtmlTest, EveryElementIsClosedInOrder) {
         {"<nobr>a<table><nobr>b</table>",
          "<span style=\"white-space:nowrap;\">a<span "
          "style=\"white-space:nowrap;\">b</span><table></table></span>"},
+        {"<h1>a<table><h2>b", "<h1>a<span style=\"display:block;\">b</span><table></table></h1>"},
         {"<h1>a<noscript><h1>b", "<h1>a<span><h1>b</h1></span></h1>"},
         {"<a name=x>a<marquee><a name=y>b", "<a>a<span><span>b</span></span></a>"},
         {"<button>a<marquee><button>b", "<button>a<span><span>b</span></span></button>"},
