@@ -289,7 +289,15 @@ bool Unpacking::allMembers() {
     for (;;) {
         archive_entry* entry = nullptr;
         const int result = l.nextHeader(archive_, &entry);
-        if (result == ARCHIVE_EOF) return true;
+        if (result == ARCHIVE_EOF) {
+            // A compressed file of no bytes is a file, too.
+            const int format = l.format(archive_) & ARCHIVE_FORMAT_BASE_MASK;
+            if (format == ARCHIVE_FORMAT_EMPTY) {
+                beginMember();
+                say(Kind::kMemberEnd);
+            }
+            return true;
+        }
         if (result != ARCHIVE_OK && result != ARCHIVE_WARN) return fail();
         allowProcessorTime(kProcessorSeconds);
         if (isBomb()) return fail(Failure::kBomb);
