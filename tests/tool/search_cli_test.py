@@ -109,6 +109,33 @@ def answers_for_people_say_where_and_how_many():
 
 
 @test
+def a_message_is_opened_by_its_number():
+    os.makedirs("in")
+    write("in/a#1.eml", LETTERS["1.eml"])
+    write("in/box.mbox", b"".join(b"From x Thu Jan  1 00:00:00 1970\n" + LETTERS[name].replace(b"\r\n", b"\n") + b"\n"
+                                  for name in ("2.eml", "3.eml")))
+    expect(eml("batch", "-o", "mail.sqlite", "in"), 0)
+    os.mkdir("elsewhere")
+    for number, subject in ((1, "Project plan"), (2, "Re: Project plan"), (3, "Draft")):
+        for cwd, path in ((".", "mail.sqlite"), ("elsewhere", "../mail.sqlite")):
+            result = eml("--json", "info", f"{path}#{number}", cwd=cwd)
+            equal((result.code, json.loads(result.out)["message"]["metadata"]["subject"]), (0, subject), f"{number} {cwd}")
+    equal("Caf\u00e9 at noon?" in eml("show", "mail.sqlite#2").out, True)
+    expect(eml("show", "mail.sqlite#4"), 7, "eml: mail.sqlite: has 3 messages, there is no 4\n")
+    result = eml("show", "mail.sqlite")
+    equal((result.code, "is a database" in result.err), (2, True), result.err)
+    os.remove("in/a#1.eml")
+    equal(eml("show", "mail.sqlite#1").code, 3)
+    database = sqlite3.connect("mail.sqlite")
+    database.execute("UPDATE messages SET path = '../mail.sqlite#2', mbox_index = NULL WHERE id = 2")
+    database.execute("UPDATE messages SET path = 'mail.sqlite', mbox_index = 2 WHERE id = 3")
+    database.commit()
+    database.close()
+    for number in (2, 3):
+        equal(eml("show", f"mail.sqlite#{number}").code, 3, "a database that names itself")
+
+
+@test
 def what_cannot_be_searched():
     letters()
     write("text.sqlite", b"just text, " * 50)

@@ -13,6 +13,7 @@
 #include "tool/archive/archive_kind.h"
 #include "tool/archive/emlx.h"
 #include "tool/archive/mail_lines.h"
+#include "tool/database/mail_search.h"
 #include "tool/text/format.h"
 #include "tool/text/suggestion.h"
 #include "tool/text/visible_text.h"
@@ -122,6 +123,28 @@ void MessageSources::openArgument() {
     throw inputProblem(path_, error, didYouMean(near));
 }
 
+// One that names another database could name itself.
+void MessageSources::openStoredMessage() {
+    if (isStored_) throw inputProblem(path_, std::make_error_code(std::errc::too_many_symbolic_link_levels));
+    if (argument_ == "-" || !number_) {
+        throw Problem(
+            ExitCode::kUsage, "several-messages", wordsFor(path_),
+            formatted("is a database; name a message of it as \"eml search\" prints them: {0}#1", path_));
+    }
+    MailSearch database(path_);
+    const auto id = static_cast<int64_t>(std::min<uint64_t>(*number_, INT64_MAX));
+    const std::optional<FoundPlace> place = database.place(id);
+    if (!place) {
+        throw noSuchMessage(path_, formatted("has {}, there is no {}",
+                                             plural(static_cast<uint64_t>(database.size())), *number_));
+    }
+    const bool isAbsolute = place->path.starts_with('/') || place->folder.empty();
+    const std::string path = isAbsolute ? place->path : place->folder + '/' + place->path;
+    stored_ =
+        std::make_unique<MessageSources>(place->index ? formatted("{}#{}", path, *place->index + 1) : path);
+    stored_->isStored_ = true;
+}
+
 void MessageSources::begin() {
     begun_ = true;
     if (folders_ == Folders::kRead && isFolder(argument_)) {
@@ -132,7 +155,9 @@ void MessageSources::begin() {
     if (file_ == nullptr) openArgument();
     std::array<char, kArchiveBeginning> room{};
     const std::string_view first = beginning(room);
-    if (beginsMbox(first)) {
+    if (beginsDatabase(first)) {
+        openStoredMessage();
+    } else if (beginsMbox(first)) {
         scan_ = std::make_unique<MboxScan>(path_, file_);
     } else if (beginsArchive(first)) {
         archive_ = std::make_unique<ArchiveMessages>(wordsFor(path_), file_);
@@ -272,6 +297,7 @@ bool MessageSources::nextOfFolder(MessageSource& source) {
 bool MessageSources::next(MessageSource& source) {
     if (!begun_) begin();
     if (walk_ != nullptr) return nextOfFolder(source);
+    if (stored_ != nullptr) return stored_->next(source);
     if (ended_) return false;
     if (isMany() && !number_) {
         ended_ = true;
@@ -291,6 +317,7 @@ bool MessageSources::next(MessageSource& source) {
 
 MessageSource MessageSources::failure() const {
     if (inFolder_ != nullptr) return inFolder_->failure();
+    if (stored_ != nullptr) return stored_->failure();
     MessageSource source;
     source.path = path_;
     if (failed_) {

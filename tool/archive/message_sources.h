@@ -16,6 +16,7 @@ namespace emltool {
 
 // "letter.eml" is one message, "box.mbox" all that it holds, "box.mbox#17" the 17th of them, and "-" what
 // standard input delivers. A file that is really called "box.mbox#17" comes before that place in "box.mbox".
+// "mail.sqlite#17" is the message with this number in a database that a batch has made: from where it was found then.
 // What begins with "From " is an mbox, also if it comes from a pipe, which is spooled; an archive is all messages in it.
 class MessageSources {
   public:
@@ -44,6 +45,7 @@ class MessageSources {
     bool nextOfFolder(MessageSource& source);
     bool nextOfMany(MessageSource& source);
     bool nextInFile(MessageSource& source);
+    void openStoredMessage();
     bool isMany() const { return scan_ != nullptr || archive_ != nullptr; }
     std::string_view beginning(std::span<char> room) const;
     MessageSource numbered();
@@ -57,6 +59,8 @@ class MessageSources {
     std::unique_ptr<FolderWalk> walk_;
     std::unique_ptr<MessageSources> inFolder_;  // the file of the folder that is being read
     std::vector<FolderWalk::Entry> leftOut_;
+    std::unique_ptr<MessageSources> stored_;  // the place that a database names
+    bool isStored_ = false;                   // this is such a place
     std::unique_ptr<MboxScan> scan_;
     std::unique_ptr<ArchiveMessages> archive_;
     std::optional<MessageSource> ahead_;   // the message after the one that was returned
