@@ -25,6 +25,7 @@ libssl-dev           has_header openssl/cms.h
 libuchardet-dev      has_header uchardet/uchardet.h
 libgumbo-dev         has_header gumbo.h
 libarchive-dev       has_header archive.h
+libsqlite3-dev       has_header sqlite3.h
 '
 test_needs='
 g++-multilib         links_32_bit
@@ -61,6 +62,8 @@ coverage_needs='
 gcovr                command -v gcovr
 '
 engines_needs='
+nodejs               command -v node
+npm                  command -v npm
 parallel             command -v parallel
 openssh-client       command -v ssh-keygen
 openssh-server       test -x /usr/sbin/sshd

@@ -39,7 +39,8 @@ class BatchCommandRun final : public CommandRun {
         app.add_flag("-0,--null", null_, "paths on standard input end with a zero byte");
         app.add_option("--name", options_.pattern, "only files in folders with such names, as in '*.eml'")
             ->type_name("GLOB");
-        app.add_option("-o,--output", options_.output, "write the rows to FILE, which must not exist")
+        app.add_option("-o,--output", options_.output,
+                       "write the rows to FILE, which must not exist; NAME.sqlite becomes a database")
             ->type_name("FILE");
         app.add_flag("--resume", options_.resume, "continue FILE, which an earlier run has begun");
         app.add_option("-j,--jobs", jobs_, "worker processes; 0 means one per processor (default: 1)")

@@ -105,7 +105,7 @@ class SearchRun final : public CommandRun {
   public:
     explicit SearchRun(CLI::App& app) {
         app.add_option("DATABASE", path_, "what \"eml batch -o DATABASE\" has written")
-            ->required()
+
             ->type_name("");
         app.add_option("WORDS", words_, "what is looked for")->type_name("");
         app.add_option("--sort", sort_, "newest (the default), oldest or relevance first")
@@ -117,6 +117,7 @@ class SearchRun final : public CommandRun {
         const auto order = static_cast<SearchOrder>(kSortChoices.parse(sort_));
         const std::optional<unsigned> limit = parseNumber(limit_);
         if (!limit) throw usageProblem(formatted("--limit={}: not a number", limit_));
+        if (path_.empty()) throw usageProblem("search: no DATABASE given; see \"eml search --help\"");
         if (words_.empty()) throw usageProblem("search: no WORDS given; see \"eml search --help\"");
         std::string text;
         for (const std::string& word : words_) text += quotedAgain(word) + ' ';
