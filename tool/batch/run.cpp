@@ -3,6 +3,7 @@
 #include <fcntl.h>
 
 #include <algorithm>
+#include <iterator>
 
 #include "tool/batch/database_output.h"
 #include "tool/batch/row_output.h"
@@ -150,10 +151,11 @@ void BatchRun::open(Slots::iterator before, std::unique_ptr<ItemSource> source) 
     addOpen(slot);
 }
 
-// One that has begun with something large ends first.
+// Those that have begun with something large end first.
 void BatchRun::addOpen(Slot& slot) {
-    const bool isAfter = open_.empty() || !open_.back()->source->isBusy();
-    open_.insert(isAfter ? open_.end() : open_.end() - 1, &slot);
+    auto place = open_.end();
+    while (place != open_.begin() && (*std::prev(place))->source->isBusy()) --place;
+    open_.insert(place, &slot);
 }
 
 BatchRun::Slot& BatchRun::insert(Slots::iterator before) {
