@@ -170,7 +170,7 @@ const Command kSearchCommand = {
     "  pla*             words that begin so\n"
     "  \"plan for may\"   these words, one after the other\n"
     "  may OR june      one of the two\n"
-    "  -draft           not this one (after --, or not as the first word)\n"
+    "  plan -draft      without this word; -- comes before it if it is the first\n"
     "  subject:plan body:plan from:ann to:ann people:ann filename:report\n"
     "  after:2024-03 before:2024-03-15   from that day on; earlier than that day; by UTC\n"
     "  has:attachment list:ID thread:ID id:MESSAGE-ID status:warning\n"
