@@ -111,7 +111,7 @@ TEST(MimeFields, TheFirstOfANameCountsWhateverItsCase) {
             EXPECT_EQ(field.text, row.text) << row.header;
         }
         EXPECT_EQ(head.subject, message.subject()) << row.header;
-        EXPECT_EQ(head.date, dateOf(message.root())) << row.header;
+        EXPECT_EQ(head.facts.date, dateOf(message.root())) << row.header;
     }
 }
 
