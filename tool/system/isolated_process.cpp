@@ -23,16 +23,16 @@ enum ExitStatus : int { kDone = 0, kFailed = 1, kNoMemory = 2 };
 constexpr int kReply = STDERR_FILENO + 1;
 constexpr int kInput = kReply + 1;
 
-// Closes every descriptor but these two, which get the numbers kReply and kInput. False on failure.
+// Closes every descriptor but these, which get the numbers kReply and kInput; `input` may be none. False on failure.
 bool dropDescriptors(int reply, int input) {
     // First moves them away from the low numbers.
     const int kept = ::fcntl(reply, F_DUPFD, kInput + 1);
+    const int keptInput = input < 0 ? -1 : ::fcntl(input, F_DUPFD, kInput + 1);
     const int nothing = ::open("/dev/null", O_RDWR);
-    const int keptInput = ::fcntl(input < 0 ? nothing : input, F_DUPFD, kInput + 1);
-    if (kept < 0 || nothing < 0 || keptInput < 0) return false;
+    if (kept < 0 || nothing < 0 || (input >= 0 && keptInput < 0)) return false;
     for (int number = STDIN_FILENO; number <= STDERR_FILENO; ++number) ::dup2(nothing, number);
-    return ::dup2(kept, kReply) >= 0 && ::dup2(keptInput, kInput) >= 0 &&
-           ::close_range(kInput + 1, ~0U, 0) == 0;
+    if (::dup2(kept, kReply) < 0 || (input >= 0 && ::dup2(keptInput, kInput) < 0)) return false;
+    return ::close_range(input < 0 ? kInput : kInput + 1, ~0U, 0) == 0;
 }
 
 void acceptLimits(const ProcessLimits& limits) {
