@@ -866,6 +866,9 @@ def all_readings_are_for_extract():
 
 
 def main():
+    # What runs in the background begins with some signals ignored, and hands that on.
+    for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+        signal.signal(number, signal.SIG_DFL)
     wanted = sys.argv[2:]
     cli.TESTS[:] = [function for function in TESTS if not wanted or function.__name__ in wanted]
     return cli.main()
