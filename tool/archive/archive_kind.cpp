@@ -63,9 +63,25 @@ bool beginsBzip2(std::string_view beginning) {
     return block.starts_with(kBlockMark) || block.starts_with(kEndMark);
 }
 
+// Many kinds of documents and programs are zips. Their first member tells.
+bool beginsDocument(std::string_view beginning) {
+    constexpr size_t kNameLength = 26;  // where it is
+    constexpr size_t kName = 30;
+    constexpr std::array kFirstMembers = {"mimetype"sv, "[Content_Types].xml"sv, "_rels/.rels"sv};
+    constexpr std::array kFirstFolders = {"META-INF/"sv, "docProps/"sv, "word/"sv, "xl/"sv, "ppt/"sv};
+    if (!beginning.starts_with("PK\x03\x04"sv) || beginning.size() < kName) return false;
+    const size_t length = static_cast<unsigned char>(beginning[kNameLength]) +
+                          static_cast<unsigned char>(beginning[kNameLength + 1]) * size_t{256};
+    const std::string_view name = beginning.substr(kName, length);
+    return std::ranges::find(kFirstMembers, name) != kFirstMembers.end() ||
+           std::ranges::any_of(kFirstFolders,
+                               [name](std::string_view folder) { return name.starts_with(folder); });
+}
+
 }  // namespace
 
 bool beginsArchive(std::string_view beginning) {
+    if (beginsDocument(beginning)) return false;
     for (const std::string_view mark : kMarks) {
         if (beginning.starts_with(mark)) return mark != "BZh" || beginsBzip2(beginning);
     }

@@ -10,7 +10,7 @@ namespace emltool {
 constexpr size_t kArchiveBeginning = 512;
 
 // Whether a file that begins with these bytes is an archive that can be opened (tar, zip), or is compressed (gzip,
-// bzip2, xz, Zstandard).
+// bzip2, xz, Zstandard). Documents and programs that are zips (.docx, .odt, .epub, .jar) are none.
 bool beginsArchive(std::string_view beginning);
 
 }  // namespace emltool

@@ -23,6 +23,16 @@ std::string tarBlock(const std::string& name, unsigned more = 0) {
     return block;
 }
 
+// A zip up to the name of its first member.
+std::string zipBeginning(const std::string& name) {
+    std::string beginning("PK\x03\x04", 4);
+    beginning.resize(26);
+    beginning += static_cast<char>(name.size());
+    beginning += '\0';
+    beginning.append(2, '\0');
+    return beginning + name + "content";
+}
+
 TEST(ArchiveKind, IsToldByTheFirstBytes) {
     struct Row {
         const char* what;
@@ -43,6 +53,13 @@ TEST(ArchiveKind, IsToldByTheFirstBytes) {
          true},
         {"Zstandard", "\x28\xB5\x2F\xFD", true},
         {"zip", "PK\x03\x04", true},
+        {"zip with a message", zipBeginning("cur/1.eml"), true},
+        {"zip with a folder of a mail program", zipBeginning("words/1.eml"), true},
+        {"a text document", zipBeginning("mimetype"), false},
+        {"an office document", zipBeginning("[Content_Types].xml"), false},
+        {"one that another program wrote", zipBeginning("word/document.xml"), false},
+        {"a program", zipBeginning("META-INF/MANIFEST.MF"), false},
+        {"a name that is cut off", zipBeginning("mimetype").substr(0, 29), true},
         {"zip without members", "PK\x05\x06", true},
         {"two letters", "PK: 1\n", false},
         {"tar", tarBlock("a.eml"), true},
