@@ -4,13 +4,13 @@
 
 #include <archive.h>
 #include <archive_entry.h>
-#include <locale.h>
 #include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <clocale>
 #include <cstring>
 #include <new>
 #include <vector>
@@ -61,11 +61,10 @@ struct Library {
     decltype(::archive_entry_symlink)* symbolicLink = nullptr;
     decltype(::archive_entry_is_data_encrypted)* isEncrypted = nullptr;
     decltype(::archive_entry_sparse_count)* sparsePieces = nullptr;
-    locale_t utf8 = nullptr;  // names in UTF-8 stay what they are
+    locale_t utf8 = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);  // names in UTF-8 stay what they are
     bool isLoaded = false;
 
     Library() {
-        utf8 = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
         isLoaded = SharedLibrary(EML_ARCHIVE_LIBRARY)
                        .get(create, "archive_read_new")
                        .get(destroy, "archive_read_free")

@@ -112,7 +112,7 @@ ArchiveMessages::Step ArchiveMessages::step(ArchiveMessage& message) {
 }
 
 // What a call returns that could not go on. After kMore without a pause, the step has another to follow.
-ArchiveMessages::Step ArchiveMessages::fromGot(Got got) {
+ArchiveMessages::Step ArchiveMessages::fromGot(Got got) const {
     return got == Got::kLater && !isPaused_ ? Step::kLater : Step::kMore;
 }
 

@@ -76,7 +76,7 @@ class ArchiveMessages {
     void endMember();
     void fail(const MemberEvent& event);
     Problem memberProblem() const;
-    Step fromGot(ByteSource::Got got);
+    Step fromGot(ByteSource::Got got) const;
     uint64_t memberLength() const { return window_.end() - base_; }
     Step found(ArchiveMessage& message, const MboxRange& range);
     Step foundProblem(ArchiveMessage& message, Problem problem);

@@ -95,8 +95,8 @@ void printJson(Console& console, const SearchHit& hit) {
 }
 
 std::string countText(const SearchResult& result) {
-    const std::string count = formatted("{}{} message{}", result.areMore ? "more than " : "", result.count,
-                                        result.count == 1 ? "" : "s");
+    std::string count = formatted("{}{} message{}", result.areMore ? "more than " : "", result.count,
+                                  result.count == 1 ? "" : "s");
     if (result.count <= result.hits.size() && !result.areMore) return count;
     return formatted("{}, of which these are {}; --limit=0 gives all", count, result.hits.size());
 }

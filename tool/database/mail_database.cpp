@@ -127,7 +127,7 @@ void MailDatabase::Writer::addMessage(const Value& row, const Value& message, in
     for (const char* const name : {"to", "cc", "bcc"}) addPiece(recipients, text(metadata, name), ", ");
     int64_t attachments = 0;
     forEach(message, "sub_files",
-            [&](const Value& file) { attachments += text(file, "kind") == "attachment"; });
+            [&](const Value& file) { attachments += text(file, "kind") == "attachment" ? 1 : 0; });
     const Value* const encrypted = member(message, "encrypted");
 
     message_.bindNumber(1, run).bind(2, text(source, "path")).bindOptional(3, text(source, "path_b64"));

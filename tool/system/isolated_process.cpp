@@ -2,11 +2,11 @@
 
 #include <fcntl.h>
 #include <sys/wait.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
+#include <ctime>
 #include <exception>
 #include <new>
 #include <system_error>
