@@ -196,8 +196,8 @@ void Answer::received(const std::vector<TraceField>& steps) {
     for (const TraceField& step : steps) {
         json_.StartObject();
         const std::pair<const char*, const std::string&> members[] = {
-            {"from", step.from}, {"by", step.by},         {"via", step.via},  {"with", step.with},
-            {"id", step.id},     {"for", step.recipient}, {"date", step.date}};
+            {"from", step.from}, {"by", step.by},         {"via", step.via},     {"with", step.with},
+            {"id", step.id},     {"for", step.recipient}, {"other", step.other}, {"date", step.date}};
         for (const auto& [key, value] : members) {
             if (!value.empty()) putField(json_, key, value);
         }

@@ -30,6 +30,18 @@ std::string_view trimmed(std::string_view text) {
     return text.substr(first, text.find_last_not_of(kBlanks) + 1 - first);
 }
 
+std::string withOneBlank(std::string_view text) {
+    std::string result;
+    for (const char c : trimmed(text)) {
+        if (!isBlank(c)) {
+            result += c;
+        } else if (!result.ends_with(' ')) {
+            result += ' ';
+        }
+    }
+    return result;
+}
+
 // Walks over text, and knows what is inside of comments, quotes and angle brackets.
 class Walk {
   public:
@@ -88,7 +100,7 @@ class Clauses {
 
     // `before` is what came since the last word that begins a clause.
     void begin(const Clause* clause, std::string_view before) {
-        if (current_ != nullptr) field_.*(current_->value) = trimmed(before);
+        (current_ == nullptr ? field_.other : field_.*(current_->value)) = withOneBlank(before);
         current_ = clause;
     }
     bool isNew(const Clause* clause) const {

@@ -6,8 +6,8 @@
 
 namespace emltool {
 
-// Each is empty if the field does not say it. Comments stay where they are: they often have the address of the host
-// that really connected.
+// Each is empty if the field does not say it, and has one blank where the field has several. Comments stay where they
+// are: they often have the address of the host that really connected.
 struct TraceField {
     std::string from;  // "mx.example.org (mx.example.org [192.0.2.1])"
     std::string by;
@@ -15,6 +15,7 @@ struct TraceField {
     std::string with;  // "ESMTPS"
     std::string id;
     std::string recipient;  // after "for", without angle brackets
+    std::string other;      // before the first of these: "(qmail 17 invoked by uid 7)"
     std::string date;       // as written after the last semicolon
 };
 
