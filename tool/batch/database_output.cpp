@@ -1,12 +1,9 @@
 #include "tool/batch/database_output.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <filesystem>
 
+#include "tool/batch/locked_output.h"
 #include "tool/batch/thread_rows.h"
 #include "tool/terminal/problem.h"
 
@@ -16,16 +13,6 @@ namespace {
 
 // A commit costs more than a row, and what is not committed is read again after a crash.
 constexpr std::chrono::seconds kBetweenCommits{1};
-
-Problem openProblem(const std::string& path, int failure) {
-    if (failure == EEXIST) {
-        return {ExitCode::kOutput, "exists", path,
-                "already exists, not overwritten; --resume continues it, or choose another file"};
-    }
-    if (failure == EISDIR)
-        return {ExitCode::kOutput, "is-a-directory", path, "is a directory; name a file in it"};
-    return {ExitCode::kOutput, "write-failed", path, describe({failure, std::system_category()})};
-}
 
 RowFacts rowFacts(MailDatabase::ThreadFacts facts) {
     RowFacts result;
@@ -47,7 +34,7 @@ bool isDatabasePath(const std::string& path) {
 DatabaseOutput::DatabaseOutput(const std::string& path, bool resume, FinishedRows& finished) {
     if (const std::string lack = databaseLack(); !lack.empty())
         throw usageProblem("-o " + path + ": a database needs SQLite: " + lack);
-    lock(path, resume);
+    lock_ = openLockedOutput(path, resume, 0);
     std::error_code error;
     const std::filesystem::path folder = std::filesystem::current_path(error);
     database_ = std::make_unique<MailDatabase>(path, folder.string());
@@ -55,15 +42,6 @@ DatabaseOutput::DatabaseOutput(const std::string& path, bool resume, FinishedRow
     database_->forEachPlace([&](const StoredPlace& place) { finished.add(place.path, place.index); });
     finished.seal();
     committed_ = std::chrono::steady_clock::now();
-}
-
-// Between two transactions another writer could come.
-void DatabaseOutput::lock(const std::string& path, bool resume) {
-    const int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOCTTY | (resume ? 0 : O_EXCL);
-    lock_ = emlhost::UniqueDescriptor(::open(path.c_str(), flags, 0644));
-    if (!lock_.valid()) throw openProblem(path, errno);
-    if (::flock(lock_.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)
-        throw Problem(ExitCode::kOutput, "in-use", path, "another eml is writing it");
 }
 
 void DatabaseOutput::noteFiles(const std::string& path) {

@@ -25,7 +25,6 @@ class DatabaseOutput final : public RowSink {
     bool addThreads(const std::function<bool()>& goesOn) override;
     void finish() override { database_->finish(); }
 
-    int descriptor() const override { return lock_.get(); }
     bool isFile() const override { return true; }
     bool isSameFile(const struct stat& file) const override;
 
@@ -38,8 +37,9 @@ class DatabaseOutput final : public RowSink {
     void lock(const std::string& path, bool resume);
     void noteFiles(const std::string& path);
 
-    emlhost::UniqueDescriptor
-        lock_;  // closed after the database: closing it earlier would end the locks of SQLite
+    // Between two transactions of SQLite another writer could come. Closed after the database: closing it earlier would
+    // end the locks of SQLite.
+    emlhost::UniqueDescriptor lock_;
     std::unique_ptr<MailDatabase> database_;
     std::vector<Identity> files_;
     std::chrono::steady_clock::time_point committed_;

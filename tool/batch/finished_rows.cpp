@@ -26,23 +26,6 @@ bool takeRow(std::string_view line, FinishedRows& finished) {
     return true;
 }
 
-// What a run leaves when it is killed while writing, or when the machine loses power, which may leave zero
-// bytes.
-bool isTornRow(std::string_view text) {
-    const auto begins = [&](std::string_view beginning) {
-        const size_t known = std::min(text.size(), beginning.size());
-        return text.substr(0, known) == beginning.substr(0, known);
-    };
-    return std::any_of(kRowBegins.begin(), kRowBegins.end(), begins) ||
-           text.find_first_not_of('\0') == std::string_view::npos;
-}
-
-Problem noRow(const std::string& name, uint64_t line) {
-    return {
-        ExitCode::kOutput, "not-rows", name,
-        formatted("line {} is no row of eml batch, so nothing is continued here; choose another file", line)};
-}
-
 }  // namespace
 
 FinishedRows::Key FinishedRows::keyOf(std::string_view path, std::optional<uint64_t> index) {
@@ -80,9 +63,9 @@ uint64_t readFinishedRows(int descriptor, const std::string& name, FinishedRows&
     RowLines lines(descriptor, name);
     uint64_t line = 1;
     for (std::string_view row; lines.next(row); ++line) {
-        if (!takeRow(row, finished)) throw noRow(name, line);
+        if (!takeRow(row, finished)) throw noRow(name, line, "eml batch");
     }
-    if (!isTornRow(lines.rest())) throw noRow(name, line);
+    if (!isTornRow(lines.rest(), kRowBegins)) throw noRow(name, line, "eml batch");
     finished.seal();
     return lines.wholeLength();
 }

@@ -2,11 +2,26 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
-#include "tool/terminal/problem.h"
+#include "tool/text/format.h"
 
 namespace emltool {
+
+bool isTornRow(std::string_view text, std::span<const std::string_view> beginnings) {
+    const auto begins = [text](std::string_view beginning) {
+        const size_t known = std::min(text.size(), beginning.size());
+        return text.substr(0, known) == beginning.substr(0, known);
+    };
+    return std::ranges::any_of(beginnings, begins) || text.find_first_not_of('\0') == std::string_view::npos;
+}
+
+Problem noRow(const std::string& name, uint64_t line, std::string_view writer) {
+    return {ExitCode::kOutput, "not-rows", name,
+            formatted("line {} is no row of {}, so nothing is continued here; choose another file", line,
+                      writer)};
+}
 
 bool RowLines::next(std::string_view& line) {
     size_t searched = begin_;

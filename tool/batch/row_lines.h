@@ -2,10 +2,20 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 
+#include "tool/terminal/problem.h"
+
 namespace emltool {
+
+// Whether this is what a run that was killed while writing leaves after the last line, or a machine that has lost power,
+// which may leave zero bytes: the beginning of a row that begins with one of these.
+bool isTornRow(std::string_view text, std::span<const std::string_view> beginnings);
+
+// That a file to be continued holds something else, in that line. `writer` is the command that writes such rows.
+Problem noRow(const std::string& name, uint64_t line, std::string_view writer);
 
 class RowLines {
   public:

@@ -1,7 +1,6 @@
 #include "tool/batch/row_output.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,6 +8,7 @@
 #include <filesystem>
 
 #include "standalone/unnamed_file.h"
+#include "tool/batch/locked_output.h"
 #include "tool/batch/row_lines.h"
 #include "tool/batch/thread_rows.h"
 #include "tool/system/pending_folder.h"
@@ -53,51 +53,15 @@ emlhost::UniqueDescriptor unnamedFile() {
     return file;
 }
 
-bool isDirectory(const std::string& path) {
-    struct stat found {};
-    return ::stat(path.c_str(), &found) == 0 && S_ISDIR(found.st_mode);
-}
-
 }  // namespace
 
 RowOutput::RowOutput(Form form, FinishedRows& finished) : path_(std::move(form.path)) {
-    if (!path_.empty()) create(form.resume);
+    if (!path_.empty()) file_ = openLockedOutput(path_, form.resume, O_APPEND);
     noteFile();
     if (path_.empty() && form.isRewritten) file_ = unnamedFile();
     if (!form.resume) return;
     length_ = form.read(file_.get(), path_, finished);
     if (::ftruncate(file_.get(), static_cast<off_t>(length_)) != 0) throw outputProblem(path_, errno);
-}
-
-void RowOutput::create(bool resume) {
-    int flags = O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY | (resume ? 0 : O_EXCL);
-    file_ = emlhost::UniqueDescriptor(::open(path_.c_str(), flags, 0644));
-    int failure = errno;
-    if (!file_.valid() && isDirectory(path_)) {
-        throw Problem(ExitCode::kOutput, "is-a-directory", path_, "is a directory; name a file in it");
-    }
-    if (!file_.valid() && failure == EEXIST) {
-        throw Problem(ExitCode::kOutput, "exists", path_,
-                      "already exists, not overwritten; --resume continues it, or choose another file");
-    }
-    struct stat found {};
-    if (!file_.valid()) throw outputProblem(path_, failure);
-    if (::fstat(file_.get(), &found) != 0) throw outputProblem(path_, errno);
-    if (!S_ISREG(found.st_mode)) {
-        throw Problem(ExitCode::kOutput, "no-file", path_,
-                      "is no regular file; redirect standard output to it");
-    }
-    lock(found);
-}
-
-// An engine may restart a task while the first attempt is still running, which may put another file in the place of
-// this one.
-void RowOutput::lock(const struct stat& found) {
-    const bool isTaken = ::flock(file_.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-    struct stat named {};
-    const bool isReplaced =
-        ::stat(path_.c_str(), &named) != 0 || named.st_ino != found.st_ino || named.st_dev != found.st_dev;
-    if (isTaken || isReplaced) throw Problem(ExitCode::kOutput, "in-use", path_, "another eml is writing it");
 }
 
 // Standard output may be a file too.

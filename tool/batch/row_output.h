@@ -35,13 +35,14 @@ class RowOutput final : public RowSink {
     // A file is replaced in one step.
     bool addThreads(const std::function<bool()>& goesOn) override;
 
-    int descriptor() const override;
     bool isFile() const override { return isFile_; }
     bool isSameFile(const struct stat& file) const override {
         return isFile_ && file.st_dev == device_ && file.st_ino == inode_;
     }
 
   private:
+    int descriptor() const;
+
     // Calls take(row) for each row that was written, without its line end, until that returns false, and then
     // returns false.
     using Take = std::function<bool(std::string_view row)>;
@@ -54,8 +55,6 @@ class RowOutput final : public RowSink {
 
     using Write = std::function<void(std::string_view lines)>;
 
-    void create(bool resume);
-    void lock(const struct stat& found);
     void noteFile();
     void cutAfterWholeLine(std::string_view written);
     bool rewriteInto(const Write& write, const Change& change) const;

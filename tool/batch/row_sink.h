@@ -23,9 +23,6 @@ class RowSink {
     // All rows are there. Throws as write does.
     virtual void finish() {}
 
-    // What a worker must not hold open; -1 if there is nothing.
-    virtual int descriptor() const = 0;
-
     // Whether files can be what is written.
     virtual bool isFile() const = 0;
 

@@ -1,6 +1,5 @@
 #include "tool/commands/store_manifest.h"
 
-#include <algorithm>
 #include <array>
 #include <string_view>
 
@@ -14,6 +13,7 @@ namespace {
 
 constexpr std::string_view kFileBegins = R"({"schema":"eml-manifest/1","source":{"path":")";
 constexpr std::string_view kMessageBegins = R"({"schema":"eml-manifest-message/1","source":{"path":")";
+constexpr std::array<std::string_view, 2> kBegins = {kFileBegins, kMessageBegins};
 
 // A file of another manifest has another path.
 bool isFileRow(std::string_view line) {
@@ -35,24 +35,6 @@ bool takeMessageRow(std::string_view line, FinishedRows& finished) {
     return true;
 }
 
-// What a run leaves when it is killed while writing, or when the machine loses power, which may leave zero bytes.
-bool isTornRow(std::string_view text) {
-    constexpr std::array<std::string_view, 2> kBegins = {kFileBegins, kMessageBegins};
-    const auto begins = [&](std::string_view beginning) {
-        const size_t known = std::min(text.size(), beginning.size());
-        return text.substr(0, known) == beginning.substr(0, known);
-    };
-    return std::ranges::any_of(kBegins, begins) || text.find_first_not_of('\0') == std::string_view::npos;
-}
-
-Problem noRow(const std::string& name, uint64_t line) {
-    return {
-        ExitCode::kOutput, "not-rows", name,
-        formatted("line {} is no row of eml extract --store, so nothing is continued here; choose another "
-                  "file",
-                  line)};
-}
-
 }  // namespace
 
 uint64_t readStoreRows(int descriptor, const std::string& name, FinishedRows& finished) {
@@ -65,10 +47,10 @@ uint64_t readStoreRows(int descriptor, const std::string& name, FinishedRows& fi
         if (takeMessageRow(line, finished)) {
             done = length;
         } else if (!isFileRow(line)) {
-            throw noRow(name, number);
+            throw noRow(name, number, "eml extract --store");
         }
     }
-    if (!isTornRow(lines.rest())) throw noRow(name, number);
+    if (!isTornRow(lines.rest(), kBegins)) throw noRow(name, number, "eml extract --store");
     finished.seal();
     return done;
 }
