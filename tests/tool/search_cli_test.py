@@ -40,7 +40,7 @@ LETTERS = {
     "2.eml": letter(2, "Re: Project plan", "Caf\u00e9 at noon?", "Wed, 5 Mar 2025 09:15:22 +0100", "Carl <carl@example.org>",
                     b"In-Reply-To: <1@example.org>\r\nReferences: <1@example.org>\r\n"),
     "3.eml": letter(3, "Draft", "May I plan for it?", "Fri, 1 Mar 2024 00:30:00 +0100", more=b"List-Id: <talk.example.org>\r\n"),
-    "4.eml": letter(4, "Undated", "planning", "soon"),
+    "4.eml": letter(4, "Undated", "planning \u660e\u65e5\u306e\u4f1a\u8b70\u306f\u4e2d\u6b62", "soon"),
 }
 
 
@@ -87,7 +87,8 @@ def words_and_what_they_find():
             (["to:bob@example.net", "noon"], "2"), (["filename:report"], "1"), (["has:attachment"], "1"), (["-has:attachment"], "2345"),
             (["after:2025"], "21"), (["before:2025-03-05"], "13"), (["after:2025-03-04", "before:2025-03-05"], "1"),
             (["after:2024-03"], "21"), (["list:talk.example.org"], "3"), (["id:2@example.org"], "2"), (["status:error"], "5"),
-            (["http://nowhere.example"], ""), (["example.org"], "2134"), (["zebra"], "")):
+            (["http://nowhere.example"], ""), (["example.org"], "2134"), (["zebra"], ""), (["\u4f1a\u8b70"], "4"), (["body:\u4e2d\u6b62", "planning"], "4"),
+            (["subject:\u4f1a\u8b70"], ""), (["plan*", "-\u4f1a\u8b70"], "213")):
         equal("".join(found(*words)), wanted, f"{words}")
     equal(found("plan", options=["--sort=oldest"]), ["3", "1", "2"])
     equal(sorted(found("plan", options=["--sort=relevance"])), ["1", "2", "3"])
@@ -105,6 +106,8 @@ def answers_for_people_say_where_and_how_many():
     equal((result.code, result.err), (0, "eml: 2 messages, of which these are 1; --limit=0 gives all\n"))
     equal("The \x1b[1mplan\x1b[0m \x1b[1mfor\x1b[0m May" in result.out, True, result.out)
     expect(eml("search", "mail.sqlite", "zebra"), 0, "eml: 0 messages\n", "")
+    expect(eml("search", "mail.sqlite", "status:error"), 0, "eml: 1 message\n",
+           "5  no date     no sender\n    (not an e-mail message (no header field found); --force reads it anyway)\n    in/5.eml\n")
     expect(eml("search", "mail.sqlite", "--", "-zebra", "undated"), 0, "eml: 1 message\n")
 
 

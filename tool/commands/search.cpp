@@ -45,7 +45,8 @@ std::string snippetText(const Style& style, const std::vector<SnippetPiece>& pie
 void printHit(Console& console, const SearchHit& hit) {
     const std::string day = hit.date.empty() ? "no date   " : hit.date.substr(0, 10);
     const std::string sender = hit.sender.empty() ? "no sender" : oneLine(hit.sender);
-    const std::string subject = hit.subject.empty() ? "(no subject)" : oneLine(hit.subject);
+    const std::string none = hit.error.empty() ? "(no subject)" : "(" + oneLine(hit.error) + ")";
+    const std::string subject = hit.subject.empty() ? none : oneLine(hit.subject);
     std::string text = formatted("{}  {}  {}\n    {}", console.style().number(formatted("{}", hit.id)), day,
                                  sender, console.style().label(subject));
     if (hit.attachments > 0)
@@ -79,6 +80,7 @@ void printJson(Console& console, const SearchHit& hit) {
     putOptional(json, "date", hit.date);
     putOptional(json, "from", hit.sender);
     putOptional(json, "subject", hit.subject);
+    putOptional(json, "error", hit.error);
     json.Key("attachments");
     json.Int64(hit.attachments);
     json.Key("snippet");
@@ -123,7 +125,7 @@ class SearchRun final : public CommandRun {
         for (const std::string& word : words_) text += quotedAgain(word) + ' ';
         const SearchQuery query = parseSearch(text);
         if (query.match.empty() && query.exclude.empty() && query.conditions.empty())
-            throw usageProblem("search: these are signs, in which there is no word");
+            throw usageProblem("search: only punctuation given, and no word to look for");
         MailSearch search(path_);
         const SearchResult result = search.find(query, order, *limit == 0 ? SIZE_MAX : *limit);
         for (const SearchHit& hit : result.hits) {

@@ -6,7 +6,6 @@
 #include <initializer_list>
 
 #include "tool/database/mail_schema.h"
-#include "tool/text/base64_text.h"
 
 namespace emltool {
 
@@ -285,19 +284,9 @@ void MailDatabase::add(std::string_view row) {
     writer_->add(document, run_);
 }
 
-namespace {
-
-StoredPlace placeIn(const Statement& row, int column) {
-    StoredPlace place{row.text(column), row.optionalNumber(column + 2)};
-    if (!row.isNull(column + 1)) place.path = bytesOfBase64(row.text(column + 1));
-    return place;
-}
-
-}  // namespace
-
 void MailDatabase::forEachPlace(const TakePlace& take) {
     Statement rows = database_.prepare("SELECT path, path_b64, mbox_index FROM messages ORDER BY id");
-    while (rows.step()) take(placeIn(rows, 0));
+    while (rows.step()) take(storedPlace(rows, 0));
 }
 
 bool MailDatabase::forEachThreadFacts(const TakeFacts& take) {
@@ -308,7 +297,7 @@ bool MailDatabase::forEachThreadFacts(const TakeFacts& take) {
     bool anyId = ids.step();
     while (rows.step()) {
         const int64_t id = rows.number(0);
-        ThreadFacts facts{placeIn(rows, 1), rows.text(4), {}, {}, rows.text(5)};
+        ThreadFacts facts{storedPlace(rows, 1), rows.text(4), {}, {}, rows.text(5)};
         for (; anyId && ids.number(0) <= id; anyId = ids.step()) {
             if (ids.number(0) < id) continue;
             (ids.text(1) == "references" ? facts.references : facts.inReplyTo).push_back(ids.text(2));

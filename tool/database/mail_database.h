@@ -10,14 +10,9 @@
 #include <vector>
 
 #include "tool/database/database.h"
+#include "tool/database/stored_place.h"
 
 namespace emltool {
-
-// Where a message of a database is.
-struct StoredPlace {
-    std::string path;  // as it was named, or from the root on
-    std::optional<uint64_t> index;
-};
 
 // Takes rows. What has been added is in the file after commit(), all of it or, if that is never called, nothing. Others
 // may read meanwhile.

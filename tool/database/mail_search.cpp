@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "tool/database/mail_schema.h"
-#include "tool/text/base64_text.h"
 #include "tool/text/format.h"
 
 namespace emltool {
@@ -148,14 +147,15 @@ SearchHit MailSearch::hit(const SearchQuery& query, int64_t id) {
     SearchHit hit;
     hit.id = id;
     if (auto found = place(id)) hit.place = std::move(*found);
-    Statement row =
-        database_.prepare("SELECT date, sender, subject, attachments FROM messages WHERE id = ?1");
+    Statement row = database_.prepare(
+        "SELECT date, sender, subject, attachments, error_text FROM messages WHERE id = ?1");
     row.bindNumber(1, id);
     if (row.step()) {
         hit.date = row.text(0);
         hit.sender = row.text(1);
         hit.subject = row.text(2);
         hit.attachments = row.number(3);
+        hit.error = row.text(4);
     }
     if (!query.match.empty()) hit.snippet = snippet(query.match, id);
     return hit;
@@ -173,13 +173,11 @@ SearchResult MailSearch::find(const SearchQuery& query, SearchOrder order, size_
 
 std::optional<FoundPlace> MailSearch::place(int64_t id) {
     Statement row = database_.prepare(
-        "SELECT path, path_b64, member, mbox_index, folder FROM messages JOIN runs ON runs.id = messages.run "
+        "SELECT path, path_b64, mbox_index, member, folder FROM messages JOIN runs ON runs.id = messages.run "
         "WHERE messages.id = ?1");
     row.bindNumber(1, id);
     if (!row.step()) return std::nullopt;
-    FoundPlace place{row.text(0), row.text(2), row.optionalNumber(3), row.text(4)};
-    if (!row.isNull(1)) place.path = bytesOfBase64(row.text(1));
-    return place;
+    return FoundPlace{storedPlace(row, 0), row.text(3), row.text(4)};
 }
 
 }  // namespace emltool

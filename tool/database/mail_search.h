@@ -8,15 +8,13 @@
 
 #include "tool/database/database.h"
 #include "tool/database/search_query.h"
+#include "tool/database/stored_place.h"
 
 namespace emltool {
 
-// Where a message of a database is.
-struct FoundPlace {
-    std::string path;               // as the batch had it
-    std::string member;             // of an archive
-    std::optional<uint64_t> index;  // in an mbox or archive, from 0 on
-    std::string folder;             // where the batch ran
+struct FoundPlace : StoredPlace {
+    std::string member;  // of an archive; empty without one
+    std::string folder;  // where the batch ran
 };
 
 // A piece of a text, with the words that were looked for apart.
@@ -31,6 +29,7 @@ struct SearchHit {
     std::string date;  // empty without one, as all texts
     std::string sender;
     std::string subject;
+    std::string error;  // why it could not be read
     int64_t attachments = 0;
     std::vector<SnippetPiece> snippet;
 };

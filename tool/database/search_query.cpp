@@ -9,6 +9,7 @@
 #include "tool/text/ascii.h"
 #include "tool/text/format.h"
 #include "tool/text/suggestion.h"
+#include "tool/text/utf8.h"
 
 namespace emltool {
 
@@ -45,6 +46,11 @@ constexpr std::array<std::string_view, 8> kOtherFields = {"after", "before", "ha
                                                           "is",    "id",     "thread", "status"};
 
 [[noreturn]] void fail(const std::string& text) { throw usageProblem("search: " + text); }
+
+void addPiece(std::string& list, std::string_view between, const std::string& piece) {
+    if (!list.empty()) list += between;
+    list += piece;
+}
 
 bool isWordByte(char c) {
     const char letter = lower(c);
@@ -126,15 +132,62 @@ std::string ftsString(const Term& term) {
     return text;
 }
 
-std::string ftsTerm(const Term& term) {
-    if (term.field.empty()) return ftsString(term);
-    const auto* const field = std::ranges::find(kTextFields, std::string_view(term.field), &TextField::name);
-    return formatted("{} : {}", field->columns, ftsString(term));
+// Of the full-text index; empty if `field` is none of them.
+std::string_view columnsOf(std::string_view field) {
+    const auto* const found = std::ranges::find(kTextFields, field, &TextField::name);
+    return found == kTextFields.end() ? std::string_view() : found->columns;
 }
 
-bool isTextField(const std::string& name) {
-    return name.empty() ||
-           std::ranges::find(kTextFields, std::string_view(name), &TextField::name) != kTextFields.end();
+std::string ftsTerm(const Term& term) {
+    const std::string_view columns = columnsOf(term.field);
+    return columns.empty() ? ftsString(term) : formatted("{} : {}", columns, ftsString(term));
+}
+
+bool isTextField(const std::string& name) { return name.empty() || !columnsOf(name).empty(); }
+
+// Of Chinese, Japanese, Thai and their neighbours. The index has what stands between two blanks as one word, which in
+// these scripts is a whole sentence.
+bool isOfUnspacedScript(char32_t c) {
+    struct Range {
+        char32_t first;
+        char32_t last;
+    };
+    constexpr std::array<Range, 6> kRanges = {{{0x0E00, 0x0EFF},
+                                               {0x1000, 0x109F},
+                                               {0x1780, 0x17FF},
+                                               {0x2E80, 0x9FFF},
+                                               {0xF900, 0xFAFF},
+                                               {0x20000, 0x3FFFF}}};
+    return std::ranges::any_of(kRanges,
+                               [c](const Range& range) { return c >= range.first && c <= range.last; });
+}
+
+bool hasUnspacedScript(std::string_view text) {
+    for (size_t at = 0; at < text.size();) {
+        if (isOfUnspacedScript(nextCharacter(text, at))) return true;
+    }
+    return false;
+}
+
+// The characters of the term wherever they are, in the texts themselves.
+SearchCondition substringCondition(const Term& term) {
+    struct Place {
+        std::string_view columns;
+        std::string_view text;
+    };
+    constexpr std::array<Place, 5> kPlaces = {{{"subject", "t.subject"},
+                                               {"sender", "t.sender"},
+                                               {"recipients", "t.recipients"},
+                                               {"body", "t.body"},
+                                               {"attachments", "t.attachments"}}};
+    const std::string_view columns = columnsOf(term.field);
+    std::string text;
+    for (const Place& place : kPlaces) {
+        if (columns.empty() || columns.find(place.columns) != std::string_view::npos)
+            addPiece(text, " || char(10) || ", formatted("coalesce({}, '')", place.text));
+    }
+    return {formatted("m.id IN (SELECT t.id FROM texts t WHERE instr(lower({}), ?) > 0)", text),
+            lowerCase(term.text)};
 }
 
 int64_t dateOf(const Term& term) {
@@ -172,11 +225,6 @@ SearchCondition conditionOf(const Term& term) {
                    near.empty() ? "" : formatted("; did you mean {}:?", near), term.text));
 }
 
-void addPiece(std::string& list, std::string_view between, const std::string& piece) {
-    if (!list.empty()) list += between;
-    list += piece;
-}
-
 class QueryBuilder {
   public:
     void add(const Term& term) {
@@ -187,7 +235,10 @@ class QueryBuilder {
             return;
         }
         if (!isTextField(term.field)) {
-            addCondition(term);
+            if (std::ranges::find(kOtherFields, term.field) == kOtherFields.end()) failForField(term);
+            addCondition(term, conditionOf(term));
+        } else if (hasUnspacedScript(term.text)) {
+            addCondition(term, substringCondition(term));
         } else {
             addText(term);
         }
@@ -207,17 +258,15 @@ class QueryBuilder {
   private:
     [[noreturn]] static void failForOr() { fail("OR stands between two words"); }
 
-    void addCondition(const Term& term) {
-        if (std::ranges::find(kOtherFields, term.field) == kOtherFields.end()) failForField(term);
+    void addCondition(const Term& term, SearchCondition condition) {
         if (joins_) failForOr();
-        SearchCondition condition = conditionOf(term);
-        // What is unknown of a message does not fit either.
+        // A message of which this is unknown is not excluded.
         if (term.isExcluded) condition.sql = formatted("coalesce(NOT ({}), 1)", condition.sql);
         query_.conditions.push_back(std::move(condition));
         mayJoin_ = false;
     }
 
-    // Signs alone are in no text.
+    // Punctuation alone is not in the index.
     void addText(const Term& term) {
         const bool says = hasWord(term.text);
         if (joins_ && (term.isExcluded || !says)) failForOr();

@@ -32,6 +32,7 @@ struct SearchQuery {
 //     may OR june     one of them is enough
 //     subject:plan from:ann to:"Ann Meier" body:plan filename:report
 //     after:2024-03 before:2024-03-15     from that day on, and earlier than that day, in UTC
+//     会議             the same where a script has no blanks between words: the characters wherever they are
 //     has:attachment list:talk.example.org thread:0123456789abcdef id:b@example.org is:flagged
 //
 // Throws Problem for what is none of these.

@@ -64,6 +64,16 @@ constexpr std::array kRows = std::to_array<Row>({
      " |  | lower(m.list_id) = ? talk.example; m.message_id = ? a@B; m.thread = ? 0a;"},
     {"flags", "is:seen", " |  | instr(' ' || coalesce(m.maildir_flags, '') || ' ', ?) > 0  seen ;"},
 
+    {"characters of a script without blanks", "会議",
+     " |  | m.id IN (SELECT t.id FROM texts t WHERE instr(lower(coalesce(t.subject, '') || char(10) || "
+     "coalesce(t.sender, '') || char(10) || coalesce(t.recipients, '') || char(10) || coalesce(t.body, '') "
+     "|| "
+     "char(10) || coalesce(t.attachments, '')), ?) > 0) 会議;"},
+    {"in a field", "people:ABC会議",
+     " |  | m.id IN (SELECT t.id FROM texts t WHERE instr(lower(coalesce(t.sender, '') || char(10) || "
+     "coalesce(t.recipients, '')), ?) > 0) abc会議;"},
+    {"OR with these", "会議 OR plan", "search: OR stands between two words"},
+
     {"a field that is none", "form:ann",
      "search: form: is no field to search; did you mean from:?; in quotes, \"form:ann\" is text"},
     {"a quote that does not end", "\"plan", "search: a quote that does not end"},
