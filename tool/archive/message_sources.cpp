@@ -125,7 +125,9 @@ void MessageSources::openArgument() {
 
 // One that names another database could name itself.
 void MessageSources::openStoredMessage() {
-    if (isStored_) throw inputProblem(path_, std::make_error_code(std::errc::too_many_symbolic_link_levels));
+    if (isStored_)
+        throw Problem(ExitCode::kInput, "not-message", path_,
+                      "is a database itself, where a message should be");
     if (argument_ == "-" || !number_) {
         throw Problem(
             ExitCode::kUsage, "several-messages", wordsFor(path_),
